@@ -1,0 +1,216 @@
+#ifndef VEXA_COMMON_UTILS_H
+#define VEXA_COMMON_UTILS_H
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "VexaExport.h"
+
+/// The first of the two utility classes: static operations only, grouped below by family. The
+/// second is `VexaCommonUtils_i`.
+///
+/// Unless a member says otherwise it holds no state, may be called from any number of threads at
+/// once, reports failure by its result alone and throws nothing but `std::bad_alloc`.
+class VEXA_EXPORT VexaCommonUtils {
+ public:
+  // Environment
+
+  /// Returns a copy of the environment variable `name`, "" when `name` is null or not set. See
+  /// getenv(3): not safe against a concurrent `setenv`.
+  static std::string Vexagetenv(const char* name);
+
+  /// Returns `text` with each reference "$(NAME)" replaced by the environment variable's value. A
+  /// reference to an unset or empty variable stays as written; values are not expanded again.
+  static std::string replaceEnvVar(const std::string& text);
+
+  /// The same for references written "%NAME%".
+  static std::string replEnvVar(const std::string& text);
+
+  // Configuration and log paths
+
+  /// Returns `COMMON_LIB_PATH` + "/conf".
+  static std::string getCommonConfigPath();
+  /// Returns the same as `getCommonConfigPath`.
+  static std::string getConfigPath();
+  /// Returns `APP_ROOT` + "/conf".
+  static std::string getAppConfigPath();
+  /// Returns `_APP_SHARE_DIR` + "/conf".
+  static std::string getAPPShareConfigPath();
+
+  /// Returns the trace directory, always with a "/" at its end: "tracedir" of "[TraceDir]" in
+  /// "setting.cfg", "${NAME}" references expanded, or `_APP_LOG_DIR` + "/log/". The first answer
+  /// given while the settings file could be read is kept for the life of the process.
+  static std::string getTracePath();
+
+  /// Returns `VEXA_DUMP_ALL_LOCKS_FILE` as it is, even when empty; "/tmp/lockInfo.dump" when the
+  /// variable is not set.
+  static std::string getDumpAllLocksFile();
+
+  // Settings and deployment switches
+
+  /// Tells whether services listen on all addresses: "ListenAllIp" is exactly "enable" in "[IP]"
+  /// of "setting.cfg" or, where the file leaves it empty, in the settings store. False without a
+  /// readable "setting.cfg". Read on every call.
+  static bool isListenAllIp();
+
+  /// Forwards to `VexaCommonUtils_i::isCorbaSSLOnly`.
+  static bool isCorbaSSLOnly();
+
+  /// Always true.
+  static bool IsGlobalVersion();
+
+  /// Returns the type of the first database in the JSON file that `APP_CONF_FILE` names, unchanged;
+  /// "sybase" when it cannot be read. The first type read is kept for the life of the process.
+  static std::string getDBType();
+
+  // Strings
+
+  /// Returns the bytes of `s` in reverse order.
+  static std::string Vexareverse(std::string& s);
+  /// Returns `s` without leading blanks (0x20 only). `s` is not modified.
+  static std::string Vexaltrim(std::string& s);
+  /// Returns `s` without leading and trailing blanks (0x20 only). `s` is not modified.
+  static std::string Vexatrim(std::string& s);
+
+  /// Replaces every `from` in `s` by `to`, in place, left to right; inserted text is not searched
+  /// again. An empty `from` leaves `s` alone. Returns a copy of the modified `s`.
+  static std::string Vexareplace(std::string& s, std::string& from, std::string& to);
+  /// The same with the text last, and no result.
+  static void stringReplace(const std::string& from, const std::string& to, std::string& s);
+
+  /// Appends the tokens of `s` to `out`. A token starts at a byte that is not in `delims` and runs
+  /// to the next occurrence of `delims` as a whole text.
+  static void split(const std::string& s, const std::string& delims, std::list<std::string>& out);
+
+  /// Appends the tokens of the first 1024 bytes of `s`, up to its first NUL, to `out`; runs of
+  /// bytes from `delims` separate tokens.
+  /// @return the number of elements in `out` afterwards; 0 on failure
+  static unsigned long splitAll(const std::string& s, const std::string& delims,
+                                std::vector<std::string>& out);
+
+  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
+  /// @return `buf`; null when `buf` is null or formatting fails
+  static char* ltoa(long value, char* buf);
+  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
+  /// @return `buf`
+  static char* ultoa(unsigned long value, char* buf);
+
+  /// Returns the blanks that pad `s` to 32 columns; "" when it has 32 bytes or more.
+  static std::string tabs(const std::string& s);
+
+  // Character sets
+
+  /// Converts `src` from the locale's encoding to wide text in `dst`, which holds at least
+  /// strlen(`src`) + 1 elements. Does nothing when either is null. The first conversion sets the
+  /// process locale from the environment (`VexaLocale`). An invalid sequence ends the result.
+  static void STR2WSTR(const char* src, wchar_t* dst);
+  /// The same, returning the text up to its first NUL.
+  static std::wstring STR2WSTR(const std::string& s);
+  /// Converts wide text to the locale's encoding; "" when `src` is null or holds a character that
+  /// the locale cannot encode. The first conversion sets the process locale.
+  static std::string WSTR2STR(const wchar_t* src);
+  /// Returns a copy of `s`, "" for null: the locale's encoding is taken to be UTF-8.
+  static std::string LOC2UTF8(const char* s);
+  /// Returns a copy of `s`, "" for null.
+  static std::string UTF8TOLOC(const char* s);
+
+  // Base64
+
+  /// Tells whether `c` is a data character: a letter or digit of the current locale, "+" or "/".
+  static bool isBase64(unsigned char c);
+  /// Decodes base64 text (RFC 4648) up to its first "=" or other byte that is no data character.
+  static std::string base64Decode(const std::string& encoded);
+
+  // Time stamps
+
+  /// Returns the local time as 14 digits (year, month, day, hour, minute, second), followed by
+  /// "DST" when `markDst` is true and daylight-saving time is in force; "" on failure.
+  static std::string getTimeStamp(bool markDst);
+
+  // Database query text
+
+  /// Returns `text` with every single quote doubled.
+  static std::string transDBUpdateString(const std::string& text);
+  /// Returns `text` with the LIKE wildcards escaped for the configured database type.
+  static std::string transDBSearchString(const std::string& text);
+  /// Returns the ESCAPE clause that the configured database type needs, or "".
+  static std::string getEscapeString();
+  /// Returns `text` unchanged for an "oracle" database, else with its quotes doubled and its
+  /// wildcards escaped.
+  static std::string TransferLikeSqlForSybAndMSSQL(const std::string& text);
+
+  // Addresses and host names
+
+  /// Strict test of a dotted IPv4 text: four fields of digits up to 255, at most 15 bytes. Leading
+  /// zeros are accepted.
+  static bool isValidIP(const std::string& ip);
+  /// Returns the machine's node name (uname(2)), "" on failure.
+  static std::string hostname();
+  /// Returns the system's name followed directly by its release: "Linux6.1.0".
+  static std::string sysname();
+  /// Returns the dotted IPv4 address of the machine's node name; "" on failure.
+  static std::string hostipaddr();
+  /// Resolves `name` to its first IPv4 address.
+  /// @return 0 and the address in `ip`; -1 and ""
+  static int getIPbyHostname(const std::string& name, std::string& ip);
+  /// Finds the official host name of the IPv4 address `ip`, any form that inet_aton(3) reads.
+  /// @return 0 and the name; -1 and "" on failure and for addresses in 0.0.0.0/8
+  static int getHostnamebyIP(const std::string& ip, std::string& name);
+  /// Finds the netmask of the local IPv4 address `ip`, through the kernel, then "ifconfig".
+  /// @return 0 and the dotted mask in `netmask`; -1 and "" on failure and for "127.0.0.1"
+  /// @throws std::out_of_range as `GetNetmaskByIpUseifconfig` does
+  static int getNetmaskByIP(std::string& ip, std::string& netmask);
+
+  // Commands
+
+  /// Runs `command` in the shell, its standard input at end of file, and waits. The process's
+  /// `SIGCHLD` disposition becomes the default one and stays so; the calling thread's signals are
+  /// unblocked meanwhile.
+  /// @return the raw wait status; 0 when the child was reaped elsewhere; -1 on failure
+  static int system(const char* command);
+
+  // Users and processes
+
+  /// Makes the process run as the platform's service user "ossuser" in a PAM session of service
+  /// "su". Changes the whole process: call it once, before threads start.
+  /// @return 0 on success and for a caller that is not root; a PAM error code when the
+  ///         transaction cannot start; -1 on any other failure
+  static int switchOmcUser();
+  /// Finds the user and the remote address of the session on the controlling terminal; `address`
+  /// includes its parentheses.
+  /// @return 0; -1 on failure (`user` may have changed)
+  static int getSessionDetails(std::string& user, std::string& address);
+  /// Returns the kernel's id of the calling thread; see gettid(2).
+  static long getKernelThreadIDForFS();
+  /// A placeholder on this platform: returns 0 and leaves its arguments alone.
+  static int getProcessCPUAndMem(const std::string& process, unsigned int& cpu,
+                                 unsigned int& memory);
+  /// Writes to standard output that stack traces are not supported.
+  static void printStackTrace();
+
+  // Files
+
+  /// Creates every directory along `path` (mode 0755), "/" and "\\" both separating; errors are
+  /// not reported.
+  static void mkdir_all(const std::string& path);
+  /// Reads the whole file at `path`.
+  /// @return 0; 1 on any failure and for files of 2 GiB or more (`content` unchanged)
+  static int readFile(const std::string& path, std::string& content);
+  /// Appends the paths of all files below `directory` whose name contains `pattern`.
+  /// @return 0; -1 when the directory cannot be opened or an error was left set at the end
+  static int getFilesByDir(std::string directory, std::string pattern,
+                           std::list<std::string>& files);
+
+  // Path and name safety
+
+  /// Tells whether `path` holds no "." or ".." piece and lies under `base`, by text alone. An
+  /// empty `base` accepts every such path.
+  static bool checkPath(const std::string& path, const std::string& base);
+  /// Returns `name` with each character that a file name cannot hold written as "^" and a letter.
+  static std::string specialName2FileName(const std::string& name);
+  /// Turns the escapes of `specialName2FileName` back.
+  static std::string fileName2SpecialName(const std::string& name);
+};
+
+#endif

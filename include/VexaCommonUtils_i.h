@@ -1,0 +1,186 @@
+#ifndef VEXA_COMMON_UTILS_I_H
+#define VEXA_COMMON_UTILS_I_H
+
+#include <cstdio>
+#include <list>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "VexaCommonTypes.h"
+#include "VexaExport.h"
+
+struct passwd;
+
+/// The second of the two utility classes; the remarks at `VexaCommonUtils` hold here too.
+class VEXA_EXPORT VexaCommonUtils_i {
+ public:
+  // Environment
+
+  /// Returns `text` with each reference "${NAME}" replaced, as `VexaCommonUtils::replaceEnvVar`
+  /// does.
+  static std::string VexareplaceEnvVar(const std::string& text);
+  /// Returns `text` unchanged: a placeholder.
+  static std::string VexareplaceMacroVar(const std::string& text);
+
+  // Configuration and log paths
+
+  /// Returns the path of the configuration file `fileName`: the first that exists of
+  /// `_APP_SHARE_DIR` + "/conf/" and `APP_ROOT` + "/conf/", else `COMMON_LIB_PATH` + "/conf/",
+  /// whether it exists there or not.
+  static std::string getConfFile(const std::string& fileName);
+
+  // Settings and deployment switches
+
+  /// Asks the settings store for `key`.
+  /// @return the store's result, 0 on success; -1 when the store is not available
+  static int getSettingParamValue(const std::string& key, std::string& value);
+  /// Asks the settings store for the parameters of `group`.
+  /// @return the store's result, 0 on success; -1 when the store is not available
+  static int getSettingGroupParams(const std::string& group,
+                                   std::map<std::string, std::string>& params);
+  /// Asks the settings store for `primaryKey`, then for `fallbackKey`.
+  /// @return whether either gave a non-empty value
+  static bool GetSetParamValue(const std::string& primaryKey, const std::string& fallbackKey,
+                               std::string& value);
+  /// Tells whether services listen on the loopback address; as `VexaCommonUtils::isListenAllIp`,
+  /// with "ListenLoopbackIP".
+  static bool isListenLoopback();
+  /// Tells whether CORBA traffic must be encrypted: "SSLNoProtection" in the settings store is
+  /// "disable" or not set. Read on every call.
+  static bool isCorbaSSLOnly();
+  /// Tells whether "ts_mode" is "true" in "[TS]" of `COMMON_SHARE_PATH` +
+  /// "/etc/conf/TSSetting.cfg". The first answer read is kept for the life of the process.
+  static bool isTsMode();
+  /// Tells whether the host runs the ZirelOS distribution. Read on every call.
+  static bool isZirel();
+
+  // SSL service configuration
+
+  /// Returns the path of the configuration file `fileName`. "svc_ssl.conf" is generated once per
+  /// process from its template and the settings store.
+  /// @return the path; "" when the template cannot be read or the file cannot be written
+  /// @throws std::out_of_range ("basic_string::replace") when an option must be added and the
+  ///         template has no double quote behind "-SSLCAfile"
+  static std::string get_svc_ssl_conf(const std::string& fileName);
+  /// Always 2.
+  static int VexaGetSSLMode();
+
+  // Strings
+
+  /// Returns `s` without leading and trailing bytes from the set `chars`; unchanged when `chars`
+  /// is null or empty.
+  static std::string VexatrimAll(const std::string& s, const char* chars);
+  /// The same as `VexatrimAll`.
+  static std::string trimString(const std::string& s, const char* chars);
+  /// Inserts the tokens of the first 1024 bytes of `s`, up to its first NUL, into `out`; runs of
+  /// bytes from `delims` separate tokens.
+  static void splitAll(const std::string& s, const std::string& delims, std::set<std::string>& out);
+  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
+  /// @return `buf`
+  static char* ulltoa(unsigned long long value, char* buf);
+  /// Tells whether every byte of `s` is a digit; true for the empty text.
+  static bool Isdigitstr(const std::string& s);
+  /// Lifts a percentage to the next whole number, but never to 100 from below.
+  static double getUpperIntVal(double x);
+
+  // Base64
+
+  /// Encodes `length` bytes at `data` as base64 (RFC 4648), padded, without line breaks.
+  static std::string encodeData(const char* data, unsigned int length);
+  /// The same as `VexaCommonUtils::base64Decode`.
+  static std::string decodeData(const std::string& encoded);
+
+  // Identifiers
+
+  /// Returns 32 upper-case hexadecimal digits made of the time and the host's MAC address; "" on
+  /// failure. Two calls in one microsecond return the same text.
+  static std::string generateUUID();
+
+  // Database query text
+
+  /// Returns a complete quoted LIKE operand for `text` with its ESCAPE clause.
+  static std::string TransferLikeSql(const std::string& text, Vexacommon::FuzzyQueryMode mode);
+
+  // Addresses, interfaces and nodes
+
+  /// Parses a dotted IPv4 text into its bytes.
+  /// @return 0 when `octets` holds four; else -1, `octets` holding the fields before the failure
+  static int validateIPv4(const std::string& ip, std::vector<unsigned char>& octets);
+  /// Brings an address into its one text form.
+  /// @return 2 for IPv4, `ip` unchanged; 10 for IPv6, `ip` in full form; 0 for neither
+  static int formatStringIP(std::string& ip);
+  /// The same, resolving any other text as a host name.
+  static int formatStringIP_DNS(std::string& ip);
+  /// Parses `text` into the address field of the `sockaddr_in` or `sockaddr_in6` at `sockaddr`.
+  /// @return inet_pton(3)'s result; -1 for bad arguments
+  static int stringIPToAddress(int family, const char* text, void* sockaddr, int len);
+  /// Prints the address field of the record at `sockaddr` into `buf` of at least 48 bytes.
+  /// @return 0, or -1
+  static int addressToStringIP(int family, void* sockaddr, int len, char* buf, int bufLen);
+  /// Appends a text for each IPv4 or IPv6 address of the machine's interfaces. Returns 0.
+  static int getAllIPAddr(std::list<std::string>& addresses);
+  /// Finds the interface that carries the IPv6 address `ip`, which is left in full form.
+  /// @return 0 and the name; -1 when there is none (`interfaceName` unchanged)
+  static int getInterfaceOfIPV6(std::string& ip, std::string& interfaceName);
+  /// Finds the MAC address of the interface that carries the IPv6 address `ip`.
+  /// @return 0, also when the tool gives no line (`*mac` unchanged then); -1 on failure
+  static int getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAddress* mac);
+  /// The same from the newer tool's output.
+  static int getZirelMacAddrOfIPV6(const std::string& ip, Vexacommon::LocalMACAddress* mac);
+  /// Appends the addresses of the cluster's remote-client nodes to `ipList`.
+  /// @return 0; -1 when the node list cannot be found or parsed
+  static int GetAllWebswingNodeIPs(std::list<std::string>& ipList);
+
+  // Commands
+
+  /// Runs `command` as `VexaCommonUtils::system` does; -1 when it is null or empty.
+  static int execve_s(const char* command);
+  /// Runs a command line without a shell, its standard handles on "/dev/null", and waits.
+  /// @return the exit code; 4 for a child killed by a signal; -1 on bad input
+  static int runCommand(const char* command, bool inheritEnvironment, bool inheritHandles);
+  /// Runs the program at `path` with the arguments `argv` and waits.
+  /// @return the exit code; 4 for a child killed by a signal; the error number of a failed exec;
+  ///         -1 on bad input or when no process can be made
+  static int runCommand(const char* path, char* const* argv);
+  /// Opens a stream on the standard output of a shell command; null on failure.
+  static std::FILE* pipeline_s(const char* command);
+  /// Closes a stream of `pipeline_s` and returns pclose(3)'s result.
+  static int pclose_s(std::FILE* stream);
+  /// Runs a shell command and returns all that it wrote to its standard output in `result`.
+  /// @return 0 when it wrote anything, else -1
+  static int getSystemExecResult(const char* command, std::string& result);
+
+  // Users and processes
+
+  /// Looks a user up by name; see getpwnam_r(3). The entry's strings stand in `buffer`.
+  /// @return whether it was found
+  static bool securityGetpwnam(const std::string& name, passwd& entry, char* buffer,
+                               long bufferLength);
+  /// Looks a user up by id; see getpwuid_r(3).
+  static bool securityGetpwuid(unsigned int uid, passwd& entry, char* buffer, long bufferLength);
+  /// Appends the blank-separated words of the process's command line, at most 1023 bytes of it.
+  static void getCommandLine(std::vector<std::string>& words);
+
+  // Files
+
+  /// Returns the canonical directory of `path`, its last component in `fileName`; "" on failure.
+  /// @throws std::out_of_range for an empty or all-blank `path`
+  static std::string getParentDirectory(const std::string& path, std::string& fileName);
+  /// Copies a file, never onto itself.
+  /// @return 0; -1 on any failure, no partial target left
+  /// @throws std::out_of_range for an empty or all-blank path
+  static int copyFile(const std::string& source, const std::string& target, bool noOverwrite,
+                      bool keepAttributes);
+
+  // Input safety
+
+  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name.
+  static bool isSafeFileName(const std::string& name);
+  /// Tells whether `text` holds none of the unsafe words listed in "secure.cfg". True, with a
+  /// message on standard error, when the list cannot be read.
+  static bool checkUnSafeStr(const std::string& text);
+};
+
+#endif

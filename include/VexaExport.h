@@ -1,0 +1,7 @@
+#ifndef VEXA_EXPORT_H
+#define VEXA_EXPORT_H
+
+/// Marks a declaration as part of the library's binary contract; everything else stays hidden.
+#define VEXA_EXPORT __attribute__((visibility("default")))
+
+#endif

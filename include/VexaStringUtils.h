@@ -1,0 +1,37 @@
+#ifndef VEXA_STRING_UTILS_H
+#define VEXA_STRING_UTILS_H
+
+#include <string>
+
+#include "VexaExport.h"
+
+/// Free string functions. All of them work on bytes, know the ASCII letters and digits only, never
+/// look at the locale, hold no state and may run in any number of threads at once. None throws on
+/// bad input; a failing allocation passes through as `std::bad_alloc`.
+
+/// Changes every byte 'a' to 'z' of `s` into its upper-case letter, in place; every other byte,
+/// 0x80 and above included, stays as it is.
+VEXA_EXPORT void ToUpperEx(std::string& s);
+
+/// Returns a copy of `s` treated as by `ToUpperEx`.
+VEXA_EXPORT std::string ToUpper(const std::string& s);
+
+/// Tells whether `s` holds no letter beyond the hexadecimal range: false as soon as one of 'G' to
+/// 'Z' or 'g' to 'z' occurs. Digits, punctuation and blanks pass; the empty text yields true.
+VEXA_EXPORT bool StringIsRight(const std::string& s);
+
+/// Returns a copy of `s` in which every byte equal to `c` is replaced by the whole of `rep`, which
+/// may be empty or of any length; inserted text is not searched again.
+///
+///     ReplaceChar("50%", '%', "\\%")  ->  "50\\%"
+VEXA_EXPORT std::string ReplaceChar(const std::string& s, char c, const std::string& rep);
+
+/// Converts the hexadecimal digits of `hex` (up to its first NUL, no prefix, sign or blank) into
+/// decimal text of at most three characters. It exists to convert one byte written as two digits:
+/// "ff" yields "255", the empty text "0". The value wraps at 64 bits and its low 32 bits are
+/// printed as a signed number.
+/// @return the decimal text; "" when a byte is no hexadecimal digit or when the text would need
+///         more than three characters ("3e8" is 1000 and yields "").
+VEXA_EXPORT std::string StrHexToInt(std::string hex);
+
+#endif

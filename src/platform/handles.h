@@ -1,0 +1,70 @@
+#pragma once
+
+#include <dirent.h>
+#include <ifaddrs.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+// Owners of the handles that the operating system gives out: each releases its handle once, at the
+// end of its scope, and leaves `errno` as it was. `release()` hands a handle out of its owner.
+
+namespace commutil {
+
+/// Restores `errno` at the end of a scope.
+class ErrnoKeeper {
+ public:
+  ErrnoKeeper() = default;
+  ErrnoKeeper(const ErrnoKeeper&) = delete;
+  ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
+  ~ErrnoKeeper() { errno = m_errno; }
+
+ private:
+  int m_errno = errno;
+};
+
+/// A file descriptor; -1 when empty.
+class Descriptor {
+ public:
+  Descriptor() = default;
+  explicit Descriptor(int fd) : m_fd(fd) {}
+  Descriptor(Descriptor&& other) noexcept : m_fd(other.release()) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    reset(other.release());
+    return *this;
+  }
+  ~Descriptor() { reset(); }
+
+  int get() const { return m_fd; }
+  explicit operator bool() const { return m_fd >= 0; }
+  int release() { return std::exchange(m_fd, -1); }
+  void reset(int fd = -1) {
+    const ErrnoKeeper keep;
+    if (m_fd >= 0) ::close(m_fd);
+    m_fd = fd;
+  }
+
+ private:
+  int m_fd = -1;
+};
+
+/// Releases a handle of type `Handle` by `close`, keeping `errno`.
+template <class Handle, auto close>
+struct HandleCloser {
+  void operator()(Handle* handle) const {
+    const ErrnoKeeper keep;
+    close(handle);
+  }
+};
+
+using FileHandle = std::unique_ptr<std::FILE, HandleCloser<std::FILE, &std::fclose>>;
+using PipeStream = std::unique_ptr<std::FILE, HandleCloser<std::FILE, &::pclose>>;
+using DirectoryHandle = std::unique_ptr<DIR, HandleCloser<DIR, &::closedir>>;
+using InterfaceList = std::unique_ptr<ifaddrs, HandleCloser<ifaddrs, &::freeifaddrs>>;
+using MallocBlock = std::unique_ptr<void, HandleCloser<void, &std::free>>;
+
+}  // namespace commutil

@@ -1,0 +1,61 @@
+// The platform's INI reader over SimpleIni, for "setting.cfg", "TSSetting.cfg" and "secure.cfg".
+// No state beyond the object.
+#include "platform/ini_reader.h"
+
+// The library's byte strings need no converter.
+#define SI_NO_CONVERSION
+#include <SimpleIni.h>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "platform/file_text.h"
+
+namespace {
+
+using Ini = CSimpleIniCaseA;
+
+/// The section's name without its brackets; none when it carries no brackets.
+std::optional<std::string> bareSection(const std::string& section) {
+  if (section.size() < 2 || section.front() != '[' || section.back() != ']') return std::nullopt;
+  return section.substr(1, section.size() - 2);
+}
+
+}  // namespace
+
+class VexaIniReader::Content {
+ public:
+  Ini ini{/*a_bIsUtf8=*/true, /*a_bMultiKey=*/true, /*a_bMultiLine=*/false};
+};
+
+VexaIniReader::VexaIniReader(const std::string& path) : m_path(path) {}
+
+VexaIniReader::~VexaIniReader() = default;
+
+int VexaIniReader::initialize(bool /*flag*/) {
+  std::string text;
+  if (!commutil::readFileText(m_path, text)) return -1;
+  auto content = std::make_unique<Content>();
+  if (content->ini.LoadData(text.data(), text.size()) < 0) return -1;
+  m_content = std::move(content);
+  return 0;
+}
+
+std::string VexaIniReader::getParamValue(const std::string& section, const std::string& key) const {
+  const auto name = bareSection(section);
+  if (!m_content || !name) return {};
+  return m_content->ini.GetValue(name->c_str(), key.c_str(), "");
+}
+
+void VexaIniReader::getParamList(const std::string& section, std::list<IniNode>& nodes) const {
+  const auto name = bareSection(section);
+  const Ini::TKeyVal* entries =
+      m_content && name ? m_content->ini.GetSection(name->c_str()) : nullptr;
+  if (entries == nullptr) return;
+  std::vector<Ini::TKeyVal::const_pointer> ordered;
+  for (const auto& entry : *entries) ordered.push_back(&entry);
+  std::sort(ordered.begin(), ordered.end(),
+            [](auto* a, auto* b) { return a->first.nOrder < b->first.nOrder; });
+  for (const auto* entry : ordered) nodes.push_back({entry->first.pItem, entry->second});
+}

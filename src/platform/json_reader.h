@@ -1,0 +1,19 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <string>
+
+/// Parses JSON text. Not shared between threads.
+class JsonReader {
+ public:
+  /// @param strict  whether comments, trailing commas and repeated member names are refused too
+  explicit JsonReader(bool strict);
+
+  /// Parses `text` into `root`. Returns false for malformed text, which includes text nested deeper
+  /// than 1000 levels and anything but blanks or comments behind the document; never throws for it.
+  bool parse(const std::string& text, Json::Value& root) const;
+
+ private:
+  bool m_strict;
+};

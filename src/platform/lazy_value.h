@@ -1,0 +1,43 @@
+#pragma once
+
+#include <ace/Guard_T.h>
+#include <ace/Thread_Mutex.h>
+
+#include <atomic>
+#include <utility>
+
+namespace commutil {
+
+/// An answer, and whether it may be kept for the life of the process.
+template <class T>
+struct Answer {
+  T value;
+  bool keep;
+};
+
+/// A value that is computed on first successful use and then never changes: check, lock, check. A
+/// computation that fails (or throws) fills nothing, so the next call tries again. When locking
+/// fails the computation goes ahead unlocked.
+template <class T>
+class LazyValue {
+ public:
+  /// Returns a copy of the kept value, or what `compute` (returning an `Answer<T>`) gives.
+  template <class Compute>
+  T get(Compute compute) {
+    if (m_ready.load(std::memory_order_acquire)) return m_value;
+    const ACE_Guard<ACE_Thread_Mutex> guard(m_mutex);
+    if (m_ready.load(std::memory_order_relaxed)) return m_value;
+    Answer<T> answer = compute();
+    if (!answer.keep) return std::move(answer.value);
+    m_value = std::move(answer.value);
+    m_ready.store(true, std::memory_order_release);
+    return m_value;
+  }
+
+ private:
+  std::atomic<bool> m_ready{false};
+  T m_value{};
+  ACE_Thread_Mutex m_mutex;
+};
+
+}  // namespace commutil

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Fixtures that own their mess: each undoes at the end of its scope what it did to the process or
+// to the file system.
+
+namespace commutil_test {
+
+/// A fresh directory, removed with all it holds.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  const std::filesystem::path& path() const { return m_path; }
+  /// The path of `name` below the directory.
+  std::string operator/(std::string_view name) const { return (m_path / name).string(); }
+  /// Writes a file below the directory, making the folders on the way; returns its path.
+  std::string write(std::string_view name, std::string_view content) const;
+
+ private:
+  std::filesystem::path m_path;
+};
+
+/// An environment variable set (or unset, with no value) for a scope.
+class ScopedEnv {
+ public:
+  ScopedEnv(std::string name, std::optional<std::string> value);
+  ~ScopedEnv();
+  ScopedEnv(const ScopedEnv&) = delete;
+  ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+ private:
+  std::string m_name;
+  std::optional<std::string> m_before;
+};
+
+/// What goes to a descriptor (1 or 2) during a scope. `stop` ends it and returns the text.
+class CapturedOutput {
+ public:
+  explicit CapturedOutput(int fd);
+  ~CapturedOutput();
+  CapturedOutput(const CapturedOutput&) = delete;
+  CapturedOutput& operator=(const CapturedOutput&) = delete;
+
+  std::string stop();
+
+ private:
+  int m_fd;
+  int m_saved;
+  int m_file;
+};
+
+/// A file-creation mask for a scope.
+class ScopedUmask {
+ public:
+  explicit ScopedUmask(mode_t mask);
+  ~ScopedUmask();
+  ScopedUmask(const ScopedUmask&) = delete;
+  ScopedUmask& operator=(const ScopedUmask&) = delete;
+
+ private:
+  mode_t m_before;
+};
+
+void writeFile(const std::string& path, std::string_view content);
+std::string readFile(const std::string& path);
+
+/// Runs `body` in a forked child, for tests of process-wide state (caches, locale, signals, masks,
+/// identity). Expectations inside `body` work as usual; the test fails when one of them fails in
+/// the child or when the child dies. Returns the child's wait status.
+int runInChild(const std::function<void()>& body);
+
+}  // namespace commutil_test
