@@ -185,11 +185,12 @@ void measureReplacing(const std::string& operation, const std::string& from, con
     measure(operation, size, "boost", text, in([](std::string& s, auto& old, auto& fresh) {
               boost::algorithm::replace_all(s, old, fresh);
             }));
-    measure(operation, size, "poco", text,
-            [from, to](std::string& s) { return Poco::replace(s, from, to); });
-    measure(operation, size, "abseil", text, [from, to](std::string& s) {
-      return absl::StrReplaceAll(s, {{from, to}});
-    });
+    measure(operation, size, "poco", text, in([](std::string& s, auto& old, auto& fresh) {
+              Poco::replaceInPlace(s, old, fresh);
+            }));
+    measure(operation, size, "abseil", text, in([](std::string& s, auto& old, auto& fresh) {
+              absl::StrReplaceAll({{old, fresh}}, &s);
+            }));
     measure(operation, size, "limit:copy", text, [](std::string& s) { return s; });
   }
 }
