@@ -109,13 +109,16 @@ class TreeWalk {
 
 void VexaCommonUtils::mkdir_all(const std::string& path) {
   std::string text = path;
-  for (std::size_t i = 1; i < text.size(); ++i) {
+  // Beyond its limit the system refuses every piece, or sees the same text before a NUL byte.
+  const std::size_t end = std::min<std::size_t>(text.size(), PATH_MAX);
+  for (std::size_t i = 1; i < end; ++i) {
     if (!isSeparator(text[i])) continue;
     const char separator = std::exchange(text[i], '\0');
     ::mkdir(text.c_str(), kDirectoryMode);
     text[i] = separator;
   }
-  if (!text.empty() && !isSeparator(text.back())) ::mkdir(text.c_str(), kDirectoryMode);
+  if (text.empty()) return;
+  if (text.size() > end || !isSeparator(text.back())) ::mkdir(text.c_str(), kDirectoryMode);
 }
 
 int VexaCommonUtils::readFile(const std::string& path, std::string& content) {
