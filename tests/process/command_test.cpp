@@ -510,14 +510,30 @@ TEST(RunCommandLine, WaitsForAnyChildAfterAFailedSpawn) {
   });
 }
 
-TEST(RunCommandLine, KeepsToTheExitCodeWithoutStandardDescriptors) {
-  runInChild([] {
-    std::array<int, 3> saved{::dup(0), ::dup(1), ::dup(2)};
-    for (int fd = 0; fd < 3; ++fd) ::close(fd);
-    const int code = VexaCommonUtils_i::runCommand("sh -c 'exit 3'", true, true);
-    for (int fd = 0; fd < 3; ++fd) ::dup2(saved[static_cast<std::size_t>(fd)], fd);
-    EXPECT_EQ(3, code);
-  });
+TEST(RunCommandLine, SetsTheHandlesAlsoWhereStandardDescriptorsAreClosed) {
+  const TempDir directory;
+  const std::string script =
+      directory.write("script",
+                      "for fd in 0 1 2; do test /proc/$$/fd/$fd -ef /dev/null || exit 9$fd; done\n"
+                      "for fd in 3 4 5 6; do test -e /proc/$$/fd/$fd && exit 8$fd; done\n"
+                      "exit 7\n");
+  for (int closed = 0; closed < 8; ++closed) {
+    SCOPED_TRACE(closed);
+    runInChild([closed, &script] {
+      ::closefrom(3);
+      std::array<int, 3> saved{};
+      for (int fd = 0; fd < 3; ++fd) {
+        saved[static_cast<std::size_t>(fd)] = ::fcntl(fd, F_DUPFD_CLOEXEC, 100);
+        if ((closed >> fd & 1) != 0) ::close(fd);
+      }
+      const std::size_t before = openDescriptors();
+      const int code = VexaCommonUtils_i::runCommand(("/bin/sh " + script).c_str(), true, false);
+      const std::size_t after = openDescriptors();
+      for (int fd = 0; fd < 3; ++fd) ::dup2(saved[static_cast<std::size_t>(fd)], fd);
+      EXPECT_EQ(7, code);
+      EXPECT_EQ(before, after);
+    });
+  }
 }
 
 // runCommand with an argument vector
