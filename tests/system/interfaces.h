@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <json/json.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <cctype>
