@@ -12,7 +12,7 @@ class VEXA_EXPORT CMACAddress {
  public:
   /// Both fields zero.
   CMACAddress();
-  ~CMACAddress();
+  ~CMACAddress();  // NOLINT(performance-trivially-destructible): an exported symbol
   CMACAddress(const CMACAddress&) = default;
   CMACAddress& operator=(const CMACAddress&) = default;
 

@@ -102,6 +102,7 @@ int parseBytes(const std::string& text, Vexacommon::LocalMACAddress* mac) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): memset_s does it
 CMACAddress::CMACAddress() {
   memset_s(text, sizeof(text), 0, sizeof(text));
   memset_s(bytes, sizeof(bytes), 0, sizeof(bytes));
