@@ -191,9 +191,13 @@ class VEXA_EXPORT VexaCommonUtils {
   /// Finds the official host name of the IPv4 address `ip`, any form that inet_aton(3) reads.
   /// @return 0 and the name; -1 and "" on failure and for addresses in 0.0.0.0/8
   static int getHostnamebyIP(const std::string& ip, std::string& name);
-  /// Finds the netmask of the local IPv4 address `ip`, through the kernel, then "ifconfig".
-  /// @return 0 and the dotted mask in `netmask`; -1 and "" on failure and for "127.0.0.1"
-  /// @throws std::out_of_range as `GetNetmaskByIpUseifconfig` does
+  /// Finds the netmask of the local IPv4 address `ip`: asks the kernel, and runs "ifconfig" in a
+  /// shell for an address that the kernel does not tell (`GetNetmaskByIpUseioctl`,
+  /// `GetNetmaskByIpUseifconfig`). "127.0.0.1" and what `CheckIp` refuses, IPv6 included, fail at
+  /// once, so that nothing but digits, dots and outer blanks reaches the shell. `ip` is not
+  /// modified.
+  /// @return 0 and the mask in `netmask`; -1 and "" on failure
+  /// @throws std::out_of_range as `GetNetmaskByIpUseifconfig` does; `netmask` is "" then
   static int getNetmaskByIP(std::string& ip, std::string& netmask);
 
   // Commands

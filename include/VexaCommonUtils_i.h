@@ -136,13 +136,31 @@ class VEXA_EXPORT VexaCommonUtils_i {
   static int addressToStringIP(int family, void* sockaddr, int len, char* buf, int bufLen);
   /// Appends a text for each IPv4 or IPv6 address of the machine's interfaces. Returns 0.
   static int getAllIPAddr(std::list<std::string>& addresses);
-  /// Finds the interface that carries the IPv6 address `ip`, which is left in full form.
-  /// @return 0 and the name; -1 when there is none (`interfaceName` unchanged)
+  /// Finds the interface that carries the IPv6 address `ip`, any form that inet_pton(3) reads; the
+  /// kernel's first one wins, see getifaddrs(3). `ip` is left in full form ("fe80:0:0:0:0:0:0:1"),
+  /// also when no interface carries it. Each call leaves the list that it read allocated: a process
+  /// that calls it for ever grows.
+  /// @return 0 and the name in `interfaceName`; -1 (`interfaceName` unchanged) when `ip` is not
+  /// IPv6
+  ///         (`ip` unchanged too) or no interface carries it
   static int getInterfaceOfIPV6(std::string& ip, std::string& interfaceName);
-  /// Finds the MAC address of the interface that carries the IPv6 address `ip`.
-  /// @return 0, also when the tool gives no line (`*mac` unchanged then); -1 on failure
+  /// Finds the MAC address of the interface that carries the IPv6 address `ip`, which is left in
+  /// full form. Where `isZirel` is true it answers as `getZirelMacAddrOfIPV6`; elsewhere it finds
+  /// the interface as `getInterfaceOfIPV6` and reads the fifth column of the first line of
+  /// "/sbin/ifconfig" that holds the interface's name, whose older form has the address there. The
+  /// name becomes part of a shell command as it stands: who may name interfaces may run commands.
+  /// @return 0 and the bytes in `*mac`; also 0, `*mac` unchanged, when the tool is missing or gives
+  /// no
+  ///         line for an interface that was found; -1 (`*mac` unchanged) when `ip` is not IPv6, no
+  ///         interface carries it, or the column holds no address
   static int getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAddress* mac);
-  /// The same from the newer tool's output.
+  /// Finds the MAC address of the interface that carries `ip` in the output of
+  /// "/usr/sbin/ifconfig -a", the newer form ("ether" lines).
+  /// @param ip  the address in the full form of `formatStringIP`; no other form matches
+  /// @return 0 and the bytes in `*mac`: of all interfaces whose name is part of the carrier's name,
+  /// in
+  ///         name order, the last one's ("eth1" also answers for "eth10" where that has no
+  ///         address); -1 (`*mac` unchanged) when there is none or the tool printed nothing
   static int getZirelMacAddrOfIPV6(const std::string& ip, Vexacommon::LocalMACAddress* mac);
   /// Appends the addresses of the cluster's remote-client nodes to `ipList`.
   /// @return 0; -1 when the node list cannot be found or parsed
