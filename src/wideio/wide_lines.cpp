@@ -9,51 +9,56 @@
 namespace commutil {
 namespace {
 
-// Short enough that filling it costs a short line little.
-constexpr std::size_t kPieceSize = 128;
+/// The characters that a handle has decoded and not given out yet: the first members of glibc's
+/// record of a handle's wide side, which stdio has no call for.
+struct DecodedText {
+  wchar_t* next;
+  wchar_t* end;
+};
 
-constexpr wchar_t kWeof = static_cast<wchar_t>(WEOF);
-
-/// Reads values up to a line feed into `piece`, at most `room`, and returns their number. A text
-/// with NULs or a failed read leave fgetws(3) without a length: elements that still hold WEOF,
-/// which no character is, tell it.
-std::size_t readPiece(std::FILE* file, wchar_t* piece, std::size_t room) {
-  std::wmemset(piece, kWeof, room + 1);
-  const bool terminated = ::fgetws_unlocked(piece, static_cast<int>(room + 1), file) != nullptr;
-  if (terminated) {
-    const std::size_t length = std::wcslen(piece);
-    if (length == room || (length > 0 && piece[length - 1] == L'\n')) return length;
-  }
-  std::size_t written = room + 1;
-  while (written > 0 && piece[written - 1] == kWeof) --written;
-  return terminated ? written - 1 : written;
+DecodedText& decodedText(std::FILE* file) {
+  return *reinterpret_cast<DecodedText*>(file->_wide_data);
 }
 
-std::size_t readLine(std::FILE* file, wchar_t* buf, std::size_t limit) {
-  wchar_t piece[kPieceSize];
-  std::size_t i = 0;
-  while (i != limit && ::feof_unlocked(file) == 0) {
-    const std::size_t room = std::min(limit - i, kPieceSize - 1);
-    const std::size_t count = readPiece(file, piece, room);
-    std::wmemcpy(buf + i, piece, count);
-    i += count;
-    if (count > 0 && buf[i - 1] == L'\n') return i - 1;
-    if (count < room) buf[i++] = kWeof;
+/// Tells whether reading one character moved the text as it must: only then is it what it is taken
+/// for and can be read beyond that character. It did not when the handle decoded anew.
+bool advancedByOne(const DecodedText& before, const DecodedText& after) {
+  return after.next == before.next + 1 && after.end == before.end;
+}
+
+/// The number of characters before the first line feed or `delim`, `size` without one.
+std::size_t plainLength(const wchar_t* text, std::size_t size, std::wint_t delim) {
+  const wchar_t* const end = text + size;
+  if (delim == L'\n') {
+    const wchar_t* const lineFeed = std::wmemchr(text, L'\n', size);
+    return lineFeed == nullptr ? size : static_cast<std::size_t>(lineFeed - text);
   }
-  return i;
+  const auto ends = [delim](wchar_t c) {
+    return c == L'\n' || static_cast<std::wint_t>(c) == delim;
+  };
+  return static_cast<std::size_t>(std::find_if(text, end, ends) - text);
 }
 
 }  // namespace
 
 std::size_t readWide(std::FILE* file, wchar_t* buf, std::size_t limit, std::wint_t delim) {
   const HandleLock lock(file);
-  if (delim == L'\n') return readLine(file, buf, limit);
+  DecodedText& decoded = decodedText(file);
   std::size_t i = 0;
-  while (::feof_unlocked(file) == 0) {
+  while (i != limit && ::feof_unlocked(file) == 0) {
+    const DecodedText before = decoded;
     const std::wint_t c = ::fgetwc_unlocked(file);
     buf[i] = static_cast<wchar_t>(c);
     if (c == L'\n' || c == delim) return i;
-    if (++i == limit) break;
+    ++i;
+    if (!advancedByOne(before, decoded)) continue;
+
+    // Up to the character that ends the line, the handle would give these out one by one.
+    const auto ready = static_cast<std::size_t>(decoded.end - decoded.next);
+    const std::size_t count = plainLength(decoded.next, std::min(ready, limit - i), delim);
+    std::wmemcpy(buf + i, decoded.next, count);
+    decoded.next += count;
+    i += count;
   }
   return i;
 }

@@ -10,6 +10,11 @@ namespace {
 
 constexpr int kWriteMode = 16;
 
+void putOpen(std::ostream& stream, wchar_t c) {
+  auto& writer = static_cast<Vexawofstream&>(stream);
+  if (writer.isValid()) writer.put(c);
+}
+
 }  // namespace
 
 Vexawofstream::Vexawofstream() : std::ostream(nullptr), m_file(nullptr) {}
@@ -47,12 +52,12 @@ std::size_t Vexawofstream::write(const void* buf, std::size_t size, std::size_t 
 }
 
 std::ostream& wendl(std::ostream& stream) {
-  static_cast<Vexawofstream&>(stream).put(L'\n');
+  putOpen(stream, L'\n');
   return wflush(stream);
 }
 
 std::ostream& wends(std::ostream& stream) {
-  static_cast<Vexawofstream&>(stream).put(L'\0');
+  putOpen(stream, L'\0');
   return stream;
 }
 
