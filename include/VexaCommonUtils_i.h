@@ -67,22 +67,31 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// Always 2.
   static int VexaGetSSLMode();
 
-  // Strings
+  // Strings (see the remarks at `VexaCommonUtils`)
 
-  /// Returns `s` without leading and trailing bytes from the set `chars`; unchanged when `chars`
-  /// is null or empty.
+  /// Returns `s` without the leading and trailing bytes that are in the set `chars`; "" when it
+  /// holds no other; unchanged when `chars` is null or empty. The usual set is " \t\r\n".
   static std::string VexatrimAll(const std::string& s, const char* chars);
   /// The same as `VexatrimAll`.
   static std::string trimString(const std::string& s, const char* chars);
-  /// Inserts the tokens of the first 1024 bytes of `s`, up to its first NUL, into `out`; runs of
-  /// bytes from `delims` separate tokens.
+
+  /// Inserts the tokens of `s` into `out`, which is not cleared; runs of bytes from `delims`
+  /// separate them and no token is empty. Only the first 1024 bytes of `s` are seen, and nothing
+  /// behind a NUL in `s` or in `delims`. `out` is unchanged when the text cannot be copied.
   static void splitAll(const std::string& s, const std::string& delims, std::set<std::string>& out);
-  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
-  /// @return `buf`
+
+  /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
+  /// @return `buf`, null only when `buf` is null
   static char* ulltoa(unsigned long long value, char* buf);
-  /// Tells whether every byte of `s` is a digit; true for the empty text.
+
+  /// Tells whether every byte of `s` is one of '0' to '9'; true for the empty text.
   static bool Isdigitstr(const std::string& s);
+
   /// Lifts a percentage to the next whole number, but never to 100 from below.
+  /// @param x a percentage, not negative
+  /// @return 100 from 100 on and for what is not a number; 99 from 99 on; else `x` rounded up. The
+  ///         whole part is unsigned: between -1 and 0 it is 0, from -1 down it wraps at 2^64 (-1
+  ///         gives about 1.8e19), and below -2^63 it is 2^64.
   static double getUpperIntVal(double x);
 
   // Base64
@@ -100,7 +109,13 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Database query text
 
-  /// Returns a complete quoted LIKE operand for `text` with its ESCAPE clause.
+  /// Returns a complete LIKE operand for `text`: `VexaCommonUtils::transDBSearchString` of its
+  /// `VexaCommonUtils::transDBUpdateString`, with the wildcards of `mode`, between single quotes,
+  /// followed by `VexaCommonUtils::getEscapeString`. The database type is asked twice, once for an
+  /// empty `text`. A `mode` outside the enumeration adds no wildcard.
+  ///
+  ///     TransferLikeSql("a_b'c", FUZZY_QUERY_BOTH)  ->  "'%a\\_b''c%' escape '\\' "  Oracle family
+  ///                                                     "'%a[_]b''c%'"                any other
   static std::string TransferLikeSql(const std::string& text, Vexacommon::FuzzyQueryMode mode);
 
   // Addresses, interfaces and nodes
