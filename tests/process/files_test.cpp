@@ -305,6 +305,7 @@ TEST(ReadFile, ServesThreadsAtOnce) {
   const std::string expected = patternOfSize(100'000);
   const std::string path = directory.write("file", expected);
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       std::string content;
