@@ -49,6 +49,26 @@ int waitForExitCode(pid_t child) {
   return exitCode(status);
 }
 
+/// Occupies the standard descriptors that are closed: ACE would put its copies of `fd` there, and
+/// its child closes the copies once they stand on 0, 1 and 2.
+std::array<Descriptor, 2> fillStandardDescriptors(int fd) {
+  std::array<Descriptor, 2> fillers;
+  for (Descriptor& filler : fillers) {
+    if (fd > STDERR_FILENO) break;  // the lowest free descriptor is above them
+    filler.reset(::dup(fd));
+    fd = filler.get();
+  }
+  return fillers;
+}
+
+/// Puts the child's three standard handles on `fd`. ACE copies it without telling of a failure; the
+/// child would then run on the caller's own handles.
+bool setStandardHandles(ACE_Process_Options& options, int fd) {
+  const std::array<Descriptor, 2> fillers = fillStandardDescriptors(fd);
+  return options.set_handles(fd, fd, fd) == 0 && options.get_stdin() != ACE_INVALID_HANDLE &&
+         options.get_stdout() != ACE_INVALID_HANDLE && options.get_stderr() != ACE_INVALID_HANDLE;
+}
+
 /// Blocks every signal for the calling thread until the end of a scope.
 class SignalBlock {
  public:
@@ -130,7 +150,7 @@ int VexaCommonUtils_i::runCommand(const char* command, bool inheritEnvironment,
   if (options.command_line_argv()[0] == nullptr) return -1;  // blanks only: ACE would crash
   options.handle_inheritance(inheritHandles ? 1 : 0);
   Descriptor null(ACE_OS::open("/dev/null", O_RDWR, 0644));
-  if (options.set_handles(null.get(), null.get(), null.get()) == -1) {
+  if (!setStandardHandles(options, null.get())) {
     null.release();  // stays open on this path
     return -1;
   }

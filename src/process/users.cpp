@@ -46,7 +46,10 @@ void appendWords(std::string_view text, std::vector<std::string>& words) {
   }
 }
 
-bool wasFound(int error, const passwd* found) { return error == 0 && found != nullptr; }
+/// A buffer's size as the look-ups take it; a negative length is no room at all.
+std::size_t sizeOf(long bufferLength) {
+  return static_cast<std::size_t>(std::max(bufferLength, 0L));
+}
 
 }  // namespace
 
@@ -66,15 +69,14 @@ void VexaCommonUtils::printStackTrace() {
 bool VexaCommonUtils_i::securityGetpwnam(const std::string& name, passwd& entry, char* buffer,
                                          long bufferLength) {
   passwd* found = nullptr;
-  const auto size = static_cast<std::size_t>(bufferLength);
-  return wasFound(::getpwnam_r(name.c_str(), &entry, buffer, size, &found), found);
+  return ::getpwnam_r(name.c_str(), &entry, buffer, sizeOf(bufferLength), &found) == 0 &&
+         found != nullptr;
 }
 
 bool VexaCommonUtils_i::securityGetpwuid(unsigned int uid, passwd& entry, char* buffer,
                                          long bufferLength) {
   passwd* found = nullptr;
-  const auto size = static_cast<std::size_t>(bufferLength);
-  return wasFound(::getpwuid_r(uid, &entry, buffer, size, &found), found);
+  return ::getpwuid_r(uid, &entry, buffer, sizeOf(bufferLength), &found) == 0 && found != nullptr;
 }
 
 void VexaCommonUtils_i::getCommandLine(std::vector<std::string>& words) {
