@@ -44,12 +44,15 @@ struct EntryLayout {
 };
 static_assert(sizeof(EntryLayout) == sizeof(VexaToken::ACE_Token_Queue_Entry));
 
+inline EntryLayout& fieldsOf(VexaToken::ACE_Token_Queue_Entry& entry) {
+  return reinterpret_cast<EntryLayout&>(entry);
+}
+
 /// What the head's runable is, 0 without one: 0 reserved, 2 inside its wait, 1 handed the token.
 inline int runableOfHead(VexaToken& token) {
   TokenLayout& fields = fieldsOf(token);
   fields.lock.acquire();
-  const int runable =
-      fields.head == nullptr ? 0 : reinterpret_cast<EntryLayout*>(fields.head)->runable;
+  const int runable = fields.head == nullptr ? 0 : fieldsOf(*fields.head).runable;
   fields.lock.release();
   return runable;
 }
