@@ -22,7 +22,6 @@ namespace {
 
 using commutil_test::enterNamespaces;
 using commutil_test::mountTmpfs;
-using commutil_test::readFile;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
 using commutil_test::TempDir;
