@@ -120,18 +120,25 @@ class VEXA_EXPORT VexaCommonUtils {
 
   // Character sets
 
-  /// Converts `src` from the locale's encoding to wide text in `dst`, which holds at least
-  /// strlen(`src`) + 1 elements. Does nothing when either is null. The first conversion sets the
-  /// process locale from the environment (`VexaLocale`). An invalid sequence ends the result.
+  // Text in the locale's multibyte encoding and wide text. The first conversion takes the process
+  // locale from the environment (`VexaLocale::Instance`), for an empty text too, but not for a null
+  // argument. Conversions fail without a report; they keep no state between calls, and any number
+  // of threads may convert while none sets the locale.
+
+  /// Converts `src` as mbstowcs(3) does, into `dst`, which holds at least strlen(`src`) + 1
+  /// elements. A NUL is written behind the text and at that last element. An invalid sequence ends
+  /// the conversion: `dst` then holds what stands before it, with no NUL behind it but the last
+  /// element's. Does nothing when either is null.
   static void STR2WSTR(const char* src, wchar_t* dst);
-  /// The same, returning the text up to its first NUL.
+  /// The same, returning the text: up to the first NUL of `s`, or before an invalid sequence.
   static std::wstring STR2WSTR(const std::string& s);
-  /// Converts wide text to the locale's encoding; "" when `src` is null or holds a character that
-  /// the locale cannot encode. The first conversion sets the process locale.
+  /// Converts wide text as wcstombs(3) does. Returns "" when `src` is null, holds a character that
+  /// the locale cannot encode, or gives 2 GiB and more.
   static std::string WSTR2STR(const wchar_t* src);
-  /// Returns a copy of `s`, "" for null: the locale's encoding is taken to be UTF-8.
+  /// Returns a copy of `s` up to its NUL, "" for null. The locale's encoding is taken to be UTF-8:
+  /// no conversion takes place, and the locale is not asked or set.
   static std::string LOC2UTF8(const char* s);
-  /// Returns a copy of `s`, "" for null.
+  /// The same, the other way round.
   static std::string UTF8TOLOC(const char* s);
 
   // Base64
