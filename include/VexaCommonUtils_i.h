@@ -89,22 +89,31 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// The SSL mode code of the platform: always 2.
   static int VexaGetSSLMode();
 
-  // Strings
+  // Strings (see the remarks at `VexaCommonUtils`)
 
-  /// Returns `s` without leading and trailing bytes from the set `chars`; unchanged when `chars`
-  /// is null or empty.
+  /// Returns `s` without the leading and trailing bytes that are in the set `chars`; "" when it
+  /// holds no other; unchanged when `chars` is null or empty. The usual set is " \t\r\n".
   static std::string VexatrimAll(const std::string& s, const char* chars);
   /// The same as `VexatrimAll`.
   static std::string trimString(const std::string& s, const char* chars);
-  /// Inserts the tokens of the first 1024 bytes of `s`, up to its first NUL, into `out`; runs of
-  /// bytes from `delims` separate tokens.
+
+  /// Inserts the tokens of `s` into `out`, which is not cleared; runs of bytes from `delims`
+  /// separate them and no token is empty. Only the first 1024 bytes of `s` are seen, and nothing
+  /// behind a NUL in `s` or in `delims`. `out` is unchanged when the text cannot be copied.
   static void splitAll(const std::string& s, const std::string& delims, std::set<std::string>& out);
-  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
-  /// @return `buf`
+
+  /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
+  /// @return `buf`, null only when `buf` is null
   static char* ulltoa(unsigned long long value, char* buf);
-  /// Tells whether every byte of `s` is a digit; true for the empty text.
+
+  /// Tells whether every byte of `s` is one of '0' to '9'; true for the empty text.
   static bool Isdigitstr(const std::string& s);
+
   /// Lifts a percentage to the next whole number, but never to 100 from below.
+  /// @param x a percentage, not negative
+  /// @return 100 from 100 on and for what is not a number; 99 from 99 on; else `x` rounded up. The
+  ///         whole part is unsigned: between -1 and 0 it is 0, from -1 down it wraps at 2^64 (-1
+  ///         gives about 1.8e19), and below -2^63 it is 2^64.
   static double getUpperIntVal(double x);
 
   // Base64
@@ -122,7 +131,13 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Database query text
 
-  /// Returns a complete quoted LIKE operand for `text` with its ESCAPE clause.
+  /// Returns a complete LIKE operand for `text`: `VexaCommonUtils::transDBSearchString` of its
+  /// `VexaCommonUtils::transDBUpdateString`, with the wildcards of `mode`, between single quotes,
+  /// followed by `VexaCommonUtils::getEscapeString`. The database type is asked twice, once for an
+  /// empty `text`. A `mode` outside the enumeration adds no wildcard.
+  ///
+  ///     TransferLikeSql("a_b'c", FUZZY_QUERY_BOTH)  ->  "'%a\\_b''c%' escape '\\' "  Oracle family
+  ///                                                     "'%a[_]b''c%'"                any other
   static std::string TransferLikeSql(const std::string& text, Vexacommon::FuzzyQueryMode mode);
 
   // Addresses, interfaces and nodes
@@ -143,13 +158,31 @@ class VEXA_EXPORT VexaCommonUtils_i {
   static int addressToStringIP(int family, void* sockaddr, int len, char* buf, int bufLen);
   /// Appends a text for each IPv4 or IPv6 address of the machine's interfaces. Returns 0.
   static int getAllIPAddr(std::list<std::string>& addresses);
-  /// Finds the interface that carries the IPv6 address `ip`, which is left in full form.
-  /// @return 0 and the name; -1 when there is none (`interfaceName` unchanged)
+  /// Finds the interface that carries the IPv6 address `ip`, any form that inet_pton(3) reads; the
+  /// kernel's first one wins, see getifaddrs(3). `ip` is left in full form ("fe80:0:0:0:0:0:0:1"),
+  /// also when no interface carries it. Each call leaves the list that it read allocated: a process
+  /// that calls it for ever grows.
+  /// @return 0 and the name in `interfaceName`; -1 (`interfaceName` unchanged) when `ip` is not
+  /// IPv6
+  ///         (`ip` unchanged too) or no interface carries it
   static int getInterfaceOfIPV6(std::string& ip, std::string& interfaceName);
-  /// Finds the MAC address of the interface that carries the IPv6 address `ip`.
-  /// @return 0, also when the tool gives no line (`*mac` unchanged then); -1 on failure
+  /// Finds the MAC address of the interface that carries the IPv6 address `ip`, which is left in
+  /// full form. Where `isZirel` is true it answers as `getZirelMacAddrOfIPV6`; elsewhere it finds
+  /// the interface as `getInterfaceOfIPV6` and reads the fifth column of the first line of
+  /// "/sbin/ifconfig" that holds the interface's name, whose older form has the address there. The
+  /// name becomes part of a shell command as it stands: who may name interfaces may run commands.
+  /// @return 0 and the bytes in `*mac`; also 0, `*mac` unchanged, when the tool is missing or gives
+  /// no
+  ///         line for an interface that was found; -1 (`*mac` unchanged) when `ip` is not IPv6, no
+  ///         interface carries it, or the column holds no address
   static int getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAddress* mac);
-  /// The same from the newer tool's output.
+  /// Finds the MAC address of the interface that carries `ip` in the output of
+  /// "/usr/sbin/ifconfig -a", the newer form ("ether" lines).
+  /// @param ip  the address in the full form of `formatStringIP`; no other form matches
+  /// @return 0 and the bytes in `*mac`: of all interfaces whose name is part of the carrier's name,
+  /// in
+  ///         name order, the last one's ("eth1" also answers for "eth10" where that has no
+  ///         address); -1 (`*mac` unchanged) when there is none or the tool printed nothing
   static int getZirelMacAddrOfIPV6(const std::string& ip, Vexacommon::LocalMACAddress* mac);
   /// Appends the addresses of the cluster's remote-client nodes to `ipList`.
   /// @return 0; -1 when the node list cannot be found or parsed
@@ -187,21 +220,42 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Files
 
-  /// Returns the canonical directory of `path`, its last component in `fileName`; "" on failure.
-  /// @throws std::out_of_range for an empty or all-blank `path`
+  /// Splits `path`, less the blanks (0x20 only) around it, at its last "/".
+  ///
+  /// Example: " /etc/hosts" gives "/etc" and "hosts", "hosts" the working directory and "hosts".
+  /// @return the directory part as an absolute path without links (realpath(3)) and the last
+  ///         component in `fileName`. "" when the directory does not exist or has more than 4096
+  ///         bytes; "", and `fileName` empty, when `path` ends with "/"
+  /// @throws std::out_of_range for an empty or all-blank `path`, `fileName` empty then
   static std::string getParentDirectory(const std::string& path, std::string& fileName);
-  /// Copies a file, never onto itself.
-  /// @return 0; -1 on any failure, no partial target left
+
+  /// Copies the file `source` to `target`, which is created (mode 0666 less the process's mask) or
+  /// emptied first; links are followed at both ends. Both paths are split by `getParentDirectory`,
+  /// so both directories must exist and blanks around the paths are dropped.
+  ///
+  /// A copy that fails half-way is removed, with what the target held before; so is what stands at
+  /// `target`, be it a link or a device. A pipe as source is read to its end.
+  /// @param noOverwrite     fail when `target` exists; a link that leads nowhere does not
+  /// @param keepAttributes  afterwards set the source's times (whole seconds), mode, then owner and
+  ///                        group as far as the system allows; set-user-ID bits get lost on the way
+  /// @return 0; -1 on any failure and when both are the same file, by whatever path or link: that
+  ///         is noticed before anything is touched
   /// @throws std::out_of_range for an empty or all-blank path
   static int copyFile(const std::string& source, const std::string& target, bool noOverwrite,
                       bool keepAttributes);
 
   // Input safety
 
-  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name.
+  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name: / \ : * ?
+  /// " ' < > | ` ; & $ and the line feed. An empty name is safe, as are "..", blanks and NUL bytes.
   static bool isSafeFileName(const std::string& name);
-  /// Tells whether `text` holds none of the unsafe words listed in "secure.cfg". True, with a
-  /// message on standard error, when the list cannot be read.
+
+  /// Tells whether `text` holds none of the unsafe words: the values, not the keys, of section
+  /// "[UnsafeWord]" of "secure.cfg" (see `getConfFile`), read afresh on each call. Case counts, and
+  /// a word is found anywhere. An empty `text` is safe without a look at the file.
+  ///
+  /// Fails open: where the file cannot be read it writes "file open fail, " and the file's path to
+  /// standard error and returns true.
   static bool checkUnSafeStr(const std::string& text);
 };
 
