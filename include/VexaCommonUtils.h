@@ -16,52 +16,70 @@ class VEXA_EXPORT VexaCommonUtils {
  public:
   // Environment
 
-  /// Returns a copy of the environment variable `name`, "" when `name` is null or not set. See
-  /// getenv(3): not safe against a concurrent `setenv`.
+  /// Returns a copy of the value of the environment variable `name`, byte for byte; "" when `name`
+  /// is null, and when the variable is not set, which a caller cannot tell from one set to "". Read
+  /// on every call. As safe between threads as getenv(3): not against a concurrent setenv(3).
   static std::string Vexagetenv(const char* name);
 
-  /// Returns `text` with each reference "$(NAME)" replaced by the environment variable's value. A
-  /// reference to an unset or empty variable stays as written; values are not expanded again.
+  /// Returns `text` with each reference "$(NAME)" to an environment variable replaced by its value:
+  /// with `HOME` "/home/u", "$(HOME)/x" gives "/home/u/x". One pass from left to right; values are
+  /// not scanned again and references do not nest. NAME is what stands up to the first ")", blanks
+  /// and signs included, and is given to getenv(3) as a C string. A reference to a variable that is
+  /// unset or empty stays as written, and so does one without its end. Threads as `Vexagetenv`.
   static std::string replaceEnvVar(const std::string& text);
 
-  /// The same for references written "%NAME%".
+  /// The same for references written "%NAME%". Percent signs pair from left to right: "%A%B%C%"
+  /// refers to A and C.
   static std::string replEnvVar(const std::string& text);
 
   // Configuration and log paths
+  //
+  // Composed from environment variables on every call, but for the trace directory; an unset
+  // variable reads as "". No directory needs to exist. Threads as `Vexagetenv`.
 
-  /// Returns `COMMON_LIB_PATH` + "/conf".
+  /// Returns `COMMON_LIB_PATH` + "/conf", without a "/" at its end.
   static std::string getCommonConfigPath();
   /// Returns the same as `getCommonConfigPath`.
   static std::string getConfigPath();
-  /// Returns `APP_ROOT` + "/conf".
+  /// Returns `APP_ROOT` + "/conf", without a "/" at its end.
   static std::string getAppConfigPath();
-  /// Returns `_APP_SHARE_DIR` + "/conf".
+  /// Returns `_APP_SHARE_DIR` + "/conf", without a "/" at its end.
   static std::string getAPPShareConfigPath();
 
   /// Returns the trace directory, always with a "/" at its end: "tracedir" of "[TraceDir]" in
-  /// "setting.cfg", "${NAME}" references expanded, or `_APP_LOG_DIR` + "/log/". The first answer
-  /// given while the settings file could be read is kept for the life of the process.
+  /// "setting.cfg" (see `VexaCommonUtils_i::getConfFile`), "${NAME}" references expanded, or
+  /// `_APP_LOG_DIR` + "/log/" where that is empty or missing. The first answer given while the file
+  /// could be read is kept for the life of the process; without a readable file the default is
+  /// returned and nothing kept.
   static std::string getTracePath();
 
-  /// Returns `VEXA_DUMP_ALL_LOCKS_FILE` as it is, even when empty; "/tmp/lockInfo.dump" when the
-  /// variable is not set.
+  /// Returns the value of `VEXA_DUMP_ALL_LOCKS_FILE` as it is, even when empty;
+  /// "/tmp/lockInfo.dump" when the variable is not set.
   static std::string getDumpAllLocksFile();
 
   // Settings and deployment switches
+  //
+  // Words ("enable", "disable", "true") are compared exactly, case included. See
+  // docs/configuration.md for every file and key.
 
-  /// Tells whether services listen on all addresses: "ListenAllIp" is exactly "enable" in "[IP]"
-  /// of "setting.cfg" or, where the file leaves it empty, in the settings store. False without a
-  /// readable "setting.cfg". Read on every call.
+  /// Tells whether services listen on all addresses: "ListenAllIp" is "enable" in "[IP]" of
+  /// "setting.cfg" or, where the file leaves it empty, in the settings store, the branch of
+  /// `APP_NAME` before "global". False without a readable "setting.cfg", whatever the store holds.
+  /// Read on every call. The result of the store's second look-up is not tested: text that a
+  /// failing store writes counts.
   static bool isListenAllIp();
 
   /// Forwards to `VexaCommonUtils_i::isCorbaSSLOnly`.
   static bool isCorbaSSLOnly();
 
-  /// Always true.
+  /// Always true, which converts to 1; reads nothing.
   static bool IsGlobalVersion();
 
-  /// Returns the type of the first database in the JSON file that `APP_CONF_FILE` names, unchanged;
-  /// "sybase" when it cannot be read. The first type read is kept for the life of the process.
+  /// Returns the database type that the JSON file named by `APP_CONF_FILE` gives: "type" of the
+  /// first element under the first name, in byte order, of "databases", unchanged. The first type
+  /// read is kept for the life of the process. Returns "sybase", and keeps nothing, when the
+  /// variable is empty, the file cannot be read or parsed, or the type is missing, empty or no
+  /// text.
   static std::string getDBType();
 
   // Strings

@@ -18,53 +18,75 @@ class VEXA_EXPORT VexaCommonUtils_i {
  public:
   // Environment
 
-  /// Returns `text` with each reference "${NAME}" replaced, as `VexaCommonUtils::replaceEnvVar`
-  /// does.
+  /// Returns `text` with each reference "${NAME}" replaced, by the rules of
+  /// `VexaCommonUtils::replaceEnvVar`.
   static std::string VexareplaceEnvVar(const std::string& text);
-  /// Returns `text` unchanged: a placeholder.
+  /// Returns a copy of `text`, nothing expanded: a placeholder.
   static std::string VexareplaceMacroVar(const std::string& text);
 
   // Configuration and log paths
 
-  /// Returns the path of the configuration file `fileName`: the first that exists of
-  /// `_APP_SHARE_DIR` + "/conf/" and `APP_ROOT` + "/conf/", else `COMMON_LIB_PATH` + "/conf/",
-  /// whether it exists there or not.
+  /// Returns the path of the configuration file `fileName`, which is appended as given and may hold
+  /// subdirectories: the first that exists (access(2), F_OK) of `_APP_SHARE_DIR` + "/conf/" and
+  /// `APP_ROOT` + "/conf/", else `COMMON_LIB_PATH` + "/conf/", whether it exists there or not.
+  /// Searched on every call.
   static std::string getConfFile(const std::string& fileName);
 
   // Settings and deployment switches
 
-  /// Asks the settings store for `key`.
-  /// @return the store's result, 0 on success; -1 when the store is not available
+  /// Asks the settings store, the library "libsettingrest.so", for the value of `key`. The store is
+  /// loaded by the first call that finds it and stays mapped for the life of the process; later
+  /// calls take no lock and are not serialised. What the store throws passes through.
+  /// @return the store's result, 0 on success; -1 when the library or its entry point cannot be
+  ///         found, `value` unchanged then; the next call tries again
   static int getSettingParamValue(const std::string& key, std::string& value);
-  /// Asks the settings store for the parameters of `group`.
-  /// @return the store's result, 0 on success; -1 when the store is not available
+  /// Asks the settings store for the parameters of `group`, a text of the store's own format.
+  /// @return as `getSettingParamValue`; `params` is unchanged for -1
   static int getSettingGroupParams(const std::string& group,
                                    std::map<std::string, std::string>& params);
-  /// Asks the settings store for `primaryKey`, then for `fallbackKey`.
-  /// @return whether either gave a non-empty value
+  /// Asks the settings store for `primaryKey`, then, unless that succeeded with a value that is not
+  /// empty, for `fallbackKey`. `value` is handed to both as it stands and is never cleared here: on
+  /// failure it holds what the store left in it.
+  /// @return whether one of them succeeded with a value that is not empty
   static bool GetSetParamValue(const std::string& primaryKey, const std::string& fallbackKey,
                                std::string& value);
   /// Tells whether services listen on the loopback address; as `VexaCommonUtils::isListenAllIp`,
   /// with "ListenLoopbackIP".
   static bool isListenLoopback();
-  /// Tells whether CORBA traffic must be encrypted: "SSLNoProtection" in the settings store is
-  /// "disable" or not set. Read on every call.
+  /// Tells whether CORBA traffic must be encrypted: "SSLNoProtection" in the settings store, the
+  /// branch of `APP_NAME` before "global", is "disable" or set nowhere. Read on every call. The
+  /// value begins as "disable" and is not cleared between the look-ups, whose second result is not
+  /// tested: a store that succeeds with an empty value everywhere gives false.
   static bool isCorbaSSLOnly();
   /// Tells whether "ts_mode" is "true" in "[TS]" of `COMMON_SHARE_PATH` +
-  /// "/etc/conf/TSSetting.cfg". The first answer read is kept for the life of the process.
+  /// "/etc/conf/TSSetting.cfg", "/export/home/omc" standing in for an empty variable. The first
+  /// answer read is kept for the life of the process; without a readable file the answer is false
+  /// and nothing kept. Takes no lock: concurrent first calls may each read the file.
   static bool isTsMode();
-  /// Tells whether the host runs the ZirelOS distribution. Read on every call.
+  /// Tells whether "/etc/os-release" holds the line NAME="ZirelOS" and nothing else on it. Read on
+  /// every call, in pieces of at most 1023 bytes: a piece of a longer line is compared as a line.
   static bool isZirel();
 
   // SSL service configuration
 
-  /// Returns the path of the configuration file `fileName`. "svc_ssl.conf" is generated once per
-  /// process from its template and the settings store.
-  /// @return the path; "" when the template cannot be read or the file cannot be written
-  /// @throws std::out_of_range ("basic_string::replace") when an option must be added and the
-  ///         template has no double quote behind "-SSLCAfile"
+  /// Returns the path of the configuration file `fileName`, as `getConfFile` does, and for
+  /// "svc_ssl.conf" exactly the path of the SSL option file of this process instance:
+  /// `_APP_SHARE_DIR` + "/svc_ssl_" + `PROCESS_INSTANCE_ID` + ".conf", mode 0640 under any umask.
+  ///
+  /// The first successful call generates that file; later ones return its path and touch nothing.
+  /// Of "-SSLAuthenticate", "-SSLVersion" and "-SSLNoProtection" each one that the template does
+  /// not name anywhere is inserted, on a line of its own, before the first double quote behind
+  /// "-SSLCAfile", with its value from the settings store or "NONE", "TLSv1.2" and "disable" (the
+  /// last one is added for "enable" only, and has no value).
+  ///
+  /// An older file is removed first. Threads that make the first call together generate the same
+  /// file one after the other.
+  /// @return the path; "" when the template cannot be read or the file cannot be written, no file
+  ///         being left then; the next call tries again
+  /// @throws std::out_of_range ("basic_string::replace") when an option must be added and there is
+  ///         no double quote behind "-SSLCAfile", or no such option; the older file is gone then
   static std::string get_svc_ssl_conf(const std::string& fileName);
-  /// Always 2.
+  /// The SSL mode code of the platform: always 2.
   static int VexaGetSSLMode();
 
   // Strings (see the remarks at `VexaCommonUtils`)
