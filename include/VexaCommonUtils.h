@@ -227,29 +227,52 @@ class VEXA_EXPORT VexaCommonUtils {
 
   // Commands
 
-  /// Runs `command` in the shell, its standard input at end of file, and waits. The process's
-  /// `SIGCHLD` disposition becomes the default one and stays so; the calling thread's signals are
-  /// unblocked meanwhile.
-  /// @return the raw wait status; 0 when the child was reaped elsewhere; -1 on failure
+  /// Runs `command` in the shell and waits for the shell to end. The command's standard input is
+  /// at its end; its output and error are the process's. No time limit.
+  ///
+  /// The text goes to the shell as it is: a caller that puts foreign text into it must have checked
+  /// that this text holds nothing that the shell treats specially.
+  ///
+  /// The `SIGCHLD` disposition of the whole process becomes the default one and stays so. The
+  /// calling thread's signals are all unblocked meanwhile (also for the command) and the mask is
+  /// put back, except where the command could not be started: the thread keeps the empty mask then.
+  /// @return the raw wait status, see wait(2): an exit code of 3 is 768, death by SIGKILL is 9; 0
+  ///         when the shell was reaped elsewhere; -1 when it cannot be started or waited for
   static int system(const char* command);
 
   // Users and processes
 
-  /// Makes the process run as the platform's service user "ossuser" in a PAM session of service
-  /// "su". Changes the whole process: call it once, before threads start.
-  /// @return 0 on success and for a caller that is not root; a PAM error code when the
-  ///         transaction cannot start; -1 on any other failure
+  /// Makes the process run as the platform's service user "ossuser" and its groups, in a PAM
+  /// session of service "su" that stays open for the rest of the process's life. Steps: credentials
+  /// and session, with a file-creation mask of 027 that is put back; setgid(2), initgroups(3),
+  /// setuid(2). A failure leaves done what was done before it, but ends a PAM transaction that gave
+  /// no session.
+  ///
+  /// Changes the identity of all threads, and the mask of all threads for a while: call it once,
+  /// before threads start. Calls exclude each other.
+  /// @return 0 on success, and at once for a caller whose real user is not root; the PAM error code
+  ///         (positive, see pam_start(3)) when the transaction cannot start; -1 on any other
+  ///         failure, such as no such user or a password entry of more than 1024 bytes
   static int switchOmcUser();
-  /// Finds the user and the remote address of the session on the controlling terminal; `address`
-  /// includes its parentheses.
-  /// @return 0; -1 on failure (`user` may have changed)
+
+  /// Finds the user and the remote address of the session on the terminal at standard input, as
+  /// "/usr/bin/whoami" and "/usr/bin/who -m" tell them.
+  /// @param user    set without the blanks around it; changed also when only the address is missing
+  /// @param address set to the text from the last "(" to the last ")", both included; where they
+  ///                stand the wrong way round, from that "(" on. Unchanged on failure.
+  /// @return 0; -1 when there is no terminal, a tool gives no output, or a parenthesis is missing
   static int getSessionDetails(std::string& user, std::string& address);
-  /// Returns the kernel's id of the calling thread; see gettid(2).
+
+  /// Returns the kernel's id of the calling thread, see gettid(2). In the main thread it is the
+  /// process id.
   static long getKernelThreadIDForFS();
-  /// A placeholder on this platform: returns 0 and leaves its arguments alone.
+
+  /// A placeholder on this platform: returns 0 and leaves `cpu` and `memory` as they are.
   static int getProcessCPUAndMem(const std::string& process, unsigned int& cpu,
                                  unsigned int& memory);
-  /// Writes to standard output that stack traces are not supported.
+
+  /// Writes to standard output (`std::cout`) that stack traces are not supported: three lines, each
+  /// flushed, the last one empty.
   static void printStackTrace();
 
   // Files

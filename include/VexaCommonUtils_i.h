@@ -190,32 +190,76 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Commands
 
-  /// Runs `command` as `VexaCommonUtils::system` does; -1 when it is null or empty.
+  /// Runs `command` as `VexaCommonUtils::system` does, with all that is said there.
+  /// @return what `system` returns; -1 when `command` is null or empty, nothing done then
   static int execve_s(const char* command);
-  /// Runs a command line without a shell, its standard handles on "/dev/null", and waits.
-  /// @return the exit code; 4 for a child killed by a signal; -1 on bad input
+
+  /// Runs a program with its standard handles on "/dev/null" and waits for it. There is no shell:
+  /// blanks separate words, single or double quotes around a whole word keep its blanks, every
+  /// other byte stands for itself. The first 4095 bytes and 127 words are seen.
+  ///
+  /// The child is made by fork(2), whose cost grows with the caller's memory; without
+  /// `inheritHandles` it visits every possible descriptor. A failed fork is not told apart: any
+  /// child of the process is waited for then.
+  /// @param inheritEnvironment whether the child gets the caller's environment and the program is
+  ///        looked up on `PATH`; else the environment is empty and the program is named by path
+  /// @param inheritHandles whether the child gets the caller's open descriptors above 2
+  /// @return the exit code, an exec error number such as 2 for a missing program included; 4 also
+  ///         for a child killed by a signal; 0 also when the status is lost, because another thread
+  ///         or a handler reaped the child, the wait was interrupted or fork failed without another
+  ///         child; -1 when `command` is null, empty or blanks alone, or "/dev/null" cannot be set
+  ///         (its descriptor stays open then, if it could be opened)
   static int runCommand(const char* command, bool inheritEnvironment, bool inheritHandles);
-  /// Runs the program at `path` with the arguments `argv` and waits.
-  /// @return the exit code; 4 for a child killed by a signal; the error number of a failed exec;
-  ///         -1 on bad input or when no process can be made
+
+  /// Runs the program at `path`, not looked up on `PATH`, with the arguments `argv` (the program's
+  /// name first, a null pointer last) and waits for it. Environment, descriptors, signal mask and
+  /// ignored signals are the caller's. No shell is involved.
+  ///
+  /// The child shares the caller's memory until its program starts, as with vfork(2): the cost does
+  /// not grow with the caller, and handlers registered by pthread_atfork(3) do not run.
+  /// @return the exit code; the error number of a failed exec, such as 2 for a missing program or 13
+  ///         for one that may not be run; 4 also for a child killed by a signal; 0 also when the
+  ///         status is lost, because another thread or a handler reaped the child or the wait was
+  ///         interrupted; -1 when an argument or `argv[0]` is null or no process can be made
   static int runCommand(const char* path, char* const* argv);
-  /// Opens a stream on the standard output of a shell command; null on failure.
+
+  /// Opens a stream on the standard output of a shell command, see popen(3). The caller reads it
+  /// and closes it with `pclose_s`. As with `VexaCommonUtils::system`, the text goes to the shell
+  /// as it is, and the caller must have checked foreign text in it.
+  /// @return the stream; null when the command cannot be started
   static std::FILE* pipeline_s(const char* command);
-  /// Closes a stream of `pipeline_s` and returns pclose(3)'s result.
+
+  /// Closes a stream of `pipeline_s` and waits for its command.
+  /// @return the raw wait status; -1, with `errno` set, when there is none; see pclose(3)
   static int pclose_s(std::FILE* stream);
-  /// Runs a shell command and returns all that it wrote to its standard output in `result`.
-  /// @return 0 when it wrote anything, else -1
+
+  /// Runs a shell command and collects all that it, and what it left running, writes to its
+  /// standard output; its input and error are the process's. As with `VexaCommonUtils::system`, the
+  /// text goes to the shell as it is, and the caller must have checked foreign text in it.
+  ///
+  /// Lines are read in pieces of at most 127 bytes, and what follows a NUL within its piece is lost;
+  /// all else is kept exactly, line ends and blanks included. A read error ends the output.
+  /// @param result replaced by the output, "" on failure
+  /// @return 0 when `result` is not empty, whatever the command's exit code; else -1
+  /// @throws std::length_error when the output exceeds what a string can hold
   static int getSystemExecResult(const char* command, std::string& result);
 
   // Users and processes
 
-  /// Looks a user up by name; see getpwnam_r(3). The entry's strings stand in `buffer`.
-  /// @return whether it was found
+  /// Looks a user up by name, see getpwnam_r(3).
+  /// @param entry  the user's entry on success; its texts stand in `buffer`
+  /// @param buffer room of `bufferLength` bytes for these texts; 1024 do for most users
+  /// @return whether the user was found; false for a missing user as for a failed look-up, a buffer
+  ///         that is missing or too small included
   static bool securityGetpwnam(const std::string& name, passwd& entry, char* buffer,
                                long bufferLength);
-  /// Looks a user up by id; see getpwuid_r(3).
+
+  /// The same by user id, see getpwuid_r(3).
   static bool securityGetpwuid(unsigned int uid, passwd& entry, char* buffer, long bufferLength);
-  /// Appends the blank-separated words of the process's command line, at most 1023 bytes of it.
+
+  /// Appends the words of the process's command line ("/proc/PID/cmdline") to `words`, at most its
+  /// first 1023 bytes; a word cut there is kept in its cut form. Blanks separate words: an argument
+  /// "x y" becomes two of them. `words` is unchanged when the command line cannot be read.
   static void getCommandLine(std::vector<std::string>& words);
 
   // Files
