@@ -101,7 +101,7 @@ std::string longEntry(const std::string& ip, std::size_t size) {
 }
 
 TEST(HostsOnTheSystem, FailsWhereAnAnswerDoesNotFitInItsBuffer) {
-  withHosts(longEntry("10.1.1.1", 8000) + "10.1.1.2 small\n", "big", [] {
+  withHosts("10.1.1.2 small\n" + longEntry("10.1.1.1", 8000), "big", [] {
     std::string text = "junk";
     EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname("big", text));
     EXPECT_EQ("", text);
@@ -171,7 +171,7 @@ TEST(AddressesOnTheSystem, ListsEveryInterfaceAddressInTheSystemsOrder) {
     std::list<std::string> addresses{"before"};
     EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
     std::list<std::string> expected = expectedAddresses();
-    EXPECT_THAT(expected, testing::Contains("0:0:2001:db8:1:2:3:4"));
+    EXPECT_THAT(expected, testing::Contains("::2001:db8:1:2:3:4"));
     EXPECT_THAT(expected, testing::Contains("10.1.1.1").Times(2));
     expected.push_front("before");
     EXPECT_EQ(expected, addresses);
