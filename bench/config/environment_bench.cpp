@@ -50,7 +50,10 @@ void getPoco(benchmark::State& state) {
 }
 
 void getLimit(benchmark::State& state) {
-  for (auto _ : state) benchmark::DoNotOptimize(std::string(std::getenv("BENCH_ROOT")));
+  for (auto _ : state) {
+    const char* const value = std::getenv("BENCH_ROOT");
+    benchmark::DoNotOptimize(std::string(value != nullptr ? value : ""));
+  }
 }
 
 const bool kRegistered = [] {

@@ -2,6 +2,7 @@
 // use. Used by the deployment switches and the SSL option file. Safe between threads; calls into a
 // loaded store are not serialised.
 #include <ace/DLL.h>
+#include <ace/DLL_Manager.h>
 #include <ace/Guard_T.h>
 #include <ace/Thread_Mutex.h>
 #include <dlfcn.h>
@@ -19,6 +20,13 @@ constexpr int kUnavailable = -1;
 using ParamValue = int (*)(const std::string& key, std::string& value);
 using GroupParams = int (*)(const std::string& group, std::map<std::string, std::string>& params);
 
+/// Opens the store. ACE makes its manager of libraries on first use without a barrier between
+/// threads, and each entry point has a lock of its own: the static's guard stands in for one.
+bool open(ACE_DLL& store) {
+  static const ACE_DLL_Manager* const manager = ACE_DLL_Manager::instance();
+  return manager != nullptr && store.open(kStoreLibrary) == 0;
+}
+
 /// Keeps the library of `store` mapped for the life of the process: ACE unloads it with the last of
 /// its handle objects, under the entry points that are kept.
 void pin(const ACE_DLL& store) {
@@ -35,7 +43,7 @@ template <class Function, class Output>
 int loadAndCall(std::atomic<Function>& resolved, const char* name, const std::string& key,
                 Output& output) {
   ACE_DLL store;
-  if (store.open(kStoreLibrary) != 0) return kUnavailable;
+  if (!open(store)) return kUnavailable;
   const auto function = reinterpret_cast<Function>(store.symbol(name));
   if (function != nullptr) pin(store);
   resolved.store(function, std::memory_order_release);

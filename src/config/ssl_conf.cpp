@@ -83,7 +83,7 @@ bool generate(const std::string& source, const std::string& target) {
 }  // namespace
 
 std::string VexaCommonUtils_i::get_svc_ssl_conf(const std::string& fileName) {
-  const std::string source = getConfFile(fileName);
+  std::string source = getConfFile(fileName);
   if (fileName != kTemplateName) return source;
   std::string target = generatedPath();
   static constinit std::atomic<bool> generated{false};

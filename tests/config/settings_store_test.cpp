@@ -15,7 +15,6 @@
 
 namespace {
 
-using commutil_test::FakeStore;
 using commutil_test::fakeStore;
 using commutil_test::InstalledStore;
 using commutil_test::TempDir;
@@ -81,7 +80,7 @@ TEST(SettingsStore, ALibraryInstalledLaterIsFound) {
 TEST(SettingsStore, PassesArgumentsAndResultsThrough) {
   const InstalledStore store("full");
   runInChild([] {
-    const std::string key("/k\0y \xff", 7);
+    const std::string key("/k\0y \xff", 6);
     for (const int result : {0, 1, -1, 7, -2'000'000'000}) {
       SCOPED_TRACE(result);
       fakeStore().answers[key] = {result, "written"};

@@ -176,9 +176,10 @@ TEST_F(Settings, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotAsked) {
   const InstalledStore store("full");
   const auto expectOff = [] {
     for (const ListenSwitch& listen : kListenSwitches) {
-      for (const char* const branch : {"gateway/", "global/"})
-        fakeStore().answers[std::string("/vexa/common/setting_cfg/") + branch + listen.parameter] =
-            {0, "enable"};
+      for (const char* const branch : {"gateway/", "global/"}) {
+        const std::string tree = std::string("/vexa/common/setting_cfg/") + branch;
+        fakeStore().answers[tree + listen.parameter] = {0, "enable"};
+      }
       EXPECT_FALSE(listen.isOn());
     }
     EXPECT_THAT(fakeStore().asked, IsEmpty());

@@ -248,7 +248,7 @@ TEST_F(SslConf, TheDefaultsHoldWithoutAStore) {
 }
 
 TEST_F(SslConf, CopiesABigTemplate) {
-  const std::string filling(20'000'000, '#');
+  const std::string filling(5'000'000, '#');
   writeTemplate(filling + "\"-SSLCAfile a\"" + filling);
   runInChild([&] {
     EXPECT_EQ(m_target, generate());
