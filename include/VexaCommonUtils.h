@@ -16,103 +16,147 @@ class VEXA_EXPORT VexaCommonUtils {
  public:
   // Environment
 
-  /// Returns a copy of the environment variable `name`, "" when `name` is null or not set. See
-  /// getenv(3): not safe against a concurrent `setenv`.
+  /// Returns a copy of the value of the environment variable `name`, byte for byte; "" when `name`
+  /// is null, and when the variable is not set, which a caller cannot tell from one set to "". Read
+  /// on every call. As safe between threads as getenv(3): not against a concurrent setenv(3).
   static std::string Vexagetenv(const char* name);
 
-  /// Returns `text` with each reference "$(NAME)" replaced by the environment variable's value. A
-  /// reference to an unset or empty variable stays as written; values are not expanded again.
+  /// Returns `text` with each reference "$(NAME)" to an environment variable replaced by its value:
+  /// with `HOME` "/home/u", "$(HOME)/x" gives "/home/u/x". One pass from left to right; values are
+  /// not scanned again and references do not nest. NAME is what stands up to the first ")", blanks
+  /// and signs included, and is given to getenv(3) as a C string. A reference to a variable that is
+  /// unset or empty stays as written, and so does one without its end. Threads as `Vexagetenv`.
   static std::string replaceEnvVar(const std::string& text);
 
-  /// The same for references written "%NAME%".
+  /// The same for references written "%NAME%". Percent signs pair from left to right: "%A%B%C%"
+  /// refers to A and C.
   static std::string replEnvVar(const std::string& text);
 
   // Configuration and log paths
+  //
+  // Composed from environment variables on every call, but for the trace directory; an unset
+  // variable reads as "". No directory needs to exist. Threads as `Vexagetenv`.
 
-  /// Returns `COMMON_LIB_PATH` + "/conf".
+  /// Returns `COMMON_LIB_PATH` + "/conf", without a "/" at its end.
   static std::string getCommonConfigPath();
   /// Returns the same as `getCommonConfigPath`.
   static std::string getConfigPath();
-  /// Returns `APP_ROOT` + "/conf".
+  /// Returns `APP_ROOT` + "/conf", without a "/" at its end.
   static std::string getAppConfigPath();
-  /// Returns `_APP_SHARE_DIR` + "/conf".
+  /// Returns `_APP_SHARE_DIR` + "/conf", without a "/" at its end.
   static std::string getAPPShareConfigPath();
 
   /// Returns the trace directory, always with a "/" at its end: "tracedir" of "[TraceDir]" in
-  /// "setting.cfg", "${NAME}" references expanded, or `_APP_LOG_DIR` + "/log/". The first answer
-  /// given while the settings file could be read is kept for the life of the process.
+  /// "setting.cfg" (see `VexaCommonUtils_i::getConfFile`), "${NAME}" references expanded, or
+  /// `_APP_LOG_DIR` + "/log/" where that is empty or missing. The first answer given while the file
+  /// could be read is kept for the life of the process; without a readable file the default is
+  /// returned and nothing kept.
   static std::string getTracePath();
 
-  /// Returns `VEXA_DUMP_ALL_LOCKS_FILE` as it is, even when empty; "/tmp/lockInfo.dump" when the
-  /// variable is not set.
+  /// Returns the value of `VEXA_DUMP_ALL_LOCKS_FILE` as it is, even when empty;
+  /// "/tmp/lockInfo.dump" when the variable is not set.
   static std::string getDumpAllLocksFile();
 
   // Settings and deployment switches
+  //
+  // Words ("enable", "disable", "true") are compared exactly, case included. See
+  // docs/configuration.md for every file and key.
 
-  /// Tells whether services listen on all addresses: "ListenAllIp" is exactly "enable" in "[IP]"
-  /// of "setting.cfg" or, where the file leaves it empty, in the settings store. False without a
-  /// readable "setting.cfg". Read on every call.
+  /// Tells whether services listen on all addresses: "ListenAllIp" is "enable" in "[IP]" of
+  /// "setting.cfg" or, where the file leaves it empty, in the settings store, the branch of
+  /// `APP_NAME` before "global". False without a readable "setting.cfg", whatever the store holds.
+  /// Read on every call. The result of the store's second look-up is not tested: text that a
+  /// failing store writes counts.
   static bool isListenAllIp();
 
   /// Forwards to `VexaCommonUtils_i::isCorbaSSLOnly`.
   static bool isCorbaSSLOnly();
 
-  /// Always true.
+  /// Always true, which converts to 1; reads nothing.
   static bool IsGlobalVersion();
 
-  /// Returns the type of the first database in the JSON file that `APP_CONF_FILE` names, unchanged;
-  /// "sybase" when it cannot be read. The first type read is kept for the life of the process.
+  /// Returns the database type that the JSON file named by `APP_CONF_FILE` gives: "type" of the
+  /// first element under the first name, in byte order, of "databases", unchanged. The first type
+  /// read is kept for the life of the process. Returns "sybase", and keeps nothing, when the
+  /// variable is empty, the file cannot be read or parsed, or the type is missing, empty or no
+  /// text.
   static std::string getDBType();
 
   // Strings
+  //
+  // Bytes and ASCII only: the locale is never asked. A NUL is a byte like any other unless a member
+  // says otherwise. Costs grow with the text, not with its square. One object may be passed for
+  // several arguments; each text counts as it was before the call.
 
-  /// Returns the bytes of `s` in reverse order.
+  /// Returns the bytes of `s` in reverse order. `s` is not modified.
   static std::string Vexareverse(std::string& s);
-  /// Returns `s` without leading blanks (0x20 only). `s` is not modified.
+  /// Returns `s` without leading blanks (0x20 only, not tabs or line ends), "" when it holds
+  /// nothing else. `s` is not modified.
   static std::string Vexaltrim(std::string& s);
-  /// Returns `s` without leading and trailing blanks (0x20 only). `s` is not modified.
+  /// Returns `s` without leading and trailing blanks (0x20 only; `VexaCommonUtils_i::VexatrimAll`
+  /// trims others too), "" when it holds nothing else. `s` is not modified.
   static std::string Vexatrim(std::string& s);
 
-  /// Replaces every `from` in `s` by `to`, in place, left to right; inserted text is not searched
-  /// again. An empty `from` leaves `s` alone. Returns a copy of the modified `s`.
+  /// Replaces every `from` in `s` by `to`, in place, left to right and without overlap; inserted
+  /// text is not searched again. An empty `from` is a caller's error and leaves `s` alone. `from`
+  /// and `to` are not modified.
+  /// @return a copy of the modified `s`
   static std::string Vexareplace(std::string& s, std::string& from, std::string& to);
-  /// The same with the text last, and no result.
+  /// Replaces as `Vexareplace` does; the text to change comes last.
   static void stringReplace(const std::string& from, const std::string& to, std::string& s);
 
-  /// Appends the tokens of `s` to `out`. A token starts at a byte that is not in `delims` and runs
-  /// to the next occurrence of `delims` as a whole text.
+  /// Appends the tokens of `s` to `out`, which is not cleared. A token starts at the first byte
+  /// that is none of those in `delims` and runs to the next occurrence of `delims` as a whole text,
+  /// or to the end of `s`; the next one starts behind that. With one delimiter byte this is the
+  /// usual split on runs of it, without empty tokens:
+  ///
+  ///     split("a,,b,", ",", out)    appends "a" and "b"
+  ///     split("abxab", "ab", out)   appends "x"
+  ///     split("xaybz", "ab", out)   appends "xaybz"
+  ///
+  /// An empty `delims` gives an empty token for each byte of `s`.
   static void split(const std::string& s, const std::string& delims, std::list<std::string>& out);
 
-  /// Appends the tokens of the first 1024 bytes of `s`, up to its first NUL, to `out`; runs of
-  /// bytes from `delims` separate tokens.
-  /// @return the number of elements in `out` afterwards; 0 on failure
+  /// Appends the tokens of `s` to `out`, which is not cleared; runs of bytes from `delims` separate
+  /// them and no token is empty. Only the first 1024 bytes of `s` are seen, and nothing behind a
+  /// NUL in `s` or in `delims`. Without delimiters the text is one token.
+  /// @return the number of elements that `out` holds afterwards, those from before included; 0 with
+  ///         `out` unchanged when the text cannot be copied
   static unsigned long splitAll(const std::string& s, const std::string& delims,
                                 std::vector<std::string>& out);
 
-  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
+  /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
   /// @return `buf`; null when `buf` is null or formatting fails
   static char* ltoa(long value, char* buf);
-  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
-  /// @return `buf`
+  /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
+  /// @return `buf`, null only when `buf` is null
   static char* ultoa(unsigned long value, char* buf);
 
-  /// Returns the blanks that pad `s` to 32 columns; "" when it has 32 bytes or more.
+  /// Returns the blanks that pad `s` to a column of 32 bytes in a listing; "" when `s` has 32 bytes
+  /// or more.
   static std::string tabs(const std::string& s);
 
   // Character sets
 
-  /// Converts `src` from the locale's encoding to wide text in `dst`, which holds at least
-  /// strlen(`src`) + 1 elements. Does nothing when either is null. The first conversion sets the
-  /// process locale from the environment (`VexaLocale`). An invalid sequence ends the result.
+  // Text in the locale's multibyte encoding and wide text. The first conversion takes the process
+  // locale from the environment (`VexaLocale::Instance`), for an empty text too, but not for a null
+  // argument. Conversions fail without a report; they keep no state between calls, and any number
+  // of threads may convert while none sets the locale.
+
+  /// Converts `src` as mbstowcs(3) does, into `dst`, which holds at least strlen(`src`) + 1
+  /// elements. A NUL is written behind the text and at that last element. An invalid sequence ends
+  /// the conversion: `dst` then holds what stands before it, with no NUL behind it but the last
+  /// element's. Does nothing when either is null.
   static void STR2WSTR(const char* src, wchar_t* dst);
-  /// The same, returning the text up to its first NUL.
+  /// The same, returning the text: up to the first NUL of `s`, or before an invalid sequence.
   static std::wstring STR2WSTR(const std::string& s);
-  /// Converts wide text to the locale's encoding; "" when `src` is null or holds a character that
-  /// the locale cannot encode. The first conversion sets the process locale.
+  /// Converts wide text as wcstombs(3) does. Returns "" when `src` is null, holds a character that
+  /// the locale cannot encode, or gives 2 GiB and more.
   static std::string WSTR2STR(const wchar_t* src);
-  /// Returns a copy of `s`, "" for null: the locale's encoding is taken to be UTF-8.
+  /// Returns a copy of `s` up to its NUL, "" for null. The locale's encoding is taken to be UTF-8:
+  /// no conversion takes place, and the locale is not asked or set.
   static std::string LOC2UTF8(const char* s);
-  /// Returns a copy of `s`, "" for null.
+  /// The same, the other way round.
   static std::string UTF8TOLOC(const char* s);
 
   // Base64
@@ -129,15 +173,30 @@ class VEXA_EXPORT VexaCommonUtils {
   static std::string getTimeStamp(bool markDst);
 
   // Database query text
+  //
+  // Text for SQL that is put together by hand. Members that depend on the dialect ask `getDBType`
+  // on every call: "oracle" and "tessarn", in any case, are the Oracle family; any other type is
+  // treated as Sybase or Microsoft SQL Server. Every byte but those named is copied, NUL included.
 
-  /// Returns `text` with every single quote doubled.
+  /// Returns `text` with every single quote doubled, for use between single quotes; the type is not
+  /// asked.
   static std::string transDBUpdateString(const std::string& text);
-  /// Returns `text` with the LIKE wildcards escaped for the configured database type.
+
+  /// Returns `text` with the LIKE wildcards escaped for the configured database: for the Oracle
+  /// family a backslash before each backslash, "%" and "_" (a query needs the clause of
+  /// `getEscapeString`); for others each of "%", "_", "[" and "]" between brackets. Quotes are left
+  /// alone. An empty `text` is returned without asking for the type.
+  ///
+  ///     transDBSearchString("50%_x")  ->  "50\\%\\_x"  Oracle family
+  ///                                       "50[%][_]x"  any other
   static std::string transDBSearchString(const std::string& text);
-  /// Returns the ESCAPE clause that the configured database type needs, or "".
+
+  /// Returns the clause that a LIKE with `transDBSearchString`'s escapes needs: the 12 bytes
+  /// " escape '\' " (one backslash, a blank at each end) for the Oracle family, "" for others.
   static std::string getEscapeString();
-  /// Returns `text` unchanged for an "oracle" database, else with its quotes doubled and its
-  /// wildcards escaped.
+
+  /// Returns `text` unchanged for an "oracle" database (in any case); for any other, "tessarn"
+  /// included, `transDBSearchString` of `transDBUpdateString` of it.
   static std::string TransferLikeSqlForSybAndMSSQL(const std::string& text);
 
   // Addresses and host names
@@ -157,59 +216,115 @@ class VEXA_EXPORT VexaCommonUtils {
   /// Finds the official host name of the IPv4 address `ip`, any form that inet_aton(3) reads.
   /// @return 0 and the name; -1 and "" on failure and for addresses in 0.0.0.0/8
   static int getHostnamebyIP(const std::string& ip, std::string& name);
-  /// Finds the netmask of the local IPv4 address `ip`, through the kernel, then "ifconfig".
-  /// @return 0 and the dotted mask in `netmask`; -1 and "" on failure and for "127.0.0.1"
-  /// @throws std::out_of_range as `GetNetmaskByIpUseifconfig` does
+  /// Finds the netmask of the local IPv4 address `ip`: asks the kernel, and runs "ifconfig" in a
+  /// shell for an address that the kernel does not tell (`GetNetmaskByIpUseioctl`,
+  /// `GetNetmaskByIpUseifconfig`). "127.0.0.1" and what `CheckIp` refuses, IPv6 included, fail at
+  /// once, so that nothing but digits, dots and outer blanks reaches the shell. `ip` is not
+  /// modified.
+  /// @return 0 and the mask in `netmask`; -1 and "" on failure
+  /// @throws std::out_of_range as `GetNetmaskByIpUseifconfig` does; `netmask` is "" then
   static int getNetmaskByIP(std::string& ip, std::string& netmask);
 
   // Commands
 
-  /// Runs `command` in the shell, its standard input at end of file, and waits. The process's
-  /// `SIGCHLD` disposition becomes the default one and stays so; the calling thread's signals are
-  /// unblocked meanwhile.
-  /// @return the raw wait status; 0 when the child was reaped elsewhere; -1 on failure
+  /// Runs `command` in the shell and waits for the shell to end. The command's standard input is
+  /// at its end; its output and error are the process's. No time limit.
+  ///
+  /// The text goes to the shell as it is: a caller that puts foreign text into it must have checked
+  /// that this text holds nothing that the shell treats specially.
+  ///
+  /// The `SIGCHLD` disposition of the whole process becomes the default one and stays so. The
+  /// calling thread's signals are all unblocked meanwhile (also for the command) and the mask is
+  /// put back, except where the command could not be started: the thread keeps the empty mask then.
+  /// @return the raw wait status, see wait(2): an exit code of 3 is 768, death by SIGKILL is 9; 0
+  ///         when the shell was reaped elsewhere; -1 when it cannot be started or waited for
   static int system(const char* command);
 
   // Users and processes
 
-  /// Makes the process run as the platform's service user "ossuser" in a PAM session of service
-  /// "su". Changes the whole process: call it once, before threads start.
-  /// @return 0 on success and for a caller that is not root; a PAM error code when the
-  ///         transaction cannot start; -1 on any other failure
+  /// Makes the process run as the platform's service user "ossuser" and its groups, in a PAM
+  /// session of service "su" that stays open for the rest of the process's life. Steps: credentials
+  /// and session, with a file-creation mask of 027 that is put back; setgid(2), initgroups(3),
+  /// setuid(2). A failure leaves done what was done before it, but ends a PAM transaction that gave
+  /// no session.
+  ///
+  /// Changes the identity of all threads, and the mask of all threads for a while: call it once,
+  /// before threads start. Calls exclude each other.
+  /// @return 0 on success, and at once for a caller whose real user is not root; the PAM error code
+  ///         (positive, see pam_start(3)) when the transaction cannot start; -1 on any other
+  ///         failure, such as no such user or a password entry of more than 1024 bytes
   static int switchOmcUser();
-  /// Finds the user and the remote address of the session on the controlling terminal; `address`
-  /// includes its parentheses.
-  /// @return 0; -1 on failure (`user` may have changed)
+
+  /// Finds the user and the remote address of the session on the terminal at standard input, as
+  /// "/usr/bin/whoami" and "/usr/bin/who -m" tell them.
+  /// @param user    set without the blanks around it; changed also when only the address is missing
+  /// @param address set to the text from the last "(" to the last ")", both included; where they
+  ///                stand the wrong way round, from that "(" on. Unchanged on failure.
+  /// @return 0; -1 when there is no terminal, a tool gives no output, or a parenthesis is missing
   static int getSessionDetails(std::string& user, std::string& address);
-  /// Returns the kernel's id of the calling thread; see gettid(2).
+
+  /// Returns the kernel's id of the calling thread, see gettid(2). In the main thread it is the
+  /// process id.
   static long getKernelThreadIDForFS();
-  /// A placeholder on this platform: returns 0 and leaves its arguments alone.
+
+  /// A placeholder on this platform: returns 0 and leaves `cpu` and `memory` as they are.
   static int getProcessCPUAndMem(const std::string& process, unsigned int& cpu,
                                  unsigned int& memory);
-  /// Writes to standard output that stack traces are not supported.
+
+  /// Writes to standard output (`std::cout`) that stack traces are not supported: three lines, each
+  /// flushed, the last one empty.
   static void printStackTrace();
 
   // Files
+  //
+  // Paths are handed to the system up to their first NUL byte.
 
-  /// Creates every directory along `path` (mode 0755), "/" and "\\" both separating; errors are
-  /// not reported.
+  /// Creates every directory along `path` with mode 0755 less the process's mask. "/" and "\\" both
+  /// end a name to create: "a\\b" makes "a", then "a\\b". An empty path does nothing. Errors, such
+  /// as a directory that exists, are not reported: check for yourself.
   static void mkdir_all(const std::string& path);
-  /// Reads the whole file at `path`.
-  /// @return 0; 1 on any failure and for files of 2 GiB or more (`content` unchanged)
+
+  /// Reads the whole file at `path`, NUL bytes included.
+  ///
+  /// The size is what the file says before it is read: a kernel file that says 0 reads as empty,
+  /// and what is appended meanwhile is left out. Opening a pipe waits for its writer, as fopen(3)
+  /// does. Memory for the whole file is taken at once.
+  /// @return 0 and the bytes in `content`; 1, `content` unchanged, when the file cannot be opened,
+  ///         has no size (a directory, a pipe), is shorter than it said or holds 2 GiB or more
   static int readFile(const std::string& path, std::string& content);
-  /// Appends the paths of all files below `directory` whose name contains `pattern`.
-  /// @return 0; -1 when the directory cannot be opened or an error was left set at the end
+
+  /// Appends to `files` the paths of all files below `directory` whose name contains `pattern`
+  /// anywhere; an empty pattern matches every name. Depth first, in the order of the directories.
+  ///
+  /// A path is `directory` + "/" + name, so a `directory` that ends in "/" gives a doubled one.
+  /// Symbolic links count as files and are not followed, nor are entries whose type the file system
+  /// does not report. A directory below that cannot be opened is passed over. Every level of the
+  /// tree keeps a descriptor open and names its directory by its whole path.
+  /// @return 0; -1 when `directory` cannot be opened or `errno` is not 0 at the end: an error met
+  ///         below shows only if no directory was opened after it
   static int getFilesByDir(std::string directory, std::string pattern,
                            std::list<std::string>& files);
 
   // Path and name safety
+  //
+  // By text alone: no symbolic link is resolved and no file looked at.
 
-  /// Tells whether `path` holds no "." or ".." piece and lies under `base`, by text alone. An
-  /// empty `base` accepts every such path.
+  /// Tells whether `path` lies under `base` and neither holds a piece "." or "..". "\\" counts as
+  /// "/"; relative paths are compared as they are. An empty `base` accepts every path without such
+  /// pieces. False for an empty `path` and where either is longer than 1024 bytes.
+  ///
+  /// Pieces are looked for up to the first NUL byte only: what holds one is no path to hand on.
+  /// Example: under the base "/data" lie "/data" and "/data/x", not "/database/x".
   static bool checkPath(const std::string& path, const std::string& base);
-  /// Returns `name` with each character that a file name cannot hold written as "^" and a letter.
+
+  /// Returns `name` with each character that some file system refuses written as two: backslash
+  /// "^a", "/" "^b", ":" "^c", "*" "^d", "?" "^e", double quote "^f", "<" "^g", ">" "^h", "|" "^i"
+  /// and
+  /// "^" "^^". Every other byte stays: control characters, NUL and the names "." and ".." too.
   static std::string specialName2FileName(const std::string& name);
-  /// Turns the escapes of `specialName2FileName` back.
+
+  /// Turns the escapes of `specialName2FileName` back, whose inverse it is. A "^" that starts no
+  /// escape stays.
   static std::string fileName2SpecialName(const std::string& name);
 };
 

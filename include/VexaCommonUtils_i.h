@@ -18,71 +18,102 @@ class VEXA_EXPORT VexaCommonUtils_i {
  public:
   // Environment
 
-  /// Returns `text` with each reference "${NAME}" replaced, as `VexaCommonUtils::replaceEnvVar`
-  /// does.
+  /// Returns `text` with each reference "${NAME}" replaced, by the rules of
+  /// `VexaCommonUtils::replaceEnvVar`.
   static std::string VexareplaceEnvVar(const std::string& text);
-  /// Returns `text` unchanged: a placeholder.
+  /// Returns a copy of `text`, nothing expanded: a placeholder.
   static std::string VexareplaceMacroVar(const std::string& text);
 
   // Configuration and log paths
 
-  /// Returns the path of the configuration file `fileName`: the first that exists of
-  /// `_APP_SHARE_DIR` + "/conf/" and `APP_ROOT` + "/conf/", else `COMMON_LIB_PATH` + "/conf/",
-  /// whether it exists there or not.
+  /// Returns the path of the configuration file `fileName`, which is appended as given and may hold
+  /// subdirectories: the first that exists (access(2), F_OK) of `_APP_SHARE_DIR` + "/conf/" and
+  /// `APP_ROOT` + "/conf/", else `COMMON_LIB_PATH` + "/conf/", whether it exists there or not.
+  /// Searched on every call.
   static std::string getConfFile(const std::string& fileName);
 
   // Settings and deployment switches
 
-  /// Asks the settings store for `key`.
-  /// @return the store's result, 0 on success; -1 when the store is not available
+  /// Asks the settings store, the library "libsettingrest.so", for the value of `key`. The store is
+  /// loaded by the first call that finds it and stays mapped for the life of the process; later
+  /// calls take no lock and are not serialised. What the store throws passes through.
+  /// @return the store's result, 0 on success; -1 when the library or its entry point cannot be
+  ///         found, `value` unchanged then; the next call tries again
   static int getSettingParamValue(const std::string& key, std::string& value);
-  /// Asks the settings store for the parameters of `group`.
-  /// @return the store's result, 0 on success; -1 when the store is not available
+  /// Asks the settings store for the parameters of `group`, a text of the store's own format.
+  /// @return as `getSettingParamValue`; `params` is unchanged for -1
   static int getSettingGroupParams(const std::string& group,
                                    std::map<std::string, std::string>& params);
-  /// Asks the settings store for `primaryKey`, then for `fallbackKey`.
-  /// @return whether either gave a non-empty value
+  /// Asks the settings store for `primaryKey`, then, unless that succeeded with a value that is not
+  /// empty, for `fallbackKey`. `value` is handed to both as it stands and is never cleared here: on
+  /// failure it holds what the store left in it.
+  /// @return whether one of them succeeded with a value that is not empty
   static bool GetSetParamValue(const std::string& primaryKey, const std::string& fallbackKey,
                                std::string& value);
   /// Tells whether services listen on the loopback address; as `VexaCommonUtils::isListenAllIp`,
   /// with "ListenLoopbackIP".
   static bool isListenLoopback();
-  /// Tells whether CORBA traffic must be encrypted: "SSLNoProtection" in the settings store is
-  /// "disable" or not set. Read on every call.
+  /// Tells whether CORBA traffic must be encrypted: "SSLNoProtection" in the settings store, the
+  /// branch of `APP_NAME` before "global", is "disable" or set nowhere. Read on every call. The
+  /// value begins as "disable" and is not cleared between the look-ups, whose second result is not
+  /// tested: a store that succeeds with an empty value everywhere gives false.
   static bool isCorbaSSLOnly();
   /// Tells whether "ts_mode" is "true" in "[TS]" of `COMMON_SHARE_PATH` +
-  /// "/etc/conf/TSSetting.cfg". The first answer read is kept for the life of the process.
+  /// "/etc/conf/TSSetting.cfg", "/export/home/omc" standing in for an empty variable. The first
+  /// answer read is kept for the life of the process; without a readable file the answer is false
+  /// and nothing kept. Takes no lock: concurrent first calls may each read the file.
   static bool isTsMode();
-  /// Tells whether the host runs the ZirelOS distribution. Read on every call.
+  /// Tells whether "/etc/os-release" holds the line NAME="ZirelOS" and nothing else on it. Read on
+  /// every call, in pieces of at most 1023 bytes: a piece of a longer line is compared as a line.
   static bool isZirel();
 
   // SSL service configuration
 
-  /// Returns the path of the configuration file `fileName`. "svc_ssl.conf" is generated once per
-  /// process from its template and the settings store.
-  /// @return the path; "" when the template cannot be read or the file cannot be written
-  /// @throws std::out_of_range ("basic_string::replace") when an option must be added and the
-  ///         template has no double quote behind "-SSLCAfile"
+  /// Returns the path of the configuration file `fileName`, as `getConfFile` does, and for
+  /// "svc_ssl.conf" exactly the path of the SSL option file of this process instance:
+  /// `_APP_SHARE_DIR` + "/svc_ssl_" + `PROCESS_INSTANCE_ID` + ".conf", mode 0640 under any umask.
+  ///
+  /// The first successful call generates that file; later ones return its path and touch nothing.
+  /// Of "-SSLAuthenticate", "-SSLVersion" and "-SSLNoProtection" each one that the template does
+  /// not name anywhere is inserted, on a line of its own, before the first double quote behind
+  /// "-SSLCAfile", with its value from the settings store or "NONE", "TLSv1.2" and "disable" (the
+  /// last one is added for "enable" only, and has no value).
+  ///
+  /// An older file is removed first. Threads that make the first call together generate the same
+  /// file one after the other.
+  /// @return the path; "" when the template cannot be read or the file cannot be written, no file
+  ///         being left then; the next call tries again
+  /// @throws std::out_of_range ("basic_string::replace") when an option must be added and there is
+  ///         no double quote behind "-SSLCAfile", or no such option; the older file is gone then
   static std::string get_svc_ssl_conf(const std::string& fileName);
-  /// Always 2.
+  /// The SSL mode code of the platform: always 2.
   static int VexaGetSSLMode();
 
-  // Strings
+  // Strings (see the remarks at `VexaCommonUtils`)
 
-  /// Returns `s` without leading and trailing bytes from the set `chars`; unchanged when `chars`
-  /// is null or empty.
+  /// Returns `s` without the leading and trailing bytes that are in the set `chars`; "" when it
+  /// holds no other; unchanged when `chars` is null or empty. The usual set is " \t\r\n".
   static std::string VexatrimAll(const std::string& s, const char* chars);
   /// The same as `VexatrimAll`.
   static std::string trimString(const std::string& s, const char* chars);
-  /// Inserts the tokens of the first 1024 bytes of `s`, up to its first NUL, into `out`; runs of
-  /// bytes from `delims` separate tokens.
+
+  /// Inserts the tokens of `s` into `out`, which is not cleared; runs of bytes from `delims`
+  /// separate them and no token is empty. Only the first 1024 bytes of `s` are seen, and nothing
+  /// behind a NUL in `s` or in `delims`. `out` is unchanged when the text cannot be copied.
   static void splitAll(const std::string& s, const std::string& delims, std::set<std::string>& out);
-  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
-  /// @return `buf`
+
+  /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
+  /// @return `buf`, null only when `buf` is null
   static char* ulltoa(unsigned long long value, char* buf);
-  /// Tells whether every byte of `s` is a digit; true for the empty text.
+
+  /// Tells whether every byte of `s` is one of '0' to '9'; true for the empty text.
   static bool Isdigitstr(const std::string& s);
+
   /// Lifts a percentage to the next whole number, but never to 100 from below.
+  /// @param x a percentage, not negative
+  /// @return 100 from 100 on and for what is not a number; 99 from 99 on; else `x` rounded up. The
+  ///         whole part is unsigned: between -1 and 0 it is 0, from -1 down it wraps at 2^64 (-1
+  ///         gives about 1.8e19), and below -2^63 it is 2^64.
   static double getUpperIntVal(double x);
 
   // Base64
@@ -100,7 +131,13 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Database query text
 
-  /// Returns a complete quoted LIKE operand for `text` with its ESCAPE clause.
+  /// Returns a complete LIKE operand for `text`: `VexaCommonUtils::transDBSearchString` of its
+  /// `VexaCommonUtils::transDBUpdateString`, with the wildcards of `mode`, between single quotes,
+  /// followed by `VexaCommonUtils::getEscapeString`. The database type is asked twice, once for an
+  /// empty `text`. A `mode` outside the enumeration adds no wildcard.
+  ///
+  ///     TransferLikeSql("a_b'c", FUZZY_QUERY_BOTH)  ->  "'%a\\_b''c%' escape '\\' "  Oracle family
+  ///                                                     "'%a[_]b''c%'"                any other
   static std::string TransferLikeSql(const std::string& text, Vexacommon::FuzzyQueryMode mode);
 
   // Addresses, interfaces and nodes
@@ -121,13 +158,31 @@ class VEXA_EXPORT VexaCommonUtils_i {
   static int addressToStringIP(int family, void* sockaddr, int len, char* buf, int bufLen);
   /// Appends a text for each IPv4 or IPv6 address of the machine's interfaces. Returns 0.
   static int getAllIPAddr(std::list<std::string>& addresses);
-  /// Finds the interface that carries the IPv6 address `ip`, which is left in full form.
-  /// @return 0 and the name; -1 when there is none (`interfaceName` unchanged)
+  /// Finds the interface that carries the IPv6 address `ip`, any form that inet_pton(3) reads; the
+  /// kernel's first one wins, see getifaddrs(3). `ip` is left in full form ("fe80:0:0:0:0:0:0:1"),
+  /// also when no interface carries it. Each call leaves the list that it read allocated: a process
+  /// that calls it for ever grows.
+  /// @return 0 and the name in `interfaceName`; -1 (`interfaceName` unchanged) when `ip` is not
+  /// IPv6
+  ///         (`ip` unchanged too) or no interface carries it
   static int getInterfaceOfIPV6(std::string& ip, std::string& interfaceName);
-  /// Finds the MAC address of the interface that carries the IPv6 address `ip`.
-  /// @return 0, also when the tool gives no line (`*mac` unchanged then); -1 on failure
+  /// Finds the MAC address of the interface that carries the IPv6 address `ip`, which is left in
+  /// full form. Where `isZirel` is true it answers as `getZirelMacAddrOfIPV6`; elsewhere it finds
+  /// the interface as `getInterfaceOfIPV6` and reads the fifth column of the first line of
+  /// "/sbin/ifconfig" that holds the interface's name, whose older form has the address there. The
+  /// name becomes part of a shell command as it stands: who may name interfaces may run commands.
+  /// @return 0 and the bytes in `*mac`; also 0, `*mac` unchanged, when the tool is missing or gives
+  /// no
+  ///         line for an interface that was found; -1 (`*mac` unchanged) when `ip` is not IPv6, no
+  ///         interface carries it, or the column holds no address
   static int getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAddress* mac);
-  /// The same from the newer tool's output.
+  /// Finds the MAC address of the interface that carries `ip` in the output of
+  /// "/usr/sbin/ifconfig -a", the newer form ("ether" lines).
+  /// @param ip  the address in the full form of `formatStringIP`; no other form matches
+  /// @return 0 and the bytes in `*mac`: of all interfaces whose name is part of the carrier's name,
+  /// in
+  ///         name order, the last one's ("eth1" also answers for "eth10" where that has no
+  ///         address); -1 (`*mac` unchanged) when there is none or the tool printed nothing
   static int getZirelMacAddrOfIPV6(const std::string& ip, Vexacommon::LocalMACAddress* mac);
   /// Appends the addresses of the cluster's remote-client nodes to `ipList`.
   /// @return 0; -1 when the node list cannot be found or parsed
@@ -135,51 +190,116 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Commands
 
-  /// Runs `command` as `VexaCommonUtils::system` does; -1 when it is null or empty.
+  /// Runs `command` as `VexaCommonUtils::system` does, with all that is said there.
+  /// @return what `system` returns; -1 when `command` is null or empty, nothing done then
   static int execve_s(const char* command);
-  /// Runs a command line without a shell, its standard handles on "/dev/null", and waits.
-  /// @return the exit code; 4 for a child killed by a signal; -1 on bad input
+
+  /// Runs a program with its standard handles on "/dev/null" and waits for it. There is no shell:
+  /// blanks separate words, single or double quotes around a whole word keep its blanks, every
+  /// other byte stands for itself. The first 4095 bytes and 127 words are seen.
+  ///
+  /// The child is made by fork(2), whose cost grows with the caller's memory; without
+  /// `inheritHandles` it visits every possible descriptor. A failed fork is not told apart: any
+  /// child of the process is waited for then.
+  /// @param inheritEnvironment whether the child gets the caller's environment and the program is
+  ///        looked up on `PATH`; else the environment is empty and the program is named by path
+  /// @param inheritHandles whether the child gets the caller's open descriptors above 2
+  /// @return the exit code, an exec error number such as 2 for a missing program included; 4 also
+  ///         for a child killed by a signal; 0 also when the status is lost, because another thread
+  ///         or a handler reaped the child, the wait was interrupted or fork failed without another
+  ///         child; -1 when `command` is null, empty or blanks alone, or "/dev/null" cannot be set
+  ///         (its descriptor stays open then, if it could be opened)
   static int runCommand(const char* command, bool inheritEnvironment, bool inheritHandles);
-  /// Runs the program at `path` with the arguments `argv` and waits.
-  /// @return the exit code; 4 for a child killed by a signal; the error number of a failed exec;
-  ///         -1 on bad input or when no process can be made
+
+  /// Runs the program at `path`, not looked up on `PATH`, with the arguments `argv` (the program's
+  /// name first, a null pointer last) and waits for it. Environment, descriptors, signal mask and
+  /// ignored signals are the caller's. No shell is involved.
+  ///
+  /// The child shares the caller's memory until its program starts, as with vfork(2): the cost does
+  /// not grow with the caller, and handlers registered by pthread_atfork(3) do not run.
+  /// @return the exit code; the error number of a failed exec, such as 2 for a missing program or 13
+  ///         for one that may not be run; 4 also for a child killed by a signal; 0 also when the
+  ///         status is lost, because another thread or a handler reaped the child or the wait was
+  ///         interrupted; -1 when an argument or `argv[0]` is null or no process can be made
   static int runCommand(const char* path, char* const* argv);
-  /// Opens a stream on the standard output of a shell command; null on failure.
+
+  /// Opens a stream on the standard output of a shell command, see popen(3). The caller reads it
+  /// and closes it with `pclose_s`. As with `VexaCommonUtils::system`, the text goes to the shell
+  /// as it is, and the caller must have checked foreign text in it.
+  /// @return the stream; null when the command cannot be started
   static std::FILE* pipeline_s(const char* command);
-  /// Closes a stream of `pipeline_s` and returns pclose(3)'s result.
+
+  /// Closes a stream of `pipeline_s` and waits for its command.
+  /// @return the raw wait status; -1, with `errno` set, when there is none; see pclose(3)
   static int pclose_s(std::FILE* stream);
-  /// Runs a shell command and returns all that it wrote to its standard output in `result`.
-  /// @return 0 when it wrote anything, else -1
+
+  /// Runs a shell command and collects all that it, and what it left running, writes to its
+  /// standard output; its input and error are the process's. As with `VexaCommonUtils::system`, the
+  /// text goes to the shell as it is, and the caller must have checked foreign text in it.
+  ///
+  /// Lines are read in pieces of at most 127 bytes, and what follows a NUL within its piece is lost;
+  /// all else is kept exactly, line ends and blanks included. A read error ends the output.
+  /// @param result replaced by the output, "" on failure
+  /// @return 0 when `result` is not empty, whatever the command's exit code; else -1
+  /// @throws std::length_error when the output exceeds what a string can hold
   static int getSystemExecResult(const char* command, std::string& result);
 
   // Users and processes
 
-  /// Looks a user up by name; see getpwnam_r(3). The entry's strings stand in `buffer`.
-  /// @return whether it was found
+  /// Looks a user up by name, see getpwnam_r(3).
+  /// @param entry  the user's entry on success; its texts stand in `buffer`
+  /// @param buffer room of `bufferLength` bytes for these texts; 1024 do for most users
+  /// @return whether the user was found; false for a missing user as for a failed look-up, a buffer
+  ///         that is missing or too small included
   static bool securityGetpwnam(const std::string& name, passwd& entry, char* buffer,
                                long bufferLength);
-  /// Looks a user up by id; see getpwuid_r(3).
+
+  /// The same by user id, see getpwuid_r(3).
   static bool securityGetpwuid(unsigned int uid, passwd& entry, char* buffer, long bufferLength);
-  /// Appends the blank-separated words of the process's command line, at most 1023 bytes of it.
+
+  /// Appends the words of the process's command line ("/proc/PID/cmdline") to `words`, at most its
+  /// first 1023 bytes; a word cut there is kept in its cut form. Blanks separate words: an argument
+  /// "x y" becomes two of them. `words` is unchanged when the command line cannot be read.
   static void getCommandLine(std::vector<std::string>& words);
 
   // Files
 
-  /// Returns the canonical directory of `path`, its last component in `fileName`; "" on failure.
-  /// @throws std::out_of_range for an empty or all-blank `path`
+  /// Splits `path`, less the blanks (0x20 only) around it, at its last "/".
+  ///
+  /// Example: " /etc/hosts" gives "/etc" and "hosts", "hosts" the working directory and "hosts".
+  /// @return the directory part as an absolute path without links (realpath(3)) and the last
+  ///         component in `fileName`. "" when the directory does not exist or has more than 4096
+  ///         bytes; "", and `fileName` empty, when `path` ends with "/"
+  /// @throws std::out_of_range for an empty or all-blank `path`, `fileName` empty then
   static std::string getParentDirectory(const std::string& path, std::string& fileName);
-  /// Copies a file, never onto itself.
-  /// @return 0; -1 on any failure, no partial target left
+
+  /// Copies the file `source` to `target`, which is created (mode 0666 less the process's mask) or
+  /// emptied first; links are followed at both ends. Both paths are split by `getParentDirectory`,
+  /// so both directories must exist and blanks around the paths are dropped.
+  ///
+  /// A copy that fails half-way is removed, with what the target held before; so is what stands at
+  /// `target`, be it a link or a device. A pipe as source is read to its end.
+  /// @param noOverwrite     fail when `target` exists; a link that leads nowhere does not
+  /// @param keepAttributes  afterwards set the source's times (whole seconds), mode, then owner and
+  ///                        group as far as the system allows; set-user-ID bits get lost on the way
+  /// @return 0; -1 on any failure and when both are the same file, by whatever path or link: that
+  ///         is noticed before anything is touched
   /// @throws std::out_of_range for an empty or all-blank path
   static int copyFile(const std::string& source, const std::string& target, bool noOverwrite,
                       bool keepAttributes);
 
   // Input safety
 
-  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name.
+  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name: / \ : * ?
+  /// " ' < > | ` ; & $ and the line feed. An empty name is safe, as are "..", blanks and NUL bytes.
   static bool isSafeFileName(const std::string& name);
-  /// Tells whether `text` holds none of the unsafe words listed in "secure.cfg". True, with a
-  /// message on standard error, when the list cannot be read.
+
+  /// Tells whether `text` holds none of the unsafe words: the values, not the keys, of section
+  /// "[UnsafeWord]" of "secure.cfg" (see `getConfFile`), read afresh on each call. Case counts, and
+  /// a word is found anywhere. An empty `text` is safe without a look at the file.
+  ///
+  /// Fails open: where the file cannot be read it writes "file open fail, " and the file's path to
+  /// standard error and returns true.
   static bool checkUnSafeStr(const std::string& text);
 };
 

@@ -1,1 +1,214 @@
-// placeholder
+// String utilities: trimming, splitting, replacing, upper-casing, classifying and converting byte
+// strings, for every other family and the platform's processes. Bytes and ASCII only, the locale is
+// never asked. Re-entrant; no state.
+#include "VexaStringUtils.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "platform/bounded.h"
+#include "platform/byte_blocks.h"
+#include "text/ascii.h"
+#include "text/search.h"
+#include "text/tokens.h"
+
+namespace {
+
+using commutil::ByteSet;
+using commutil::Finder;
+using commutil::Token;
+using commutil::Tokens;
+
+constexpr std::size_t kNumberSize = 22;    // the buffer that callers of `ltoa` provide
+constexpr std::size_t kHexResultSize = 4;  // one byte in decimal
+constexpr std::size_t kLabelColumns = 32;
+
+// Replacing
+
+// Returns `text` with each occurrence of what `finder` finds replaced by `to`.
+std::string replaced(std::string_view text, const Finder& finder, std::string_view to) {
+  std::size_t count = 0;
+  finder.forEach(text, [&count](std::size_t) { ++count; });
+  std::string result(text.size() - count * finder.length() + count * to.size(), '\0');
+  const commutil::RunCopier copy(text, result);
+  char* out = result.data();
+  std::size_t begin = 0;
+  finder.forEach(text, [&](std::size_t at) {
+    out = copy(out, text.substr(begin, at - begin));
+    out = std::copy(to.begin(), to.end(), out);
+    begin = at + finder.length();
+  });
+  copy(out, text.substr(begin));
+  return result;
+}
+
+// Replacing in a loop with std::string::replace would move the rest of the text for every match.
+void replaceAll(std::string& s, const std::string& from, const std::string& to) {
+  if (from.empty()) return;  // would be found for ever
+  const Finder finder(from);
+  if (to.size() == from.size()) {
+    finder.forEach(s, [&s, &to](std::size_t at) { std::memmove(&s[at], to.data(), to.size()); });
+    return;
+  }
+  if (finder.find(s, 0) == s.size()) return;
+  s = replaced(s, finder, to);
+}
+
+// Numbers
+
+// The value 0 to 15 of a hexadecimal digit, -1 for any other byte.
+int hexDigitValue(char byte) {
+  if (byte >= '0' && byte <= '9') return byte - '0';
+  if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
+  if (byte >= 'A' && byte <= 'F') return byte - 'A' + 10;
+  return -1;
+}
+
+// The integer part of `x` < 2^64 as an unsigned number, a negative one wrapped. What lies below the
+// signed range would be an undefined conversion: it gives the largest number.
+std::uint64_t unsignedPart(double x) {
+  constexpr double kLowest = -9223372036854775808.0;
+  if (x >= 0.0) return static_cast<std::uint64_t>(x);
+  if (x < kLowest) return std::numeric_limits<std::uint64_t>::max();
+  return static_cast<std::uint64_t>(static_cast<std::int64_t>(x));
+}
+
+}  // namespace
+
+std::string VexaCommonUtils::Vexareverse(std::string& s) {
+  return std::string(s.rbegin(), s.rend());
+}
+
+std::string VexaCommonUtils::Vexaltrim(std::string& s) {
+  const std::size_t begin = s.find_first_not_of(' ');
+  return begin == std::string::npos ? "" : s.substr(begin);
+}
+
+std::string VexaCommonUtils::Vexatrim(std::string& s) {
+  const std::size_t begin = s.find_first_not_of(' ');
+  if (begin == std::string::npos) return "";
+  return s.substr(begin, s.find_last_not_of(' ') - begin + 1);
+}
+
+std::string VexaCommonUtils::Vexareplace(std::string& s, std::string& from, std::string& to) {
+  replaceAll(s, from, to);
+  return s;
+}
+
+void VexaCommonUtils::stringReplace(const std::string& from, const std::string& to,
+                                    std::string& s) {
+  replaceAll(s, from, to);
+}
+
+// A token starts at a byte outside the set of delimiter bytes, but only the whole delimiter text
+// ends it: not a mistake, callers rely on both.
+void VexaCommonUtils::split(const std::string& s, const std::string& delims,
+                            std::list<std::string>& out) {
+  const ByteSet set(delims);
+  const Finder finder(delims);
+  for (std::size_t at = set.skip(s, 0); at < s.size();) {
+    const std::size_t end = finder.find(s, at);
+    out.emplace_back(s, at, end - at);
+    at = set.skip(s, end + 1);
+  }
+}
+
+unsigned long VexaCommonUtils::splitAll(const std::string& s, const std::string& delims,
+                                        std::vector<std::string>& out) {
+  const Tokens tokens(s, delims);
+  if (!tokens.copied()) return 0;
+  // At least doubled, so that many calls on one vector do not copy it every time.
+  const std::size_t size = out.size() + tokens.size();
+  if (size > out.capacity()) out.reserve(std::max(size, 2 * out.capacity()));
+  for (const Token& token : tokens) out.emplace_back(token.text, token.length);
+  return size;
+}
+
+char* VexaCommonUtils::ltoa(long value, char* buf) {
+  if (buf == nullptr) return nullptr;
+  return snprintf_s(buf, kNumberSize, kNumberSize - 1, "%ld", value) < 0 ? nullptr : buf;
+}
+
+// Unlike `ltoa`, the unsigned forms answer the buffer whatever formatting says.
+char* VexaCommonUtils::ultoa(unsigned long value, char* buf) {
+  if (buf != nullptr) snprintf_s(buf, kNumberSize, kNumberSize - 1, "%lu", value);
+  return buf;
+}
+
+std::string VexaCommonUtils::tabs(const std::string& s) {
+  return std::string(s.size() < kLabelColumns ? kLabelColumns - s.size() : 0, ' ');
+}
+
+std::string VexaCommonUtils_i::VexatrimAll(const std::string& s, const char* chars) {
+  if (chars == nullptr || *chars == '\0') return s;
+  const ByteSet set(chars);
+  const std::size_t begin = set.skip(s, 0);
+  std::size_t end = s.size();
+  while (end > begin && set.contains(s[end - 1])) --end;
+  return s.substr(begin, end - begin);
+}
+
+std::string VexaCommonUtils_i::trimString(const std::string& s, const char* chars) {
+  return VexatrimAll(s, chars);
+}
+
+void VexaCommonUtils_i::splitAll(const std::string& s, const std::string& delims,
+                                 std::set<std::string>& out) {
+  for (const Token& token : Tokens(s, delims)) {
+    out.emplace_hint(out.end(), token.text, token.length);
+  }
+}
+
+char* VexaCommonUtils_i::ulltoa(unsigned long long value, char* buf) {
+  if (buf != nullptr) snprintf_s(buf, kNumberSize, kNumberSize - 1, "%llu", value);
+  return buf;
+}
+
+bool VexaCommonUtils_i::Isdigitstr(const std::string& s) {
+  return !commutil::containsAny(s, commutil::NoDigit());
+}
+
+// From 99 on the answer stays 99, so that 100 stands for a truly full resource.
+double VexaCommonUtils_i::getUpperIntVal(double x) {
+  if (std::isnan(x) || x >= 100.0) return 100.0;
+  if (x >= 99.0) return 99.0;
+  const std::uint64_t whole = unsignedPart(x);
+  const auto rounded = static_cast<double>(whole);
+  return x - rounded > 0.0 ? static_cast<double>(whole + 1) : rounded;
+}
+
+void ToUpperEx(std::string& s) { commutil::upperInto(s.data(), s); }
+
+std::string ToUpper(const std::string& s) {
+  std::string result(s.size(), '\0');
+  commutil::upperInto(result.data(), s);
+  return result;
+}
+
+bool StringIsRight(const std::string& s) {
+  return !commutil::containsAny(s, commutil::LetterBeyondHex());
+}
+
+std::string ReplaceChar(const std::string& s, char c, const std::string& rep) {
+  const Finder finder(std::string_view(&c, 1));
+  return finder.find(s, 0) == s.size() ? s : replaced(s, finder, rep);
+}
+
+// Digits are summed with their weights modulo 2^64, so those from 16^16 on weigh nothing.
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the binary contract takes a value
+std::string StrHexToInt(std::string hex) {
+  std::uint64_t sum = 0;
+  for (const char byte : std::string_view(hex.c_str())) {
+    const int value = hexDigitValue(byte);
+    if (value < 0) return "";
+    sum = sum * 16 + static_cast<std::uint64_t>(value);
+  }
+  char text[kHexResultSize];
+  const auto low = static_cast<std::int32_t>(static_cast<std::uint32_t>(sum));
+  return snprintf_s(text, sizeof text, sizeof text - 1, "%d", low) < 0 ? "" : text;
+}
