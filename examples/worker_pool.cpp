@@ -63,6 +63,7 @@ int main(int argc, char** argv) {
   queue.setToken(&token);  // before any worker dequeues
 
   std::vector<std::thread> pool;
+  pool.reserve(static_cast<std::size_t>(workers));
   for (int i = 0; i < workers; ++i) pool.emplace_back([&] { work(queue, token); });
   for (int number = 1; number <= messages; ++number) put(queue, number);
   // One end for each worker, behind all the work.

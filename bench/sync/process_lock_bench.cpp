@@ -80,7 +80,7 @@ int openByHand(const std::string& directory, const std::string& file) {
 void takeOurs(benchmark::State& state) {
   const Share share;
   VexaProcessLock lock("bench", "/lock/");
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     if (lock.EnterProcessMutex() != 0 || lock.ExitProcessMutex() != 0) state.SkipWithError("lock");
   }
 }
@@ -89,7 +89,7 @@ void takeByHand(benchmark::State& state) {
   const Share share;
   const std::string directory = share.directory();
   const std::string file = share.file();
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     const int fd = openByHand(directory, file);
     if (setRecordLock(fd, F_WRLCK) != 0 || setRecordLock(fd, F_UNLCK) != 0 || ::close(fd) != 0) {
       state.SkipWithError("lock");
@@ -102,7 +102,7 @@ void takeBoost(benchmark::State& state) {
   const Share share;
   const std::string file = share.file();
   ::close(openByHand(share.directory(), file));
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     boost::interprocess::file_lock lock(file.c_str());
     if (!lock.try_lock()) state.SkipWithError("lock");
     lock.unlock();
@@ -113,7 +113,7 @@ void refusedOurs(benchmark::State& state) {
   const Share share;
   const Holder holder;
   VexaProcessLock lock("bench", "/lock/");
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     if (lock.EnterProcessMutex() != -9) state.SkipWithError("lock");
   }
 }
@@ -123,7 +123,7 @@ void refusedByHand(benchmark::State& state) {
   const Holder holder;
   const std::string directory = share.directory();
   const std::string file = share.file();
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     const int fd = openByHand(directory, file);
     if (setRecordLock(fd, F_WRLCK) == 0) state.SkipWithError("lock");
     ::close(fd);
@@ -134,7 +134,7 @@ void refusedBoost(benchmark::State& state) {
   const Share share;
   const Holder holder;
   const std::string file = share.file();
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     boost::interprocess::file_lock lock(file.c_str());
     if (lock.try_lock()) state.SkipWithError("lock");
   }

@@ -41,7 +41,7 @@ struct AceToken {
 template <class Token>
 void takeAlone(benchmark::State& state) {
   Token token;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     token.acquire();
     token.release();
   }
@@ -50,7 +50,7 @@ void takeAlone(benchmark::State& state) {
 /// The two atomic exchanges that no lock does without.
 void exchangePair(benchmark::State& state) {
   std::atomic<std::uint32_t> word{0};
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     benchmark::DoNotOptimize(word.exchange(1, std::memory_order_acquire));
     benchmark::DoNotOptimize(word.exchange(0, std::memory_order_release));
   }
@@ -59,11 +59,12 @@ void exchangePair(benchmark::State& state) {
 /// The threads queue before the first hand-over, so that the queue is never empty.
 template <class Token>
 void handRound(benchmark::State& state, int threadCount) {
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     Token token;
     token.acquire();
     std::atomic<int> started{0};
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(threadCount));
     for (int i = 0; i < threadCount; ++i) {
       threads.emplace_back([&token, &started, threadCount] {
         ++started;
@@ -96,7 +97,7 @@ void futexPingPong(benchmark::State& state) {
       futexCall(word, FUTEX_WAKE_PRIVATE, 1);
     }
   };
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     std::atomic<std::uint32_t> word{0};
     const auto start = std::chrono::steady_clock::now();
     std::thread other(play, std::ref(word), 1U);

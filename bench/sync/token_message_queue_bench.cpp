@@ -58,7 +58,7 @@ void work(Pool& pool) {
 
 template <class Pool>
 void drain(benchmark::State& state, int threadCount) {
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     Pool pool;
     for (int i = 0; i < kMessages; ++i) pool.queue.enqueue_tail(new ACE_Message_Block(64));
     const auto start = std::chrono::steady_clock::now();

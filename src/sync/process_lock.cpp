@@ -110,6 +110,8 @@ int VexaProcessLock::ExitProcessMutex() {
   return 0;
 }
 
+// By value is how the contract passes the message.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 int VexaProcessLock::WaitMaxTime(int maxTimes, std::string message) {
   if (maxTimes < 0) return 0;
   for (int round = 0;; ++round) {

@@ -30,7 +30,7 @@ using commutil_test::useCheckedMutex;
 
 using Base = ACE_Message_Queue<ACE_MT_SYNCH>;
 static_assert(std::is_base_of_v<Base, VexaToken_Message_Queue>);
-static_assert(sizeof(VexaToken_Message_Queue) == sizeof(Base) + sizeof(VexaToken*));
+static_assert(sizeof(VexaToken_Message_Queue) == sizeof(Base) + sizeof(void*));
 
 std::unique_ptr<ACE_Message_Block, void (*)(ACE_Message_Block*)> owned(ACE_Message_Block* message) {
   return {message, [](ACE_Message_Block* block) { block->release(); }};
@@ -423,6 +423,7 @@ TEST_F(TokenMessageQueue, CrowdWorksInTheOrderOfTheQueue) {
   queue.setToken(&m_token);
   std::vector<int> done;
   std::vector<std::thread> workers;
+  workers.reserve(kWorkers);
   for (int i = 0; i < kWorkers; ++i) {
     workers.emplace_back([&] {
       ACE_Message_Block* message = nullptr;

@@ -658,6 +658,7 @@ void crowd(VexaToken& token, int queued, Body body) {
   reserve(token);
   ASSERT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) threads.emplace_back(body, i);
   while (waiterCount(token) < queued) std::this_thread::yield();
   token.release();
