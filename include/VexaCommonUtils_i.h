@@ -217,8 +217,8 @@ class VEXA_EXPORT VexaCommonUtils_i {
   ///
   /// The child shares the caller's memory until its program starts, as with vfork(2): the cost does
   /// not grow with the caller, and handlers registered by pthread_atfork(3) do not run.
-  /// @return the exit code; the error number of a failed exec, such as 2 for a missing program or 13
-  ///         for one that may not be run; 4 also for a child killed by a signal; 0 also when the
+  /// @return the exit code; the error number of a failed exec, such as 2 for a missing program or
+  ///         13 for one that may not be run; 4 also for a child killed by a signal; 0 also when the
   ///         status is lost, because another thread or a handler reaped the child or the wait was
   ///         interrupted; -1 when an argument or `argv[0]` is null or no process can be made
   static int runCommand(const char* path, char* const* argv);
@@ -237,8 +237,8 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// standard output; its input and error are the process's. As with `VexaCommonUtils::system`, the
   /// text goes to the shell as it is, and the caller must have checked foreign text in it.
   ///
-  /// Lines are read in pieces of at most 127 bytes, and what follows a NUL within its piece is lost;
-  /// all else is kept exactly, line ends and blanks included. A read error ends the output.
+  /// Lines are read in pieces of at most 127 bytes, and what follows a NUL within its piece is
+  /// lost; all else is kept exactly, line ends and blanks included. A read error ends the output.
   /// @param result replaced by the output, "" on failure
   /// @return 0 when `result` is not empty, whatever the command's exit code; else -1
   /// @throws std::length_error when the output exceeds what a string can hold

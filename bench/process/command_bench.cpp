@@ -141,7 +141,7 @@ bool captureByFgets(const char* command) {
   return !text.empty();
 }
 
-/// By the system calls alone; `shell` does not return in the child.
+/// By the system calls alone.
 bool captureByRead(const char* command) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return false;
