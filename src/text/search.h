@@ -84,7 +84,7 @@ class Finder {
   std::size_t forEachInBlocks(std::string_view text, const Visit& visit) const {
     const __m128i first = _mm_set1_epi8(m_wanted.front());
     const __m128i last = _mm_set1_epi8(m_wanted.back());
-    std::size_t patience = text.size() * kFalseStarts;
+    std::size_t patience = text.size();  // bytes that may be compared in vain
     std::size_t next = 0;
     std::size_t block = 0;
     for (; block + length() + kBlockSize <= text.size(); block += kBlockSize) {
