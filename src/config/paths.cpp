@@ -1,1 +1,61 @@
-// placeholder
+// Where the platform's configuration files, trace files and lock dump are, composed from
+// environment variables. Used by the settings, the SSL option file and the checks of input. Safe
+// between threads; the trace directory is the one thing kept.
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "platform/ini_reader.h"
+#include "platform/lazy_value.h"
+
+namespace {
+
+std::string configDirectory(const char* rootVariable) {
+  return VexaCommonUtils::Vexagetenv(rootVariable).append("/conf");
+}
+
+bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+/// The trace directory, to be kept only when the settings file could be read.
+commutil::Answer<std::string> findTraceDirectory() {
+  std::string directory = VexaCommonUtils::Vexagetenv("_APP_LOG_DIR").append("/log/");
+  VexaIniReader settings(VexaCommonUtils_i::getConfFile("setting.cfg"));
+  if (settings.initialize(false) != 0) return {std::move(directory), false};
+  std::string configured =
+      VexaCommonUtils_i::VexareplaceEnvVar(settings.getParamValue("[TraceDir]", "tracedir"));
+  if (!configured.empty()) directory = std::move(configured);
+  if (directory.back() != '/') directory += '/';
+  return {std::move(directory), true};
+}
+
+}  // namespace
+
+std::string VexaCommonUtils::getCommonConfigPath() { return configDirectory("COMMON_LIB_PATH"); }
+
+std::string VexaCommonUtils::getConfigPath() { return configDirectory("COMMON_LIB_PATH"); }
+
+std::string VexaCommonUtils::getAppConfigPath() { return configDirectory("APP_ROOT"); }
+
+std::string VexaCommonUtils::getAPPShareConfigPath() { return configDirectory("_APP_SHARE_DIR"); }
+
+std::string VexaCommonUtils::getTracePath() {
+  static commutil::LazyValue<std::string> directory;
+  return directory.get(findTraceDirectory);
+}
+
+std::string VexaCommonUtils::getDumpAllLocksFile() {
+  // Unlike everywhere else a variable set to the empty text counts: getenv tells it from an unset
+  // one.
+  const char* const file = std::getenv("VEXA_DUMP_ALL_LOCKS_FILE");
+  return file != nullptr ? file : "/tmp/lockInfo.dump";
+}
+
+std::string VexaCommonUtils_i::getConfFile(const std::string& fileName) {
+  for (const char* const rootVariable : {"_APP_SHARE_DIR", "APP_ROOT"}) {
+    std::string candidate = configDirectory(rootVariable).append("/").append(fileName);
+    if (exists(candidate)) return candidate;
+  }
+  return configDirectory("COMMON_LIB_PATH").append("/").append(fileName);
+}

@@ -1,1 +1,133 @@
-// placeholder
+// The deployment switches: what the site's settings files, its settings store and the system say
+// about how services run. Safe between threads; the TS mode and the database type are kept.
+#include <json/value.h>
+
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <exception>
+#include <string_view>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "platform/file_text.h"
+#include "platform/handles.h"
+#include "platform/ini_reader.h"
+#include "platform/json_reader.h"
+#include "platform/lazy_value.h"
+
+namespace {
+
+constexpr const char* kDefaultDatabaseType = "sybase";
+constexpr const char* kDefaultShare = "/export/home/omc";
+constexpr std::size_t kLinePiece = 1023;
+
+/// Asks the store for `parameter` of `tree`, the application's branch first. `value` is not cleared
+/// in between and the second result is not tested: what a failing store writes counts.
+void askStore(const std::string& tree, const std::string& parameter, std::string& value) {
+  const std::string application = VexaCommonUtils::Vexagetenv("APP_NAME");
+  const int result =
+      VexaCommonUtils_i::getSettingParamValue(tree + application + "/" + parameter, value);
+  if (result == 0 && !value.empty()) return;
+  VexaCommonUtils_i::getSettingParamValue(tree + "global/" + parameter, value);
+}
+
+bool isListenSwitchOn(const std::string& parameter) {
+  std::string value;
+  {
+    VexaIniReader settings(VexaCommonUtils_i::getConfFile("setting.cfg"));
+    if (settings.initialize(false) != 0) return false;
+    value = settings.getParamValue("[IP]", parameter);
+  }
+  if (value.empty()) askStore("/vexa/common/setting_cfg/", parameter, value);
+  return value == "enable";
+}
+
+enum class TsMode { unknown, on, off };
+
+TsMode readTsMode() {
+  std::string directory = VexaCommonUtils::Vexagetenv("COMMON_SHARE_PATH");
+  if (directory.empty()) directory = kDefaultShare;
+  VexaIniReader settings(directory + "/etc/conf/TSSetting.cfg");
+  if (settings.initialize(false) != 0) return TsMode::unknown;
+  return settings.getParamValue("[TS]", "ts_mode") == "true" ? TsMode::on : TsMode::off;
+}
+
+/// Reads the next line with its line feed, or the next piece of a longer one, into `piece`. Returns
+/// whether there was one.
+bool readLinePiece(std::FILE* file, std::string& piece) {
+  piece.clear();
+  int c = 0;
+  while (piece.size() < kLinePiece && c != '\n' && (c = ::getc_unlocked(file)) != EOF)
+    piece += static_cast<char>(c);
+  return !piece.empty();
+}
+
+/// The type of the first database, by name, in the application configuration; "" when it has none.
+/// Throws what jsoncpp does where a value is of the wrong kind.
+std::string readDatabaseType(const std::string& path) {
+  std::string text;
+  Json::Value root;
+  commutil::readFileText(path, text);  // a file that cannot be read is as an empty one
+  if (!JsonReader(false).parse(text, root)) return {};
+  const Json::Value& databases = root["databases"];
+  const Json::Value::Members names = databases.getMemberNames();
+  if (names.empty()) return {};
+  const Json::Value& type = databases[names.front()][0U]["type"];
+  return type.isString() ? type.asString() : std::string();
+}
+
+commutil::Answer<std::string> findDatabaseType() {
+  std::string type;
+  try {
+    const std::string path = VexaCommonUtils::Vexagetenv("APP_CONF_FILE");
+    if (!path.empty()) type = readDatabaseType(path);
+  } catch (const std::exception&) {
+    type.clear();
+  }
+  if (type.empty()) return {kDefaultDatabaseType, false};
+  return {std::move(type), true};
+}
+
+}  // namespace
+
+bool VexaCommonUtils::isListenAllIp() { return isListenSwitchOn("ListenAllIp"); }
+
+bool VexaCommonUtils::isCorbaSSLOnly() { return VexaCommonUtils_i::isCorbaSSLOnly(); }
+
+bool VexaCommonUtils::IsGlobalVersion() { return true; }
+
+std::string VexaCommonUtils::getDBType() {
+  static commutil::LazyValue<std::string> type;
+  return type.get(findDatabaseType);
+}
+
+bool VexaCommonUtils_i::isListenLoopback() { return isListenSwitchOn("ListenLoopbackIP"); }
+
+bool VexaCommonUtils_i::isCorbaSSLOnly() {
+  std::string value = "disable";
+  askStore("/vexa/common/svc_ssl_conf/", "SSLNoProtection", value);
+  return value == "disable";
+}
+
+bool VexaCommonUtils_i::isTsMode() {
+  // Without a lock: concurrent first calls may each read the file and store the same answer.
+  static constinit std::atomic<TsMode> known{TsMode::unknown};
+  TsMode mode = known.load(std::memory_order_relaxed);
+  if (mode == TsMode::unknown) {
+    mode = readTsMode();
+    if (mode != TsMode::unknown) known.store(mode, std::memory_order_relaxed);
+  }
+  return mode == TsMode::on;
+}
+
+bool VexaCommonUtils_i::isZirel() {
+  const commutil::FileHandle file(std::fopen("/etc/os-release", "rte"));
+  if (!file) return false;
+  std::string line;
+  while (readLinePiece(file.get(), line)) {
+    if (line.back() == '\n') line.pop_back();
+    if (line == "NAME=\"ZirelOS\"") return true;
+  }
+  return false;
+}

@@ -1,1 +1,99 @@
-// placeholder
+// The SSL option file of a service: its template with the options that the template lacks filled in
+// from the settings store. Called by services that start their CORBA layer with SSL. Safe between
+// threads; the file is generated once per process.
+#include <ace/Guard_T.h>
+#include <ace/Thread_Mutex.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <string_view>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "platform/handles.h"
+
+namespace {
+
+constexpr const char* kTemplateName = "svc_ssl.conf";
+constexpr const char* kSettingsTree = "/vexa/common/svc_ssl_conf/";
+constexpr mode_t kMode = 0640;
+
+std::string generatedPath() {
+  return VexaCommonUtils::Vexagetenv("_APP_SHARE_DIR") + "/svc_ssl_" +
+         VexaCommonUtils::Vexagetenv("PROCESS_INSTANCE_ID") + ".conf";
+}
+
+std::string siteSetting(const std::string& parameter, const char* byDefault) {
+  const std::string tree = kSettingsTree;
+  const std::string application = tree + VexaCommonUtils::Vexagetenv("APP_NAME") + "/";
+  std::string value;
+  const bool found = VexaCommonUtils_i::GetSetParamValue(application + parameter,
+                                                         tree + "global/" + parameter, value);
+  return found ? value : byDefault;
+}
+
+/// Adds the options that `text` lacks in front of the double quote that ends the argument string
+/// with "-SSLCAfile". Each check and each search sees what was inserted before. Where there is no
+/// such quote the insertion throws std::out_of_range, which is meant to reach the caller.
+void addMissingOptions(std::string& text) {
+  const std::size_t caFile = text.find("-SSLCAfile");
+  const auto lacks = [&](const char* option) { return text.find(option) == std::string::npos; };
+  const auto add = [&](const std::string& line) { text.insert(text.find('"', caFile), line); };
+  if (lacks("-SSLAuthenticate"))
+    add("\n-SSLAuthenticate " + siteSetting("SSLAuthenticate", "NONE"));
+  if (lacks("-SSLVersion")) add("\n-SSLVersion " + siteSetting("SSLVersion", "TLSv1.2"));
+  if (lacks("-SSLNoProtection") && siteSetting("SSLNoProtection", "disable") == "enable")
+    add("\n-SSLNoProtection");
+}
+
+bool writeAll(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = ::write(fd, text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+/// Writes the file at `path`, or leaves none there. Its mode is set apart from its creation because
+/// the umask must not narrow it.
+bool writeGenerated(const std::string& path, std::string_view text) {
+  commutil::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode));
+  if (!file) return false;
+  const bool written = writeAll(file.get(), text);
+  ::fchmod(file.get(), kMode);
+  if (::close(file.release()) == 0 && written) return true;
+  ::unlink(path.c_str());
+  return false;
+}
+
+bool generate(const std::string& source, const std::string& target) {
+  // Whatever the name stands for goes, a dangling link too, so that nothing is written through it.
+  ::unlink(target.c_str());
+  std::string text;
+  if (VexaCommonUtils::readFile(source, text) != 0) return false;
+  addMissingOptions(text);
+  return writeGenerated(target, text);
+}
+
+}  // namespace
+
+std::string VexaCommonUtils_i::get_svc_ssl_conf(const std::string& fileName) {
+  const std::string source = getConfFile(fileName);
+  if (fileName != kTemplateName) return source;
+  std::string target = generatedPath();
+  static constinit std::atomic<bool> generated{false};
+  if (generated.load(std::memory_order_acquire)) return target;
+  static ACE_Thread_Mutex mutex;
+  // The flag is not tested again: callers that waited here write the same file once more.
+  const ACE_Guard<ACE_Thread_Mutex> guard(mutex);
+  if (!generate(source, target)) return {};
+  generated.store(true, std::memory_order_release);
+  return target;
+}
+
+int VexaCommonUtils_i::VexaGetSSLMode() { return 2; }
