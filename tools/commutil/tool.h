@@ -1,0 +1,36 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <memory>
+
+/// The exit codes of every subcommand that does not document more.
+enum ExitCode : int { kOk = 0, kNo = 1, kWrongUse = 2 };
+
+/// The command line, and what the chosen subcommand does once the whole of it is understood.
+struct Tool {
+  CLI::App app{"Shows on a live host what a service gets from the common utility library.",
+               "commutil"};
+  std::function<int()> action;
+
+  /// Adds a subcommand below `parent`. Its values live in an `Options` that `configure(subcommand,
+  /// options)` binds to its options and that `run(options)`, which returns the exit code, reads.
+  template <class Options, class Configure, class Run>
+  CLI::App* add(CLI::App& parent, const char* name, const char* purpose, Configure configure,
+                Run run) {
+    const auto options = std::make_shared<Options>();
+    CLI::App* const subcommand = parent.add_subcommand(name, purpose);
+    configure(*subcommand, *options);
+    subcommand->callback([this, options, run] { action = [=] { return run(*options); }; });
+    return subcommand;
+  }
+};
+
+/// Adds the option that chooses between plain text and JSON.
+void addJsonFlag(CLI::App& subcommand, bool& json);
+
+// The families' subcommands, each from the source of its name.
+void addReport(Tool& tool);
+void addConfig(Tool& tool);
+void addQueryText(Tool& tool);
