@@ -1,1 +1,78 @@
-// placeholder
+// Database query text: quoting of string literals and escaping of LIKE patterns in the dialect of
+// the configured database, for processes that build SQL by hand. Re-entrant; no state, the database
+// type is asked on every call.
+#include <strings.h>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "VexaStringUtils.h"
+#include "platform/byte_blocks.h"
+
+namespace {
+
+using commutil::AnyOf;
+using commutil::rewriteBytes;
+
+constexpr AnyOf<1> kQuote{{'\''}};
+constexpr AnyOf<3> kBackslashEscaped{{'%', '_', '\\'}};
+constexpr AnyOf<4> kBracketed{{'%', '_', '[', ']'}};
+
+char* writeDoubled(char* out, char byte) {
+  *out++ = byte;
+  *out++ = byte;
+  return out;
+}
+
+char* writeEscaped(char* out, char byte) {
+  *out++ = '\\';
+  *out++ = byte;
+  return out;
+}
+
+char* writeBracketed(char* out, char byte) {
+  *out++ = '[';
+  *out++ = byte;
+  *out++ = ']';
+  return out;
+}
+
+}  // namespace
+
+std::string VexaCommonUtils::transDBUpdateString(const std::string& text) {
+  return rewriteBytes(text, kQuote, 2, writeDoubled);
+}
+
+std::string VexaCommonUtils::transDBSearchString(const std::string& text) {
+  if (text.empty()) return text;
+  const std::string type = getDBType();
+  if (strcasecmp(type.c_str(), "oracle") == 0 || strcasecmp(type.c_str(), "tessarn") == 0) {
+    return rewriteBytes(text, kBackslashEscaped, 2, writeEscaped);
+  }
+  return rewriteBytes(text, kBracketed, 3, writeBracketed);
+}
+
+std::string VexaCommonUtils::getEscapeString() {
+  const std::string type = ToUpper(getDBType());
+  return type == "ORACLE" || type == "TESSARN" ? " escape '\\' " : "";
+}
+
+// A "tessarn" text is quoted and escaped here although an "oracle" text is not: callers rely on it.
+std::string VexaCommonUtils::TransferLikeSqlForSybAndMSSQL(const std::string& text) {
+  if (ToUpper(getDBType()) == "ORACLE") return text;
+  return transDBSearchString(transDBUpdateString(text));
+}
+
+std::string VexaCommonUtils_i::TransferLikeSql(const std::string& text,
+                                               Vexacommon::FuzzyQueryMode mode) {
+  using namespace Vexacommon;
+  const bool leading = mode == FUZZY_QUERY_LEFT || mode == FUZZY_QUERY_BOTH;
+  const bool trailing = mode == FUZZY_QUERY_RIGHT || mode == FUZZY_QUERY_BOTH;
+  const std::string body =
+      VexaCommonUtils::transDBSearchString(VexaCommonUtils::transDBUpdateString(text));
+  const std::string clause = VexaCommonUtils::getEscapeString();
+
+  std::string operand;
+  operand.reserve(body.size() + clause.size() + sizeof "'%%'");
+  operand.append(leading ? "'%" : "'").append(body).append(trailing ? "%'" : "'").append(clause);
+  return operand;
+}

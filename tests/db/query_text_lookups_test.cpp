@@ -1,0 +1,71 @@
+// How often database query text asks for the database type: this program compiles the family itself
+// and answers in place of the settings.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+
+namespace {
+
+std::vector<std::string> answers;  // one a look-up, the last one for ever
+std::size_t lookUps = 0;
+
+void answer(const std::vector<std::string>& types) {
+  answers = types;
+  lookUps = 0;
+}
+
+}  // namespace
+
+std::string VexaCommonUtils::getDBType() {
+  const std::size_t which = std::min(lookUps++, answers.size() - 1);
+  return answers[which];
+}
+
+namespace {
+
+TEST(QueryTextLookUps, AreMadeOnEveryCall) {
+  answer({"oracle"});
+  VexaCommonUtils::transDBUpdateString("'");
+  EXPECT_EQ(lookUps, 0U);
+  VexaCommonUtils::transDBSearchString("");
+  EXPECT_EQ(lookUps, 0U);
+  VexaCommonUtils::transDBSearchString("plain");
+  EXPECT_EQ(lookUps, 1U);
+  VexaCommonUtils::getEscapeString();
+  EXPECT_EQ(lookUps, 2U);
+  VexaCommonUtils::TransferLikeSqlForSybAndMSSQL("");
+  EXPECT_EQ(lookUps, 3U);
+}
+
+TEST(QueryTextLookUps, FollowAChangeOfTheAnswer) {
+  answer({"sybase", "oracle"});
+  EXPECT_EQ(VexaCommonUtils::transDBSearchString("%"), "[%]");
+  EXPECT_EQ(VexaCommonUtils::transDBSearchString("%"), "\\%");
+}
+
+TEST(QueryTextLookUps, OfAnOperandAreTwo) {
+  answer({"sybase", "oracle"});
+  EXPECT_EQ(VexaCommonUtils_i::TransferLikeSql("%", Vexacommon::FUZZY_QUERY_NONE),
+            "'[%]' escape '\\' ");
+  EXPECT_EQ(lookUps, 2U);
+  answer({"oracle", "sybase"});
+  EXPECT_EQ(VexaCommonUtils_i::TransferLikeSql("%", Vexacommon::FUZZY_QUERY_NONE), "'\\%'");
+  answer({"oracle", "sybase"});
+  EXPECT_EQ(VexaCommonUtils_i::TransferLikeSql("", Vexacommon::FUZZY_QUERY_NONE),
+            "'' escape '\\' ");
+  EXPECT_EQ(lookUps, 1U);
+}
+
+TEST(QueryTextLookUps, TakeATypeOfAnyBytes) {
+  for (const std::string type : {"", "\xFF\xFE", "oracle\n", "sybase'%"}) {
+    answer({type});
+    EXPECT_EQ(VexaCommonUtils_i::TransferLikeSql("[", Vexacommon::FUZZY_QUERY_NONE), "'[[]'");
+  }
+}
+
+}  // namespace

@@ -1,0 +1,144 @@
+// The string utilities beside plain models of their steps, on many small texts, under a Turkish
+// locale and from several threads.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <clocale>
+#include <cstring>
+#include <list>
+#include <locale>
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "VexaStringUtils.h"
+#include "support/fixtures.h"
+#include "support/namespaces.h"
+
+namespace {
+
+std::list<std::string> modelSplit(const std::string& s, const std::string& delims) {
+  std::list<std::string> out;
+  std::size_t start = s.find_first_not_of(delims, 0);
+  while (start != std::string::npos) {
+    const std::size_t found = std::min(s.find(delims, start), s.size());
+    out.push_back(s.substr(start, found - start));
+    start = s.find_first_not_of(delims, found + 1);
+  }
+  return out;
+}
+
+std::vector<std::string> modelSplitAll(const std::string& s, const std::string& delims) {
+  std::string copy = std::string(s.c_str()).substr(0, 1024);
+  std::vector<std::string> out;
+  char* save = nullptr;
+  for (char* token = ::strtok_r(copy.data(), delims.c_str(), &save); token != nullptr;
+       token = ::strtok_r(nullptr, delims.c_str(), &save)) {
+    out.emplace_back(token);
+  }
+  return out;
+}
+
+std::string modelReplace(std::string s, const std::string& from, const std::string& to) {
+  if (from.empty()) return s;
+  for (std::size_t at = 0; (at = s.find(from, at)) != std::string::npos; at += to.size()) {
+    s.replace(at, from.size(), to);
+  }
+  return s;
+}
+
+std::string modelTrim(const std::string& s, const std::string& chars) {
+  const std::size_t begin = s.find_first_not_of(chars);
+  if (begin == std::string::npos) return "";
+  return s.substr(begin, s.find_last_not_of(chars) - begin + 1);
+}
+
+// Few different bytes, so that matches, near matches and empty pieces are frequent.
+class Texts {
+ public:
+  explicit Texts(unsigned seed) : m_random(seed) {}
+
+  std::string next(std::size_t longest) {
+    const std::string alphabet("ab ,\0\xE9", 6);
+    std::string text(m_random() % (longest + 1), '\0');
+    const std::size_t variety = 2 + m_random() % 5;
+    for (char& byte : text) byte = alphabet[m_random() % variety];
+    return text;
+  }
+
+ private:
+  std::mt19937 m_random;
+};
+
+void compareWithModels(unsigned seed, int rounds) {
+  Texts texts(seed);
+  for (int round = 0; round < rounds; ++round) {
+    SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
+    std::string s = texts.next(round % 10 == 0 ? 1500 : 80);
+    std::string few = texts.next(4);
+    std::string other = texts.next(6);
+
+    std::list<std::string> list;
+    VexaCommonUtils::split(s, few, list);
+    ASSERT_EQ(list, modelSplit(s, few));
+    std::vector<std::string> vector;
+    const auto expected = modelSplitAll(s, few);
+    ASSERT_EQ(VexaCommonUtils::splitAll(s, few, vector), expected.size());
+    ASSERT_EQ(vector, expected);
+    std::set<std::string> set;
+    VexaCommonUtils_i::splitAll(s, few, set);
+    ASSERT_EQ(set, std::set<std::string>(expected.begin(), expected.end()));
+
+    ASSERT_EQ(VexaCommonUtils::Vexatrim(s), modelTrim(s, " "));
+    ASSERT_EQ(VexaCommonUtils_i::VexatrimAll(s, few.c_str()), modelTrim(s, few.c_str()));
+    ASSERT_EQ(ReplaceChar(s, ' ', other), modelReplace(s, " ", other));
+    std::string changed = s;
+    ASSERT_EQ(VexaCommonUtils::Vexareplace(changed, few, other), modelReplace(s, few, other));
+    ASSERT_EQ(changed, modelReplace(s, few, other));
+  }
+}
+
+TEST(StringModels, AgreeOnManyTexts) {
+  for (unsigned seed = 1; seed <= 20; ++seed) compareWithModels(seed, 500);
+}
+
+TEST(StringModels, AgreeInSeveralThreads) {
+  std::vector<std::thread> threads;
+  for (unsigned seed = 101; seed <= 108; ++seed) {
+    threads.emplace_back(compareWithModels, seed, 200);
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(StringModels, AgreeUnderATurkishLocale) {
+  const commutil_test::TempDir locales;
+  commutil_test::shell("localedef -i tr_TR -f ISO-8859-9 '" + (locales / "tr_TR") + "'");
+  commutil_test::runInChild([&locales] {
+    const commutil_test::ScopedEnv path("LOCPATH", locales.path().string());
+    ASSERT_NE(std::setlocale(LC_ALL, "tr_TR"), nullptr);
+    std::locale::global(std::locale("tr_TR"));
+    ASSERT_NE(std::toupper('i'), 'I') << "not a Turkish locale";
+    ASSERT_NE(std::tolower('I'), 'i');
+    ASSERT_NE(std::toupper(0xE9), 0xE9);
+
+    EXPECT_EQ(ToUpper("iIbirinci-\xE9\xFD"), "IIBIRINCI-\xE9\xFD");
+    EXPECT_FALSE(StringIsRight("i"));
+    EXPECT_FALSE(StringIsRight("I"));
+    EXPECT_TRUE(StringIsRight("\xDD\xFD\xE9"));
+    EXPECT_TRUE(VexaCommonUtils_i::Isdigitstr("0123456789"));
+    EXPECT_FALSE(VexaCommonUtils_i::Isdigitstr("\xB2"));
+    EXPECT_EQ(VexaCommonUtils_i::VexatrimAll("\xA0x\xA0", " \t\r\n"), "\xA0x\xA0");
+    EXPECT_EQ(StrHexToInt("fF"), "255");
+    char buf[22];
+    EXPECT_STREQ(VexaCommonUtils::ltoa(-1234567, buf), "-1234567");
+    EXPECT_STREQ(VexaCommonUtils_i::ulltoa(1234567, buf), "1234567");
+    compareWithModels(7, 200);
+  });
+}
+
+}  // namespace

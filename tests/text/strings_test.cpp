@@ -1,0 +1,616 @@
+#include "VexaStringUtils.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <list>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+
+namespace {
+
+using namespace std::string_literals;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+
+using Tokens = std::vector<std::string>;
+
+std::string allBytes() {
+  std::string bytes;
+  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
+  return bytes;
+}
+
+// Places around which block-wise code changes course.
+const std::vector<std::size_t> kLengths = {0,  1,  7,  15, 16, 17, 31, 32,
+                                           33, 47, 48, 63, 64, 65, 100};
+
+Tokens splitToList(const std::string& s, const std::string& delims) {
+  std::list<std::string> out;
+  VexaCommonUtils::split(s, delims, out);
+  return {out.begin(), out.end()};
+}
+
+Tokens splitToVector(const std::string& s, const std::string& delims) {
+  Tokens out;
+  const unsigned long count = VexaCommonUtils::splitAll(s, delims, out);
+  EXPECT_EQ(count, out.size());
+  return out;
+}
+
+std::string replaced(std::string s, std::string from, std::string to) {
+  const std::string result = VexaCommonUtils::Vexareplace(s, from, to);
+  EXPECT_EQ(result, s);
+  return result;
+}
+
+// Trimming
+
+struct TrimCase {
+  std::string text;
+  std::string leading;  // expected of Vexaltrim
+  std::string both;     // expected of Vexatrim
+};
+
+TEST(Trim, TakesBlanksOnly) {
+  const std::vector<TrimCase> cases = {
+      {"  a b  ", "a b  ", "a b"},
+      {"\ta\t", "\ta\t", "\ta\t"},
+      {" \ta\r\n ", "\ta\r\n ", "\ta\r\n"},
+      {"   ", "", ""},
+      {"", "", ""},
+      {" ", "", ""},
+      {"a", "a", "a"},
+      {"a ", "a ", "a"},
+      {" a", "a", "a"},
+      {" \0 "s, "\0 "s, "\0"s},
+      {" \xA0\v ", "\xA0\v ", "\xA0\v"},
+      {std::string(5000, ' ') + "x y" + std::string(5000, ' '), "x y" + std::string(5000, ' '),
+       "x y"},
+  };
+  for (const TrimCase& each : cases) {
+    SCOPED_TRACE(each.text);
+    std::string text = each.text;
+    EXPECT_EQ(VexaCommonUtils::Vexaltrim(text), each.leading);
+    EXPECT_EQ(VexaCommonUtils::Vexatrim(text), each.both);
+    EXPECT_EQ(text, each.text);
+  }
+}
+
+TEST(Trim, OfEveryByteTakesTheBlankOnly) {
+  for (const char byte : allBytes()) {
+    SCOPED_TRACE(static_cast<int>(byte));
+    std::string text(3, byte);
+    EXPECT_EQ(VexaCommonUtils::Vexaltrim(text), byte == ' ' ? "" : text);
+    EXPECT_EQ(VexaCommonUtils::Vexatrim(text), byte == ' ' ? "" : text);
+  }
+}
+
+struct TrimSetCase {
+  std::string text;
+  const char* chars;
+  std::string expected;
+};
+
+TEST(TrimAll, TakesTheBytesOfTheSet) {
+  const std::vector<TrimSetCase> cases = {
+      {" \r\nx y\t", " \t\r\n", "x y"},
+      {"\t\t", " \t\r\n", ""},
+      {"", " \t\r\n", ""},
+      {" a ", "", " a "},
+      {" a ", nullptr, " a "},
+      {"", nullptr, ""},
+      {" \0 "s, "", " \0 "s},
+      {" \0 "s, " ", "\0"s},  // a NUL is never in the set
+      {"abcxcba", "cab", "x"},
+      {"xxabcxx", "cab", "xxabcxx"},
+      {"aXa", "x", "aXa"},
+      {"\xFF\x80m\x80\xFF", "\x80\xFF", "m"},
+      {"\v\fa\v\f", " \t\r\n", "\v\fa\v\f"},
+  };
+  for (const TrimSetCase& each : cases) {
+    SCOPED_TRACE(each.text);
+    EXPECT_EQ(VexaCommonUtils_i::VexatrimAll(each.text, each.chars), each.expected);
+    EXPECT_EQ(VexaCommonUtils_i::trimString(each.text, each.chars), each.expected);
+  }
+}
+
+TEST(TrimAll, KnowsEveryByteOfTheSet) {
+  for (const char byte : allBytes().substr(1)) {
+    SCOPED_TRACE(static_cast<int>(byte));
+    const std::string chars(1, byte);
+    const std::string inside = byte == '-' ? "+" : "-";
+    EXPECT_EQ(VexaCommonUtils_i::VexatrimAll(chars + inside + chars, chars.c_str()), inside);
+    EXPECT_EQ(VexaCommonUtils_i::trimString(chars + inside + chars, chars.c_str()), inside);
+  }
+}
+
+// Splitting
+
+struct SplitCase {
+  std::string text;
+  std::string delims;
+  Tokens expected;
+};
+
+TEST(Split, SkipsDelimiterBytesAndEndsAtTheDelimiterText) {
+  const std::vector<SplitCase> cases = {
+      {"a,,b,", ",", {"a", "b"}},
+      {",,,", ",", {}},
+      {"", ",", {}},
+      {"abc", ",", {"abc"}},
+      {",abc", ",", {"abc"}},
+      {"a", "a", {}},
+      {"abxab", "ab", {"x"}},
+      {"xaybz", "ab", {"xaybz"}},
+      {"xabyabz", "ab", {"x", "y", "z"}},
+      {"bxaby", "ab", {"x", "y"}},
+      {"xabbay", "ab", {"x", "y"}},  // the bytes behind the found text are skipped as a set
+      {"xaaby", "ab", {"xa", "y"}},  // the first whole occurrence ends the token
+      {"xab", "ab", {"x"}},
+      {"xa", "ab", {"xa"}},
+      {"a::b:c", "::", {"a", "b:c"}},
+      {":a:::b", "::", {"a", "b"}},
+      {"x\0y\0"s, "\0"s, {"x", "y"}},
+      {"x\0y,z"s, ",", {"x\0y"s, "z"}},
+      {"x\0,y"s, "\0,"s, {"x", "y"}},
+      {"x\0y"s, "\0,"s, {"x\0y"s}},
+      {"\xE9,\xFF", ",", {"\xE9", "\xFF"}},
+      {"a b\tc", " \t", {"a b\tc"}},
+      {"ab", "abc", {}},
+  };
+  for (const SplitCase& each : cases) {
+    SCOPED_TRACE(each.text + " / " + each.delims);
+    EXPECT_EQ(splitToList(each.text, each.delims), each.expected);
+  }
+}
+
+TEST(Split, WithoutDelimitersGivesAnEmptyTokenForEachByte) {
+  EXPECT_EQ(splitToList("", ""), Tokens());
+  EXPECT_EQ(splitToList("a", ""), Tokens(1));
+  EXPECT_EQ(splitToList("a,b", ""), Tokens(3));
+  EXPECT_EQ(splitToList("\0\0"s, ""), Tokens(2));
+}
+
+TEST(Split, AppendsAndNeverClears) {
+  std::list<std::string> out = {"old"};
+  VexaCommonUtils::split("", ",", out);
+  VexaCommonUtils::split(",,", ",", out);
+  EXPECT_THAT(out, ElementsAre("old"));
+  VexaCommonUtils::split("a,b", ",", out);
+  VexaCommonUtils::split("c", ",", out);
+  EXPECT_THAT(out, ElementsAre("old", "a", "b", "c"));
+}
+
+TEST(Split, MayTakeItsTextFromTheList) {
+  std::list<std::string> out = {"a,b", ","};
+  VexaCommonUtils::split(out.front(), out.back(), out);
+  EXPECT_THAT(out, ElementsAre("a,b", ",", "a", "b"));
+}
+
+TEST(Split, HasNoLengthLimit) {
+  const std::string token(3000, 'x');
+  EXPECT_EQ(splitToList(token + "," + token, ","), Tokens(2, token));
+}
+
+TEST(SplitAll, TakesDelimitersAsASet) {
+  const std::vector<SplitCase> cases = {
+      {"a b  c", " ", {"a", "b", "c"}},
+      {"  a b ", " ", {"a", "b"}},
+      {"", " ", {}},
+      {"   ", " ", {}},
+      {"abc", "", {"abc"}},
+      {"", "", {}},
+      {"xaybz", "ab", {"x", "y", "z"}},
+      {"a\tb\nc d", " \t\n", {"a", "b", "c", "d"}},
+      {"\xE9,\xFF", ",", {"\xE9", "\xFF"}},
+      {"\xE9,\xFF", "\xE9", {",\xFF"}},
+      {"a b\0c d"s, " ", {"a", "b"}},  // text behind a NUL is not seen
+      {"\0a b"s, " ", {}},
+      {"a,b c", ",\0 "s, {"a", "b c"}},  // nor are delimiters
+      {"a b", "\0 "s, {"a b"}},
+  };
+  for (const SplitCase& each : cases) {
+    SCOPED_TRACE(each.text + " / " + each.delims);
+    EXPECT_EQ(splitToVector(each.text, each.delims), each.expected);
+    std::set<std::string> out;
+    VexaCommonUtils_i::splitAll(each.text, each.delims, out);
+    EXPECT_THAT(
+        out, ElementsAreArray(std::set<std::string>(each.expected.begin(), each.expected.end())));
+  }
+}
+
+TEST(SplitAll, CountsWhatTheVectorHeldBefore) {
+  std::vector<std::string> out = {"x", "y"};
+  EXPECT_EQ(VexaCommonUtils::splitAll("a b  c", " ", out), 5U);
+  EXPECT_THAT(out, ElementsAre("x", "y", "a", "b", "c"));
+  EXPECT_EQ(VexaCommonUtils::splitAll("", " ", out), 5U);
+  EXPECT_EQ(VexaCommonUtils::splitAll("  ", " ", out), 5U);
+  EXPECT_EQ(out.size(), 5U);
+}
+
+TEST(SplitAll, MayTakeItsTextFromTheVector) {
+  std::vector<std::string> out = {"a b c d e f g h", " "};
+  out.shrink_to_fit();
+  EXPECT_EQ(VexaCommonUtils::splitAll(out[0], out[1], out), 10U);
+  EXPECT_EQ(out[9], "h");
+}
+
+TEST(SplitAll, CollapsesAndOrdersInASet) {
+  std::set<std::string> out = {"m"};
+  VexaCommonUtils_i::splitAll("b a b", " ", out);
+  EXPECT_THAT(out, ElementsAre("a", "b", "m"));
+  VexaCommonUtils_i::splitAll("\xE9 Z", " ", out);
+  EXPECT_THAT(out, ElementsAre("Z", "a", "b", "m", "\xE9"));
+  VexaCommonUtils_i::splitAll("", " ", out);
+  EXPECT_EQ(out.size(), 5U);
+}
+
+TEST(SplitAll, SeesThe1024FirstBytes) {
+  for (const std::size_t length : {1022U, 1023U, 1024U, 1025U, 1026U, 2000U, 100000U}) {
+    SCOPED_TRACE(length);
+    const std::string seen(std::min<std::size_t>(length, 1024), 'x');
+    EXPECT_EQ(splitToVector(std::string(length, 'x'), " "), Tokens{seen});
+    std::set<std::string> out;
+    VexaCommonUtils_i::splitAll(std::string(length, 'x'), " ", out);
+    EXPECT_THAT(out, ElementsAre(seen));
+  }
+  const std::string head(1022, 'x');
+  EXPECT_EQ(splitToVector(head + " yz", " "), (Tokens{head, "y"}));
+  EXPECT_EQ(splitToVector(head + "  yz", " "), (Tokens{head}));
+}
+
+TEST(SplitAll, OfEveryOtherByteFillsTheLimit) {
+  std::string text;
+  while (text.size() < 2000) text += "a ";
+  EXPECT_EQ(splitToVector(text, " "), Tokens(512, "a"));
+}
+
+// Replacing
+
+struct ReplaceCase {
+  std::string text;
+  std::string from;
+  std::string to;
+  std::string expected;
+};
+
+TEST(Replace, GoesLeftToRightAndNeverIntoWhatItInserted) {
+  const std::vector<ReplaceCase> cases = {
+      {"aaa", "a", "aa", "aaaaaa"},
+      {"aaa", "aa", "b", "ba"},
+      {"aaaa", "aa", "a", "aa"},
+      {"abab", "ab", "", ""},
+      {"aabb", "ab", "", "ab"},  // what closes up is not searched again
+      {"xabyab", "ab", "ba", "xbayba"},
+      {"abc", "x", "y", "abc"},
+      {"abc", "abcd", "y", "abc"},
+      {"abc", "abc", "", ""},
+      {"abc", "abc", "a longer text than the buffer of a short string",
+       "a longer text than the buffer of a short string"},
+      {"", "a", "b", ""},
+      {"", "", "b", ""},
+      {"abc", "", "b", "abc"},  // an empty text to find leaves the text alone
+      {"abc", "", "", "abc"},
+      {"a\0b\0"s, "\0"s, "00", "a00b00"},
+      {"a\0b"s, "a\0"s, "x\0y"s, "x\0yb"s},
+      {"\xFF\x80", "\x80", "\xFF\xFF", "\xFF\xFF\xFF"},
+      {"aab", "ab", "c", "ac"},
+      {"ababac", "abac", "x", "abx"},
+  };
+  for (const ReplaceCase& each : cases) {
+    SCOPED_TRACE(each.text + " / " + each.from + " / " + each.to);
+    EXPECT_EQ(replaced(each.text, each.from, each.to), each.expected);
+    std::string text = each.text;
+    VexaCommonUtils::stringReplace(each.from, each.to, text);
+    EXPECT_EQ(text, each.expected);
+  }
+}
+
+TEST(Replace, LeavesItsArgumentsAlone) {
+  std::string s = "abc";
+  std::string from = "b";
+  std::string to = "xyz";
+  VexaCommonUtils::Vexareplace(s, from, to);
+  EXPECT_EQ(from, "b");
+  EXPECT_EQ(to, "xyz");
+}
+
+TEST(Replace, MayBeGivenOneObjectTwice) {
+  std::string a = "a";
+  std::string s = "banana";
+  VexaCommonUtils::Vexareplace(s, a, s);  // each "a" by the text as it was
+  EXPECT_EQ(s, "bbanananbanananbanana");
+  s = "aba";
+  VexaCommonUtils::Vexareplace(s, s, a);
+  EXPECT_EQ(s, "a");
+  s = "aba";
+  std::string longer = "longer than the text";
+  VexaCommonUtils::Vexareplace(s, s, longer);
+  EXPECT_EQ(s, longer);
+  VexaCommonUtils::Vexareplace(s, s, s);
+  EXPECT_EQ(s, longer);
+  VexaCommonUtils::stringReplace(s, "", s);
+  EXPECT_EQ(s, "");
+  s = "xx";
+  VexaCommonUtils::stringReplace("x", s, s);
+  EXPECT_EQ(s, "xxxx");
+  s = "ab";
+  VexaCommonUtils::stringReplace("abc", s, s);
+  EXPECT_EQ(s, "ab");
+  VexaCommonUtils::Vexareplace(s, a, a);
+  EXPECT_EQ(s, "ab");
+}
+
+TEST(ReplaceChar, WritesTheWholeReplacement) {
+  const std::vector<ReplaceCase> cases = {
+      {"50%_x", "%", "\\%", "50\\%_x"},
+      {"", "%", "\\%", ""},
+      {"%", "%", "", ""},
+      {"%%%", "%", "%%", "%%%%%%"},
+      {"a-b-c", "-", "+", "a+b+c"},
+      {"a-b-c", "-", "", "abc"},
+      {"abc", "-", "+", "abc"},
+      {"a\0b"s, "\0"s, "\\0", "a\\0b"},
+      {"a-b", "-", "\0\0"s, "a\0\0b"s},
+      {"\xE9-", "\xE9", "e", "e-"},
+      {"a-", "-", std::string(1000, 'r'), "a" + std::string(1000, 'r')},
+  };
+  for (const ReplaceCase& each : cases) {
+    SCOPED_TRACE(each.text);
+    const std::string text = each.text;
+    EXPECT_EQ(ReplaceChar(text, each.from[0], each.to), each.expected);
+    EXPECT_EQ(text, each.text);
+  }
+}
+
+TEST(ReplaceChar, MayBeGivenOneObjectTwice) {
+  const std::string s = "a-";
+  EXPECT_EQ(ReplaceChar(s, '-', s), "aa-");
+}
+
+TEST(ReplaceChar, KnowsEveryByteAtEveryPlace) {
+  const std::string bytes = allBytes();
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    SCOPED_TRACE(at);
+    EXPECT_EQ(ReplaceChar(bytes, bytes[at], "<>"),
+              bytes.substr(0, at) + "<>" + bytes.substr(at + 1));
+    EXPECT_EQ(ReplaceChar(bytes, bytes[at], ""), bytes.substr(0, at) + bytes.substr(at + 1));
+  }
+}
+
+// Case and classes
+
+TEST(ToUpper, ChangesTheAsciiLettersOnly) {
+  for (const std::size_t shift : kLengths) {
+    SCOPED_TRACE(shift);
+    const std::string text = std::string(shift, '.') + allBytes() + "abz-\xE9";
+    std::string expected = text;
+    for (char& byte : expected) {
+      if (byte >= 'a' && byte <= 'z') byte = static_cast<char>(byte - 32);
+    }
+    EXPECT_EQ(ToUpper(text), expected);
+    std::string changed = text;
+    ToUpperEx(changed);
+    EXPECT_EQ(changed, expected);
+  }
+}
+
+TEST(ToUpper, WorksOnTextsOfEveryLength) {
+  for (const std::size_t length : kLengths) {
+    SCOPED_TRACE(length);
+    const std::string text(length, 'q');
+    EXPECT_EQ(ToUpper(text), std::string(length, 'Q'));
+    EXPECT_EQ(text, std::string(length, 'q'));
+  }
+  EXPECT_EQ(ToUpper("abz-\xE9"), "ABZ-\xE9");
+  EXPECT_EQ(ToUpper("a\0b"s), "A\0B"s);
+}
+
+TEST(Classes, KnowEveryByteAtEveryPlace) {
+  for (const std::size_t length : kLengths) {
+    for (std::size_t at = 0; at < length; ++at) {
+      for (const char byte : allBytes()) {
+        std::string text(length, '0');
+        text[at] = byte;
+        const bool digit = byte >= '0' && byte <= '9';
+        const bool beyond = (byte >= 'G' && byte <= 'Z') || (byte >= 'g' && byte <= 'z');
+        ASSERT_EQ(VexaCommonUtils_i::Isdigitstr(text), digit)
+            << static_cast<int>(byte) << " at " << at << " of " << length;
+        ASSERT_EQ(StringIsRight(text), !beyond)
+            << static_cast<int>(byte) << " at " << at << " of " << length;
+      }
+    }
+  }
+}
+
+TEST(Classes, OfTexts) {
+  EXPECT_TRUE(StringIsRight("00:1A:ff"));
+  EXPECT_TRUE(StringIsRight(""));
+  EXPECT_FALSE(StringIsRight("0x1f"));
+  EXPECT_FALSE(StringIsRight("\0z"s));
+  EXPECT_TRUE(VexaCommonUtils_i::Isdigitstr(""));
+  EXPECT_TRUE(VexaCommonUtils_i::Isdigitstr("0123456789"));
+  for (const char* text : {"12a", "-1", "+1", " 1", "1.0", "1 "}) {
+    EXPECT_FALSE(VexaCommonUtils_i::Isdigitstr(text)) << text;
+  }
+}
+
+// Numbers
+
+TEST(NumberToText, WritesDecimal) {
+  char buf[24];
+  const auto fill = [&buf] { std::memset(buf, '#', sizeof buf); };
+  for (const long value : {0L, 5L, -5L, LONG_MAX, LONG_MIN}) {
+    fill();
+    EXPECT_EQ(VexaCommonUtils::ltoa(value, buf), buf);
+    EXPECT_EQ(buf, std::to_string(value));
+    EXPECT_EQ(std::string_view(buf + 22, 2), "##");
+  }
+  for (const unsigned long value : {0UL, 7UL, ULONG_MAX}) {
+    fill();
+    EXPECT_EQ(VexaCommonUtils::ultoa(value, buf), buf);
+    EXPECT_EQ(buf, std::to_string(value));
+    EXPECT_EQ(std::string_view(buf + 22, 2), "##");
+    fill();
+    EXPECT_EQ(VexaCommonUtils_i::ulltoa(value, buf), buf);
+    EXPECT_EQ(buf, std::to_string(value));
+    EXPECT_EQ(std::string_view(buf + 22, 2), "##");
+  }
+}
+
+TEST(NumberToText, OfANullBufferIsNull) {
+  EXPECT_EQ(VexaCommonUtils::ltoa(-5, nullptr), nullptr);
+  EXPECT_EQ(VexaCommonUtils::ultoa(5, nullptr), nullptr);
+  EXPECT_EQ(VexaCommonUtils_i::ulltoa(5, nullptr), nullptr);
+}
+
+struct HexCase {
+  std::string hex;
+  std::string expected;
+};
+
+TEST(StrHexToInt, PrintsThreeCharactersAtMost) {
+  const std::vector<HexCase> cases = {
+      {"ff", "255"},
+      {"FF", "255"},
+      {"fF", "255"},
+      {"00ff", "255"},
+      {"0", "0"},
+      {"", "0"},
+      {"a", "10"},
+      {"3e7", "999"},
+      {"3e8", ""},
+      {"fff", ""},
+      {"7fffffff", ""},
+      {"ffffffff", "-1"},  // the low 32 bits, signed
+      {"ffffff9d", "-99"},
+      {"ffffff9c", ""},
+      {"80000000", ""},
+      {"100000000", "0"},
+      {"1000000ff", "255"},
+      {"123456780000000a", "10"},
+      {"ffffffffffffffff", "-1"},
+      {"10000000000000000", "0"},  // past 64 bits: weighs nothing
+      {"f00000000000000ff", "255"},
+      {std::string(5000, 'f'), "-1"},
+      {std::string(5000, '0') + "1f", "31"},
+      {std::string(5000, '7') + "0000007f", "127"},
+  };
+  for (const HexCase& each : cases) {
+    SCOPED_TRACE(each.hex);
+    EXPECT_EQ(StrHexToInt(each.hex), each.expected);
+  }
+}
+
+TEST(StrHexToInt, RefusesWhatIsNoDigit) {
+  for (const char* hex : {"g1", "0xff", "1g", " 1", "1 ", "-1", "+1", "f\n"}) {
+    EXPECT_EQ(StrHexToInt(hex), "") << hex;
+  }
+  EXPECT_EQ(StrHexToInt("z" + std::string(5000, '0')), "");
+  EXPECT_EQ(StrHexToInt("1" + std::string(5000, '0') + "z"), "");
+}
+
+TEST(StrHexToInt, KnowsEveryByte) {
+  const std::string digits = "0123456789abcdefABCDEF";
+  for (const char byte : allBytes().substr(1)) {
+    const std::size_t place = digits.find(byte);
+    const std::size_t value = place < 16 ? place : place - 6;
+    EXPECT_EQ(StrHexToInt(std::string(1, byte)),
+              place == std::string::npos ? "" : std::to_string(value));
+  }
+}
+
+TEST(StrHexToInt, EndsAtANul) {
+  EXPECT_EQ(StrHexToInt("1f\0zz"s), "31");
+  EXPECT_EQ(StrHexToInt("\0ff"s), "0");
+}
+
+struct PercentCase {
+  double value;
+  double expected;
+};
+
+TEST(GetUpperIntVal, LiftsToTheNextWholeNumber) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  const std::vector<PercentCase> cases = {
+      {0.0, 0.0},
+      {-0.0, 0.0},
+      {0.2, 1.0},
+      {std::numeric_limits<double>::denorm_min(), 1.0},
+      {1.0, 1.0},
+      {42.0, 42.0},
+      {42.5, 43.0},
+      {97.9, 98.0},
+      {98.0, 98.0},
+      {98.0000001, 99.0},
+      {98.01, 99.0},
+      {std::nextafter(99.0, 0.0), 99.0},
+      {99.0, 99.0},
+      {99.5, 99.0},  // never 100 from below
+      {std::nextafter(100.0, 0.0), 99.0},
+      {100.0, 100.0},
+      {250.0, 100.0},
+      {1e300, 100.0},
+      {kInfinity, 100.0},
+      {std::nan(""), 100.0},
+      {-std::nan(""), 100.0},
+      {-0.5, 0.0},
+      {std::nextafter(-1.0, 0.0), 0.0},
+  };
+  for (const PercentCase& each : cases) {
+    SCOPED_TRACE(each.value);
+    EXPECT_EQ(VexaCommonUtils_i::getUpperIntVal(each.value), each.expected);
+    EXPECT_FALSE(std::signbit(VexaCommonUtils_i::getUpperIntVal(each.value)));
+  }
+}
+
+TEST(GetUpperIntVal, WrapsNegativeNumbers) {
+  constexpr double kWrap = 18446744073709551616.0;
+  const std::vector<PercentCase> cases = {
+      {-1.0, kWrap},
+      {-1.5, kWrap},
+      {-5.0, kWrap},
+      {-100000.0, kWrap - 100000.0},
+      {-4611686018427387904.0, kWrap - 4611686018427387904.0},
+      {-9223372036854775808.0, kWrap / 2},
+      {-1e19, kWrap},  // below the signed range: the largest number
+      {-1e300, kWrap},
+      {-std::numeric_limits<double>::infinity(), kWrap},
+  };
+  for (const PercentCase& each : cases) {
+    SCOPED_TRACE(each.value);
+    EXPECT_EQ(VexaCommonUtils_i::getUpperIntVal(each.value), each.expected);
+  }
+}
+
+// Layout
+
+TEST(Tabs, PadTo32Columns) {
+  for (std::size_t length = 0; length <= 40; ++length) {
+    SCOPED_TRACE(length);
+    EXPECT_EQ(VexaCommonUtils::tabs(std::string(length, 'x')),
+              std::string(length < 32 ? 32 - length : 0, ' '));
+  }
+  EXPECT_EQ(VexaCommonUtils::tabs("\0\0"s).size(), 30U);
+}
+
+TEST(Reverse, GivesTheBytesBackwards) {
+  for (const auto& [text, expected] : std::vector<std::pair<std::string, std::string>>{
+           {"", ""}, {"a", "a"}, {"abc", "cba"}, {"a\0\xC3\xA9"s, "\xA9\xC3\0a"s}}) {
+    std::string s = text;
+    EXPECT_EQ(VexaCommonUtils::Vexareverse(s), expected);
+    EXPECT_EQ(s, text);
+  }
+}
+
+}  // namespace
