@@ -30,13 +30,14 @@ int sslConf(const SslConfOptions& options) {
     complain("cannot read " + path);
     return kNo;
   }
+  if (!options.json) {
+    printText("path", options.show ? path + "\n" + text : path, false);
+    return kOk;
+  }
   Json::Value document;
   document["path"] = path;
   if (options.show) document["text"] = text;
-  if (options.json)
-    printDocument(document, true);
-  else
-    printText("path", options.show ? path + "\n" + text : path, false);
+  printDocument(document, true);
   return kOk;
 }
 
@@ -79,7 +80,7 @@ void addConfig(Tool& tool) {
                 "How references are written: paren $(NAME), percent %NAME%, brace ${NAME}")
             ->required()
             ->check(CLI::IsMember({"paren", "percent", "brace"}));
-        subcommand.add_option("TEXT", options.text, "The text")->required();
+        addOperand(subcommand, "TEXT", options.text, "The text");
         addJsonFlag(subcommand, options.json);
       },
       expand);

@@ -36,6 +36,10 @@ void addJsonFlag(CLI::App& subcommand, bool& json) {
                       "Print JSON; bytes that are not UTF-8 are written as \\u00XX");
 }
 
+void addOperand(CLI::App& subcommand, const char* name, std::string& value, const char* purpose) {
+  subcommand.add_option(name, value, purpose)->required()->type_name("");
+}
+
 int main(int argc, char** argv) {
   try {
     const int code = parseAndRun(argc, argv);

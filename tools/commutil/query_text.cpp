@@ -61,7 +61,7 @@ void addQueryText(Tool& tool) {
                         "Make a whole quoted LIKE operand with wildcards on this side")
             ->check(CLI::IsMember({"none", "left", "right", "both"}));
         use->require_option(1);
-        subcommand.add_option("TEXT", options.text, "The text")->required();
+        addOperand(subcommand, "TEXT", options.text, "The text");
         addJsonFlag(subcommand, options.json);
       },
       escape);

@@ -127,11 +127,12 @@ Json::Value switches() {
   return result;
 }
 
-/// The SSL options that the option file takes from the store.
+/// What the SSL option file takes from the store, beside the permission among the switches.
 Json::Value sslOptions() {
   Json::Value result;
-  for (const char* const parameter : {"SSLAuthenticate", "SSLVersion", "SSLNoProtection"})
+  for (const char* const parameter : {"SSLAuthenticate", "SSLVersion"})
     result[parameter] = storedValues(kSslTree, parameter);
+  result["mode"] = VexaCommonUtils_i::VexaGetSSLMode();
   return result;
 }
 

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 /// The exit codes of every subcommand that does not document more.
 enum ExitCode : int { kOk = 0, kNo = 1, kWrongUse = 2 };
@@ -29,6 +30,9 @@ struct Tool {
 
 /// Adds the option that chooses between plain text and JSON.
 void addJsonFlag(CLI::App& subcommand, bool& json);
+
+/// Adds a required operand: a word of the command line that is no option.
+void addOperand(CLI::App& subcommand, const char* name, std::string& value, const char* purpose);
 
 // The families' subcommands, each from the source of its name.
 void addReport(Tool& tool);
