@@ -190,26 +190,55 @@ class VEXA_EXPORT VexaCommonUtils {
   static void printStackTrace();
 
   // Files
+  //
+  // Paths are handed to the system up to their first NUL byte.
 
-  /// Creates every directory along `path` (mode 0755), "/" and "\\" both separating; errors are
-  /// not reported.
+  /// Creates every directory along `path` with mode 0755 less the process's mask. "/" and "\\" both
+  /// end a name to create: "a\\b" makes "a", then "a\\b". An empty path does nothing. Errors, such
+  /// as a directory that exists, are not reported: check for yourself.
   static void mkdir_all(const std::string& path);
-  /// Reads the whole file at `path`.
-  /// @return 0; 1 on any failure and for files of 2 GiB or more (`content` unchanged)
+
+  /// Reads the whole file at `path`, NUL bytes included.
+  ///
+  /// The size is what the file says before it is read: a kernel file that says 0 reads as empty,
+  /// and what is appended meanwhile is left out. Opening a pipe waits for its writer, as fopen(3)
+  /// does. Memory for the whole file is taken at once.
+  /// @return 0 and the bytes in `content`; 1, `content` unchanged, when the file cannot be opened,
+  ///         has no size (a directory, a pipe), is shorter than it said or holds 2 GiB or more
   static int readFile(const std::string& path, std::string& content);
-  /// Appends the paths of all files below `directory` whose name contains `pattern`.
-  /// @return 0; -1 when the directory cannot be opened or an error was left set at the end
+
+  /// Appends to `files` the paths of all files below `directory` whose name contains `pattern`
+  /// anywhere; an empty pattern matches every name. Depth first, in the order of the directories.
+  ///
+  /// A path is `directory` + "/" + name, so a `directory` that ends in "/" gives a doubled one.
+  /// Symbolic links count as files and are not followed, nor are entries whose type the file system
+  /// does not report. A directory below that cannot be opened is passed over. Every level of the
+  /// tree keeps a descriptor open and names its directory by its whole path.
+  /// @return 0; -1 when `directory` cannot be opened or `errno` is not 0 at the end: an error met
+  ///         below shows only if no directory was opened after it
   static int getFilesByDir(std::string directory, std::string pattern,
                            std::list<std::string>& files);
 
   // Path and name safety
+  //
+  // By text alone: no symbolic link is resolved and no file looked at.
 
-  /// Tells whether `path` holds no "." or ".." piece and lies under `base`, by text alone. An
-  /// empty `base` accepts every such path.
+  /// Tells whether `path` lies under `base` and neither holds a piece "." or "..". "\\" counts as
+  /// "/"; relative paths are compared as they are. An empty `base` accepts every path without such
+  /// pieces. False for an empty `path` and where either is longer than 1024 bytes.
+  ///
+  /// Pieces are looked for up to the first NUL byte only: what holds one is no path to hand on.
+  /// Example: under the base "/data" lie "/data" and "/data/x", not "/database/x".
   static bool checkPath(const std::string& path, const std::string& base);
-  /// Returns `name` with each character that a file name cannot hold written as "^" and a letter.
+
+  /// Returns `name` with each character that some file system refuses written as two: backslash
+  /// "^a", "/" "^b", ":" "^c", "*" "^d", "?" "^e", double quote "^f", "<" "^g", ">" "^h", "|" "^i"
+  /// and
+  /// "^" "^^". Every other byte stays: control characters, NUL and the names "." and ".." too.
   static std::string specialName2FileName(const std::string& name);
-  /// Turns the escapes of `specialName2FileName` back.
+
+  /// Turns the escapes of `specialName2FileName` back, whose inverse it is. A "^" that starts no
+  /// escape stays.
   static std::string fileName2SpecialName(const std::string& name);
 };
 

@@ -165,21 +165,42 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Files
 
-  /// Returns the canonical directory of `path`, its last component in `fileName`; "" on failure.
-  /// @throws std::out_of_range for an empty or all-blank `path`
+  /// Splits `path`, less the blanks (0x20 only) around it, at its last "/".
+  ///
+  /// Example: " /etc/hosts" gives "/etc" and "hosts", "hosts" the working directory and "hosts".
+  /// @return the directory part as an absolute path without links (realpath(3)) and the last
+  ///         component in `fileName`. "" when the directory does not exist or has more than 4096
+  ///         bytes; "", and `fileName` empty, when `path` ends with "/"
+  /// @throws std::out_of_range for an empty or all-blank `path`, `fileName` empty then
   static std::string getParentDirectory(const std::string& path, std::string& fileName);
-  /// Copies a file, never onto itself.
-  /// @return 0; -1 on any failure, no partial target left
+
+  /// Copies the file `source` to `target`, which is created (mode 0666 less the process's mask) or
+  /// emptied first; links are followed at both ends. Both paths are split by `getParentDirectory`,
+  /// so both directories must exist and blanks around the paths are dropped.
+  ///
+  /// A copy that fails half-way is removed, with what the target held before; so is what stands at
+  /// `target`, be it a link or a device. A pipe as source is read to its end.
+  /// @param noOverwrite     fail when `target` exists; a link that leads nowhere does not
+  /// @param keepAttributes  afterwards set the source's times (whole seconds), mode, then owner and
+  ///                        group as far as the system allows; set-user-ID bits get lost on the way
+  /// @return 0; -1 on any failure and when both are the same file, by whatever path or link: that
+  ///         is noticed before anything is touched
   /// @throws std::out_of_range for an empty or all-blank path
   static int copyFile(const std::string& source, const std::string& target, bool noOverwrite,
                       bool keepAttributes);
 
   // Input safety
 
-  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name.
+  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name: / \ : * ?
+  /// " ' < > | ` ; & $ and the line feed. An empty name is safe, as are "..", blanks and NUL bytes.
   static bool isSafeFileName(const std::string& name);
-  /// Tells whether `text` holds none of the unsafe words listed in "secure.cfg". True, with a
-  /// message on standard error, when the list cannot be read.
+
+  /// Tells whether `text` holds none of the unsafe words: the values, not the keys, of section
+  /// "[UnsafeWord]" of "secure.cfg" (see `getConfFile`), read afresh on each call. Case counts, and
+  /// a word is found anywhere. An empty `text` is safe without a look at the file.
+  ///
+  /// Fails open: where the file cannot be read it writes "file open fail, " and the file's path to
+  /// standard error and returns true.
   static bool checkUnSafeStr(const std::string& text);
 };
 

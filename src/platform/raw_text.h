@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <type_traits>
+
+// Texts whose bytes come from elsewhere (a read, a coder), built without clearing them first: for
+// large texts the clearing costs as much as the rest.
+
+namespace commutil {
+
+/// Writes up to `size` bytes at `data` and returns how many it wrote; throws nothing.
+using TextWriter = std::size_t (*)(void* context, char* data, std::size_t size);
+
+/// Returns the text that `write(context, data, size)` writes.
+std::string writtenText(std::size_t size, TextWriter write, void* context);
+
+/// The same for a callable `write(data, size)`.
+template <class Write>
+std::string writtenText(std::size_t size, Write&& write) {
+  using Callable = std::remove_reference_t<Write>;
+  const TextWriter call = [](void* context, char* data, std::size_t room) -> std::size_t {
+    return (*static_cast<Callable*>(context))(data, room);
+  };
+  return writtenText(size, call, &write);
+}
+
+}  // namespace commutil

@@ -1,0 +1,273 @@
+// The file utilities under faults that no real file can be made to have at the right moment. This
+// program stands in for a few functions of the C library, which the library then calls.
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <list>
+#include <set>
+#include <string>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "support/fixtures.h"
+
+namespace {
+
+/// Functions to be called in the place of the real ones; an empty one lets the real one through.
+struct Faults {
+  std::function<ssize_t(int, void*, std::size_t)> read;
+  std::function<ssize_t(int, const void*, std::size_t)> write;
+  std::function<ssize_t(int, int)> sendfile;
+  std::function<int(int)> close;
+  std::function<dirent*(DIR*)> readdir;
+};
+
+Faults faults;
+
+template <class Function>
+Function* real(Function* /*like*/, const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+ssize_t realRead(int fd, void* data, std::size_t size) {
+  static auto* const function = real(&::read, "read");
+  return function(fd, data, size);
+}
+
+ssize_t realWrite(int fd, const void* data, std::size_t size) {
+  static auto* const function = real(&::write, "write");
+  return function(fd, data, size);
+}
+
+int realClose(int fd) {
+  static auto* const function = real(&::close, "close");
+  return function(fd);
+}
+
+dirent* realReaddir(DIR* directory) {
+  static auto* const function = real(&::readdir, "readdir");
+  return function(directory);
+}
+
+ssize_t failWith(int error) {
+  errno = error;
+  return -1;
+}
+
+}  // namespace
+
+extern "C" {
+
+ssize_t read(int fd, void* data, std::size_t size) {
+  return faults.read ? faults.read(fd, data, size) : realRead(fd, data, size);
+}
+
+ssize_t write(int fd, const void* data, std::size_t size) {
+  return faults.write ? faults.write(fd, data, size) : realWrite(fd, data, size);
+}
+
+ssize_t sendfile(int out, int in, off_t* offset, std::size_t size) noexcept {
+  static auto* const function =
+      reinterpret_cast<ssize_t (*)(int, int, off_t*, std::size_t)>(::dlsym(RTLD_NEXT, "sendfile"));
+  return faults.sendfile ? faults.sendfile(out, in) : function(out, in, offset, size);
+}
+
+int close(int fd) { return faults.close ? faults.close(fd) : realClose(fd); }
+
+dirent* readdir(DIR* directory) {
+  return faults.readdir ? faults.readdir(directory) : realReaddir(directory);
+}
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+using commutil_test::TempDir;
+
+class FilesFaults : public ::testing::Test {
+ protected:
+  ~FilesFaults() override { faults = {}; }
+
+  int readWithFaults() {
+    const int result = VexaCommonUtils::readFile(source, content);
+    faults = {};
+    return result;
+  }
+  int copyWithFaults() {
+    const int result = VexaCommonUtils_i::copyFile(source, target, false, false);
+    faults = {};
+    return result;
+  }
+  int listWithFaults() {
+    const int result = VexaCommonUtils::getFilesByDir(directory.path().string(), "", files);
+    faults = {};
+    return result;
+  }
+
+  TempDir directory;
+  std::string bytes = std::string(100'000, 'a') + std::string(100'000, 'b');
+  std::string source = directory.write("source", bytes);
+  std::string target = directory / "target";
+  std::string content = "kept";
+  std::list<std::string> files;
+};
+
+TEST_F(FilesFaults, ReadFileFailsWhenTheFileShrinks) {
+  for (const off_t left : {off_t{0}, off_t{1}, off_t{199'999}}) {
+    SCOPED_TRACE(left);
+    commutil_test::writeFile(source, bytes);
+    faults.read = [this, left](int fd, void* data, std::size_t size) {
+      EXPECT_EQ(0, ::truncate(source.c_str(), left));
+      return realRead(fd, data, size);
+    };
+    EXPECT_EQ(1, readWithFaults());
+    EXPECT_EQ("kept", content);
+  }
+}
+
+TEST_F(FilesFaults, ReadFileLeavesOutWhatIsAppendedMeanwhile) {
+  faults.read = [this](int fd, void* data, std::size_t size) {
+    EXPECT_EQ(0, ::truncate(source.c_str(), 1'000'000));
+    return realRead(fd, data, size);
+  };
+  EXPECT_EQ(0, readWithFaults());
+  EXPECT_TRUE(bytes == content);
+}
+
+TEST_F(FilesFaults, ReadFileFailsOnAReadError) {
+  int calls = 0;
+  faults.read = [&calls](int fd, void* data, std::size_t size) {
+    return ++calls == 2 ? failWith(EIO) : realRead(fd, data, std::min<std::size_t>(size, 1000));
+  };
+  EXPECT_EQ(1, readWithFaults());
+  EXPECT_EQ(2, calls);
+  EXPECT_EQ("kept", content);
+}
+
+TEST_F(FilesFaults, ReadFileGoesOnAfterShortAndInterruptedReads) {
+  int calls = 0;
+  faults.read = [&calls](int fd, void* data, std::size_t size) {
+    return ++calls % 2 == 1 ? failWith(EINTR)
+                            : realRead(fd, data, std::min<std::size_t>(size, 70'000));
+  };
+  EXPECT_EQ(0, readWithFaults());
+  EXPECT_TRUE(bytes == content);
+}
+
+TEST_F(FilesFaults, ReadFileReadsUpToTwoGibibytesLessOne) {
+  struct Case {
+    off_t size;
+    int reads;
+  };
+  constexpr off_t kLimit = off_t{1} << 31;
+  for (const Case& test : {Case{kLimit - 1, 1}, Case{kLimit, 0}, Case{kLimit + 1, 0}}) {
+    SCOPED_TRACE(test.size);
+    ASSERT_EQ(0, ::truncate(source.c_str(), test.size));
+    int reads = 0;
+    faults.read = [&reads](int /*fd*/, void* /*data*/, std::size_t /*size*/) {
+      ++reads;
+      return failWith(EIO);
+    };
+    EXPECT_EQ(1, readWithFaults());
+    EXPECT_EQ(test.reads, reads);
+  }
+}
+
+TEST_F(FilesFaults, CopyFileRemovesTheTargetOnAReadError) {
+  faults.sendfile = [](int, int) { return failWith(EINVAL); };
+  int calls = 0;
+  faults.read = [&calls](int fd, void* data, std::size_t size) {
+    return ++calls == 3 ? failWith(EIO) : realRead(fd, data, size);
+  };
+  EXPECT_EQ(-1, copyWithFaults());
+  EXPECT_EQ(3, calls);
+  EXPECT_FALSE(fs::exists(target));
+}
+
+TEST_F(FilesFaults, CopyFileRemovesTheTargetOnAWriteError) {
+  faults.sendfile = [](int, int) { return failWith(EINVAL); };
+  int calls = 0;
+  faults.write = [&calls](int fd, const void* data, std::size_t size) {
+    return ++calls == 2 ? failWith(ENOSPC) : realWrite(fd, data, size);
+  };
+  EXPECT_EQ(-1, copyWithFaults());
+  EXPECT_EQ(2, calls);
+  EXPECT_FALSE(fs::exists(target));
+}
+
+TEST_F(FilesFaults, CopyFileGoesOnAfterShortAndInterruptedCalls) {
+  int calls = 0;
+  const auto everyOther = [&calls] { return ++calls % 2 == 1; };
+  faults.sendfile = [](int, int) { return failWith(EINVAL); };
+  faults.read = [&](int fd, void* data, std::size_t size) {
+    return everyOther() ? failWith(EINTR) : realRead(fd, data, std::min<std::size_t>(size, 9'999));
+  };
+  faults.write = [&](int fd, const void* data, std::size_t size) {
+    return everyOther() ? failWith(EINTR) : realWrite(fd, data, std::min<std::size_t>(size, 7'777));
+  };
+  EXPECT_EQ(0, copyWithFaults());
+  EXPECT_TRUE(bytes == commutil_test::readFile(target));
+}
+
+TEST_F(FilesFaults, CopyFileGoesOnWhereTheKernelStops) {
+  for (const int error : {EINVAL, ENOSYS, EIO, EINTR, 0}) {
+    SCOPED_TRACE(error);
+    int calls = 0;
+    faults.sendfile = [&calls, error](int out, int in) -> ssize_t {
+      if (++calls > 1) return calls == 2 && error != 0 ? failWith(error) : 0;
+      std::string piece(30'000, '\0');
+      EXPECT_EQ(30'000, realRead(in, piece.data(), piece.size()));
+      return realWrite(out, piece.data(), piece.size());
+    };
+    EXPECT_EQ(0, copyWithFaults());
+    EXPECT_TRUE(bytes == commutil_test::readFile(target));
+  }
+}
+
+TEST_F(FilesFaults, CopyFileRemovesTheTargetWhenItsClosingFails) {
+  faults.close = [this](int fd) {
+    std::string path = "/proc/self/fd/" + std::to_string(fd);
+    const bool isTarget = fs::read_symlink(path) == fs::canonical(directory.path()) / "target";
+    realClose(fd);
+    return isTarget ? static_cast<int>(failWith(EDQUOT)) : 0;
+  };
+  EXPECT_EQ(-1, copyWithFaults());
+  EXPECT_FALSE(fs::exists(target));
+}
+
+TEST_F(FilesFaults, GetFilesByDirTakesEntriesWithoutATypeForFiles) {
+  directory.write("sub/inside", "");
+  faults.readdir = [](DIR* stream) {
+    dirent* const entry = realReaddir(stream);
+    if (entry != nullptr) entry->d_type = DT_UNKNOWN;
+    return entry;
+  };
+  EXPECT_EQ(0, listWithFaults());
+  EXPECT_EQ((std::set<std::string>{source, directory / "sub"}),
+            std::set<std::string>(files.begin(), files.end()));
+  EXPECT_EQ(2U, files.size());
+}
+
+TEST_F(FilesFaults, GetFilesByDirFailsOnAReadError) {
+  bool ended = false;
+  faults.readdir = [&ended](DIR* stream) -> dirent* {
+    dirent* const entry = realReaddir(stream);
+    if (entry == nullptr) {
+      ended = true;
+      errno = EIO;
+    }
+    return entry;
+  };
+  EXPECT_EQ(-1, listWithFaults());
+  EXPECT_TRUE(ended);
+  EXPECT_EQ(std::list<std::string>{source}, files);
+}
+
+}  // namespace
