@@ -1,1 +1,185 @@
-// placeholder
+// Running other programs: the one place where the library starts them. Used by the network and
+// session look-ups here and by the platform's processes. Every operation waits on the caller's
+// thread and may be called from any; `system` also changes the process's SIGCHLD disposition.
+
+#include <ace/OS_NS_fcntl.h>
+#include <ace/Process.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "platform/handles.h"
+#include "process/output_text.h"
+
+using commutil::Descriptor;
+using commutil::OutputText;
+using commutil::PipeStream;
+
+namespace {
+
+constexpr int kKilledExitCode = 4;
+constexpr std::size_t kCommandLineSize = 4096;
+constexpr std::size_t kEnvironmentSize = 16384;
+constexpr std::size_t kEnvironmentEntries = 512;
+constexpr std::size_t kArguments = 128;
+constexpr std::size_t kReadBlockSize = 16384;
+
+/// Sets the calling thread's signal mask; a failure is told by `errno` alone.
+void setSignalMask(const sigset_t& mask, sigset_t* before) {
+  const int error = ::pthread_sigmask(SIG_SETMASK, &mask, before);
+  if (error != 0) errno = error;
+}
+
+/// The exit code of a wait status; 4 for a child that was killed (or is reported stopped).
+int exitCode(int status) { return (status & 0x7f) != 0 ? kKilledExitCode : (status >> 8) & 0xff; }
+
+/// Waits once: a wait that fails, also one that a signal interrupts, counts as exit code 0.
+int waitForExitCode(pid_t child) {
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return exitCode(status);
+}
+
+/// Occupies the standard descriptors that are closed: ACE would put its copies of `fd` there, and
+/// its child closes the copies once they stand on 0, 1 and 2.
+std::array<Descriptor, 2> fillStandardDescriptors(int fd) {
+  std::array<Descriptor, 2> fillers;
+  for (Descriptor& filler : fillers) {
+    if (fd > STDERR_FILENO) break;  // the lowest free descriptor is above them
+    filler.reset(::dup(fd));
+    fd = filler.get();
+  }
+  return fillers;
+}
+
+/// Puts the child's three standard handles on `fd`. ACE copies it without telling of a failure; the
+/// child would then run on the caller's own handles.
+bool setStandardHandles(ACE_Process_Options& options, int fd) {
+  const std::array<Descriptor, 2> fillers = fillStandardDescriptors(fd);
+  return options.set_handles(fd, fd, fd) == 0 && options.get_stdin() != ACE_INVALID_HANDLE &&
+         options.get_stdout() != ACE_INVALID_HANDLE && options.get_stderr() != ACE_INVALID_HANDLE;
+}
+
+/// Blocks every signal for the calling thread until the end of a scope.
+class SignalBlock {
+ public:
+  SignalBlock() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &m_before);
+  }
+  ~SignalBlock() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+  SignalBlock(const SignalBlock&) = delete;
+  SignalBlock& operator=(const SignalBlock&) = delete;
+
+  const sigset_t& before() const { return m_before; }
+
+ private:
+  sigset_t m_before{};
+};
+
+/// Gives every signal with a handler its default action, as exec would do.
+void dropSignalHandlers() {
+  for (int signal = 1; signal < NSIG; ++signal) {
+    struct sigaction action;
+    if (::sigaction(signal, nullptr, &action) != 0) continue;
+    if (action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN) continue;
+    action.sa_handler = SIG_DFL;
+    ::sigaction(signal, &action, nullptr);
+  }
+}
+
+/// Becomes the program at `path`. Runs in the caller's memory, so no handler may run here once the
+/// signals are let in again.
+[[noreturn]] void becomeProgram(const char* path, char* const* argv, const sigset_t& mask) {
+  dropSignalHandlers();
+  ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+  ::execv(path, argv);
+  ::_exit(errno);
+}
+
+/// Starts the program at `path`; -1 when no process can be made. The child borrows the caller's
+/// memory until it is the program: a copy would cost time in proportion to the caller's size.
+pid_t startProgram(const char* path, char* const* argv) {
+  const SignalBlock block;
+  const int errnoBefore = errno;
+  const pid_t child = ::vfork();
+  if (child == 0) becomeProgram(path, argv, block.before());
+  if (child > 0) errno = errnoBefore;
+  return child;
+}
+
+}  // namespace
+
+int VexaCommonUtils::system(const char* command) {
+  sigset_t none;
+  sigset_t saved;
+  ::sigemptyset(&none);
+  ::sigemptyset(&saved);
+  setSignalMask(none, &saved);
+  ::signal(SIGCHLD, SIG_DFL);
+  // Close-on-exec, or a child that another thread starts meanwhile keeps the command's input open.
+  PipeStream stream(::popen(command, "we"));
+  if (!stream) return -1;  // the empty mask stays: callers know it
+  int status = ::pclose(stream.release());
+  if (status == -1 && errno == ECHILD) status = 0;
+  setSignalMask(saved, nullptr);
+  return status;
+}
+
+int VexaCommonUtils_i::execve_s(const char* command) {
+  if (command == nullptr || *command == '\0') return -1;
+  return VexaCommonUtils::system(command);
+}
+
+int VexaCommonUtils_i::runCommand(const char* command, bool inheritEnvironment,
+                                  bool inheritHandles) {
+  if (command == nullptr || *command == '\0') return -1;
+  ACE_Process_Options options(inheritEnvironment, kCommandLineSize, kEnvironmentSize,
+                              kEnvironmentEntries, kArguments);
+  options.command_line("%s", command);
+  if (options.command_line_argv()[0] == nullptr) return -1;  // blanks only: ACE would crash
+  options.handle_inheritance(inheritHandles ? 1 : 0);
+  Descriptor null(ACE_OS::open("/dev/null", O_RDWR, 0644));
+  if (!setStandardHandles(options, null.get())) {
+    null.release();  // stays open on this path
+    return -1;
+  }
+  ACE_Process process;
+  const pid_t child = process.spawn(options);
+  null.reset();
+  return waitForExitCode(child);  // a failed spawn waits for any child
+}
+
+int VexaCommonUtils_i::runCommand(const char* path, char* const* argv) {
+  if (path == nullptr || argv == nullptr || argv[0] == nullptr) return -1;
+  const pid_t child = startProgram(path, argv);
+  return child == -1 ? -1 : waitForExitCode(child);
+}
+
+std::FILE* VexaCommonUtils_i::pipeline_s(const char* command) { return ::popen(command, "r"); }
+
+int VexaCommonUtils_i::pclose_s(std::FILE* stream) { return ::pclose(stream); }
+
+int VexaCommonUtils_i::getSystemExecResult(const char* command, std::string& result) {
+  result.clear();
+  const PipeStream stream(::popen(command, "re"));
+  if (!stream) return -1;
+  OutputText output(result);
+  std::array<char, kReadBlockSize> block;
+  for (;;) {
+    const ssize_t count = ::read(::fileno(stream.get()), block.data(), block.size());
+    if (count > 0) output.append({block.data(), static_cast<std::size_t>(count)});
+    if (count == 0 || (count < 0 && errno != EINTR)) break;  // an error never becomes end of file
+  }
+  return result.empty() ? -1 : 0;
+}

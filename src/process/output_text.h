@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace commutil {
+
+/// Collects a command's output as a reader of lines does that takes pieces of at most 127 bytes
+/// for C strings: what follows a NUL in its piece is lost. Output without a NUL is kept whole.
+class OutputText {
+ public:
+  explicit OutputText(std::string& text) : m_text(text) {}
+
+  /// Appends the next block of the output.
+  void append(std::string_view block);
+
+ private:
+  void appendPieces(std::string_view block);
+
+  std::string& m_text;
+  std::size_t m_length = 0;  // bytes of the piece that the next byte continues
+  bool m_cut = false;        // that piece has had its NUL
+};
+
+}  // namespace commutil

@@ -1,0 +1,15 @@
+// Prints what getCommandLine says of this process: each word on a line, behind a first line that
+// was in the list before.
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "VexaCommonUtils_i.h"
+
+int main() {
+  std::vector<std::string> words{"before"};
+  VexaCommonUtils_i::getCommandLine(words);
+  for (const std::string& word : words) std::printf("<%s>\n", word.c_str());
+  return 0;
+}

@@ -1,0 +1,198 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "support/fixtures.h"
+
+using commutil_test::CapturedOutput;
+using commutil_test::runInChild;
+
+namespace {
+
+/// What getCommandLine tells in a program that is started with `arguments` behind its name.
+std::string commandLineOf(const std::string& name, std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), name);
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  CapturedOutput standardOutput(1);
+  EXPECT_EQ(0, VexaCommonUtils_i::runCommand(PRINT_COMMAND_LINE, argv.data()));
+  return standardOutput.stop();
+}
+
+struct LookUp {
+  passwd entry{};
+  std::array<char, 1024> buffer{};
+
+  bool byName(const std::string& name, long size = 1024) {
+    return VexaCommonUtils_i::securityGetpwnam(name, entry, buffer.data(), size);
+  }
+  bool byId(unsigned id, long size = 1024) {
+    return VexaCommonUtils_i::securityGetpwuid(id, entry, buffer.data(), size);
+  }
+  bool owns(const char* text) const {
+    return text >= buffer.data() && text < buffer.data() + buffer.size();
+  }
+};
+
+}  // namespace
+
+// securityGetpwnam and securityGetpwuid
+
+TEST(UserLookUp, FindsAUserByNameAndById) {
+  LookUp name;
+  ASSERT_TRUE(name.byName("root"));
+  LookUp id;
+  ASSERT_TRUE(id.byId(0));
+  for (const LookUp* look : {&name, &id}) {
+    EXPECT_STREQ("root", look->entry.pw_name);
+    EXPECT_EQ(0U, look->entry.pw_uid);
+    EXPECT_EQ(0U, look->entry.pw_gid);
+    EXPECT_STREQ(::getpwnam("root")->pw_dir, look->entry.pw_dir);
+    EXPECT_STREQ(::getpwnam("root")->pw_shell, look->entry.pw_shell);
+    EXPECT_TRUE(look->owns(look->entry.pw_name));
+    EXPECT_TRUE(look->owns(look->entry.pw_dir));
+  }
+}
+
+TEST(UserLookUp, DoesNotFindWhatThereIsNot) {
+  LookUp look;
+  for (const std::string& name :
+       {std::string(), std::string("commutil-no-such-user"), std::string("root\n"),
+        std::string("ROOT"), std::string("root:x"), std::string(1 << 20, 'r')}) {
+    EXPECT_FALSE(look.byName(name)) << name.substr(0, 40);
+  }
+  for (const unsigned id : {4294967294U, 4294967295U, 3999999999U}) {
+    EXPECT_FALSE(look.byId(id)) << id;
+  }
+}
+
+TEST(UserLookUp, FailsOnATooSmallBuffer) {
+  LookUp look;
+  for (const long size : {0L, 1L, 10L, -1L, -1024L}) {
+    SCOPED_TRACE(size);
+    EXPECT_FALSE(look.byName("root", size));
+    EXPECT_FALSE(look.byId(0, size));
+  }
+  passwd entry{};
+  EXPECT_FALSE(VexaCommonUtils_i::securityGetpwnam("root", entry, nullptr, 0));
+  EXPECT_FALSE(VexaCommonUtils_i::securityGetpwuid(0, entry, nullptr, 0));
+}
+
+// getCommandLine
+
+TEST(CommandLine, AppendsTheWordsInOrder) {
+  EXPECT_EQ("<before>\n<prog>\n<-a>\n<x>\n<y>\n", commandLineOf("prog", {"-a", "x y"}));
+  EXPECT_EQ("<before>\n<prog>\n", commandLineOf("prog", {}));
+  EXPECT_EQ("<before>\n<a>\n<b>\n", commandLineOf(" a ", {"", " ", "  b  ", ""}));
+  EXPECT_EQ("<before>\n", commandLineOf("", {""}));
+  EXPECT_EQ("<before>\n<p>\n<a\tb\nc>\n<\xff>\n", commandLineOf("p", {"a\tb\nc", "\xff"}));
+}
+
+struct LengthCase {
+  std::size_t argument;  // the command line holds three bytes more: "p", NUL, argument, NUL
+  std::size_t kept;
+};
+
+TEST(CommandLine, SeesItsFirst1023Bytes) {
+  const LengthCase cases[] = {{1019, 1019}, {1020, 1020}, {1021, 1021},  {1022, 1021},
+                              {1023, 1021}, {1024, 1021}, {100000, 1021}};
+  for (const LengthCase& row : cases) {
+    SCOPED_TRACE(row.argument);
+    EXPECT_EQ("<before>\n<p>\n<" + std::string(row.kept, 'x') + ">\n",
+              commandLineOf("p", {std::string(row.argument, 'x')}));
+  }
+  // A word that begins behind the limit is not seen; one cut at the limit is kept in its cut form.
+  const std::string first(1019, 'x');
+  EXPECT_EQ("<before>\n<p>\n<" + first + ">\n<y>\n", commandLineOf("p", {first, "yz"}));
+  EXPECT_EQ("<before>\n<p>\n<" + first + "x>\n", commandLineOf("p", {first + "x", "yz"}));
+}
+
+TEST(CommandLine, IsThatOfTheCallingProcess) {
+  std::vector<std::string> words;
+  VexaCommonUtils_i::getCommandLine(words);
+  ASSERT_FALSE(words.empty());
+  EXPECT_THAT(words.front(), testing::HasSubstr("users_test"));
+  const std::size_t count = words.size();
+  VexaCommonUtils_i::getCommandLine(words);
+  EXPECT_EQ(2 * count, words.size()) << "words are appended";
+}
+
+// getKernelThreadIDForFS, getProcessCPUAndMem, printStackTrace
+
+TEST(ThreadId, IsTheKernelsIdOfTheCallingThread) {
+  EXPECT_EQ(::getpid(), VexaCommonUtils::getKernelThreadIDForFS());
+  std::thread([] {
+    EXPECT_EQ(::syscall(186), VexaCommonUtils::getKernelThreadIDForFS());
+    EXPECT_NE(::getpid(), VexaCommonUtils::getKernelThreadIDForFS());
+  }).join();
+  runInChild([] { EXPECT_EQ(::getpid(), VexaCommonUtils::getKernelThreadIDForFS()); });
+}
+
+TEST(ProcessLoad, IsAPlaceholder) {
+  for (const char* process : {"", "self", "1"}) {
+    unsigned cpu = 12345;
+    unsigned memory = 67890;
+    EXPECT_EQ(0, VexaCommonUtils::getProcessCPUAndMem(process, cpu, memory));
+    EXPECT_EQ(12345U, cpu);
+    EXPECT_EQ(67890U, memory);
+  }
+}
+
+/// Notes what stands in a stream's buffer each time it is flushed.
+class FlushRecorder : public std::stringbuf {
+ public:
+  std::vector<std::string> flushed;
+
+ protected:
+  int sync() override {
+    flushed.push_back(str());
+    return 0;
+  }
+};
+
+TEST(StackTrace, IsNotSupported) {
+  CapturedOutput standardOutput(1);
+  VexaCommonUtils::printStackTrace();
+  EXPECT_EQ("Stack Trace:\nStack trace printing not supported on this platform\n\n",
+            standardOutput.stop());
+}
+
+TEST(StackTrace, IsFlushedLineByLine) {
+  FlushRecorder recorder;
+  std::streambuf* const before = std::cout.rdbuf(&recorder);
+  VexaCommonUtils::printStackTrace();
+  std::cout.rdbuf(before);
+  const std::string first = "Stack Trace:\n";
+  const std::string second = first + "Stack trace printing not supported on this platform\n";
+  EXPECT_THAT(recorder.flushed, testing::ElementsAre(first, second, second + "\n"));
+}
+
+// Without root there is nothing to switch; see the system tests for the rest
+
+TEST(SwitchUser, DoesNothingWithoutRoot) {
+  runInChild([] {
+    if (::getuid() == 0) {
+      ASSERT_EQ(0, ::setresgid(4711, 4712, 4713));
+      ASSERT_EQ(0, ::setresuid(4711, 0, 0));
+    }
+    const commutil_test::ScopedUmask mask(031);
+    EXPECT_EQ(0, VexaCommonUtils::switchOmcUser());
+    EXPECT_EQ(031U, ::umask(031));
+    if (::getuid() == 4711) {
+      EXPECT_EQ(0U, ::geteuid());
+      EXPECT_EQ(4712U, ::getegid());
+    }
+  });
+}
