@@ -1,1 +1,135 @@
-// placeholder
+// Process lock: a named mutex between the processes of one host, a record lock on a file below the
+// share directory. Called by processes that run one instance of some job. One object serves one
+// thread at a time.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+
+#include "VexaCommonUtils.h"
+#include "VexaLocks.h"
+#include "platform/bounded.h"
+#include "platform/handles.h"
+
+namespace {
+
+constexpr int kFailed = -1;
+constexpr int kHeldElsewhere = -9;
+constexpr std::size_t kTextSize = 1024;
+constexpr std::size_t kTextLimit = 1022;
+constexpr char kShareVariable[] = "_APP_SHARE_DIR";
+// The misspelling is what operators' scripts search for.
+constexpr char kNoShareDirectory[] = "Getting the envionment variable _APP_SHARE_DIR failed.";
+
+/// Opens the lock file, making the last component of its directory where it is missing. Neither
+/// result is checked: a file that is not open shows when it is locked.
+commutil::Descriptor openLockFile(std::string path, const std::string& fileName) {
+  if (::access(path.c_str(), F_OK) != 0) ::mkdir(path.c_str(), 0750);
+  path += fileName;
+  // Not close-on-exec: closing the file in exec would drop the lock, which else survives it.
+  return commutil::Descriptor(::open(path.c_str(), O_RDWR | O_CREAT, 0666));
+}
+
+/// Locks (F_WRLCK) or unlocks (F_UNLCK) the whole file without waiting.
+int setRecordLock(int fd, short type) {
+  struct flock lock {};
+  lock.l_type = type;
+  lock.l_whence = SEEK_SET;
+  return ::fcntl(fd, F_SETLK, &lock);
+}
+
+bool isHeldElsewhere(int error) { return error == EAGAIN || error == EACCES; }
+
+/// Sleeps a full second, whatever signals are handled meanwhile.
+void sleepOneSecond() {
+  timespec left{1, 0};
+  while (::nanosleep(&left, &left) != 0 && errno == EINTR) continue;
+}
+
+}  // namespace
+
+VexaProcessLock::VexaProcessLock(const std::string& name, const std::string& directory)
+    : m_fileName(name + "_PROCESSMUTEX"),
+      m_directory(directory),
+      m_descriptor(0),
+      m_outputType(OUTPUT_TYPE_SCREEN) {}
+
+VexaProcessLock::~VexaProcessLock() { LeaveProcessMutex(); }
+
+int VexaProcessLock::EnterProcessMutex() {
+  std::string path = VexaCommonUtils::Vexagetenv(kShareVariable);
+  if (path.empty()) {
+    OutputScreen(kNoShareDirectory);
+    return kFailed;
+  }
+  path.reserve(path.size() + m_directory.size() + m_fileName.size());
+  path += m_directory;
+  commutil::Descriptor file = openLockFile(std::move(path), m_fileName);
+  if (setRecordLock(file.get(), F_WRLCK) == 0) {
+    m_descriptor = file.release();
+    return 0;
+  }
+  const int error = errno;
+  // A mistaken exit must meet EBADF, not a file that was given the closed number since.
+  m_descriptor = -1;
+  if (isHeldElsewhere(error)) return kHeldElsewhere;
+  char text[kTextSize];
+  if (snprintf_s(text, kTextSize, kTextLimit, "Failed to lock %s. The error is %d.",
+                 m_fileName.c_str(), error) >= 0) {
+    OutputScreen(text);
+  }
+  return kFailed;
+}
+
+int VexaProcessLock::ExitProcessMutex() {
+  if (VexaCommonUtils::Vexagetenv(kShareVariable).empty()) {
+    OutputScreen(kNoShareDirectory);
+    return kFailed;
+  }
+  char text[kTextSize];
+  if (setRecordLock(m_descriptor, F_UNLCK) != 0) {
+    const int error = errno;
+    if (isHeldElsewhere(error)) return kHeldElsewhere;
+    if (snprintf_s(text, kTextSize, kTextLimit, "Failed to unlock %s. The error is %d.",
+                   m_fileName.c_str(), error) >= 0) {
+      OutputScreen(text);
+    }
+    return kFailed;
+  }
+  if (::close(m_descriptor) != 0) {
+    snprintf_s(text, kTextSize, kTextLimit, "close file fd %d failed, errno=%d.", m_descriptor,
+               errno);
+    OutputScreen(text);
+    return kFailed;
+  }
+  m_descriptor = 0;
+  return 0;
+}
+
+int VexaProcessLock::WaitMaxTime(int maxTimes, std::string message) {
+  if (maxTimes < 0) return 0;
+  for (int round = 0;; ++round) {
+    const int result = EnterProcessMutex();
+    if (result != kHeldElsewhere) return result == 0 ? 0 : kFailed;
+    char text[kTextSize];
+    if (snprintf_s(text, kTextSize, kTextLimit, "%s", message.c_str()) < 0) return kFailed;
+    OutputScreen(text);
+    sleepOneSecond();
+    if (round >= maxTimes) return kFailed;
+  }
+}
+
+void VexaProcessLock::LeaveProcessMutex() {}
+
+void VexaProcessLock::SetOutputType(OUTPUT_TYPE type) { m_outputType = type; }
+
+void VexaProcessLock::OutputScreen(const char* message) const {
+  if (message == nullptr) return;
+  if (m_outputType != OUTPUT_TYPE_SCREEN && m_outputType != OUTPUT_TYPE_BOTH) return;
+  std::puts(message);
+  std::fflush(stdout);
+}

@@ -1,0 +1,126 @@
+// The token beside ACE's own: alone, and handed round by threads that always queue for it.
+
+#include <ace/Token.h>
+#include <benchmark/benchmark.h>
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "VexaLocks.h"
+
+namespace {
+
+constexpr int kHandOvers = 20'000;
+
+struct OurToken {
+  void acquire() {
+    token.grab();
+    token.letgo();
+    token.acquire(nullptr, nullptr, nullptr);
+  }
+  void release() { token.release(); }
+
+  VexaToken token;
+};
+
+struct AceToken {
+  AceToken() { token.queueing_strategy(ACE_Token::FIFO); }
+  void acquire() { token.acquire(); }
+  void release() { token.release(); }
+
+  ACE_Token token;
+};
+
+template <class Token>
+void takeAlone(benchmark::State& state) {
+  Token token;
+  for (auto _ : state) {
+    token.acquire();
+    token.release();
+  }
+}
+
+/// The two atomic exchanges that no lock does without.
+void exchangePair(benchmark::State& state) {
+  std::atomic<std::uint32_t> word{0};
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(word.exchange(1, std::memory_order_acquire));
+    benchmark::DoNotOptimize(word.exchange(0, std::memory_order_release));
+  }
+}
+
+/// The threads queue before the first hand-over, so that the queue is never empty.
+template <class Token>
+void handRound(benchmark::State& state, int threadCount) {
+  for (auto _ : state) {
+    Token token;
+    token.acquire();
+    std::atomic<int> started{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < threadCount; ++i) {
+      threads.emplace_back([&token, &started, threadCount] {
+        ++started;
+        for (int turn = 0; turn < kHandOvers / threadCount; ++turn) {
+          token.acquire();
+          token.release();
+        }
+      });
+    }
+    while (started < threadCount) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    const auto start = std::chrono::steady_clock::now();
+    token.release();
+    for (std::thread& thread : threads) thread.join();
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    state.SetIterationTime(took.count() / kHandOvers);
+  }
+}
+
+void futexCall(std::atomic<std::uint32_t>& word, int operation, std::uint32_t value) {
+  ::syscall(SYS_futex, &word, operation, value, nullptr, nullptr, 0);
+}
+
+/// Two threads that wake each other: one wake and one wait for each hand-over.
+void futexPingPong(benchmark::State& state) {
+  const auto play = [](std::atomic<std::uint32_t>& word, std::uint32_t side) {
+    for (int turn = 0; turn < kHandOvers / 2; ++turn) {
+      while (word.load() != side) futexCall(word, FUTEX_WAIT_PRIVATE, 1 - side);
+      word.store(1 - side);
+      futexCall(word, FUTEX_WAKE_PRIVATE, 1);
+    }
+  };
+  for (auto _ : state) {
+    std::atomic<std::uint32_t> word{0};
+    const auto start = std::chrono::steady_clock::now();
+    std::thread other(play, std::ref(word), 1U);
+    play(word, 0U);
+    other.join();
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    state.SetIterationTime(took.count() / kHandOvers);
+  }
+}
+
+const int g_registered = [] {
+  benchmark::RegisterBenchmark("token_take/alone/ours", takeAlone<OurToken>);
+  benchmark::RegisterBenchmark("token_take/alone/ace_token", takeAlone<AceToken>);
+  benchmark::RegisterBenchmark("token_take/alone/limit:exchange_pair", exchangePair);
+  for (const int threads : {8, 64}) {
+    const std::string group = "token_hand_over/" + std::to_string(threads) + "_threads/";
+    const auto add = [&group](const char* who, auto run) {
+      benchmark::RegisterBenchmark((group + who).c_str(), run)->UseManualTime()->Iterations(3);
+    };
+    add("ours", [threads](benchmark::State& state) { handRound<OurToken>(state, threads); });
+    add("ace_token", [threads](benchmark::State& state) { handRound<AceToken>(state, threads); });
+    add("limit:futex_ping_pong", futexPingPong);
+  }
+  return 0;
+}();
+
+}  // namespace

@@ -1,0 +1,87 @@
+// The message queue with its token beside ACE's queue with ACE's token around the ordered work.
+
+#include <ace/Message_Block.h>
+#include <ace/Message_Queue.h>
+#include <ace/Token.h>
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "VexaLocks.h"
+
+namespace {
+
+constexpr std::size_t kWaterMark = std::size_t{1} << 30;
+constexpr int kMessages = 100'000;
+
+struct OurPool {
+  OurPool() : queue(kWaterMark, kWaterMark) { queue.setToken(&token); }
+
+  /// Takes a message and the token; whether there was one.
+  bool take() {
+    ACE_Message_Block* message = nullptr;
+    ACE_Time_Value now = ACE_Time_Value::zero;
+    if (queue.dequeue_head(message, &now) < 0) return false;
+    token.acquire(nullptr, nullptr, nullptr);
+    message->release();
+    return true;
+  }
+
+  VexaToken token;
+  VexaToken_Message_Queue queue;
+};
+
+struct AcePool {
+  AcePool() : queue(kWaterMark, kWaterMark) { token.queueing_strategy(ACE_Token::FIFO); }
+
+  bool take() {
+    ACE_Message_Block* message = nullptr;
+    ACE_Time_Value now = ACE_Time_Value::zero;
+    if (queue.dequeue_head(message, &now) < 0) return false;
+    token.acquire();
+    message->release();
+    return true;
+  }
+
+  ACE_Token token;
+  ACE_Message_Queue<ACE_MT_SYNCH> queue;
+};
+
+template <class Pool>
+void work(Pool& pool) {
+  while (pool.take()) pool.token.release();
+}
+
+template <class Pool>
+void drain(benchmark::State& state, int threadCount) {
+  for (auto _ : state) {
+    Pool pool;
+    for (int i = 0; i < kMessages; ++i) pool.queue.enqueue_tail(new ACE_Message_Block(64));
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<std::thread> threads;
+    for (int i = 1; i < threadCount; ++i) threads.emplace_back([&pool] { work(pool); });
+    work(pool);
+    for (std::thread& thread : threads) thread.join();
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    state.SetIterationTime(took.count() / kMessages);
+  }
+}
+
+const int g_registered = [] {
+  for (const int threads : {1, 2, 8}) {
+    const std::string group = "token_queue_drain/" + std::to_string(threads) + "_threads/";
+    const auto add = [&group](const char* who, auto run) {
+      benchmark::RegisterBenchmark((group + who).c_str(), run)->UseManualTime()->Iterations(3);
+    };
+    add("ours", [threads](benchmark::State& state) { drain<OurPool>(state, threads); });
+    add("ace_queue_ace_token",
+        [threads](benchmark::State& state) { drain<AcePool>(state, threads); });
+  }
+  return 0;
+}();
+
+}  // namespace
