@@ -1,1 +1,158 @@
-// placeholder
+// The netmask of one of the machine's IPv4 addresses and the interface that carries one of its IPv6
+// addresses. The platform's server processes and the MAC address look-ups call it.
+// No shared state: every call owns its socket, buffers and command output.
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <netinet/in.h>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <list>
+#include <string>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "VexaNetUtils.h"
+#include "VexaStringUtils.h"
+#include "net/interface_records.h"
+#include "platform/bounded.h"
+#include "platform/handles.h"
+
+namespace {
+
+constexpr std::size_t kMaxRecords = 50;
+constexpr std::size_t kRequestBytes = 2000;
+static_assert(kRequestBytes == kMaxRecords * sizeof(ifreq));
+
+using AddressText = std::array<char, 300>;
+
+bool printAddress(const ifreq& record, AddressText& text) {
+  sockaddr_in address{};
+  std::memcpy(&address, &record.ifr_addr, sizeof(address));
+  return snprintf_s(text.data(), text.size(), text.size() - 1, "%s",
+                    ::inet_ntoa(address.sin_addr)) >= 0;
+}
+
+/// The netmask of `ip` as the kernel knows it; "" when it knows none.
+std::string netmaskFromKernel(const std::string& ip) {
+  const commutil::Descriptor socket = commutil::interfaceSocket();
+  if (!socket) return {};
+  const commutil::MallocBlock block(std::malloc(kRequestBytes));
+  if (!block) return {};
+  memset_s(block.get(), kRequestBytes, 0, kRequestBytes);
+
+  auto* const records = static_cast<ifreq*>(block.get());
+  const std::size_t count = commutil::listInterfaces(socket, records, kMaxRecords);
+  AddressText text{};
+  for (ifreq* record = records; record != records + count; ++record) {
+    if (!printAddress(*record, text) || std::strcmp(text.data(), ip.c_str()) != 0) continue;
+    // The request keeps the record's address: by it the kernel tells addresses of one name apart.
+    if (::ioctl(socket.get(), SIOCGIFNETMASK, record) < 0) return {};
+    return printAddress(*record, text) ? text.data() : "";
+  }
+  return {};
+}
+
+using Words = std::list<std::string>;
+
+/// The element behind `word`, trimmed; "" when there is none.
+std::string wordAfter(const Words& words, Words::const_iterator word) {
+  const auto next = std::next(word);
+  return next == words.end() ? "" : VexaCommonUtils_i::VexatrimAll(*next, " \t\r\n");
+}
+
+/// Sets `mask` to what stands behind the first "Mask:" inside `field`, if there is one.
+void readMaskPart(const std::string& field, std::string& mask) {
+  Words parts;
+  VexaCommonUtils::split(field, ":", parts);
+  for (auto part = parts.cbegin(); part != parts.cend(); ++part) {
+    if (ToUpper(*part) != "MASK") continue;
+    mask = wordAfter(parts, part);
+    return;
+  }
+}
+
+/// The mask text in the tool's output: behind the first field "netmask" or, without one, behind the
+/// last "Mask:".
+std::string findMask(const std::string& output) {
+  Words fields;
+  VexaCommonUtils::split(output, " ", fields);
+  std::string mask;
+  for (auto field = fields.cbegin(); field != fields.cend(); ++field) {
+    if (ToUpper(*field) == "NETMASK") return wordAfter(fields, field);
+    readMaskPart(*field, mask);
+  }
+  return mask;
+}
+
+/// The dotted form of a mask of eight hexadecimal digits. Text of less than six characters throws
+/// std::out_of_range, which callers of the look-up know.
+std::string dottedFromHex(const std::string& digits) {
+  std::string dotted;
+  for (const std::size_t position : {0U, 2U, 4U, 6U}) {
+    if (position > 0) dotted += '.';
+    dotted += StrHexToInt(digits.substr(position, 2));
+  }
+  return dotted;
+}
+
+std::string printInet6(const sockaddr* address) {
+  sockaddr_in6 record{};
+  std::memcpy(&record, address, sizeof(record));
+  std::array<char, 128> text{};
+  ::inet_ntop(AF_INET6, &record.sin6_addr, text.data(), static_cast<socklen_t>(text.size()));
+  return text.data();
+}
+
+}  // namespace
+
+int VexaCommonUtils::getNetmaskByIP(std::string& ip, std::string& netmask) {
+  if (ip == "127.0.0.1" || !CheckIp(ip.c_str())) {
+    netmask.clear();
+    return -1;
+  }
+  if (GetNetmaskByIpUseioctl(ip, netmask) == 0) return 0;
+  return GetNetmaskByIpUseifconfig(ip, netmask);
+}
+
+int GetNetmaskByIpUseioctl(const std::string& ip, std::string& netmask) {
+  netmask = netmaskFromKernel(ip);
+  return netmask.empty() ? -1 : 0;
+}
+
+int GetNetmaskByIpUseifconfig(const std::string& ip, std::string& netmask) {
+  const std::string command = "ifconfig -a | grep '" + ip + "'";
+  std::string output;
+  if (VexaCommonUtils_i::getSystemExecResult(command.c_str(), output) != 0) {
+    netmask.clear();
+    return -1;
+  }
+  std::string mask = findMask(output);
+  if (!CheckIp(mask.c_str())) mask = dottedFromHex(mask);
+  const bool found = CheckIp(mask.c_str());
+  netmask = found ? mask : "";
+  return found ? 0 : -1;
+}
+
+int VexaCommonUtils_i::getInterfaceOfIPV6(std::string& ip, std::string& interfaceName) {
+  if (formatStringIP(ip) != AF_INET6) return -1;
+  // Never released: the list stays allocated by contract.
+  ifaddrs* list = nullptr;
+  if (::getifaddrs(&list) != 0) return -1;
+  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET6) continue;
+    std::string text = printInet6(entry->ifa_addr);
+    formatStringIP(text);
+    if (text != ip) continue;
+    interfaceName = entry->ifa_name;
+    return 0;
+  }
+  return -1;
+}
+
+void GetInet6Address(const std::string& text, std::string& address) {
+  if (text.empty()) return;
+  address = text.substr(0, text.find('/'));
+}

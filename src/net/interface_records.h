@@ -1,0 +1,35 @@
+#pragma once
+
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <cstddef>
+
+#include "platform/handles.h"
+
+// The kernel's list of the interfaces that carry an IPv4 address, for the look-ups of netmasks and
+// of hardware addresses; see netdevice(7).
+
+namespace commutil {
+
+static_assert(sizeof(ifreq) == 40, "the look-ups count on records of 40 bytes");
+
+/// A socket to send interface requests through; empty when the system has none left.
+inline Descriptor interfaceSocket() {
+  return Descriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+}
+
+/// Fills `records`, which has room for `room` of them, with one record for each interface address
+/// in the kernel's order; what does not fit is left out. Returns their number; 0 on failure.
+inline std::size_t listInterfaces(const Descriptor& socket, ifreq* records, std::size_t room) {
+  ifconf request{};
+  const auto size = static_cast<int>(room * sizeof(ifreq));
+  request.ifc_len = size;
+  request.ifc_req = records;
+  if (::ioctl(socket.get(), SIOCGIFCONF, &request) < 0) return 0;
+  if (request.ifc_len < 0 || request.ifc_len > size) return 0;
+  return static_cast<std::size_t>(request.ifc_len) / sizeof(ifreq);
+}
+
+}  // namespace commutil

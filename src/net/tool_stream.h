@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdio>
+#include <memory>
+
+#include "VexaCommonUtils_i.h"
+#include "platform/handles.h"
+
+namespace commutil {
+
+/// The output of a system tool, from `VexaCommonUtils_i::pipeline_s`; empty when none came back.
+using ToolStream =
+    std::unique_ptr<std::FILE, HandleCloser<std::FILE, &VexaCommonUtils_i::pclose_s>>;
+
+}  // namespace commutil

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <json/json.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/fixtures.h"
+#include "support/namespaces.h"
+
+// The interfaces of a network namespace as ip(8) makes and tells them, and stand-ins for the tools
+// that the look-ups run. For children that have namespaces of their own.
+
+namespace commutil_test {
+
+struct InterfaceAddress {
+  std::string ip;
+  int family = 0;
+  unsigned prefixLength = 0;
+};
+
+struct Interface {
+  std::string name;
+  std::string mac;
+  std::vector<InterfaceAddress> addresses;
+
+  bool carries(int family) const {
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [family](const auto& address) { return address.family == family; });
+  }
+};
+
+/// What "ip address" tells of this namespace, in its order.
+inline std::vector<Interface> interfaces() {
+  Json::Value list;
+  std::istringstream(shellOutput("ip -json address")) >> list;
+  std::vector<Interface> all;
+  for (const Json::Value& entry : list) {
+    Interface one{entry["ifname"].asString(), entry["address"].asString(), {}};
+    for (const Json::Value& address : entry["addr_info"]) {
+      one.addresses.push_back({address["local"].asString(),
+                               address["family"] == "inet" ? AF_INET : AF_INET6,
+                               address["prefixlen"].asUInt()});
+    }
+    all.push_back(std::move(one));
+  }
+  return all;
+}
+
+/// Runs lines of ip(8) commands.
+inline void ip(const std::string& lines) { shell("ip -batch - <<'END'\n" + lines + "\nEND"); }
+
+/// The lines that make a veth pair NAME and NAMEp with known hardware addresses, without addresses
+/// that the kernel would make up. `number` is the last byte of the first one's.
+inline std::string vethPair(const std::string& name, int number) {
+  const auto mac = [number](const char* kind) {
+    char text[18];
+    std::snprintf(text, sizeof(text), "%s:00:00:00:00:%02x", kind, static_cast<unsigned>(number));
+    return std::string(text);
+  };
+  return "link add name " + name + " address " + mac("02") + " type veth peer name " + name +
+         "p address " + mac("06") + "\nlink set dev " + name + " addrgenmode none\nlink set dev " +
+         name + "p addrgenmode none\n";
+}
+
+inline std::string upperCase(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+constexpr const char* kIfconfig = "/usr/sbin/ifconfig";
+
+/// Puts a tool in the place of `tool` that prints `output`.
+inline void standInFor(const std::string& tool, const TempDir& dir, std::string_view output) {
+  const std::filesystem::path path = std::filesystem::canonical(tool);
+  const std::string file = dir.write(path.filename().string() + ".output", output);
+  replaceFile(path.string(), "#!/bin/sh\nexec /usr/bin/cat '" + file + "'\n", 0755);
+}
+
+/// Takes the right to run `tool` away.
+inline void disable(const std::string& tool) {
+  replaceFile(std::filesystem::canonical(tool).string(), "", 0644);
+}
+
+/// Makes the host one of the distribution whose tool prints the newer form.
+inline void becomeZirel() {
+  replaceFile(std::filesystem::canonical("/etc/os-release").string(), "NAME=\"ZirelOS\"\n");
+}
+
+/// From now on, every command line that a shell runs is kept.
+class ShellLog {
+ public:
+  ShellLog() {
+    replaceFile(std::filesystem::canonical("/bin/sh").string(),
+                "#!/bin/bash\nprintf '%s\\n' \"${@: -1}\" >>'" + m_dir / "log" +
+                    "'\nexec /bin/bash \"$@\"\n",
+                0755);
+  }
+
+  /// The command lines since the last call, a line each.
+  std::string take() {
+    const std::string path = m_dir / "log";
+    const std::string text = std::filesystem::exists(path) ? readFile(path) : "";
+    std::filesystem::remove(path);
+    return text;
+  }
+
+ private:
+  TempDir m_dir;
+};
+
+}  // namespace commutil_test
