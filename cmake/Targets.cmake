@@ -6,4 +6,21 @@ function(commutil_compile_options target)
     target_compile_options(${target} PRIVATE
       -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
   endif()
+  commutil_harden(${target})
+endfunction()
+
+# Checks of the C++ library in Debug builds; checked C functions, guarded stacks, control-flow
+# protection and a read-only relocation table in the others.
+function(commutil_harden target)
+  set(release $<NOT:$<CONFIG:Debug>>)
+  target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+  target_compile_options(${target} PRIVATE
+    $<${release}:-U_FORTIFY_SOURCE>
+    $<${release}:-D_FORTIFY_SOURCE=2>
+    $<${release}:-fstack-protector-strong>
+    $<${release}:-fcf-protection>)
+  get_target_property(type ${target} TYPE)
+  if(NOT type STREQUAL OBJECT_LIBRARY AND NOT type STREQUAL STATIC_LIBRARY)
+    target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now)
+  endif()
 endfunction()

@@ -1,1 +1,81 @@
-// placeholder
+// The reader of a program's command line: each query scans the words that `main` received. For any
+// process; read-only, so queries may run in several threads at once.
+#include "ArgsOptions.h"
+
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+
+namespace {
+
+/// A word as a view; a null word is a caller's error with the standard string type's text, which
+/// this compiler's own differs from.
+std::string_view checked(const char* word) {
+  if (word == nullptr) throw std::logic_error("basic_string::_M_construct null not valid");
+  return word;
+}
+
+bool equals(const char* word, const std::string& name) {
+  return checked(word) == std::string_view(name);
+}
+
+bool isOption(const char* word) { return checked(word).substr(0, 1) == "-"; }
+
+bool isEscape(const char* word) { return checked(word) == "--"; }
+
+}  // namespace
+
+ArgsOptions::ArgsOptions(int argc, char** argv) : m_argc(argc), m_argv(argv) {}
+
+bool ArgsOptions::hasOption(const std::string& name) const {
+  for (int i = 0; i < m_argc; ++i) {
+    if (equals(m_argv[i], name)) return true;
+  }
+  return false;
+}
+
+std::string ArgsOptions::getOption(const std::string& name) const {
+  for (int i = 0; i + 1 < m_argc; ++i) {
+    if (!equals(m_argv[i], name)) continue;
+    if (isEscape(m_argv[i + 1]) && i + 2 < m_argc) return std::string(checked(m_argv[i + 2]));
+    if (isOption(m_argv[i + 1])) return {};
+    return m_argv[i + 1];
+  }
+  return {};
+}
+
+std::list<std::string> ArgsOptions::getOptions(const std::string& name) const {
+  std::list<std::string> values;
+  bool collecting = false;
+  for (int i = 0; i < m_argc; ++i) {
+    const char* const word = m_argv[i];
+    if (equals(word, name)) {
+      collecting = true;
+    } else if (collecting && isEscape(word) && i + 1 < m_argc) {
+      values.emplace_back(checked(m_argv[++i]));
+    } else if (collecting && isOption(word)) {
+      collecting = false;
+    } else if (collecting) {
+      values.emplace_back(word);
+    }
+  }
+  return values;
+}
+
+std::list<std::string> ArgsOptions::getFlags() const {
+  std::list<std::string> flags;
+  for (int i = 0; i < m_argc; ++i) {
+    if (isOption(m_argv[i])) flags.emplace_back(m_argv[i]);
+  }
+  return flags;
+}
+
+int ArgsOptions::numberOfOptions() const {
+  int count = 0;
+  for (int i = 0; i < m_argc; ++i) {
+    if (isOption(m_argv[i])) ++count;
+  }
+  return count;
+}
+
+int ArgsOptions::numberOfargs() const { return m_argc; }
