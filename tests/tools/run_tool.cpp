@@ -75,6 +75,8 @@ Deployment::Deployment()
                         std::filesystem::copy_options::recursive);
 }
 
+std::string Deployment::tool() { return COMMUTIL_TOOL; }
+
 ProcessResult Deployment::run(const std::vector<std::string>& words,
                               const std::string& input) const {
   std::vector<std::string> line{COMMUTIL_TOOL};

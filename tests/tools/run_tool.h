@@ -41,6 +41,9 @@ class Deployment {
   /// The same with standard output going to the file at `path`.
   ProcessResult runInto(const std::string& path, const std::vector<std::string>& words) const;
 
+  /// The path of the operator's command.
+  static std::string tool();
+
   /// The path of `name` below the deployment.
   std::string operator/(const std::string& name) const { return m_dir / name; }
   void write(const std::string& name, const std::string& content) const {

@@ -1,6 +1,8 @@
 // The operator's command: parses the command line and runs the chosen subcommand. For one thread.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <string_view>
 
 #include "output.h"
 #include "tool.h"
@@ -17,9 +19,11 @@ int parseAndRun(int argc, char** argv) {
   tool.app.set_version_flag("--version", "commutil " COMMUTIL_VERSION);
   tool.app.require_subcommand(1);
   tool.app.footer(kFooter);
-  for (const auto add : {addReport, addConfig, addQueryText}) add(tool);
+  for (const auto add : {addReport, addConfig, addQueryText, addCommand, addPathSafety,
+                         addProcessLock, addBase64, addIdentifiers})
+    add(tool);
   try {
-    tool.app.parse(argc, argv);
+    tool.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return tool.app.exit(error) == 0 ? kOk : kWrongUse;
   }
@@ -30,6 +34,16 @@ int parseAndRun(int argc, char** argv) {
 bool isWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
 
 }  // namespace
+
+void Tool::parse(int argc, char** argv) {
+  const auto taker = argc > 1 ? m_takers.find(argv[1]) : m_takers.end();
+  if (taker == m_takers.end()) return app.parse(argc, argv);
+  char** const end = argv + argc;
+  char** const mark = std::find(argv, end, std::string_view("--"));
+  app.parse(static_cast<int>(mark - argv), argv);
+  if (end - mark < 2) throw CLI::RequiredError("-- COMMAND");
+  taker->second->assign(mark + 1, end);
+}
 
 void addJsonFlag(CLI::App& subcommand, bool& json) {
   subcommand.add_flag("--json", json,

@@ -3,8 +3,10 @@
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 /// The exit codes of every subcommand that does not document more.
 enum ExitCode : int { kOk = 0, kNo = 1, kWrongUse = 2 };
@@ -26,6 +28,19 @@ struct Tool {
     subcommand->callback([this, options, run] { action = [=] { return run(*options); }; });
     return subcommand;
   }
+
+  /// Lets `subcommand` be followed by "--" and the words of a command, which go to `words`.
+  void takeCommand(CLI::App& subcommand, std::vector<std::string>& words) {
+    m_takers[subcommand.get_name()] = &words;
+  }
+
+  /// Parses the command line. The words of a command never pass through the parser, which would
+  /// take some of them apart.
+  /// @throws CLI::ParseError for wrong use, help and version
+  void parse(int argc, char** argv);
+
+ private:
+  std::map<std::string, std::vector<std::string>*> m_takers;
 };
 
 /// Adds the option that chooses between plain text and JSON.
@@ -35,6 +50,11 @@ void addJsonFlag(CLI::App& subcommand, bool& json);
 void addOperand(CLI::App& subcommand, const char* name, std::string& value, const char* purpose);
 
 // The families' subcommands, each from the source of its name.
-void addReport(Tool& tool);
+void addBase64(Tool& tool);
+void addCommand(Tool& tool);
 void addConfig(Tool& tool);
+void addIdentifiers(Tool& tool);
+void addPathSafety(Tool& tool);
+void addProcessLock(Tool& tool);
 void addQueryText(Tool& tool);
+void addReport(Tool& tool);
