@@ -65,38 +65,57 @@ class VEXA_EXPORT VexaCommonUtils {
   static std::string getDBType();
 
   // Strings
+  //
+  // Bytes and ASCII only: the locale is never asked. A NUL is a byte like any other unless a member
+  // says otherwise. Costs grow with the text, not with its square. One object may be passed for
+  // several arguments; each text counts as it was before the call.
 
-  /// Returns the bytes of `s` in reverse order.
+  /// Returns the bytes of `s` in reverse order. `s` is not modified.
   static std::string Vexareverse(std::string& s);
-  /// Returns `s` without leading blanks (0x20 only). `s` is not modified.
+  /// Returns `s` without leading blanks (0x20 only, not tabs or line ends), "" when it holds
+  /// nothing else. `s` is not modified.
   static std::string Vexaltrim(std::string& s);
-  /// Returns `s` without leading and trailing blanks (0x20 only). `s` is not modified.
+  /// Returns `s` without leading and trailing blanks (0x20 only; `VexaCommonUtils_i::VexatrimAll`
+  /// trims others too), "" when it holds nothing else. `s` is not modified.
   static std::string Vexatrim(std::string& s);
 
-  /// Replaces every `from` in `s` by `to`, in place, left to right; inserted text is not searched
-  /// again. An empty `from` leaves `s` alone. Returns a copy of the modified `s`.
+  /// Replaces every `from` in `s` by `to`, in place, left to right and without overlap; inserted
+  /// text is not searched again. An empty `from` is a caller's error and leaves `s` alone. `from`
+  /// and `to` are not modified.
+  /// @return a copy of the modified `s`
   static std::string Vexareplace(std::string& s, std::string& from, std::string& to);
-  /// The same with the text last, and no result.
+  /// Replaces as `Vexareplace` does; the text to change comes last.
   static void stringReplace(const std::string& from, const std::string& to, std::string& s);
 
-  /// Appends the tokens of `s` to `out`. A token starts at a byte that is not in `delims` and runs
-  /// to the next occurrence of `delims` as a whole text.
+  /// Appends the tokens of `s` to `out`, which is not cleared. A token starts at the first byte
+  /// that is none of those in `delims` and runs to the next occurrence of `delims` as a whole text,
+  /// or to the end of `s`; the next one starts behind that. With one delimiter byte this is the
+  /// usual split on runs of it, without empty tokens:
+  ///
+  ///     split("a,,b,", ",", out)    appends "a" and "b"
+  ///     split("abxab", "ab", out)   appends "x"
+  ///     split("xaybz", "ab", out)   appends "xaybz"
+  ///
+  /// An empty `delims` gives an empty token for each byte of `s`.
   static void split(const std::string& s, const std::string& delims, std::list<std::string>& out);
 
-  /// Appends the tokens of the first 1024 bytes of `s`, up to its first NUL, to `out`; runs of
-  /// bytes from `delims` separate tokens.
-  /// @return the number of elements in `out` afterwards; 0 on failure
+  /// Appends the tokens of `s` to `out`, which is not cleared; runs of bytes from `delims` separate
+  /// them and no token is empty. Only the first 1024 bytes of `s` are seen, and nothing behind a
+  /// NUL in `s` or in `delims`. Without delimiters the text is one token.
+  /// @return the number of elements that `out` holds afterwards, those from before included; 0 with
+  ///         `out` unchanged when the text cannot be copied
   static unsigned long splitAll(const std::string& s, const std::string& delims,
                                 std::vector<std::string>& out);
 
-  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
+  /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
   /// @return `buf`; null when `buf` is null or formatting fails
   static char* ltoa(long value, char* buf);
-  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
-  /// @return `buf`
+  /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
+  /// @return `buf`, null only when `buf` is null
   static char* ultoa(unsigned long value, char* buf);
 
-  /// Returns the blanks that pad `s` to 32 columns; "" when it has 32 bytes or more.
+  /// Returns the blanks that pad `s` to a column of 32 bytes in a listing; "" when `s` has 32 bytes
+  /// or more.
   static std::string tabs(const std::string& s);
 
   // Character sets
@@ -129,15 +148,30 @@ class VEXA_EXPORT VexaCommonUtils {
   static std::string getTimeStamp(bool markDst);
 
   // Database query text
+  //
+  // Text for SQL that is put together by hand. Members that depend on the dialect ask `getDBType`
+  // on every call: "oracle" and "tessarn", in any case, are the Oracle family; any other type is
+  // treated as Sybase or Microsoft SQL Server. Every byte but those named is copied, NUL included.
 
-  /// Returns `text` with every single quote doubled.
+  /// Returns `text` with every single quote doubled, for use between single quotes; the type is not
+  /// asked.
   static std::string transDBUpdateString(const std::string& text);
-  /// Returns `text` with the LIKE wildcards escaped for the configured database type.
+
+  /// Returns `text` with the LIKE wildcards escaped for the configured database: for the Oracle
+  /// family a backslash before each backslash, "%" and "_" (a query needs the clause of
+  /// `getEscapeString`); for others each of "%", "_", "[" and "]" between brackets. Quotes are left
+  /// alone. An empty `text` is returned without asking for the type.
+  ///
+  ///     transDBSearchString("50%_x")  ->  "50\\%\\_x"  Oracle family
+  ///                                       "50[%][_]x"  any other
   static std::string transDBSearchString(const std::string& text);
-  /// Returns the ESCAPE clause that the configured database type needs, or "".
+
+  /// Returns the clause that a LIKE with `transDBSearchString`'s escapes needs: the 12 bytes
+  /// " escape '\' " (one backslash, a blank at each end) for the Oracle family, "" for others.
   static std::string getEscapeString();
-  /// Returns `text` unchanged for an "oracle" database, else with its quotes doubled and its
-  /// wildcards escaped.
+
+  /// Returns `text` unchanged for an "oracle" database (in any case); for any other, "tessarn"
+  /// included, `transDBSearchString` of `transDBUpdateString` of it.
   static std::string TransferLikeSqlForSybAndMSSQL(const std::string& text);
 
   // Addresses and host names
@@ -157,9 +191,13 @@ class VEXA_EXPORT VexaCommonUtils {
   /// Finds the official host name of the IPv4 address `ip`, any form that inet_aton(3) reads.
   /// @return 0 and the name; -1 and "" on failure and for addresses in 0.0.0.0/8
   static int getHostnamebyIP(const std::string& ip, std::string& name);
-  /// Finds the netmask of the local IPv4 address `ip`, through the kernel, then "ifconfig".
-  /// @return 0 and the dotted mask in `netmask`; -1 and "" on failure and for "127.0.0.1"
-  /// @throws std::out_of_range as `GetNetmaskByIpUseifconfig` does
+  /// Finds the netmask of the local IPv4 address `ip`: asks the kernel, and runs "ifconfig" in a
+  /// shell for an address that the kernel does not tell (`GetNetmaskByIpUseioctl`,
+  /// `GetNetmaskByIpUseifconfig`). "127.0.0.1" and what `CheckIp` refuses, IPv6 included, fail at
+  /// once, so that nothing but digits, dots and outer blanks reaches the shell. `ip` is not
+  /// modified.
+  /// @return 0 and the mask in `netmask`; -1 and "" on failure
+  /// @throws std::out_of_range as `GetNetmaskByIpUseifconfig` does; `netmask` is "" then
   static int getNetmaskByIP(std::string& ip, std::string& netmask);
 
   // Commands

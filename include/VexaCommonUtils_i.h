@@ -67,22 +67,31 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// Always 2.
   static int VexaGetSSLMode();
 
-  // Strings
+  // Strings (see the remarks at `VexaCommonUtils`)
 
-  /// Returns `s` without leading and trailing bytes from the set `chars`; unchanged when `chars`
-  /// is null or empty.
+  /// Returns `s` without the leading and trailing bytes that are in the set `chars`; "" when it
+  /// holds no other; unchanged when `chars` is null or empty. The usual set is " \t\r\n".
   static std::string VexatrimAll(const std::string& s, const char* chars);
   /// The same as `VexatrimAll`.
   static std::string trimString(const std::string& s, const char* chars);
-  /// Inserts the tokens of the first 1024 bytes of `s`, up to its first NUL, into `out`; runs of
-  /// bytes from `delims` separate tokens.
+
+  /// Inserts the tokens of `s` into `out`, which is not cleared; runs of bytes from `delims`
+  /// separate them and no token is empty. Only the first 1024 bytes of `s` are seen, and nothing
+  /// behind a NUL in `s` or in `delims`. `out` is unchanged when the text cannot be copied.
   static void splitAll(const std::string& s, const std::string& delims, std::set<std::string>& out);
-  /// Writes `value` in decimal to `buf`, which holds at least 22 bytes.
-  /// @return `buf`
+
+  /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
+  /// @return `buf`, null only when `buf` is null
   static char* ulltoa(unsigned long long value, char* buf);
-  /// Tells whether every byte of `s` is a digit; true for the empty text.
+
+  /// Tells whether every byte of `s` is one of '0' to '9'; true for the empty text.
   static bool Isdigitstr(const std::string& s);
+
   /// Lifts a percentage to the next whole number, but never to 100 from below.
+  /// @param x a percentage, not negative
+  /// @return 100 from 100 on and for what is not a number; 99 from 99 on; else `x` rounded up. The
+  ///         whole part is unsigned: between -1 and 0 it is 0, from -1 down it wraps at 2^64 (-1
+  ///         gives about 1.8e19), and below -2^63 it is 2^64.
   static double getUpperIntVal(double x);
 
   // Base64
@@ -100,7 +109,13 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Database query text
 
-  /// Returns a complete quoted LIKE operand for `text` with its ESCAPE clause.
+  /// Returns a complete LIKE operand for `text`: `VexaCommonUtils::transDBSearchString` of its
+  /// `VexaCommonUtils::transDBUpdateString`, with the wildcards of `mode`, between single quotes,
+  /// followed by `VexaCommonUtils::getEscapeString`. The database type is asked twice, once for an
+  /// empty `text`. A `mode` outside the enumeration adds no wildcard.
+  ///
+  ///     TransferLikeSql("a_b'c", FUZZY_QUERY_BOTH)  ->  "'%a\\_b''c%' escape '\\' "  Oracle family
+  ///                                                     "'%a[_]b''c%'"                any other
   static std::string TransferLikeSql(const std::string& text, Vexacommon::FuzzyQueryMode mode);
 
   // Addresses, interfaces and nodes
@@ -121,13 +136,31 @@ class VEXA_EXPORT VexaCommonUtils_i {
   static int addressToStringIP(int family, void* sockaddr, int len, char* buf, int bufLen);
   /// Appends a text for each IPv4 or IPv6 address of the machine's interfaces. Returns 0.
   static int getAllIPAddr(std::list<std::string>& addresses);
-  /// Finds the interface that carries the IPv6 address `ip`, which is left in full form.
-  /// @return 0 and the name; -1 when there is none (`interfaceName` unchanged)
+  /// Finds the interface that carries the IPv6 address `ip`, any form that inet_pton(3) reads; the
+  /// kernel's first one wins, see getifaddrs(3). `ip` is left in full form ("fe80:0:0:0:0:0:0:1"),
+  /// also when no interface carries it. Each call leaves the list that it read allocated: a process
+  /// that calls it for ever grows.
+  /// @return 0 and the name in `interfaceName`; -1 (`interfaceName` unchanged) when `ip` is not
+  /// IPv6
+  ///         (`ip` unchanged too) or no interface carries it
   static int getInterfaceOfIPV6(std::string& ip, std::string& interfaceName);
-  /// Finds the MAC address of the interface that carries the IPv6 address `ip`.
-  /// @return 0, also when the tool gives no line (`*mac` unchanged then); -1 on failure
+  /// Finds the MAC address of the interface that carries the IPv6 address `ip`, which is left in
+  /// full form. Where `isZirel` is true it answers as `getZirelMacAddrOfIPV6`; elsewhere it finds
+  /// the interface as `getInterfaceOfIPV6` and reads the fifth column of the first line of
+  /// "/sbin/ifconfig" that holds the interface's name, whose older form has the address there. The
+  /// name becomes part of a shell command as it stands: who may name interfaces may run commands.
+  /// @return 0 and the bytes in `*mac`; also 0, `*mac` unchanged, when the tool is missing or gives
+  /// no
+  ///         line for an interface that was found; -1 (`*mac` unchanged) when `ip` is not IPv6, no
+  ///         interface carries it, or the column holds no address
   static int getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAddress* mac);
-  /// The same from the newer tool's output.
+  /// Finds the MAC address of the interface that carries `ip` in the output of
+  /// "/usr/sbin/ifconfig -a", the newer form ("ether" lines).
+  /// @param ip  the address in the full form of `formatStringIP`; no other form matches
+  /// @return 0 and the bytes in `*mac`: of all interfaces whose name is part of the carrier's name,
+  /// in
+  ///         name order, the last one's ("eth1" also answers for "eth10" where that has no
+  ///         address); -1 (`*mac` unchanged) when there is none or the tool printed nothing
   static int getZirelMacAddrOfIPV6(const std::string& ip, Vexacommon::LocalMACAddress* mac);
   /// Appends the addresses of the cluster's remote-client nodes to `ipList`.
   /// @return 0; -1 when the node list cannot be found or parsed

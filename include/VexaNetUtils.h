@@ -7,21 +7,22 @@
 #include "VexaCommonTypes.h"
 #include "VexaExport.h"
 
-/// A hardware address as text and as bytes. A plain value: copied freely, no base, no virtuals.
+/// A hardware address as text and as bytes. A plain value: copied freely, no base, no virtuals. The
+/// lists that `GetLocalMACAddr` makes hold entries of which only `text` is meaningful.
 class VEXA_EXPORT CMACAddress {
  public:
   /// Both fields zero.
   CMACAddress();
-  ~CMACAddress();
+  ~CMACAddress();  // NOLINT(performance-trivially-destructible): an exported symbol
   CMACAddress(const CMACAddress&) = default;
   CMACAddress& operator=(const CMACAddress&) = default;
 
-  /// Takes the six bytes at `mac` and rewrites `text` from them ("00:0C:29:AB:CD:EF"); a null
-  /// pointer leaves the object unchanged.
+  /// Takes the six bytes at `mac` and rewrites `text` from them, in upper case
+  /// ("00:0C:29:AB:CD:EF"); a null pointer leaves the object unchanged.
   CMACAddress& operator=(const unsigned char* mac);
 
-  /// Compares `text` ignoring ASCII case; `bytes` take no part. Not const: the binary contract
-  /// names the plain member.
+  /// Compares `text` ignoring case, see strcasecmp(3); `bytes` take no part. Not const: the binary
+  /// contract names the plain member. C++20 finds `a == b` ambiguous when neither is const.
   bool operator==(const CMACAddress& other);
 
   char text[19];           ///< six pairs of hexadecimal digits joined by ":", NUL-terminated
@@ -51,50 +52,81 @@ VEXA_EXPORT void FullNameIp(std::string& ip);
 VEXA_EXPORT int TrimStringIp(char* buf, int size);
 
 // Netmasks and interfaces
+//
+// These and the look-ups of MAC addresses hold no state and may be called from any thread. Those
+// that run a tool start a shell and wait for it: they take milliseconds, the others microseconds.
 
-/// Finds the netmask of the local IPv4 address `ip` by asking the kernel (at most 50 interfaces
-/// are seen).
-/// @return 0 and the dotted mask in `netmask`; -1 and "" when no interface carries `ip` or a
-///         system call fails
+/// Finds the netmask of the local IPv4 address `ip` by asking the kernel, see netdevice(7). The
+/// first 50 addresses of the machine are seen, each address of an interface counting as one, those
+/// of interfaces that are down included; the first that is `ip` wins.
+/// @param ip  the address in the kernel's own text: no blanks, no leading zeros. Text behind a NUL
+/// is
+///            not looked at.
+/// @return 0 and the dotted mask in `netmask`; -1 and "" when no address is `ip` or when a system
+///         call fails
 VEXA_EXPORT int GetNetmaskByIpUseioctl(const std::string& ip, std::string& netmask);
 
-/// Finds the netmask of `ip` in the output of "ifconfig -a". The address is put into a shell
-/// command as it stands: callers must have checked that it holds nothing but digits, dots and
-/// blanks, as `CheckIp` does.
-/// @return 0 and the dotted mask in `netmask`; -1 and "" when the tool prints no line with `ip` or
-///         its mask cannot be read
-/// @throws std::out_of_range when the tool's mask text is shorter than six characters
+/// Finds the netmask of `ip` in the lines of "ifconfig -a" that hold it, in the newer form
+/// ("netmask 255.255.255.0", the first counts) or the older one ("Mask:255.255.255.0", the last
+/// counts); eight hexadecimal digits without prefix are taken too. A line of 10.1.2.30 holds
+/// 10.1.2.3 as well. "ifconfig" is looked up on `PATH`.
+/// @param ip  becomes part of a shell command, between single quotes and otherwise as it stands,
+/// and
+///            is a basic regular expression of grep(1) there: callers must have checked that it
+///            holds nothing but digits, dots and blanks, as `CheckIp` does. With a line end inside,
+///            every line of the tool matches.
+/// @return 0 and the mask in `netmask`, tested no further than by `CheckIp`; -1 and "" when the
+/// tool
+///         cannot be run, prints no such line, or the mask is neither dotted nor hexadecimal
+/// @throws std::out_of_range ("basic_string::substr") when the lines hold no mask text or one of
+/// less
+///         than six characters that is not dotted; `netmask` is unchanged then
 VEXA_EXPORT int GetNetmaskByIpUseifconfig(const std::string& ip, std::string& netmask);
 
-/// Sets `address` to the part of `text` before its first "/", or to all of `text` without one; an
+/// Cuts the prefix length off an IPv6 address as tools print it: sets `address` to the part of
+/// `text` before its first "/", or to all of `text` without one ("fe80::1/64" gives "fe80::1"). An
 /// empty `text` leaves `address` unchanged.
 VEXA_EXPORT void GetInet6Address(const std::string& text, std::string& address);
 
 // MAC addresses
 
-/// Collects the machine's MAC addresses: the kernel's in reverse interface order, then those that
-/// "ifconfig" prints, then the permanent addresses of bonded interfaces; each once, compared as
-/// text ignoring case. `addresses` is appended to. Entries from tool output set only `text`.
-/// @return the number of entries in `addresses` after the call
+/// Appends the machine's MAC addresses to `addresses`: those of `GetHWMACAddr`; then those that
+/// "/sbin/ifconfig -a" prints, in its order, as text of at most 18 characters in the tool's case (a
+/// line without an address is an entry with empty text); then the permanent addresses in the
+/// bonding driver's status files, in upper case. Each text stands in `addresses` once, ignoring
+/// case. Entries of the last two sources set only `text`: their `bytes` are those of the kernel's
+/// first interface. A source that cannot be read adds nothing.
+/// @return the number of entries in `addresses`, those from before included
 VEXA_EXPORT int GetLocalMACAddr(std::vector<CMACAddress>& addresses);
 
-/// Appends the kernel's hardware addresses of at most 16 interfaces that carry an IPv4 address to
-/// `addresses`, zero addresses and those already listed left out; `work` holds the last address
-/// read afterwards.
+/// Appends the kernel's hardware addresses to `addresses`, see netdevice(7): those of the
+/// interfaces that carry the machine's first 16 IPv4 addresses, in reverse order of the kernel's
+/// list. Zero addresses and those that `addresses` holds already are left out.
+/// @param work  takes each address in turn; afterwards it holds the one read last, appended or not,
+///              and is unchanged when none was read
 VEXA_EXPORT void GetHWMACAddr(std::vector<CMACAddress>& addresses, CMACAddress& work);
 
-/// Sets `name` to the text of `line` before its last ":"; without one, or for an empty `line`,
-/// `name` stays unchanged.
+/// Reads the interface name off a header line of the tool: sets `name` to the text of `line` before
+/// its last ":". Without one, or for an empty `line`, `name` stays unchanged.
+///
+///     GetMac("eth0: flags=4163<UP>  mtu 1500", name)  ->  "eth0"
 VEXA_EXPORT void GetMac(const std::string& line, std::string& name);
 
-/// Reads the address behind the word "ether" of `line` (or the whole of a line without the word)
-/// as six hexadecimal fields between ":"; text behind the digits of a field is ignored.
-/// @return 0 and the bytes in `*mac`; -1 when there are not six fields (`*mac` unchanged)
+/// Reads the address behind the first "ether" of `line` and the one character that follows it, or
+/// the whole of a line without the word: six hexadecimal fields between ":", empty ones skipped, as
+/// strtol(3) reads them. Text behind a field's digits is ignored, a field without digits is 0, and
+/// of a larger value the low byte counts.
+///
+///     GetEther("ether 00:0c:29:ab:cd:ef  txqueuelen 1000", &mac)  ->  0
+///
+/// @return 0 and the bytes in `*mac`; -1 when there are not exactly six fields, and for a line that
+///         ends in the word (`*mac` unchanged)
 VEXA_EXPORT int GetEther(std::string line, Vexacommon::LocalMACAddress* mac);
 
-/// The same for a line in the newer tool's form: the blank-separated field behind the field
-/// "ether" holds the address.
-/// @return 0 and the bytes in `*mac`; -1 when there is no such field or it has not six parts
+/// Reads the address in the newer tool's form: it is the field behind the first field "ether",
+/// fields standing between blanks (0x20), and is read as by `GetEther`.
+/// @return 0 and the bytes in `*mac`; -1 when there is no such field or it has not exactly six
+/// parts
 ///         (`*mac` unchanged)
 VEXA_EXPORT int GetZirelEther(const std::string& line, Vexacommon::LocalMACAddress* mac);
 

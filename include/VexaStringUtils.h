@@ -28,10 +28,12 @@ VEXA_EXPORT std::string ReplaceChar(const std::string& s, char c, const std::str
 
 /// Converts the hexadecimal digits of `hex` (up to its first NUL, no prefix, sign or blank) into
 /// decimal text of at most three characters. It exists to convert one byte written as two digits:
-/// "ff" yields "255", the empty text "0". The value wraps at 64 bits and its low 32 bits are
-/// printed as a signed number.
-/// @return the decimal text; "" when a byte is no hexadecimal digit or when the text would need
-///         more than three characters ("3e8" is 1000 and yields "").
+/// "ff" yields "255", "0" and the empty text "0". Longer text wraps: its value modulo 2^64 counts,
+/// so that digits before the last sixteen weigh nothing, and the low 32 bits of it are printed as a
+/// signed number ("ffffffff" yields "-1").
+/// @return the decimal text, "-99" to "999"; "" when a byte is no hexadecimal digit or when the
+/// text
+///         would need more than three characters ("3e8" is 1000 and yields "")
 VEXA_EXPORT std::string StrHexToInt(std::string hex);
 
 #endif

@@ -70,9 +70,6 @@ class VEXA_EXPORT Vexawifstream : public std::istream {
   std::size_t read(void* buf, std::size_t size, std::size_t count);
 
  private:
-  friend VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t& c);
-  friend VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char& c);
-
   std::FILE* m_file;
 };
 
@@ -101,6 +98,8 @@ class VEXA_EXPORT Vexawofstream : public std::ostream {
   std::size_t write(const void* buf, std::size_t size, std::size_t count);
 
  private:
+  friend VEXA_EXPORT std::ostream& wflush(std::ostream& stream);
+
   std::FILE* m_file;
 };
 

@@ -13,9 +13,9 @@ namespace {
 using commutil::AnyOf;
 using commutil::rewriteBytes;
 
-constexpr AnyOf<1> kQuote{{'\''}};
-constexpr AnyOf<3> kBackslashEscaped{{'%', '_', '\\'}};
-constexpr AnyOf<4> kBracketed{{'%', '_', '[', ']'}};
+constexpr AnyOf<'\''> kQuote;
+constexpr AnyOf<'%', '_', '\\'> kBackslashEscaped;
+constexpr AnyOf<'%', '_', '[', ']'> kBracketed;
 
 char* writeDoubled(char* out, char byte) {
   *out++ = byte;
@@ -39,6 +39,7 @@ char* writeBracketed(char* out, char byte) {
 }  // namespace
 
 std::string VexaCommonUtils::transDBUpdateString(const std::string& text) {
+  if (text.find('\'') == std::string::npos) return text;
   return rewriteBytes(text, kQuote, 2, writeDoubled);
 }
 

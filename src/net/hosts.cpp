@@ -1,1 +1,124 @@
-// placeholder
+// The machine's own names and addresses, and look-ups through the system's resolver. For the
+// platform's server processes; nothing is cached. Re-entrant.
+#include <ace/OS_NS_arpa_inet.h>
+#include <ace/OS_NS_string.h>
+#include <ace/OS_NS_sys_utsname.h>
+#include <arpa/inet.h>
+#include <netdb.h>
+#include <netinet/in.h>
+
+#include <array>
+#include <cstring>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "platform/bounded.h"
+#include "platform/handles.h"
+
+namespace {
+
+// Fixed by contract: an answer that does not fit is a failure.
+constexpr std::size_t kResolverBufferSize = 4096;
+constexpr std::size_t kHostNameSize = 256;
+
+/// One resolver answer with the buffer that its pointers point into.
+struct Resolved {
+  std::array<char, kResolverBufferSize> buffer{};
+  hostent entry{};
+  hostent* result = nullptr;
+  int error = 0;
+
+  bool byName(const char* name) {
+    return ::gethostbyname_r(name, &entry, buffer.data(), buffer.size(), &result, &error) == 0 &&
+           result != nullptr;
+  }
+
+  bool byAddress(const in_addr& address) {
+    return ::gethostbyaddr_r(&address, sizeof(address), AF_INET, &entry, buffer.data(),
+                             buffer.size(), &result, &error) == 0 &&
+           result != nullptr;
+  }
+};
+
+/// Text of the 16 bytes that start four bytes into an IPv6 socket address, at its flow information:
+/// the contract's offset, four bytes before the address.
+std::string flowAndAddressText(const sockaddr* address) {
+  const auto* const source = reinterpret_cast<const char*>(address) + 4;
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  ::inet_ntop(AF_INET6, source, text.data(), text.size());
+  return text.data();
+}
+
+std::string addressText(const sockaddr* address) {
+  const auto* const field = &reinterpret_cast<const sockaddr_in*>(address)->sin_addr;
+  std::array<char, INET_ADDRSTRLEN> text{};
+  ::inet_ntop(AF_INET, field, text.data(), text.size());
+  return text.data();
+}
+
+}  // namespace
+
+std::string VexaCommonUtils::hostname() {
+  std::array<char, kHostNameSize> name{};
+  ACE_utsname system{};
+  if (ACE_OS::uname(&system) != -1) ACE_OS::strsncpy(name.data(), system.nodename, name.size());
+  return name.data();
+}
+
+std::string VexaCommonUtils::sysname() {
+  ACE_utsname system{};
+  ACE_OS::uname(&system);
+  return std::string(system.sysname) + system.release;
+}
+
+std::string VexaCommonUtils::hostipaddr() {
+  const std::string name = hostname();
+  if (name.empty()) return {};
+  Resolved host;
+  if (!host.byName(name.c_str())) return {};
+  in_addr address{};
+  const auto length = static_cast<std::size_t>(host.entry.h_length);
+  if (memcpy_s(&address, sizeof(address), host.entry.h_addr_list[0], length) != 0) return {};
+  return ::inet_ntoa(address);
+}
+
+int VexaCommonUtils::getIPbyHostname(const std::string& name, std::string& ip) {
+  const std::string asked = name;  // `name` and `ip` may be one object
+  ip.clear();
+  if (asked.empty()) return -1;
+  Resolved host;
+  if (!host.byName(asked.c_str())) return -1;
+  // The entry's own length bounds the copy here, so the record has room for the longest address.
+  std::array<unsigned char, sizeof(in6_addr)> bytes{};
+  const auto length = static_cast<std::size_t>(host.entry.h_length);
+  if (memcpy_s(bytes.data(), length, host.entry.h_addr_list[0], length) != 0) return -1;
+  in_addr address{};
+  std::memcpy(&address, bytes.data(), sizeof(address));
+  ip = ::inet_ntoa(address);
+  return 0;
+}
+
+int VexaCommonUtils::getHostnamebyIP(const std::string& ip, std::string& name) {
+  in_addr address{};
+  const bool parsed = ACE_OS::inet_aton(ip.c_str(), &address) != 0;
+  name.clear();
+  // Only the first octet is looked at: every address in 0.0.0.0/8 is refused.
+  if (!parsed || (ntohl(address.s_addr) >> 24) == 0) return -1;
+  Resolved host;
+  if (!host.byAddress(address) || host.entry.h_name == nullptr) return -1;
+  name = host.entry.h_name;
+  return 0;
+}
+
+int VexaCommonUtils_i::getAllIPAddr(std::list<std::string>& addresses) {
+  ifaddrs* list = nullptr;
+  // Deliberately never released.
+  ::getifaddrs(&list);
+  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+    if (entry->ifa_addr == nullptr) continue;
+    const int family = entry->ifa_addr->sa_family;
+    if (family == AF_INET) addresses.push_back(addressText(entry->ifa_addr));
+    if (family == AF_INET6) addresses.push_back(flowAndAddressText(entry->ifa_addr));
+  }
+  return 0;
+}

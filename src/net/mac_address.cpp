@@ -86,22 +86,25 @@ void appendFromBonding(std::vector<CMACAddress>& addresses, CMACAddress& work) {
   }
 }
 
-/// Reads six hexadecimal fields between ":", the low byte of each; text behind a field's digits is
-/// ignored.
+/// Reads six hexadecimal fields between ":", empty ones skipped, the low byte of each; text behind
+/// a field's digits is ignored. No field reads on into the next: ":" ends strtol(3) too.
 int parseBytes(const std::string& text, Vexacommon::LocalMACAddress* mac) {
-  std::list<std::string> fields;
-  VexaCommonUtils::split(text, ":", fields);
   std::array<unsigned char, 6> bytes{};
-  if (fields.size() != bytes.size()) return -1;
-  std::transform(fields.begin(), fields.end(), bytes.begin(), [](const std::string& field) {
-    return static_cast<unsigned char>(std::strtol(field.c_str(), nullptr, 16));
-  });
+  std::size_t count = 0;
+  std::size_t field = text.find_first_not_of(':');
+  while (field != std::string::npos) {
+    if (count == bytes.size()) return -1;
+    bytes[count++] = static_cast<unsigned char>(std::strtol(&text[field], nullptr, 16));
+    field = text.find_first_not_of(':', text.find(':', field));
+  }
+  if (count != bytes.size()) return -1;
   memcpy_s(mac, sizeof(*mac), bytes.data(), bytes.size());
   return 0;
 }
 
 }  // namespace
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): memset_s does it
 CMACAddress::CMACAddress() {
   memset_s(text, sizeof(text), 0, sizeof(text));
   memset_s(bytes, sizeof(bytes), 0, sizeof(bytes));

@@ -3,7 +3,6 @@
 #include <emmintrin.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -26,6 +25,14 @@ inline void storeBlock(char* to, __m128i block) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
 }
 
+/// A bit for each byte of a block, the first byte's the lowest: set where the byte is 0xFF.
+inline unsigned blockMask(__m128i block) { return static_cast<unsigned>(_mm_movemask_epi8(block)); }
+
+/// The place of the lowest bit of a `mask` that has one.
+inline std::size_t lowestBit(unsigned mask) {
+  return static_cast<std::size_t>(__builtin_ctz(mask));
+}
+
 /// The bytes from `low` to `high`, both included.
 struct InRange {
   char low;
@@ -42,18 +49,12 @@ struct InRange {
 };
 
 /// A few single bytes.
-template <std::size_t N>
+template <char... Bytes>
 struct AnyOf {
-  std::array<char, N> bytes;
-
-  bool operator()(char byte) const {
-    return std::any_of(bytes.begin(), bytes.end(), [byte](char each) { return each == byte; });
-  }
+  bool operator()(char byte) const { return ((byte == Bytes) || ...); }
   __m128i operator()(__m128i block) const {
     __m128i hits = _mm_setzero_si128();
-    for (const char each : bytes) {
-      hits = _mm_or_si128(hits, _mm_cmpeq_epi8(block, _mm_set1_epi8(each)));
-    }
+    ((hits = _mm_or_si128(hits, _mm_cmpeq_epi8(block, _mm_set1_epi8(Bytes)))), ...);
     return hits;
   }
 };
@@ -64,9 +65,9 @@ bool containsAny(std::string_view text, const Set& set) {
   if (text.size() < kBlockSize) return std::any_of(text.begin(), text.end(), set);
   const char* const last = text.data() + text.size() - kBlockSize;
   for (const char* at = text.data(); at < last; at += kBlockSize) {
-    if (_mm_movemask_epi8(set(loadBlock(at))) != 0) return true;
+    if (blockMask(set(loadBlock(at))) != 0) return true;
   }
-  return _mm_movemask_epi8(set(loadBlock(last))) != 0;  // may overlap the block before
+  return blockMask(set(loadBlock(last))) != 0;  // may overlap the block before
 }
 
 /// Counts the bytes of `text` that are in `set`.
@@ -91,19 +92,42 @@ std::size_t countBytes(std::string_view text, const Set& set) {
   return static_cast<std::size_t>(counted + rest);
 }
 
+/// Copies runs of `text` into `result`, a short one as a whole block where both have room.
+class RunCopier {
+ public:
+  RunCopier(std::string_view text, std::string& result)
+      : m_textEnd(text.data() + text.size()), m_resultEnd(result.data() + result.size()) {}
+
+  /// Copies `run` to `out`; returns its end.
+  char* operator()(char* out, std::string_view run) const {
+    constexpr auto kBlock = static_cast<std::ptrdiff_t>(kBlockSize);
+    if (run.size() <= kBlockSize && m_textEnd - run.data() >= kBlock &&
+        m_resultEnd - out >= kBlock) {
+      storeBlock(out, loadBlock(run.data()));
+    } else {
+      std::memcpy(out, run.data(), run.size());
+    }
+    return out + run.size();
+  }
+
+ private:
+  const char* m_textEnd;
+  const char* m_resultEnd;
+};
+
 /// Writes `text` at `out` with each byte of `set` written by `write(out, byte)`, which returns the
-/// place behind what it wrote. Up to a block more than the result is overwritten, so `out` must
-/// have `kBlockSize` bytes to spare where `text` has two blocks or more. Returns the result's end.
+/// place behind what it wrote, one byte at least. Returns the result's end.
 template <class Set, class Write>
 char* rewriteInto(char* out, std::string_view text, const Set& set, const Write& write) {
   const char* at = text.data();
   const char* const end = at + text.size();
-  // The block behind `at` must be readable too: a run is copied as a whole block.
+  // A run is copied as a whole block: while two blocks are left, it ends inside `text` and, since
+  // no less is left to write than to read, inside the result.
   for (; end - at >= static_cast<std::ptrdiff_t>(2 * kBlockSize); at += kBlockSize) {
-    auto mask = static_cast<unsigned>(_mm_movemask_epi8(set(loadBlock(at))));
+    unsigned mask = blockMask(set(loadBlock(at)));
     std::size_t copied = 0;
     for (; mask != 0; mask &= mask - 1) {
-      const auto hit = static_cast<std::size_t>(__builtin_ctz(mask));
+      const auto hit = lowestBit(mask);
       storeBlock(out, loadBlock(at + copied));
       out = write(out + (hit - copied), at[hit]);
       copied = hit + 1;
@@ -127,10 +151,8 @@ std::string rewriteBytes(std::string_view text, const Set& set, std::size_t widt
                          const Write& write) {
   const std::size_t hits = countBytes(text, set);
   if (hits == 0) return std::string(text);
-  const std::size_t size = text.size() - hits + hits * width;
-  std::string result(text.size() < 2 * kBlockSize ? size : size + kBlockSize, '\0');
+  std::string result(text.size() - hits + hits * width, '\0');
   rewriteInto(result.data(), text, set, write);
-  result.resize(size);
   return result;
 }
 

@@ -34,6 +34,7 @@ VexaIniReader::VexaIniReader(const std::string& path) : m_path(path) {}
 VexaIniReader::~VexaIniReader() = default;
 
 int VexaIniReader::initialize(bool /*flag*/) {
+  m_content.reset();
   std::string text;
   if (!commutil::readFileText(m_path, text)) return -1;
   auto content = std::make_unique<Content>();

@@ -5,8 +5,11 @@
 #include <string>
 
 /// Reads an INI file: sections in brackets, one "key = value" a line, comments (";" or "#") on
-/// lines of their own. Keys are case-sensitive, quotes are part of the value, blanks around keys
-/// and values are not. A line may be of any length. Not copied; not shared between threads.
+/// lines of their own. Names of sections and keys are case-sensitive; quotes are part of a value,
+/// blanks around keys and values are not. Lines end in LF, CR or both and may be of any length; a
+/// UTF-8 byte-order mark is skipped; a NUL byte ends the file. A section that stands several times
+/// is one; entries under a section line that lacks its closing bracket belong to none. Not shared
+/// between threads.
 class VexaIniReader {
  public:
   struct IniNode {
@@ -19,8 +22,9 @@ class VexaIniReader {
   VexaIniReader(const VexaIniReader&) = delete;
   VexaIniReader& operator=(const VexaIniReader&) = delete;
 
-  /// Reads the file. The flag is the platform's and means nothing here. Returns 0; -1 when the file
-  /// cannot be read (a directory never can). An empty file is readable.
+  /// Reads the file, anew on each call. The flag is the platform's and means nothing here. Returns
+  /// 0; -1 when the file cannot be read (a directory never can), and then nothing is held. An empty
+  /// file is readable.
   int initialize(bool flag);
 
   /// Returns the value of `key` in `section`, which is named with its brackets ("[IP]"): the first

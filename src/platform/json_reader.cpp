@@ -4,9 +4,13 @@
 
 #include <json/reader.h>
 
+#include <algorithm>
 #include <memory>
+#include <string_view>
 
 namespace {
+
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 Json::CharReaderBuilder builderFor(bool strict) {
   Json::CharReaderBuilder builder;
@@ -16,11 +20,18 @@ Json::CharReaderBuilder builderFor(bool strict) {
   return builder;
 }
 
-/// Whether only blanks, or a comment that the parser has read, follow the document. The parser
-/// itself overlooks what is no JSON token there.
-bool endsCleanly(const std::string& text, std::size_t end) {
-  const std::size_t next = text.find_first_not_of(" \t\r\n", end);
-  return next == std::string::npos || text[next] == '/';
+/// Whether `rest` holds nothing but blanks and whole comments. The parser itself overlooks what is
+/// no JSON token behind the document.
+bool isBlankOrComment(std::string_view rest) {
+  while (true) {
+    rest.remove_prefix(std::min(rest.find_first_not_of(" \t\r\n"), rest.size()));
+    if (rest.empty()) return true;
+    const bool line = rest.substr(0, 2) == "//";
+    if (!line && rest.substr(0, 2) != "/*") return false;
+    const std::size_t end = line ? rest.find('\n', 2) : rest.find("*/", 2);
+    if (end == std::string_view::npos) return line;
+    rest.remove_prefix(end + (line ? 1 : 2));
+  }
 }
 
 }  // namespace
@@ -28,12 +39,15 @@ bool endsCleanly(const std::string& text, std::size_t end) {
 JsonReader::JsonReader(bool strict) : m_strict(strict) {}
 
 bool JsonReader::parse(const std::string& text, Json::Value& root) const {
+  std::string_view document = text;
+  if (document.substr(0, kByteOrderMark.size()) == kByteOrderMark)
+    document.remove_prefix(kByteOrderMark.size());
+  const char* const begin = document.data();
   try {
     const std::unique_ptr<Json::CharReader> reader(builderFor(m_strict).newCharReader());
-    const char* const begin = text.data();
-    if (!reader->parse(begin, begin + text.size(), &root, nullptr)) return false;
-    return endsCleanly(text, static_cast<std::size_t>(root.getOffsetLimit()));
+    if (!reader->parse(begin, begin + document.size(), &root, nullptr)) return false;
   } catch (const Json::Exception&) {  // nested too deep
     return false;
   }
+  return isBlankOrComment(document.substr(static_cast<std::size_t>(root.getOffsetLimit())));
 }

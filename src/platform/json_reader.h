@@ -4,7 +4,8 @@
 
 #include <string>
 
-/// Parses JSON text. Not shared between threads.
+/// Parses JSON text (RFC 8259), a UTF-8 byte-order mark in front allowed. Holds nothing but its
+/// flag.
 class JsonReader {
  public:
   /// @param strict  whether comments, trailing commas and repeated member names are refused too
@@ -12,6 +13,7 @@ class JsonReader {
 
   /// Parses `text` into `root`. Returns false for malformed text, which includes text nested deeper
   /// than 1000 levels and anything but blanks or comments behind the document; never throws for it.
+  /// `root` is unspecified then.
   bool parse(const std::string& text, Json::Value& root) const;
 
  private:

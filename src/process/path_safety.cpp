@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <iostream>
 #include <list>
 #include <string>
@@ -12,18 +13,17 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/byte_blocks.h"
 #include "platform/ini_reader.h"
+#include "platform/raw_text.h"
 
 namespace {
 
 constexpr std::size_t kLongestPath = 1024;
 
-constexpr commutil::AnyOf<15> kUnsafeInFileName = {
-    {'/', '\\', ':', '*', '?', '"', '\'', '<', '>', '|', '`', ';', '&', '$', '\n'}};
+constexpr std::string_view kUnsafeInFileName = "/\\:*?\"'<>|`;&$\n";
 
 constexpr char kEscape = '^';
-constexpr commutil::AnyOf<10> kSpecials = {{'\\', '/', ':', '*', '?', '"', '<', '>', '|', kEscape}};
+constexpr std::string_view kSpecials = "\\/:*?\"<>|^";
 constexpr std::string_view kLetters = "abcdefghi^";
 
 bool isSeparator(char c) { return c == '/' || c == '\\'; }
@@ -32,55 +32,98 @@ bool isSeparator(char c) { return c == '/' || c == '\\'; }
 /// short texts it sees nothing behind a NUL byte.
 bool hasDotPiece(std::string_view text) {
   text = text.substr(0, text.find('\0'));
-  for (std::size_t dot = text.find('.'); dot != text.npos; dot = text.find('.', dot + 1)) {
-    if (dot > 0 && !isSeparator(text[dot - 1])) continue;
-    std::string_view rest = text.substr(dot);
-    rest.remove_prefix(rest.substr(0, 2) == ".." ? 2 : 1);
-    if (rest.empty() || isSeparator(rest.front())) return true;
+  for (std::size_t i = text.find('.'); i < text.size(); ++i) {
+    if (text[i] != '.' || (i > 0 && !isSeparator(text[i - 1]))) continue;
+    const bool isDouble = i + 1 < text.size() && text[i + 1] == '.';
+    const std::size_t next = i + (isDouble ? 2 : 1);
+    if (next == text.size() || isSeparator(text[next])) return true;
   }
   return false;
 }
 
-/// The length of `text` with a separator at its end.
-std::size_t lengthAsDirectory(std::string_view text) {
-  return text.size() + (isSeparator(text.back()) ? 0 : 1);
+std::string_view withoutLastSeparator(std::string_view text) {
+  if (isSeparator(text.back())) text.remove_suffix(1);
+  return text;
 }
 
-/// The byte at `i` of `text` with "/" for every separator and at its end.
-char byteAsDirectory(std::string_view text, std::size_t i) {
-  return i == text.size() || isSeparator(text[i]) ? '/' : text[i];
-}
+bool sameInPath(char a, char b) { return a == b || (isSeparator(a) && isSeparator(b)); }
 
 /// Whether `path` is `base` or below it; both have at least one byte.
 bool liesUnder(std::string_view path, std::string_view base) {
-  const std::size_t length = lengthAsDirectory(base);
-  if (lengthAsDirectory(path) < length) return false;
-  for (std::size_t i = 0; i < length; ++i) {
-    if (byteAsDirectory(path, i) != byteAsDirectory(base, i)) return false;
-  }
-  return true;
+  path = withoutLastSeparator(path);
+  base = withoutLastSeparator(base);
+  if (path.size() < base.size()) return false;
+  if (!std::equal(base.begin(), base.end(), path.begin(), sameInPath)) return false;
+  return path.size() == base.size() || isSeparator(path[base.size()]);
 }
 
-/// The letter that stands for each special character; 0 for other bytes.
-constexpr std::array<char, 256> lettersOfSpecials() {
-  std::array<char, 256> letters = {};
-  for (std::size_t i = 0; i < kLetters.size(); ++i) {
-    letters[static_cast<unsigned char>(kSpecials.bytes[i])] = kLetters[i];
-  }
-  return letters;
+constexpr std::array<bool, 256> unsafeBytes() {
+  std::array<bool, 256> table = {};
+  for (const char byte : kUnsafeInFileName) table[static_cast<unsigned char>(byte)] = true;
+  return table;
 }
+
+constexpr std::array<bool, 256> kIsUnsafe = unsafeBytes();
+
+/// How a byte is written in a file name: the first `length` bytes of `text`.
+struct Written {
+  std::array<char, 2> text;
+  unsigned char length;
+};
+
+constexpr std::array<Written, 256> writtenBytes() {
+  std::array<Written, 256> table = {};
+  for (std::size_t i = 0; i < table.size(); ++i) table[i] = {{static_cast<char>(i)}, 1};
+  for (std::size_t i = 0; i < kSpecials.size(); ++i) {
+    table[static_cast<unsigned char>(kSpecials[i])] = {{kEscape, kLetters[i]}, 2};
+  }
+  return table;
+}
+
+constexpr std::array<Written, 256> kWritten = writtenBytes();
+
+const Written& written(char byte) { return kWritten[static_cast<unsigned char>(byte)]; }
 
 /// The special character that each letter stands for; 0 for bytes that are no letter.
 constexpr std::array<char, 256> specialsOfLetters() {
-  std::array<char, 256> specials = {};
+  std::array<char, 256> table = {};
   for (std::size_t i = 0; i < kLetters.size(); ++i) {
-    specials[static_cast<unsigned char>(kLetters[i])] = kSpecials.bytes[i];
+    table[static_cast<unsigned char>(kLetters[i])] = kSpecials[i];
   }
-  return specials;
+  return table;
 }
 
-constexpr auto kLetterOf = lettersOfSpecials();
-constexpr auto kSpecialOf = specialsOfLetters();
+constexpr std::array<char, 256> kSpecialOf = specialsOfLetters();
+
+std::size_t escapedLength(std::string_view name) {
+  std::size_t length = 0;
+  for (const char byte : name) length += written(byte).length;
+  return length;
+}
+
+/// Writes `name` with its special characters escaped, and a byte more. Returns the length.
+std::size_t escapeInto(char* data, std::string_view name) {
+  char* out = data;
+  for (const char byte : name) {
+    // Two bytes each time: a branch that is hard to foretell would cost more.
+    std::memcpy(out, written(byte).text.data(), 2);
+    out += written(byte).length;
+  }
+  return static_cast<std::size_t>(out - data);
+}
+
+/// Writes `name` with its escapes turned back. Returns the length, at most that of `name`.
+std::size_t unescapeInto(char* data, const std::string& name) {
+  char* out = data;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    // The byte behind the last one reads as NUL, which is no letter.
+    const char special =
+        name[i] == kEscape ? kSpecialOf[static_cast<unsigned char>(name[i + 1])] : '\0';
+    *out++ = special != '\0' ? special : name[i];
+    if (special != '\0') ++i;
+  }
+  return static_cast<std::size_t>(out - data);
+}
 
 bool contains(std::string_view text, std::string_view word) {
   return ::memmem(text.data(), text.size(), word.data(), word.size()) != nullptr;
@@ -96,28 +139,22 @@ bool VexaCommonUtils::checkPath(const std::string& path, const std::string& base
 }
 
 std::string VexaCommonUtils::specialName2FileName(const std::string& name) {
-  return commutil::rewriteBytes(name, kSpecials, 2, [](char* out, char special) {
-    *out++ = kEscape;
-    *out++ = kLetterOf[static_cast<unsigned char>(special)];
-    return out;
-  });
+  const std::size_t length = escapedLength(name);
+  if (length == name.size()) return name;
+  return commutil::writtenText(
+      length + 1, [&name](char* data, std::size_t /*room*/) { return escapeInto(data, name); });
 }
 
 std::string VexaCommonUtils::fileName2SpecialName(const std::string& name) {
-  std::string result;
-  result.reserve(name.size());
-  std::size_t at = 0;
-  for (std::size_t hit = name.find(kEscape); hit != name.npos; hit = name.find(kEscape, at)) {
-    // The byte behind the last one reads as NUL, which is no letter.
-    const char special = kSpecialOf[static_cast<unsigned char>(name[hit + 1])];
-    result.append(name, at, hit - at).push_back(special != '\0' ? special : kEscape);
-    at = hit + (special != '\0' ? 2 : 1);
-  }
-  return result.append(name, at);
+  if (name.find(kEscape) == name.npos) return name;
+  return commutil::writtenText(
+      name.size(), [&name](char* data, std::size_t /*room*/) { return unescapeInto(data, name); });
 }
 
 bool VexaCommonUtils_i::isSafeFileName(const std::string& name) {
-  return !commutil::containsAny(name, kUnsafeInFileName);
+  bool unsafe = false;
+  for (const char byte : name) unsafe |= kIsUnsafe[static_cast<unsigned char>(byte)];
+  return !unsafe;
 }
 
 bool VexaCommonUtils_i::checkUnSafeStr(const std::string& text) {

@@ -1,1 +1,36 @@
-// placeholder
+// The record that the process locale has been taken from the environment. Called by the character
+// set conversions before they convert, and by processes that want the locale earlier. `Instance`
+// may be called from any thread, `Destory` only while nobody else is inside.
+#include "VexaLocale.h"
+
+#include <atomic>
+#include <clocale>
+#include <cstdio>
+
+VexaLocale* VexaLocale::m_instance = nullptr;
+ACE_RW_Thread_Mutex VexaLocale::m_mutex;
+
+VexaLocale* VexaLocale::Instance() {
+  const std::atomic_ref<VexaLocale*> instance(m_instance);
+  if (VexaLocale* const made = instance.load(std::memory_order_acquire)) return made;
+
+  // ACE leaves the error code of a lock that fails in errno; the work goes on unlocked then.
+  const bool locked = m_mutex.acquire_write() == 0;
+  if (instance.load(std::memory_order_relaxed) == nullptr) {
+    // Published before the locale is set: a thread on the unlocked path does not wait for it.
+    instance.store(new VexaLocale, std::memory_order_release);
+    if (SetLocale("") == nullptr) {
+      std::puts("SetLocale return NULL");
+      std::fflush(stdout);
+    }
+  }
+  VexaLocale* const made = instance.load(std::memory_order_relaxed);
+  if (locked) m_mutex.release();
+  return made;
+}
+
+char* VexaLocale::SetLocale(const char* name) { return std::setlocale(LC_ALL, name); }
+
+void VexaLocale::Destory() {
+  delete std::atomic_ref<VexaLocale*>(m_instance).exchange(nullptr, std::memory_order_acq_rel);
+}

@@ -3,6 +3,7 @@
 // never asked. Re-entrant; no state.
 #include "VexaStringUtils.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -12,124 +13,50 @@
 #include "VexaCommonUtils_i.h"
 #include "platform/bounded.h"
 #include "platform/byte_blocks.h"
+#include "text/ascii.h"
 #include "text/search.h"
+#include "text/tokens.h"
 
 namespace {
 
-using commutil::AnyOf;
 using commutil::ByteSet;
 using commutil::Finder;
-using commutil::InRange;
-using commutil::kBlockSize;
+using commutil::Token;
+using commutil::Tokens;
 
-constexpr std::size_t kSplitLimit = 1024;  // `splitAll` sees no more of its input
 constexpr std::size_t kNumberSize = 22;    // the buffer that callers of `ltoa` provide
 constexpr std::size_t kHexResultSize = 4;  // one byte in decimal
 constexpr std::size_t kLabelColumns = 32;
 
-// Trimming
-
-std::string trimmed(std::string_view text, const ByteSet& set) {
-  const std::size_t begin = set.skip(text, 0);
-  std::size_t end = text.size();
-  while (end > begin && set.contains(text[end - 1])) --end;
-  return std::string(text.substr(begin, end - begin));
-}
-
-// Splitting
-
-// The part of a text that `splitAll` sees: up to its first NUL, `kSplitLimit` bytes at most.
-class SplitInput {
- public:
-  explicit SplitInput(const std::string& text)
-      : m_copied(strncpy_s(m_text, sizeof m_text, text.c_str(), kSplitLimit) == 0) {}
-
-  bool copied() const { return m_copied; }
-
-  // Calls `take` with each token, as strtok_r(3) finds them.
-  template <class Take>
-  void forEachToken(const std::string& delims, const Take& take) const {
-    const ByteSet set(delims.c_str());
-    const std::string_view text(m_text);
-    for (std::size_t at = set.skip(text, 0); at < text.size();) {
-      const std::size_t begin = at;
-      while (at < text.size() && !set.contains(text[at])) ++at;
-      take(text.substr(begin, at - begin));
-      at = set.skip(text, at);
-    }
-  }
-
- private:
-  char m_text[kSplitLimit + 1];
-  bool m_copied;
-};
-
 // Replacing
 
-// Writes `text` at `out` with each text that `finder` finds replaced by `to`; returns the result's
-// end. `out` may be the place of `text` itself when `to` is not the longer one.
-char* replaceInto(char* out, std::string_view text, const Finder& finder, std::string_view to) {
-  std::size_t begin = 0;
-  while (true) {
-    const std::size_t found = finder.find(text, begin);
-    out = static_cast<char*>(std::memmove(out, text.data() + begin, found - begin));
-    out += found - begin;
-    if (found == text.size()) return out;
-    to.copy(out, to.size());
-    out += to.size();
-    begin = found + finder.length();
-  }
-}
-
-std::size_t countFound(std::string_view text, const Finder& finder) {
+// Returns `text` with each occurrence of what `finder` finds replaced by `to`.
+std::string replaced(std::string_view text, const Finder& finder, std::string_view to) {
   std::size_t count = 0;
-  for (std::size_t at = 0; (at = finder.find(text, at)) < text.size(); at += finder.length()) {
-    ++count;
-  }
-  return count;
+  finder.forEach(text, [&count](std::size_t) { ++count; });
+  std::string result(text.size() - count * finder.length() + count * to.size(), '\0');
+  const commutil::RunCopier copy(text, result);
+  char* out = result.data();
+  std::size_t begin = 0;
+  finder.forEach(text, [&](std::size_t at) {
+    out = copy(out, text.substr(begin, at - begin));
+    out = std::copy(to.begin(), to.end(), out);
+    begin = at + finder.length();
+  });
+  copy(out, text.substr(begin));
+  return result;
 }
 
 // Replacing in a loop with std::string::replace would move the rest of the text for every match.
 void replaceAll(std::string& s, const std::string& from, const std::string& to) {
   if (from.empty()) return;  // would be found for ever
   const Finder finder(from);
-  if (to.size() <= from.size() && &from != &s && &to != &s) {
-    const char* const end = replaceInto(s.data(), s, finder, to);
-    s.resize(static_cast<std::size_t>(end - s.data()));
+  if (to.size() == from.size()) {
+    finder.forEach(s, [&s, &to](std::size_t at) { std::memmove(&s[at], to.data(), to.size()); });
     return;
   }
-  const std::size_t count = countFound(s, finder);
-  if (count == 0) return;
-  std::string result(s.size() - count * from.size() + count * to.size(), '\0');
-  replaceInto(result.data(), s, finder, to);
-  s = std::move(result);
-}
-
-// Case and classes
-
-constexpr InRange kLowerCase{'a', 'z'};
-constexpr char kCaseBit = 'a' - 'A';
-
-struct NoDigit {
-  bool operator()(char byte) const { return !kDigits(byte); }
-  __m128i operator()(__m128i block) const {
-    return _mm_xor_si128(kDigits(block), _mm_set1_epi8(-1));
-  }
-  static constexpr InRange kDigits{'0', '9'};
-};
-
-struct LetterBeyondHex {
-  bool operator()(char byte) const { return kLetters(static_cast<char>(byte | kCaseBit)); }
-  __m128i operator()(__m128i block) const {
-    return kLetters(_mm_or_si128(block, _mm_set1_epi8(kCaseBit)));
-  }
-  static constexpr InRange kLetters{'g', 'z'};
-};
-
-void upperBlock(char* at) {
-  const __m128i block = commutil::loadBlock(at);
-  const __m128i change = _mm_and_si128(kLowerCase(block), _mm_set1_epi8(kCaseBit));
-  commutil::storeBlock(at, _mm_xor_si128(block, change));
+  if (finder.find(s, 0) == s.size()) return;
+  s = replaced(s, finder, to);
 }
 
 // Numbers
@@ -157,9 +84,16 @@ std::string VexaCommonUtils::Vexareverse(std::string& s) {
   return std::string(s.rbegin(), s.rend());
 }
 
-std::string VexaCommonUtils::Vexaltrim(std::string& s) { return s.substr(ByteSet(" ").skip(s, 0)); }
+std::string VexaCommonUtils::Vexaltrim(std::string& s) {
+  const std::size_t begin = s.find_first_not_of(' ');
+  return begin == std::string::npos ? "" : s.substr(begin);
+}
 
-std::string VexaCommonUtils::Vexatrim(std::string& s) { return trimmed(s, ByteSet(" ")); }
+std::string VexaCommonUtils::Vexatrim(std::string& s) {
+  const std::size_t begin = s.find_first_not_of(' ');
+  if (begin == std::string::npos) return "";
+  return s.substr(begin, s.find_last_not_of(' ') - begin + 1);
+}
 
 std::string VexaCommonUtils::Vexareplace(std::string& s, std::string& from, std::string& to) {
   replaceAll(s, from, to);
@@ -186,10 +120,13 @@ void VexaCommonUtils::split(const std::string& s, const std::string& delims,
 
 unsigned long VexaCommonUtils::splitAll(const std::string& s, const std::string& delims,
                                         std::vector<std::string>& out) {
-  const SplitInput input(s);
-  if (!input.copied()) return 0;
-  input.forEachToken(delims, [&out](std::string_view token) { out.emplace_back(token); });
-  return out.size();
+  const Tokens tokens(s, delims);
+  if (!tokens.copied()) return 0;
+  // At least doubled, so that many calls on one vector do not copy it every time.
+  const std::size_t size = out.size() + tokens.size();
+  if (size > out.capacity()) out.reserve(std::max(size, 2 * out.capacity()));
+  for (const Token& token : tokens) out.emplace_back(token.text, token.length);
+  return size;
 }
 
 char* VexaCommonUtils::ltoa(long value, char* buf) {
@@ -209,7 +146,11 @@ std::string VexaCommonUtils::tabs(const std::string& s) {
 
 std::string VexaCommonUtils_i::VexatrimAll(const std::string& s, const char* chars) {
   if (chars == nullptr || *chars == '\0') return s;
-  return trimmed(s, ByteSet(chars));
+  const ByteSet set(chars);
+  const std::size_t begin = set.skip(s, 0);
+  std::size_t end = s.size();
+  while (end > begin && set.contains(s[end - 1])) --end;
+  return s.substr(begin, end - begin);
 }
 
 std::string VexaCommonUtils_i::trimString(const std::string& s, const char* chars) {
@@ -218,9 +159,9 @@ std::string VexaCommonUtils_i::trimString(const std::string& s, const char* char
 
 void VexaCommonUtils_i::splitAll(const std::string& s, const std::string& delims,
                                  std::set<std::string>& out) {
-  const SplitInput input(s);
-  if (!input.copied()) return;
-  input.forEachToken(delims, [&out](std::string_view token) { out.emplace(token); });
+  for (const Token& token : Tokens(s, delims)) {
+    out.emplace_hint(out.end(), token.text, token.length);
+  }
 }
 
 char* VexaCommonUtils_i::ulltoa(unsigned long long value, char* buf) {
@@ -229,7 +170,7 @@ char* VexaCommonUtils_i::ulltoa(unsigned long long value, char* buf) {
 }
 
 bool VexaCommonUtils_i::Isdigitstr(const std::string& s) {
-  return !commutil::containsAny(s, NoDigit());
+  return !commutil::containsAny(s, commutil::NoDigit());
 }
 
 // From 99 on the answer stays 99, so that 100 stands for a truly full resource.
@@ -241,28 +182,21 @@ double VexaCommonUtils_i::getUpperIntVal(double x) {
   return x - rounded > 0.0 ? static_cast<double>(whole + 1) : rounded;
 }
 
-void ToUpperEx(std::string& s) {
-  if (s.size() < kBlockSize) {
-    for (char& byte : s) byte = kLowerCase(byte) ? static_cast<char>(byte - kCaseBit) : byte;
-    return;
-  }
-  char* const last = s.data() + s.size() - kBlockSize;
-  for (char* at = s.data(); at < last; at += kBlockSize) upperBlock(at);
-  upperBlock(last);  // what it overlaps is upper case already
-}
+void ToUpperEx(std::string& s) { commutil::upperInto(s.data(), s); }
 
 std::string ToUpper(const std::string& s) {
-  std::string result(s);
-  ToUpperEx(result);
+  std::string result(s.size(), '\0');
+  commutil::upperInto(result.data(), s);
   return result;
 }
 
-bool StringIsRight(const std::string& s) { return !commutil::containsAny(s, LetterBeyondHex()); }
+bool StringIsRight(const std::string& s) {
+  return !commutil::containsAny(s, commutil::LetterBeyondHex());
+}
 
 std::string ReplaceChar(const std::string& s, char c, const std::string& rep) {
-  return commutil::rewriteBytes(s, AnyOf<1>{{c}}, rep.size(), [&rep](char* out, char) {
-    return out + rep.copy(out, rep.size());
-  });
+  const Finder finder(std::string_view(&c, 1));
+  return finder.find(s, 0) == s.size() ? s : replaced(s, finder, rep);
 }
 
 // Digits are summed with their weights modulo 2^64, so those from 16^16 on weigh nothing.

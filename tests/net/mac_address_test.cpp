@@ -54,13 +54,14 @@ bool equal(CMACAddress left, const CMACAddress& right) { return left == right; }
 
 std::vector<std::string> textsOf(const std::vector<CMACAddress>& addresses) {
   std::vector<std::string> texts;
+  texts.reserve(addresses.size());
   for (const CMACAddress& address : addresses) texts.emplace_back(address.text);
   return texts;
 }
 
 /// An interface of a made-up kernel; no bytes where the kernel refuses to tell them.
 struct Interface {
-  const char* name;
+  std::string name;
   std::vector<unsigned char> mac;
 };
 
@@ -69,14 +70,14 @@ FakeKernel::Ioctl kernelWith(std::vector<Interface> interfaces) {
     if (request == kListRequest) {
       EXPECT_EQ(640, static_cast<ifconf*>(argument)->ifc_len);
       std::vector<ifreq> records;
+      records.reserve(interfaces.size());
       for (const auto& one : interfaces) records.push_back(interfaceRecord(one.name, "10.0.0.1"));
       return commutil_test::giveRecords(records, argument);
     }
     EXPECT_EQ(kAddressRequest, request);
     auto& record = *static_cast<ifreq*>(argument);
-    const auto one = std::find_if(interfaces.begin(), interfaces.end(), [&](const auto& entry) {
-      return std::string(record.ifr_name) == entry.name;
-    });
+    const auto one = std::find_if(interfaces.begin(), interfaces.end(),
+                                  [&](const auto& entry) { return entry.name == record.ifr_name; });
     if (one == interfaces.end() || one->mac.empty()) return -1;
     std::memset(&record.ifr_hwaddr, 0x77, sizeof(record.ifr_hwaddr));
     std::copy(one->mac.begin(), one->mac.end(), record.ifr_hwaddr.sa_data);
@@ -323,12 +324,10 @@ TEST(GetHWMACAddr, DoesNotListWhatIsListedInAnotherCase) {
 }
 
 TEST(GetHWMACAddr, SeesSixteenRecords) {
-  std::vector<std::string> names;
-  std::vector<Interface> interfaces;
-  for (int i = 0; i < 20; ++i) names.push_back("eth" + std::to_string(i));
-  for (int i = 0; i < 20; ++i) {
-    interfaces.push_back({names[static_cast<std::size_t>(i)].c_str(),
-                          {1, 0, 0, 0, 0, static_cast<unsigned char>(i)}});
+  std::vector<Interface> interfaces(20);
+  for (std::size_t i = 0; i < interfaces.size(); ++i) {
+    interfaces[i].name = "eth" + std::to_string(i);
+    interfaces[i].mac = {1, 0, 0, 0, 0, static_cast<unsigned char>(i)};
   }
   const FakeKernel kernel(kernelWith(interfaces));
   std::vector<CMACAddress> addresses;

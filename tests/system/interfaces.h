@@ -107,7 +107,7 @@ class ShellLog {
   /// The command lines since the last call, a line each.
   std::string take() {
     const std::string path = m_dir / "log";
-    const std::string text = std::filesystem::exists(path) ? readFile(path) : "";
+    std::string text = std::filesystem::exists(path) ? readFile(path) : "";
     std::filesystem::remove(path);
     return text;
   }

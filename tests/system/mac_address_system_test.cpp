@@ -54,6 +54,7 @@ void runOnOwnNetwork(const std::function<void()>& body) {
 
 Texts textsOf(const std::vector<CMACAddress>& addresses) {
   Texts texts;
+  texts.reserve(addresses.size());
   for (const CMACAddress& address : addresses) texts.emplace_back(address.text);
   return texts;
 }
@@ -639,6 +640,7 @@ TEST(MacAddresses, AnswerSeveralThreadsAtOnce) {
     const Texts expected = localAddresses();
     EXPECT_EQ(4U, expected.size());
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
       threads.emplace_back([&expected, i] {
         for (int round = 0; round < 5; ++round) {

@@ -239,6 +239,7 @@ TEST(NetmaskOnRealInterfaces, AnswersSeveralThreadsAtOnce) {
     }
     ip(lines);
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int offset = 0; offset < 4; ++offset) {
       threads.emplace_back([offset] {
         // From about the 51st on, each call runs the tool.

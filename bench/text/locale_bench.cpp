@@ -1,0 +1,96 @@
+#include <benchmark/benchmark.h>
+
+#include <climits>
+#include <clocale>
+#include <cstdlib>
+#include <cwchar>
+#include <string>
+#include <vector>
+
+#include "VexaCommonUtils.h"
+
+namespace {
+
+std::string repeated(const std::string& character, std::size_t size) {
+  std::string text;
+  while (text.size() + character.size() <= size) text += character;
+  return text;
+}
+
+void widenOurs(benchmark::State& state, const std::string& text) {
+  for (auto _ : state) benchmark::DoNotOptimize(VexaCommonUtils::STR2WSTR(text));
+}
+
+void widenMbstowcs(benchmark::State& state, const std::string& text) {
+  for (auto _ : state) {
+    std::wstring wide(text.size(), L'\0');
+    wide.resize(std::mbstowcs(wide.data(), text.c_str(), wide.size()));
+    benchmark::DoNotOptimize(wide);
+  }
+}
+
+/// The floor: every byte becomes one element of a fresh text.
+void widenCopying(benchmark::State& state, const std::string& text) {
+  for (auto _ : state) benchmark::DoNotOptimize(std::wstring(text.begin(), text.end()));
+}
+
+void narrowOurs(benchmark::State& state, const std::wstring& wide) {
+  for (auto _ : state) benchmark::DoNotOptimize(VexaCommonUtils::WSTR2STR(wide.c_str()));
+}
+
+void narrowWcstombs(benchmark::State& state, const std::wstring& wide) {
+  for (auto _ : state) {
+    std::string text(wide.size() * 4, '\0');
+    text.resize(std::wcstombs(text.data(), wide.c_str(), text.size()));
+    benchmark::DoNotOptimize(text);
+  }
+}
+
+void narrowMeasuring(benchmark::State& state, const std::wstring& wide) {
+  for (auto _ : state) {
+    std::string text(std::wcstombs(nullptr, wide.c_str(), 0), '\0');
+    std::wcstombs(text.data(), wide.c_str(), text.size());
+    benchmark::DoNotOptimize(text);
+  }
+}
+
+void narrowCopying(benchmark::State& state, const std::wstring& wide) {
+  for (auto _ : state) {
+    std::string text(wide.size(), '\0');
+    for (std::size_t i = 0; i < wide.size(); ++i) text[i] = static_cast<char>(wide[i]);
+    benchmark::DoNotOptimize(text);
+  }
+}
+
+template <class Text>
+void add(const std::string& name, void (*run)(benchmark::State&, const Text&), const Text& text) {
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { run(state, text); });
+}
+
+const bool kRegistered = [] {
+  ::setenv("LC_ALL", "C.UTF-8", 1);
+  std::setlocale(LC_ALL, "");
+  struct Row {
+    const char* size;
+    std::size_t bytes;
+  };
+  for (const Row& row :
+       {Row{"16B", 16}, Row{"1KiB", 1 << 10}, Row{"64KiB", 1 << 16}, Row{"16MiB", 1 << 24}}) {
+    for (const bool ascii : {true, false}) {
+      const std::string text = repeated(ascii ? "a" : "\xE4\xB8\xAD", row.bytes);
+      std::wstring wide(text.size(), L'\0');
+      wide.resize(std::mbstowcs(wide.data(), text.c_str(), wide.size()));
+      const std::string size = std::string(row.size) + (ascii ? "-ascii/" : "-cjk/");
+      add("to-wide/" + size + "ours", widenOurs, text);
+      add("to-wide/" + size + "mbstowcs", widenMbstowcs, text);
+      add("to-wide/" + size + "limit:copy", widenCopying, text);
+      add("to-multibyte/" + size + "ours", narrowOurs, wide);
+      add("to-multibyte/" + size + "wcstombs", narrowWcstombs, wide);
+      add("to-multibyte/" + size + "wcstombs-twice", narrowMeasuring, wide);
+      add("to-multibyte/" + size + "limit:copy", narrowCopying, wide);
+    }
+  }
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,86 @@
+// Conversions between the locale's multibyte encoding, wide text and UTF-8. Called by the
+// platform's processes; re-entrant, but bound to the process-wide locale.
+#include <langinfo.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <limits>
+#include <string>
+
+#include "VexaCommonUtils.h"
+#include "VexaLocale.h"
+#include "text/utf8.h"
+
+using commutil::Converted;
+using commutil::countUtf8;
+using commutil::measureUtf8;
+using commutil::narrowUtf8;
+using commutil::widenUtf8;
+
+namespace {
+
+constexpr std::size_t kInvalid = static_cast<std::size_t>(-1);
+
+// The longest multibyte text that has a length for callers, who know it as a signed 32-bit number.
+constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max();
+
+bool localeIsUtf8() { return std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0; }
+
+/// Does what mbstowcs(3) does for `src` of `length` bytes and room for `room` characters, quicker
+/// in a UTF-8 locale: the C library gets what is unusual.
+std::size_t widen(const char* src, std::size_t length, wchar_t* dst, std::size_t room) {
+  if (!localeIsUtf8()) return std::mbstowcs(dst, src, room);
+  const Converted plain = widenUtf8(src, length, dst);
+  const std::size_t rest =
+      std::mbstowcs(dst + plain.written, src + plain.read, room - plain.written);
+  return rest == kInvalid ? kInvalid : plain.written + rest;
+}
+
+/// Converts by the C library, in any locale.
+std::string narrow(const wchar_t* src) {
+  // As a signed 32-bit number a failure and 2 GiB are negative alike.
+  const auto length = static_cast<std::int32_t>(std::wcstombs(nullptr, src, 0));
+  if (length < 0) return "";
+  std::string text(static_cast<std::size_t>(length), '\0');
+  const std::size_t written = std::wcstombs(text.data(), src, text.size());
+  text.resize(written == kInvalid ? 0 : written);
+  return text;
+}
+
+}  // namespace
+
+void VexaCommonUtils::STR2WSTR(const char* src, wchar_t* dst) {
+  if (src == nullptr || dst == nullptr) return;
+  VexaLocale::Instance();
+  const std::size_t length = std::strlen(src);
+  dst[length] = L'\0';
+  if (length != 0) widen(src, length, dst, length);
+}
+
+std::wstring VexaCommonUtils::STR2WSTR(const std::string& s) {
+  VexaLocale::Instance();
+  const std::size_t length = std::strlen(s.c_str());
+  // Zero-filled: an invalid sequence ends the text without a NUL of its own.
+  std::wstring text(localeIsUtf8() ? countUtf8(s.c_str(), length) : length, L'\0');
+  const std::size_t written = widen(s.c_str(), length, text.data(), text.size());
+  text.resize(written == kInvalid ? std::wcslen(text.c_str()) : written);
+  return text;
+}
+
+std::string VexaCommonUtils::WSTR2STR(const wchar_t* src) {
+  if (src == nullptr) return "";
+  VexaLocale::Instance();
+  const std::size_t size = std::wcslen(src);
+  if (size > kLongest || !localeIsUtf8()) return narrow(src);
+  const std::size_t length = measureUtf8(src, size);
+  if (length > kLongest) return narrow(src);
+  std::string text(length, '\0');
+  narrowUtf8(src, size, text.data());
+  return text;
+}
+
+std::string VexaCommonUtils::LOC2UTF8(const char* s) { return s == nullptr ? "" : s; }
+
+std::string VexaCommonUtils::UTF8TOLOC(const char* s) { return s == nullptr ? "" : s; }

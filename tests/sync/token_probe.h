@@ -1,0 +1,115 @@
+#pragma once
+
+#include <ace/OS_NS_sys_time.h>
+#include <ace/Thread_Mutex.h>
+#include <ace/Time_Value.h>
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "VexaLocks.h"
+
+// What the tests of the token and of its queue look at: the token's fields, where its layout says
+// that they are, and whether a thread sleeps.
+
+#if defined(__SANITIZE_THREAD__)
+#define COMMUTIL_TSAN 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define COMMUTIL_TSAN 1
+#endif
+#endif
+
+namespace commutil_test {
+
+#ifdef COMMUTIL_TSAN
+constexpr int kEffort = 1;
+#else
+constexpr int kEffort = 10;
+#endif
+
+/// The token's fields in their order.
+struct TokenLayout {
+  ACE_thread_t owner;
+  ACE_Thread_Mutex lock;
+  VexaToken::ACE_Token_Queue_Entry* head;
+  VexaToken::ACE_Token_Queue_Entry* tail;
+  int waiterCount;
+  int inUse;
+};
+static_assert(sizeof(TokenLayout) == sizeof(VexaToken));
+
+inline TokenLayout& fieldsOf(VexaToken& token) { return reinterpret_cast<TokenLayout&>(token); }
+
+/// An entry's fields in their order.
+struct EntryLayout {
+  VexaToken::ACE_Token_Queue_Entry* next;
+  unsigned long threadId;
+  ACE_Condition<ACE_Thread_Mutex> condition;
+  int runable;
+};
+static_assert(sizeof(EntryLayout) == sizeof(VexaToken::ACE_Token_Queue_Entry));
+
+/// What the head's runable is, 0 without one: 0 reserved, 2 inside its wait, 1 handed the token.
+inline int runableOfHead(VexaToken& token) {
+  TokenLayout& fields = fieldsOf(token);
+  fields.lock.acquire();
+  const int runable =
+      fields.head == nullptr ? 0 : reinterpret_cast<EntryLayout*>(fields.head)->runable;
+  fields.lock.release();
+  return runable;
+}
+
+/// Expects the token to be free and nobody in line.
+inline void expectFree(VexaToken& token) {
+  token.grab();
+  token.letgo();
+  EXPECT_EQ(1, fieldsOf(token).waiterCount);
+  ASSERT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
+  token.release();
+  EXPECT_EQ(ACE_OS::NULL_thread, fieldsOf(token).owner);
+  EXPECT_EQ(0, fieldsOf(token).inUse);
+  EXPECT_EQ(0, fieldsOf(token).waiterCount);
+  EXPECT_EQ(nullptr, fieldsOf(token).head);
+  EXPECT_EQ(nullptr, fieldsOf(token).tail);
+}
+
+inline void reserve(VexaToken& token) {
+  EXPECT_EQ(0, token.grab());
+  EXPECT_EQ(0, token.letgo());
+}
+
+/// Returns once no thread is between the token's mutex and its wait: a thread that was seen under
+/// the mutex, in its hook, now sleeps. A caller without a reservation only passes through.
+inline void awaitSleepOf(VexaToken& token) {
+  EXPECT_EQ(-1, token.acquire(nullptr, nullptr, nullptr));
+}
+
+/// A deadline so many microseconds from now; negative ones have passed.
+inline ACE_Time_Value deadline(long microseconds) {
+  return ACE_OS::gettimeofday() + ACE_Time_Value(0, microseconds);
+}
+
+/// Waits until the thread sleeps in the kernel on the futex at `address`.
+inline void awaitFutexWait(pid_t thread, const void* address) {
+  const std::string path = "/proc/self/task/" + std::to_string(thread) + "/syscall";
+  for (;;) {
+    std::ifstream file(path);
+    std::string number;
+    std::string argument;
+    if (file >> number >> argument && number == std::to_string(SYS_futex) &&
+        std::stoull(argument, nullptr, 16) == reinterpret_cast<std::size_t>(address)) {
+      return;
+    }
+    std::this_thread::yield();
+  }
+}
+
+}  // namespace commutil_test
