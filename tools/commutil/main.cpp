@@ -19,7 +19,7 @@ int parseAndRun(int argc, char** argv) {
   tool.app.set_version_flag("--version", "commutil " COMMUTIL_VERSION);
   tool.app.require_subcommand(1);
   tool.app.footer(kFooter);
-  for (const auto add : {addReport, addConfig, addQueryText, addCommand, addPathSafety,
+  for (const auto add : {addReport, addConfig, addQueryText, addNetwork, addCommand, addPathSafety,
                          addProcessLock, addBase64, addIdentifiers})
     add(tool);
   try {

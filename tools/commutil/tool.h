@@ -54,6 +54,7 @@ void addBase64(Tool& tool);
 void addCommand(Tool& tool);
 void addConfig(Tool& tool);
 void addIdentifiers(Tool& tool);
+void addNetwork(Tool& tool);
 void addPathSafety(Tool& tool);
 void addProcessLock(Tool& tool);
 void addQueryText(Tool& tool);
