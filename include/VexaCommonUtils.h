@@ -16,52 +16,70 @@ class VEXA_EXPORT VexaCommonUtils {
  public:
   // Environment
 
-  /// Returns a copy of the environment variable `name`, "" when `name` is null or not set. See
-  /// getenv(3): not safe against a concurrent `setenv`.
+  /// Returns a copy of the value of the environment variable `name`, byte for byte; "" when `name`
+  /// is null, and when the variable is not set, which a caller cannot tell from one set to "". Read
+  /// on every call. As safe between threads as getenv(3): not against a concurrent setenv(3).
   static std::string Vexagetenv(const char* name);
 
-  /// Returns `text` with each reference "$(NAME)" replaced by the environment variable's value. A
-  /// reference to an unset or empty variable stays as written; values are not expanded again.
+  /// Returns `text` with each reference "$(NAME)" to an environment variable replaced by its value:
+  /// with `HOME` "/home/u", "$(HOME)/x" gives "/home/u/x". One pass from left to right; values are
+  /// not scanned again and references do not nest. NAME is what stands up to the first ")", blanks
+  /// and signs included, and is given to getenv(3) as a C string. A reference to a variable that is
+  /// unset or empty stays as written, and so does one without its end. Threads as `Vexagetenv`.
   static std::string replaceEnvVar(const std::string& text);
 
-  /// The same for references written "%NAME%".
+  /// The same for references written "%NAME%". Percent signs pair from left to right: "%A%B%C%"
+  /// refers to A and C.
   static std::string replEnvVar(const std::string& text);
 
   // Configuration and log paths
+  //
+  // Composed from environment variables on every call, but for the trace directory; an unset
+  // variable reads as "". No directory needs to exist. Threads as `Vexagetenv`.
 
-  /// Returns `COMMON_LIB_PATH` + "/conf".
+  /// Returns `COMMON_LIB_PATH` + "/conf", without a "/" at its end.
   static std::string getCommonConfigPath();
   /// Returns the same as `getCommonConfigPath`.
   static std::string getConfigPath();
-  /// Returns `APP_ROOT` + "/conf".
+  /// Returns `APP_ROOT` + "/conf", without a "/" at its end.
   static std::string getAppConfigPath();
-  /// Returns `_APP_SHARE_DIR` + "/conf".
+  /// Returns `_APP_SHARE_DIR` + "/conf", without a "/" at its end.
   static std::string getAPPShareConfigPath();
 
   /// Returns the trace directory, always with a "/" at its end: "tracedir" of "[TraceDir]" in
-  /// "setting.cfg", "${NAME}" references expanded, or `_APP_LOG_DIR` + "/log/". The first answer
-  /// given while the settings file could be read is kept for the life of the process.
+  /// "setting.cfg" (see `VexaCommonUtils_i::getConfFile`), "${NAME}" references expanded, or
+  /// `_APP_LOG_DIR` + "/log/" where that is empty or missing. The first answer given while the file
+  /// could be read is kept for the life of the process; without a readable file the default is
+  /// returned and nothing kept.
   static std::string getTracePath();
 
-  /// Returns `VEXA_DUMP_ALL_LOCKS_FILE` as it is, even when empty; "/tmp/lockInfo.dump" when the
-  /// variable is not set.
+  /// Returns the value of `VEXA_DUMP_ALL_LOCKS_FILE` as it is, even when empty;
+  /// "/tmp/lockInfo.dump" when the variable is not set.
   static std::string getDumpAllLocksFile();
 
   // Settings and deployment switches
+  //
+  // Words ("enable", "disable", "true") are compared exactly, case included. See
+  // docs/configuration.md for every file and key.
 
-  /// Tells whether services listen on all addresses: "ListenAllIp" is exactly "enable" in "[IP]"
-  /// of "setting.cfg" or, where the file leaves it empty, in the settings store. False without a
-  /// readable "setting.cfg". Read on every call.
+  /// Tells whether services listen on all addresses: "ListenAllIp" is "enable" in "[IP]" of
+  /// "setting.cfg" or, where the file leaves it empty, in the settings store, the branch of
+  /// `APP_NAME` before "global". False without a readable "setting.cfg", whatever the store holds.
+  /// Read on every call. The result of the store's second look-up is not tested: text that a
+  /// failing store writes counts.
   static bool isListenAllIp();
 
   /// Forwards to `VexaCommonUtils_i::isCorbaSSLOnly`.
   static bool isCorbaSSLOnly();
 
-  /// Always true.
+  /// Always true, which converts to 1; reads nothing.
   static bool IsGlobalVersion();
 
-  /// Returns the type of the first database in the JSON file that `APP_CONF_FILE` names, unchanged;
-  /// "sybase" when it cannot be read. The first type read is kept for the life of the process.
+  /// Returns the database type that the JSON file named by `APP_CONF_FILE` gives: "type" of the
+  /// first element under the first name, in byte order, of "databases", unchanged. The first type
+  /// read is kept for the life of the process. Returns "sybase", and keeps nothing, when the
+  /// variable is empty, the file cannot be read or parsed, or the type is missing, empty or no
+  /// text.
   static std::string getDBType();
 
   // Strings
@@ -120,18 +138,25 @@ class VEXA_EXPORT VexaCommonUtils {
 
   // Character sets
 
-  /// Converts `src` from the locale's encoding to wide text in `dst`, which holds at least
-  /// strlen(`src`) + 1 elements. Does nothing when either is null. The first conversion sets the
-  /// process locale from the environment (`VexaLocale`). An invalid sequence ends the result.
+  // Text in the locale's multibyte encoding and wide text. The first conversion takes the process
+  // locale from the environment (`VexaLocale::Instance`), for an empty text too, but not for a null
+  // argument. Conversions fail without a report; they keep no state between calls, and any number
+  // of threads may convert while none sets the locale.
+
+  /// Converts `src` as mbstowcs(3) does, into `dst`, which holds at least strlen(`src`) + 1
+  /// elements. A NUL is written behind the text and at that last element. An invalid sequence ends
+  /// the conversion: `dst` then holds what stands before it, with no NUL behind it but the last
+  /// element's. Does nothing when either is null.
   static void STR2WSTR(const char* src, wchar_t* dst);
-  /// The same, returning the text up to its first NUL.
+  /// The same, returning the text: up to the first NUL of `s`, or before an invalid sequence.
   static std::wstring STR2WSTR(const std::string& s);
-  /// Converts wide text to the locale's encoding; "" when `src` is null or holds a character that
-  /// the locale cannot encode. The first conversion sets the process locale.
+  /// Converts wide text as wcstombs(3) does. Returns "" when `src` is null, holds a character that
+  /// the locale cannot encode, or gives 2 GiB and more.
   static std::string WSTR2STR(const wchar_t* src);
-  /// Returns a copy of `s`, "" for null: the locale's encoding is taken to be UTF-8.
+  /// Returns a copy of `s` up to its NUL, "" for null. The locale's encoding is taken to be UTF-8:
+  /// no conversion takes place, and the locale is not asked or set.
   static std::string LOC2UTF8(const char* s);
-  /// Returns a copy of `s`, "" for null.
+  /// The same, the other way round.
   static std::string UTF8TOLOC(const char* s);
 
   // Base64
@@ -202,29 +227,52 @@ class VEXA_EXPORT VexaCommonUtils {
 
   // Commands
 
-  /// Runs `command` in the shell, its standard input at end of file, and waits. The process's
-  /// `SIGCHLD` disposition becomes the default one and stays so; the calling thread's signals are
-  /// unblocked meanwhile.
-  /// @return the raw wait status; 0 when the child was reaped elsewhere; -1 on failure
+  /// Runs `command` in the shell and waits for the shell to end. The command's standard input is
+  /// at its end; its output and error are the process's. No time limit.
+  ///
+  /// The text goes to the shell as it is: a caller that puts foreign text into it must have checked
+  /// that this text holds nothing that the shell treats specially.
+  ///
+  /// The `SIGCHLD` disposition of the whole process becomes the default one and stays so. The
+  /// calling thread's signals are all unblocked meanwhile (also for the command) and the mask is
+  /// put back, except where the command could not be started: the thread keeps the empty mask then.
+  /// @return the raw wait status, see wait(2): an exit code of 3 is 768, death by SIGKILL is 9; 0
+  ///         when the shell was reaped elsewhere; -1 when it cannot be started or waited for
   static int system(const char* command);
 
   // Users and processes
 
-  /// Makes the process run as the platform's service user "ossuser" in a PAM session of service
-  /// "su". Changes the whole process: call it once, before threads start.
-  /// @return 0 on success and for a caller that is not root; a PAM error code when the
-  ///         transaction cannot start; -1 on any other failure
+  /// Makes the process run as the platform's service user "ossuser" and its groups, in a PAM
+  /// session of service "su" that stays open for the rest of the process's life. Steps: credentials
+  /// and session, with a file-creation mask of 027 that is put back; setgid(2), initgroups(3),
+  /// setuid(2). A failure leaves done what was done before it, but ends a PAM transaction that gave
+  /// no session.
+  ///
+  /// Changes the identity of all threads, and the mask of all threads for a while: call it once,
+  /// before threads start. Calls exclude each other.
+  /// @return 0 on success, and at once for a caller whose real user is not root; the PAM error code
+  ///         (positive, see pam_start(3)) when the transaction cannot start; -1 on any other
+  ///         failure, such as no such user or a password entry of more than 1024 bytes
   static int switchOmcUser();
-  /// Finds the user and the remote address of the session on the controlling terminal; `address`
-  /// includes its parentheses.
-  /// @return 0; -1 on failure (`user` may have changed)
+
+  /// Finds the user and the remote address of the session on the terminal at standard input, as
+  /// "/usr/bin/whoami" and "/usr/bin/who -m" tell them.
+  /// @param user    set without the blanks around it; changed also when only the address is missing
+  /// @param address set to the text from the last "(" to the last ")", both included; where they
+  ///                stand the wrong way round, from that "(" on. Unchanged on failure.
+  /// @return 0; -1 when there is no terminal, a tool gives no output, or a parenthesis is missing
   static int getSessionDetails(std::string& user, std::string& address);
-  /// Returns the kernel's id of the calling thread; see gettid(2).
+
+  /// Returns the kernel's id of the calling thread, see gettid(2). In the main thread it is the
+  /// process id.
   static long getKernelThreadIDForFS();
-  /// A placeholder on this platform: returns 0 and leaves its arguments alone.
+
+  /// A placeholder on this platform: returns 0 and leaves `cpu` and `memory` as they are.
   static int getProcessCPUAndMem(const std::string& process, unsigned int& cpu,
                                  unsigned int& memory);
-  /// Writes to standard output that stack traces are not supported.
+
+  /// Writes to standard output (`std::cout`) that stack traces are not supported: three lines, each
+  /// flushed, the last one empty.
   static void printStackTrace();
 
   // Files

@@ -18,53 +18,75 @@ class VEXA_EXPORT VexaCommonUtils_i {
  public:
   // Environment
 
-  /// Returns `text` with each reference "${NAME}" replaced, as `VexaCommonUtils::replaceEnvVar`
-  /// does.
+  /// Returns `text` with each reference "${NAME}" replaced, by the rules of
+  /// `VexaCommonUtils::replaceEnvVar`.
   static std::string VexareplaceEnvVar(const std::string& text);
-  /// Returns `text` unchanged: a placeholder.
+  /// Returns a copy of `text`, nothing expanded: a placeholder.
   static std::string VexareplaceMacroVar(const std::string& text);
 
   // Configuration and log paths
 
-  /// Returns the path of the configuration file `fileName`: the first that exists of
-  /// `_APP_SHARE_DIR` + "/conf/" and `APP_ROOT` + "/conf/", else `COMMON_LIB_PATH` + "/conf/",
-  /// whether it exists there or not.
+  /// Returns the path of the configuration file `fileName`, which is appended as given and may hold
+  /// subdirectories: the first that exists (access(2), F_OK) of `_APP_SHARE_DIR` + "/conf/" and
+  /// `APP_ROOT` + "/conf/", else `COMMON_LIB_PATH` + "/conf/", whether it exists there or not.
+  /// Searched on every call.
   static std::string getConfFile(const std::string& fileName);
 
   // Settings and deployment switches
 
-  /// Asks the settings store for `key`.
-  /// @return the store's result, 0 on success; -1 when the store is not available
+  /// Asks the settings store, the library "libsettingrest.so", for the value of `key`. The store is
+  /// loaded by the first call that finds it and stays mapped for the life of the process; later
+  /// calls take no lock and are not serialised. What the store throws passes through.
+  /// @return the store's result, 0 on success; -1 when the library or its entry point cannot be
+  ///         found, `value` unchanged then; the next call tries again
   static int getSettingParamValue(const std::string& key, std::string& value);
-  /// Asks the settings store for the parameters of `group`.
-  /// @return the store's result, 0 on success; -1 when the store is not available
+  /// Asks the settings store for the parameters of `group`, a text of the store's own format.
+  /// @return as `getSettingParamValue`; `params` is unchanged for -1
   static int getSettingGroupParams(const std::string& group,
                                    std::map<std::string, std::string>& params);
-  /// Asks the settings store for `primaryKey`, then for `fallbackKey`.
-  /// @return whether either gave a non-empty value
+  /// Asks the settings store for `primaryKey`, then, unless that succeeded with a value that is not
+  /// empty, for `fallbackKey`. `value` is handed to both as it stands and is never cleared here: on
+  /// failure it holds what the store left in it.
+  /// @return whether one of them succeeded with a value that is not empty
   static bool GetSetParamValue(const std::string& primaryKey, const std::string& fallbackKey,
                                std::string& value);
   /// Tells whether services listen on the loopback address; as `VexaCommonUtils::isListenAllIp`,
   /// with "ListenLoopbackIP".
   static bool isListenLoopback();
-  /// Tells whether CORBA traffic must be encrypted: "SSLNoProtection" in the settings store is
-  /// "disable" or not set. Read on every call.
+  /// Tells whether CORBA traffic must be encrypted: "SSLNoProtection" in the settings store, the
+  /// branch of `APP_NAME` before "global", is "disable" or set nowhere. Read on every call. The
+  /// value begins as "disable" and is not cleared between the look-ups, whose second result is not
+  /// tested: a store that succeeds with an empty value everywhere gives false.
   static bool isCorbaSSLOnly();
   /// Tells whether "ts_mode" is "true" in "[TS]" of `COMMON_SHARE_PATH` +
-  /// "/etc/conf/TSSetting.cfg". The first answer read is kept for the life of the process.
+  /// "/etc/conf/TSSetting.cfg", "/export/home/omc" standing in for an empty variable. The first
+  /// answer read is kept for the life of the process; without a readable file the answer is false
+  /// and nothing kept. Takes no lock: concurrent first calls may each read the file.
   static bool isTsMode();
-  /// Tells whether the host runs the ZirelOS distribution. Read on every call.
+  /// Tells whether "/etc/os-release" holds the line NAME="ZirelOS" and nothing else on it. Read on
+  /// every call, in pieces of at most 1023 bytes: a piece of a longer line is compared as a line.
   static bool isZirel();
 
   // SSL service configuration
 
-  /// Returns the path of the configuration file `fileName`. "svc_ssl.conf" is generated once per
-  /// process from its template and the settings store.
-  /// @return the path; "" when the template cannot be read or the file cannot be written
-  /// @throws std::out_of_range ("basic_string::replace") when an option must be added and the
-  ///         template has no double quote behind "-SSLCAfile"
+  /// Returns the path of the configuration file `fileName`, as `getConfFile` does, and for
+  /// "svc_ssl.conf" exactly the path of the SSL option file of this process instance:
+  /// `_APP_SHARE_DIR` + "/svc_ssl_" + `PROCESS_INSTANCE_ID` + ".conf", mode 0640 under any umask.
+  ///
+  /// The first successful call generates that file; later ones return its path and touch nothing.
+  /// Of "-SSLAuthenticate", "-SSLVersion" and "-SSLNoProtection" each one that the template does
+  /// not name anywhere is inserted, on a line of its own, before the first double quote behind
+  /// "-SSLCAfile", with its value from the settings store or "NONE", "TLSv1.2" and "disable" (the
+  /// last one is added for "enable" only, and has no value).
+  ///
+  /// An older file is removed first. Threads that make the first call together generate the same
+  /// file one after the other.
+  /// @return the path; "" when the template cannot be read or the file cannot be written, no file
+  ///         being left then; the next call tries again
+  /// @throws std::out_of_range ("basic_string::replace") when an option must be added and there is
+  ///         no double quote behind "-SSLCAfile", or no such option; the older file is gone then
   static std::string get_svc_ssl_conf(const std::string& fileName);
-  /// Always 2.
+  /// The SSL mode code of the platform: always 2.
   static int VexaGetSSLMode();
 
   // Strings (see the remarks at `VexaCommonUtils`)
@@ -168,32 +190,76 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   // Commands
 
-  /// Runs `command` as `VexaCommonUtils::system` does; -1 when it is null or empty.
+  /// Runs `command` as `VexaCommonUtils::system` does, with all that is said there.
+  /// @return what `system` returns; -1 when `command` is null or empty, nothing done then
   static int execve_s(const char* command);
-  /// Runs a command line without a shell, its standard handles on "/dev/null", and waits.
-  /// @return the exit code; 4 for a child killed by a signal; -1 on bad input
+
+  /// Runs a program with its standard handles on "/dev/null" and waits for it. There is no shell:
+  /// blanks separate words, single or double quotes around a whole word keep its blanks, every
+  /// other byte stands for itself. The first 4095 bytes and 127 words are seen.
+  ///
+  /// The child is made by fork(2), whose cost grows with the caller's memory; without
+  /// `inheritHandles` it visits every possible descriptor. A failed fork is not told apart: any
+  /// child of the process is waited for then.
+  /// @param inheritEnvironment whether the child gets the caller's environment and the program is
+  ///        looked up on `PATH`; else the environment is empty and the program is named by path
+  /// @param inheritHandles whether the child gets the caller's open descriptors above 2
+  /// @return the exit code, an exec error number such as 2 for a missing program included; 4 also
+  ///         for a child killed by a signal; 0 also when the status is lost, because another thread
+  ///         or a handler reaped the child, the wait was interrupted or fork failed without another
+  ///         child; -1 when `command` is null, empty or blanks alone, or "/dev/null" cannot be set
+  ///         (its descriptor stays open then, if it could be opened)
   static int runCommand(const char* command, bool inheritEnvironment, bool inheritHandles);
-  /// Runs the program at `path` with the arguments `argv` and waits.
-  /// @return the exit code; 4 for a child killed by a signal; the error number of a failed exec;
-  ///         -1 on bad input or when no process can be made
+
+  /// Runs the program at `path`, not looked up on `PATH`, with the arguments `argv` (the program's
+  /// name first, a null pointer last) and waits for it. Environment, descriptors, signal mask and
+  /// ignored signals are the caller's. No shell is involved.
+  ///
+  /// The child shares the caller's memory until its program starts, as with vfork(2): the cost does
+  /// not grow with the caller, and handlers registered by pthread_atfork(3) do not run.
+  /// @return the exit code; the error number of a failed exec, such as 2 for a missing program or 13
+  ///         for one that may not be run; 4 also for a child killed by a signal; 0 also when the
+  ///         status is lost, because another thread or a handler reaped the child or the wait was
+  ///         interrupted; -1 when an argument or `argv[0]` is null or no process can be made
   static int runCommand(const char* path, char* const* argv);
-  /// Opens a stream on the standard output of a shell command; null on failure.
+
+  /// Opens a stream on the standard output of a shell command, see popen(3). The caller reads it
+  /// and closes it with `pclose_s`. As with `VexaCommonUtils::system`, the text goes to the shell
+  /// as it is, and the caller must have checked foreign text in it.
+  /// @return the stream; null when the command cannot be started
   static std::FILE* pipeline_s(const char* command);
-  /// Closes a stream of `pipeline_s` and returns pclose(3)'s result.
+
+  /// Closes a stream of `pipeline_s` and waits for its command.
+  /// @return the raw wait status; -1, with `errno` set, when there is none; see pclose(3)
   static int pclose_s(std::FILE* stream);
-  /// Runs a shell command and returns all that it wrote to its standard output in `result`.
-  /// @return 0 when it wrote anything, else -1
+
+  /// Runs a shell command and collects all that it, and what it left running, writes to its
+  /// standard output; its input and error are the process's. As with `VexaCommonUtils::system`, the
+  /// text goes to the shell as it is, and the caller must have checked foreign text in it.
+  ///
+  /// Lines are read in pieces of at most 127 bytes, and what follows a NUL within its piece is lost;
+  /// all else is kept exactly, line ends and blanks included. A read error ends the output.
+  /// @param result replaced by the output, "" on failure
+  /// @return 0 when `result` is not empty, whatever the command's exit code; else -1
+  /// @throws std::length_error when the output exceeds what a string can hold
   static int getSystemExecResult(const char* command, std::string& result);
 
   // Users and processes
 
-  /// Looks a user up by name; see getpwnam_r(3). The entry's strings stand in `buffer`.
-  /// @return whether it was found
+  /// Looks a user up by name, see getpwnam_r(3).
+  /// @param entry  the user's entry on success; its texts stand in `buffer`
+  /// @param buffer room of `bufferLength` bytes for these texts; 1024 do for most users
+  /// @return whether the user was found; false for a missing user as for a failed look-up, a buffer
+  ///         that is missing or too small included
   static bool securityGetpwnam(const std::string& name, passwd& entry, char* buffer,
                                long bufferLength);
-  /// Looks a user up by id; see getpwuid_r(3).
+
+  /// The same by user id, see getpwuid_r(3).
   static bool securityGetpwuid(unsigned int uid, passwd& entry, char* buffer, long bufferLength);
-  /// Appends the blank-separated words of the process's command line, at most 1023 bytes of it.
+
+  /// Appends the words of the process's command line ("/proc/PID/cmdline") to `words`, at most its
+  /// first 1023 bytes; a word cut there is kept in its cut form. Blanks separate words: an argument
+  /// "x y" becomes two of them. `words` is unchanged when the command line cannot be read.
   static void getCommandLine(std::vector<std::string>& words);
 
   // Files

@@ -7,22 +7,29 @@
 
 /// The process-wide record that the process locale has been taken from the environment. The first
 /// wide/multibyte conversion of the library creates it; a process may do so earlier by calling
-/// `Instance`.
+/// `Instance`. It holds no state: that it exists is what it tells.
 class VEXA_EXPORT VexaLocale {
  public:
-  /// Returns the single instance. The first call creates it and calls `SetLocale("")`, so that
-  /// every locale category follows the environment; when that fails, the line
-  /// "SetLocale return NULL" goes to standard output and the locale stays as it was. The pointer
-  /// is published before the locale is set: another thread may convert while `setlocale` runs.
-  /// Safe to call from any thread, but not while `Destory` runs.
+  /// Returns the single instance, never null. The first call creates it and calls `SetLocale("")`,
+  /// so that every locale category follows the environment (`LC_ALL`, the other `LC_` variables and
+  /// `LANG`; see locale(7)). When that fails, the line "SetLocale return NULL" goes to standard
+  /// output, flushed, and the locale stays as it was; there is no second attempt.
+  ///
+  /// Safe to call from any thread, but not while `Destory` runs. The instance is published before
+  /// the locale is set: another thread may convert while `setlocale` runs. A lock that cannot be
+  /// taken or released leaves its error code in `errno`, and the work goes on without it. Throws
+  /// nothing but `std::bad_alloc`.
   static VexaLocale* Instance();
 
-  /// Calls `setlocale(LC_ALL, name)` and returns its result: the new locale's name, or null when
-  /// the locale is unknown. Changes the whole process; see setlocale(3).
+  /// Calls setlocale(3) for `LC_ALL` and returns its result: the name of the locale now set, or
+  /// null when `name` is not installed and nothing changed. "" takes the names from the
+  /// environment; a null `name` only asks. Changes the whole process and must not race with other
+  /// users of the locale.
   static char* SetLocale(const char* name);
 
-  /// Deletes the instance, if any; the next `Instance` sets the locale again. The locale itself
-  /// stays. Takes no lock: it must not race with `Instance`. The spelling is part of the contract.
+  /// Deletes the instance, if there is one; the next `Instance` makes another and sets the locale
+  /// again. The locale itself stays. Takes no lock: it must not race with `Instance`. The spelling
+  /// is part of the contract.
   static void Destory();
 
  private:

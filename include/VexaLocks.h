@@ -12,7 +12,7 @@
 
 #include "VexaExport.h"
 
-/// Whether a `VexaProcessLock` prints its messages to standard output. Only the two output values
+/// Whether a `VexaProcessLock` prints its messages to standard output. Only the values 1 and 2
 /// print; every other value silences the object.
 enum OUTPUT_TYPE : int {
   OUTPUT_TYPE_SILENT = 0,
@@ -20,52 +20,69 @@ enum OUTPUT_TYPE : int {
   OUTPUT_TYPE_BOTH = 2     ///< the same
 };
 
-/// A named mutex between the processes of one host: a write record lock (fcntl(2)) on a file below
-/// the directory that `_APP_SHARE_DIR` names.
+/// A named mutex between the processes of one host: a write record lock (fcntl(2), F_SETLK) on a
+/// whole file below the directory that `_APP_SHARE_DIR` names. The file is made where it is missing
+/// (mode 0666 under the umask), never written and never removed. The variable is read on every
+/// enter and exit, not at construction.
 ///
-/// The lock belongs to the process, not to the object: a second object on the same file in the
-/// same process succeeds too, closing any descriptor of the file in the process drops the lock,
-/// and a forked child does not inherit it. One object must not be used by two threads at once.
+/// The lock belongs to the process, not to the object or the thread: a second object on the same
+/// file in the same process succeeds too, closing any descriptor of the file in the process drops
+/// the lock, a forked child does not have it, and a program that the process executes keeps it (the
+/// descriptor is inherited). Copies of an object stand for the same lock. One object must not be
+/// used by two threads at once; the mutex does not exclude threads from each other.
+///
+/// Messages are printed as `OutputScreen` does, and only then; nothing else is logged. A message of
+/// more than 1022 bytes is not printed at all. Nothing throws but an allocation that fails.
 class VEXA_EXPORT VexaProcessLock {
  public:
   using OUTPUT_TYPE = ::OUTPUT_TYPE;
 
   /// Names the lock; no file is touched. The lock file is `_APP_SHARE_DIR` + `directory` + `name`
-  /// + "_PROCESSMUTEX", joined without separators: `directory` carries its own slashes
-  /// ("/lock/").
+  /// + "_PROCESSMUTEX", joined without separators: `directory` carries its own slashes at both
+  /// ends ("/lock/").
   VexaProcessLock(const std::string& name, const std::string& directory);
 
-  /// Neither unlocks nor closes: a lock that is held stays held until `ExitProcessMutex` or the
-  /// end of the process.
+  /// Neither unlocks nor closes: a lock that is held stays held until `ExitProcessMutex` (of a
+  /// copy) or the end of the process.
   ~VexaProcessLock();
 
-  /// Takes the lock without waiting; a missing lock directory is created (mode 0750, its last
-  /// component only).
-  /// @return 0 when taken; -9 when another process holds it; -1 on any other failure, after a
-  ///         message on standard output
+  /// Takes the lock without waiting. A lock directory that is missing is made first (mode 0750
+  /// under the umask, its last component only). Entering an object that is entered already opens
+  /// the file anew and loses the earlier descriptor.
+  /// @return 0 when taken; -9, silently, when another process holds it; -1 on any other failure,
+  ///         after one of the messages "Getting the envionment variable _APP_SHARE_DIR failed." and
+  ///         "Failed to lock NAME_PROCESSMUTEX. The error is ERRNO." (9, EBADF, when the file could
+  ///         not be opened). After a failure no file is open, and an exit meets EBADF unless it was
+  ///         the variable that was missing.
   int EnterProcessMutex();
 
-  /// Releases the lock and closes its file. Only for an object that entered: before that, the
-  /// descriptor it would act on is 0, standard input.
-  /// @return 0 when released; -9 when the unlock is refused with `EAGAIN` or `EACCES`; -1 on any
-  ///         other failure, after a message on standard output
+  /// Releases the lock and closes its file. Only for an object that entered: one that never tried,
+  /// or that was exited, acts on descriptor 0, standard input, and closes that.
+  /// @return 0 when released, and the object is as constructed; -9, silently, when the unlock is
+  ///         refused with `EAGAIN` or `EACCES`; -1 on any other failure, after one of the messages
+  ///         "Getting the envionment variable _APP_SHARE_DIR failed." (nothing is touched then),
+  ///         "Failed to unlock NAME_PROCESSMUTEX. The error is ERRNO." and "close file fd FD
+  ///         failed, errno=ERRNO.". A refused unlock leaves the file open.
   int ExitProcessMutex();
 
-  /// Tries to take the lock up to `maxTimes` + 1 times, printing `message` and sleeping one second
-  /// after each refusal, the last one included.
+  /// Tries to take the lock up to `maxTimes` + 1 times, printing `message` and sleeping a full
+  /// second after each refusal, the last one included; signals that are handled meanwhile do not
+  /// shorten the second.
   /// @param maxTimes  rounds to wait, in seconds; a negative number returns 0 without locking
-  /// @param message   at most 1022 bytes; a longer one makes a refused attempt return -1 at once
-  /// @return 0 when taken, -1 when not
+  /// @param message   printed up to its first NUL, at most 1022 bytes; a longer one makes the first
+  ///                  refused attempt return -1 at once, nothing printed
+  /// @return 0 when taken, -1 when not, for whatever reason
   int WaitMaxTime(int maxTimes, std::string message);
 
   /// Does nothing; the destructor calls it.
   void LeaveProcessMutex();
 
-  /// Chooses whether messages are printed.
+  /// Chooses whether messages are printed; any value may be given.
   void SetOutputType(OUTPUT_TYPE type);
 
   /// Prints `message` and a line end to standard output and flushes, unless `message` is null or
-  /// the object is silent.
+  /// the object is silent. Goes through `stdout` of the C library, in order with printf(3) and, as
+  /// long as it is synchronised, std::cout; a `stdout` that wide output was written to refuses it.
   void OutputScreen(const char* message) const;
 
  private:
@@ -75,25 +92,39 @@ class VEXA_EXPORT VexaProcessLock {
   OUTPUT_TYPE m_outputType;
 };
 
-/// A lock between threads that is handed out strictly in the order in which they reserved it. A
-/// thread calls `grab` and `letgo` to reserve its place, later `acquire` to wait for its turn, and
-/// `release` to hand the token on. Every `grab` must be followed by exactly one `acquire` of the
-/// same thread, or every thread behind it waits for ever.
+/// A lock between the threads of one process that is handed out strictly in the order in which they
+/// reserved it. A thread calls `grab` and `letgo` to reserve its place, later `acquire` to wait for
+/// its turn, and `release` to hand the token on:
+///
+///     token.grab();
+///     token.letgo();
+///     ...                                        // work in any order
+///     token.acquire(nullptr, nullptr, nullptr);
+///     ...                                        // work in the order of the grabs
+///     token.release();
+///
+/// Every `grab` must be followed by exactly one `acquire` of the same thread, or every thread
+/// behind it waits for ever. There is no nesting, and no check that the holder is who releases.
+/// All members may be called by any number of threads; nothing throws but `grab` without memory.
 class VEXA_EXPORT VexaToken {
  public:
-  /// One reserved thread.
+  /// One reserved thread. Made by `grab`, freed by `acquire`. Guarded by the token's mutex.
   class VEXA_EXPORT ACE_Token_Queue_Entry {
    public:
+    /// @param mutex      the token's, for the condition on which the thread sleeps
+    /// @param thread_id  the reserving thread, as pthread_self(3) gives it
     ACE_Token_Queue_Entry(ACE_Thread_Mutex& mutex, unsigned long thread_id);
+    /// @param attributes  what the condition is made with
     ACE_Token_Queue_Entry(ACE_Thread_Mutex& mutex, unsigned long thread_id,
                           ACE_Condition_Attributes& attributes);
 
-    /// Waits to be signalled, `lock` released meanwhile.
-    /// @param timeout  absolute time; null waits without limit
+    /// Marks the thread as waiting and sleeps until signalled, `lock`, which the caller holds,
+    /// released meanwhile. May wake for no reason.
+    /// @param timeout  absolute wall-clock time; null waits without limit
     /// @return 0, or -1 with `errno` (`ETIME` at the deadline)
     int wait(const ACE_Time_Value* timeout, ACE_Thread_Mutex& lock);
 
-    /// Wakes the thread that waits on this entry.
+    /// Wakes the thread that waits on this entry. Returns 0, or -1 with `errno`.
     int signal();
 
    private:
@@ -106,16 +137,17 @@ class VEXA_EXPORT VexaToken {
     int runable_;
   };
 
-  /// The reserved threads, first in, first out. Not locked: the token's mutex guards it.
+  /// The reserved threads, first in, first out. Owns no entry. Not locked: the token's mutex guards
+  /// it.
   class VEXA_EXPORT ACE_Token_Queue {
    public:
     ACE_Token_Queue();
 
     /// Inserts `entry`: -1 at the tail, 0 at the head, n behind the n-th entry from the head (at
-    /// the tail of a shorter queue).
+    /// the tail of a shorter queue). The token itself only ever uses -1.
     void insert_entry(ACE_Token_Queue_Entry& entry, int requeue_position);
 
-    /// Unlinks `entry`; one that is not queued is ignored.
+    /// Unlinks `entry` wherever it stands; one that is not queued, or null, is ignored.
     void remove_entry(const ACE_Token_Queue_Entry* entry);
 
     /// Returns the first entry of the thread, or null.
@@ -128,24 +160,30 @@ class VEXA_EXPORT VexaToken {
     ACE_Token_Queue_Entry* tail_;
   };
 
+  /// A free token that nobody has reserved.
   VexaToken();
 
   /// Destroys the mutex only; entries that are still queued are not freed.
   ~VexaToken();
 
   /// Reserves the caller's place at the tail and returns 0 with the internal mutex held, so that
-  /// the caller can join other work to the reservation; `letgo` must follow.
+  /// the caller can join other work to the reservation; `letgo` must follow. A second reservation
+  /// of a thread stands behind its first, which is the one that `acquire` uses.
+  /// Throws std::bad_alloc without memory for the reservation; the mutex is free then.
   int grab();
 
   /// Releases the internal mutex that `grab` left locked. Returns 0.
   int letgo();
 
-  /// Waits until the caller is first in line and the token is free.
-  /// @param sleep_hook  null, or called with `arg` under the internal mutex before any wait
-  /// @param timeout     absolute time; null waits without limit
+  /// Waits until the caller is first in line and the token is free, then takes it.
+  /// @param sleep_hook  null, or called with `arg` under the internal mutex at once, whether or not
+  ///                    the thread will wait or even has a reservation; it must not call the token
+  /// @param timeout     absolute wall-clock time; null waits without limit. Not looked at when the
+  ///                    token can be taken at once
   /// @return 0 when taken; 1 when taken after waiting and a hook was given; -1 when the thread has
-  ///         no reservation, at the deadline (`errno` is `ETIME`) or when waiting fails. After a
-  ///         failed wait the reservation is gone.
+  ///         no reservation (`errno` unchanged), at the deadline (`errno` is `ETIME`) or when
+  ///         waiting fails (`errno` says why). After a failed wait the reservation is gone; a token
+  ///         that was handed over at the deadline has gone to the next in line.
   int acquire(void (*sleep_hook)(void*), void* arg, ACE_Time_Value* timeout);
 
   /// Hands the token to the next reserved thread, or marks it free. Does not check that the caller
@@ -168,28 +206,37 @@ class VEXA_EXPORT VexaToken {
 
 /// ACE's message queue with one change: the thread that takes a message off the head reserves, in
 /// the same critical section, its place in a token, so that a pool of workers can do the ordered
-/// part of its work in the order in which the messages left the queue.
+/// part of its work in the order in which the messages left the queue. `dequeue_head`, and
+/// `dequeue` which calls it, reserve; the base's other ways to dequeue do not.
+///
+/// Any number of threads may enqueue and dequeue. A thread must not hold two reservations at once.
+/// The queue's mutex is always taken before the token's.
 class VEXA_EXPORT VexaToken_Message_Queue : public ACE_Message_Queue<ACE_MT_SYNCH> {
  public:
+  /// An active, empty queue without a token.
   /// @param hwm, lwm  high and low water marks in bytes
   /// @param ns        notification strategy, or null; not owned
   explicit VexaToken_Message_Queue(std::size_t hwm = ACE_Message_Queue_Base::DEFAULT_HWM,
                                    std::size_t lwm = ACE_Message_Queue_Base::DEFAULT_LWM,
                                    ACE_Notification_Strategy* ns = nullptr);
 
-  /// Releases the messages that are still queued; the token is left alone.
+  /// Deactivates a queue that holds messages and releases them; the token is left alone.
   ~VexaToken_Message_Queue() override;
 
   /// Names the token in which dequeuing threads reserve; null turns the reservation off and makes
-  /// `dequeue_head` fail. Not owned. Returns 0.
+  /// `dequeue_head` fail. Not owned, and not guarded: call it before threads dequeue. Returns 0.
   int setToken(VexaToken* token);
 
   /// Takes the first message, waiting for one, and reserves the caller's place in the token; the
-  /// caller must then `acquire` and `release` the token once.
-  /// @param timeout  absolute time; null waits without limit
-  /// @return the number of messages left; -1 with `errno` `EAGAIN` at the deadline or `ESHUTDOWN`
-  ///         when the queue is deactivated. Without a token the message is removed and handed out
-  ///         in `first_item`, and the result is -1.
+  /// caller must then `acquire` and `release` the token once. Waits through the virtual
+  /// `wait_not_empty_cond`.
+  /// @param first_item  the message, the caller's from then on; unchanged when none was taken
+  /// @param timeout     absolute wall-clock time; null waits without limit
+  /// @return the number of messages left; -1, without a reservation, with `errno` `EAGAIN` at the
+  ///         deadline, `ESHUTDOWN` when the queue is deactivated or a waiter finds it deactivated
+  ///         or pulsed, or the error of the wait. Without a token the message is removed and handed
+  ///         out in `first_item`, and the result is -1. Throws std::bad_alloc without memory for
+  ///         the reservation; the message is the caller's then too.
   int dequeue_head(ACE_Message_Block*& first_item, ACE_Time_Value* timeout) override;
 
  private:

@@ -91,11 +91,12 @@ VEXA_EXPORT void GetInet6Address(const std::string& text, std::string& address);
 // MAC addresses
 
 /// Appends the machine's MAC addresses to `addresses`: those of `GetHWMACAddr`; then those that
-/// "/sbin/ifconfig -a" prints, in its order, as text of at most 18 characters in the tool's case (a
-/// line without an address is an entry with empty text); then the permanent addresses in the
-/// bonding driver's status files, in upper case. Each text stands in `addresses` once, ignoring
-/// case. Entries of the last two sources set only `text`: their `bytes` are those of the kernel's
-/// first interface. A source that cannot be read adds nothing.
+/// "/sbin/ifconfig -a" prints, in its order, as text of at most 18 characters: the "HWaddr" column
+/// as it stands or, where `VexaCommonUtils_i::isZirel` is true, the "ether" lines in upper case (an
+/// empty column is an entry with empty text); then the permanent addresses in the bonding driver's
+/// status files, in upper case. Each text stands in `addresses` once, ignoring case. Entries of the
+/// last two sources set only `text`: their `bytes` are those that `GetHWMACAddr` read last, or
+/// zero. A source that cannot be read adds nothing.
 /// @return the number of entries in `addresses`, those from before included
 VEXA_EXPORT int GetLocalMACAddr(std::vector<CMACAddress>& addresses);
 

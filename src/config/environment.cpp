@@ -26,7 +26,7 @@ const char* lookUp(std::string_view name) {
 /// to the empty text counts as unset: its reference stays as written.
 std::string expand(std::string_view text, std::string_view open, char close) {
   std::string result;
-  result.reserve(text.size());
+  result.reserve(text.size() + text.size() / 4);  // values tend to be longer than references
   std::size_t start = 0;
   while (start < text.size()) {
     const std::size_t reference = text.find(open, start);

@@ -65,9 +65,9 @@ std::string VexaCommonUtils::TransferLikeSqlForSybAndMSSQL(const std::string& te
 
 std::string VexaCommonUtils_i::TransferLikeSql(const std::string& text,
                                                Vexacommon::FuzzyQueryMode mode) {
-  using namespace Vexacommon;
-  const bool leading = mode == FUZZY_QUERY_LEFT || mode == FUZZY_QUERY_BOTH;
-  const bool trailing = mode == FUZZY_QUERY_RIGHT || mode == FUZZY_QUERY_BOTH;
+  const bool both = mode == Vexacommon::FUZZY_QUERY_BOTH;
+  const bool leading = both || mode == Vexacommon::FUZZY_QUERY_LEFT;
+  const bool trailing = both || mode == Vexacommon::FUZZY_QUERY_RIGHT;
   const std::string body =
       VexaCommonUtils::transDBSearchString(VexaCommonUtils::transDBUpdateString(text));
   const std::string clause = VexaCommonUtils::getEscapeString();

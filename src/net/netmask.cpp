@@ -28,6 +28,7 @@ static_assert(kRequestBytes == kMaxRecords * sizeof(ifreq));
 
 using AddressText = std::array<char, 300>;
 
+/// Prints the IPv4 address of `record`; the buffer of inet_ntoa(3) is each thread's own.
 bool printAddress(const ifreq& record, AddressText& text) {
   sockaddr_in address{};
   std::memcpy(&address, &record.ifr_addr, sizeof(address));

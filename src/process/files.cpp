@@ -136,8 +136,10 @@ int VexaCommonUtils::readFile(const std::string& path, std::string& content) {
   return 0;
 }
 
-int VexaCommonUtils::getFilesByDir(std::string directory, std::string pattern,
-                                   std::list<std::string>& files) {
+int VexaCommonUtils::getFilesByDir(
+    std::string directory,
+    std::string pattern,  // NOLINT(performance-unnecessary-value-param): the signature is fixed
+    std::list<std::string>& files) {
   return TreeWalk(std::move(directory), pattern, files).walk();
 }
 

@@ -30,7 +30,7 @@ std::string readCommandLine() {
   snprintf_s(path.data(), path.size(), path.size() - 1, "/proc/%d/cmdline", ::getpid());
   const FileHandle file(std::fopen(path.data(), "re"));
   if (!file) return "";
-  std::array<char, kLineSize> line;
+  std::array<char, kLineSize> line{};
   return {line.data(), std::fread(line.data(), 1, line.size(), file.get())};
 }
 
@@ -44,11 +44,6 @@ void appendWords(std::string_view text, std::vector<std::string>& words) {
     words.emplace_back(word);
     text.remove_prefix(word.size());
   }
-}
-
-/// A buffer's size as the look-ups take it; a negative length is no room at all.
-std::size_t sizeOf(long bufferLength) {
-  return static_cast<std::size_t>(std::max(bufferLength, 0L));
 }
 
 }  // namespace
@@ -68,15 +63,18 @@ void VexaCommonUtils::printStackTrace() {
 
 bool VexaCommonUtils_i::securityGetpwnam(const std::string& name, passwd& entry, char* buffer,
                                          long bufferLength) {
+  if (buffer == nullptr || bufferLength <= 0) return false;
   passwd* found = nullptr;
-  return ::getpwnam_r(name.c_str(), &entry, buffer, sizeOf(bufferLength), &found) == 0 &&
-         found != nullptr;
+  const auto size = static_cast<std::size_t>(bufferLength);
+  return ::getpwnam_r(name.c_str(), &entry, buffer, size, &found) == 0 && found != nullptr;
 }
 
 bool VexaCommonUtils_i::securityGetpwuid(unsigned int uid, passwd& entry, char* buffer,
                                          long bufferLength) {
+  if (buffer == nullptr || bufferLength <= 0) return false;
   passwd* found = nullptr;
-  return ::getpwuid_r(uid, &entry, buffer, sizeOf(bufferLength), &found) == 0 && found != nullptr;
+  const auto size = static_cast<std::size_t>(bufferLength);
+  return ::getpwuid_r(uid, &entry, buffer, size, &found) == 0 && found != nullptr;
 }
 
 void VexaCommonUtils_i::getCommandLine(std::vector<std::string>& words) {

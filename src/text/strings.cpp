@@ -200,6 +200,7 @@ std::string ReplaceChar(const std::string& s, char c, const std::string& rep) {
 }
 
 // Digits are summed with their weights modulo 2^64, so those from 16^16 on weigh nothing.
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the binary contract takes a value
 std::string StrHexToInt(std::string hex) {
   std::uint64_t sum = 0;
   for (const char byte : std::string_view(hex.c_str())) {

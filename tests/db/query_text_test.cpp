@@ -11,9 +11,13 @@
 namespace {
 
 using namespace std::string_literals;
-using namespace Vexacommon;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
+using Vexacommon::FUZZY_QUERY_BOTH;
+using Vexacommon::FUZZY_QUERY_LEFT;
+using Vexacommon::FUZZY_QUERY_NONE;
+using Vexacommon::FUZZY_QUERY_RIGHT;
+using Vexacommon::FuzzyQueryMode;
 
 constexpr const char* kClause = " escape '\\' ";
 

@@ -118,6 +118,7 @@ TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsText) {
       {"tabs trimmed", "netmask \t255.0.0.0\t\r\n\n", "255.0.0.0"},
       {"older form trimmed", "Mask:\t255.0.0.0\r\n", "255.0.0.0"},
       {"a dotted text is not checked further", "netmask 999.1.1.1", "999.1.1.1"},
+      {"nor for its length", "netmask 0000255.000255.000255.0000", "0000255.000255.000255.0000"},
       {"nor rewritten", "netmask .255..0.0.0.", ".255..0.0.0."},
       {"line ends stay inside a field", "Mask:255.0.0.0\nMask:255.255.0.0\n", ""},
       {"hexadecimal", "netmask ffffff00", "255.255.255.0"},

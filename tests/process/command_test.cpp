@@ -121,14 +121,14 @@ unsigned long long bit(int signal) { return 1ULL << (signal - 1); }
 pid_t numberIn(const std::string& path) { return std::atoi(readFile(path).c_str()); }
 
 std::string makeFifo(const TempDir& directory, const std::string& name) {
-  const std::string path = directory / name;
+  std::string path = directory / name;
   EXPECT_EQ(0, ::mkfifo(path.c_str(), 0600)) << std::strerror(errno);
   return path;
 }
 
 /// A program that writes each of its arguments as a line to the file "arguments" beside it.
 std::string makeArgumentWriter(const TempDir& directory) {
-  const std::string path =
+  std::string path =
       directory.write("program", "#!/bin/sh\nfor a in \"$@\"; do printf '<%s>\\n' \"$a\"; done >" +
                                      (directory / "arguments") + "\n");
   EXPECT_EQ(0, ::chmod(path.c_str(), 0755));
@@ -933,7 +933,7 @@ TEST(ExecResult, FollowsThePiecesAcrossLongOutput) {
 TEST(ExecResult, FollowsThePiecesAcrossReads) {
   const TempDir directory;
   std::string text(200000, 'x');
-  for (std::size_t i = 1; i < 12; ++i) text[i * 16384 - 10 * i] = '\0';
+  for (std::size_t i = 1; i < 12; ++i) text[i * 16384 - 1] = '\0';
   const std::string boundaries = directory.write("boundaries", text);
   EXPECT_TRUE(readPieces(boundaries) == output("cat " + boundaries));
   text.resize(20000, 'x');
@@ -1028,6 +1028,7 @@ TEST(Commands, FailOnACommandThatIsTooLongForTheShell) {
 
 TEST(Commands, RunFromManyThreadsAtOnce) {
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int thread = 0; thread < 8; ++thread) {
     threads.emplace_back([thread] {
       const std::string code = std::to_string(10 + thread);

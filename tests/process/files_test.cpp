@@ -305,6 +305,7 @@ TEST(ReadFile, ServesThreadsAtOnce) {
   const std::string expected = patternOfSize(100'000);
   const std::string path = directory.write("file", expected);
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       std::string content;
@@ -686,13 +687,20 @@ TEST_F(CopyFile, SucceedsThoughTheAttributesCannotBeKept) {
   });
 }
 
-TEST_F(CopyFile, LeavesTimesAloneUnlessTold) {
+TEST_F(CopyFile, LeavesAttributesAloneUnlessTold) {
   const timespec times[] = {{1'000'000'000, 0}, {1'111'111'111, 0}};
+  ASSERT_EQ(0, ::chmod(source.c_str(), 0751));
   ASSERT_EQ(0, ::utimensat(AT_FDCWD, source.c_str(), times, 0));
-  EXPECT_EQ(0, copy(source, target));
-  struct stat status = {};
-  ASSERT_EQ(0, ::stat(target.c_str(), &status));
-  EXPECT_GT(status.st_mtim.tv_sec, 1'111'111'111);
+  const ScopedUmask mask(022);
+  for (const bool noOverwrite : {false, true}) {
+    SCOPED_TRACE(noOverwrite);
+    EXPECT_EQ(0, copy(source, target, noOverwrite));
+    struct stat status = {};
+    ASSERT_EQ(0, ::stat(target.c_str(), &status));
+    EXPECT_GT(status.st_mtim.tv_sec, 1'111'111'111);
+    EXPECT_EQ(mode_t{0644}, status.st_mode & 07777);
+    ::unlink(target.c_str());
+  }
 }
 
 TEST_F(CopyFile, DropsBlanksAroundThePaths) {

@@ -538,6 +538,7 @@ TEST_F(CheckUnSafeStr, LongWordsCostNoMoreThanTheirLength) {
 TEST_F(CheckUnSafeStr, ServesThreadsAtOnce) {
   tree.write("common/conf/secure.cfg", "[UnsafeWord]\na=rm\n");
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([] {
       EXPECT_FALSE(VexaCommonUtils_i::checkUnSafeStr("rm"));

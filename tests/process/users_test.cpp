@@ -24,6 +24,7 @@ namespace {
 std::string commandLineOf(const std::string& name, std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), name);
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
   CapturedOutput standardOutput(1);
@@ -86,8 +87,8 @@ TEST(UserLookUp, FailsOnATooSmallBuffer) {
     EXPECT_FALSE(look.byId(0, size));
   }
   passwd entry{};
-  EXPECT_FALSE(VexaCommonUtils_i::securityGetpwnam("root", entry, nullptr, 0));
-  EXPECT_FALSE(VexaCommonUtils_i::securityGetpwuid(0, entry, nullptr, 0));
+  EXPECT_FALSE(VexaCommonUtils_i::securityGetpwnam("root", entry, nullptr, 1024));
+  EXPECT_FALSE(VexaCommonUtils_i::securityGetpwuid(0, entry, nullptr, 1024));
 }
 
 // getCommandLine

@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <future>
 #include <memory>
@@ -18,30 +17,16 @@
 #include <vector>
 
 #include "VexaLocks.h"
+#include "sync/entry_heap.h"
 #include "sync/token_probe.h"
-
-namespace {
-
-thread_local bool t_heapFails = false;
-
-}  // namespace
-
-// A heap that has no room for a reservation, on demand.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  if (t_heapFails && size == sizeof(VexaToken::ACE_Token_Queue_Entry)) throw std::bad_alloc();
-  if (void* block = std::malloc(size)) return block;
-  throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 
 using commutil_test::deadline;
 using commutil_test::expectFree;
 using commutil_test::fieldsOf;
-using commutil_test::kEffort;
+using commutil_test::t_heapFails;
+using commutil_test::useCheckedMutex;
 
 using Base = ACE_Message_Queue<ACE_MT_SYNCH>;
 static_assert(std::is_base_of_v<Base, VexaToken_Message_Queue>);
@@ -304,9 +289,12 @@ TEST_F(TokenMessageQueue, WithoutATokenTheMessageIsHandedOutWithAFailure) {
 
 TEST_F(TokenMessageQueue, FailedLockingFails) {
   put({1});
-  m_queue.lock().remove();
+  useCheckedMutex(m_queue.lock());
+  ASSERT_EQ(0, m_queue.lock().acquire());  // locking it again fails
   EXPECT_EQ(-1, m_queue.dequeue_head(m_message, nullptr));
+  EXPECT_EQ(0, m_queue.lock().release());
   EXPECT_EQ(nullptr, m_message);
+  EXPECT_EQ(1U, m_queue.message_count());
   expectNoReservation();
 }
 
@@ -430,7 +418,7 @@ TEST_F(TokenMessageQueue, WorkersGetTheTokenInTheOrderOfTheirMessages) {
 
 TEST_F(TokenMessageQueue, CrowdWorksInTheOrderOfTheQueue) {
   constexpr int kWorkers = 64;
-  constexpr int kMessages = 2'000 * kEffort;
+  constexpr int kMessages = 20'000;
   VexaToken_Message_Queue queue(64 * 100, 64 * 50);  // the producer is held back now and then
   queue.setToken(&m_token);
   std::vector<int> done;

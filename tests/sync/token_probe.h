@@ -4,6 +4,7 @@
 #include <ace/Thread_Mutex.h>
 #include <ace/Time_Value.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -19,21 +20,7 @@
 // What the tests of the token and of its queue look at: the token's fields, where its layout says
 // that they are, and whether a thread sleeps.
 
-#if defined(__SANITIZE_THREAD__)
-#define COMMUTIL_TSAN 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define COMMUTIL_TSAN 1
-#endif
-#endif
-
 namespace commutil_test {
-
-#ifdef COMMUTIL_TSAN
-constexpr int kEffort = 1;
-#else
-constexpr int kEffort = 10;
-#endif
 
 /// The token's fields in their order.
 struct TokenLayout {
@@ -57,12 +44,15 @@ struct EntryLayout {
 };
 static_assert(sizeof(EntryLayout) == sizeof(VexaToken::ACE_Token_Queue_Entry));
 
+inline EntryLayout& fieldsOf(VexaToken::ACE_Token_Queue_Entry& entry) {
+  return reinterpret_cast<EntryLayout&>(entry);
+}
+
 /// What the head's runable is, 0 without one: 0 reserved, 2 inside its wait, 1 handed the token.
 inline int runableOfHead(VexaToken& token) {
   TokenLayout& fields = fieldsOf(token);
   fields.lock.acquire();
-  const int runable =
-      fields.head == nullptr ? 0 : reinterpret_cast<EntryLayout*>(fields.head)->runable;
+  const int runable = fields.head == nullptr ? 0 : fieldsOf(*fields.head).runable;
   fields.lock.release();
   return runable;
 }
@@ -90,6 +80,16 @@ inline void reserve(VexaToken& token) {
 /// the mutex, in its hook, now sleeps. A caller without a reservation only passes through.
 inline void awaitSleepOf(VexaToken& token) {
   EXPECT_EQ(-1, token.acquire(nullptr, nullptr, nullptr));
+}
+
+/// Makes a second locking by the same thread fail, which else sleeps for ever.
+inline void useCheckedMutex(ACE_Thread_Mutex& mutex) {
+  pthread_mutexattr_t attributes;
+  ASSERT_EQ(0, pthread_mutexattr_init(&attributes));
+  ASSERT_EQ(0, pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK));
+  ASSERT_EQ(0, pthread_mutex_destroy(&mutex.lock()));
+  ASSERT_EQ(0, pthread_mutex_init(&mutex.lock(), &attributes));
+  ASSERT_EQ(0, pthread_mutexattr_destroy(&attributes));
 }
 
 /// A deadline so many microseconds from now; negative ones have passed.

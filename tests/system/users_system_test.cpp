@@ -31,14 +31,12 @@
 #include "support/fixtures.h"
 #include "support/namespaces.h"
 
-using commutil_test::bindOver;
 using commutil_test::enterNamespaces;
 using commutil_test::mountTmpfs;
 using commutil_test::readFile;
 using commutil_test::replaceFile;
 using commutil_test::runInChild;
 using commutil_test::ScopedUmask;
-using commutil_test::TempDir;
 
 namespace {
 
@@ -123,7 +121,9 @@ void refuseSystemCall(long number) {
   }};
   const sock_fprog filter{program.size(), program.data()};
   ASSERT_EQ(0, ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0)) << std::strerror(errno);
-  ASSERT_EQ(0, ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter)) << std::strerror(errno);
+  // For all threads: the C library ends a process whose threads disagree on their identity.
+  ASSERT_EQ(0, ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &filter))
+      << std::strerror(errno);
 }
 
 // getSessionDetails

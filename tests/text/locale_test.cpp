@@ -330,7 +330,7 @@ void expectLikeTheCLibrary(const std::string& text) {
 
   std::wstring zeroed(size + 1, L'\0');
   if (size != 0) std::mbstowcs(zeroed.data(), text.c_str(), size);
-  ASSERT_EQ(std::wstring(zeroed.c_str()), VexaCommonUtils::STR2WSTR(text));
+  ASSERT_EQ(zeroed.substr(0, zeroed.find(L'\0')), VexaCommonUtils::STR2WSTR(text));
 }
 
 void expectLikeTheCLibrary(const std::wstring& wide) {

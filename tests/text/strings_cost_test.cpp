@@ -18,13 +18,18 @@ thread_local std::size_t allocations = 0;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: g++ would take the inlined `free` for a mismatch with the callers' `new`.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   ++allocations;
   if (void* const block = std::malloc(size == 0 ? 1 : size)) return block;
   throw std::bad_alloc();
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  ++allocations;
+  return std::malloc(size == 0 ? 1 : size);
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 

@@ -48,7 +48,7 @@ Tokens splitToVector(const std::string& s, const std::string& delims) {
 }
 
 std::string replaced(std::string s, std::string from, std::string to) {
-  const std::string result = VexaCommonUtils::Vexareplace(s, from, to);
+  std::string result = VexaCommonUtils::Vexareplace(s, from, to);
   EXPECT_EQ(result, s);
   return result;
 }

@@ -449,7 +449,8 @@ TEST(WideReader, LinesAgreeWithTheSingleSteps) {
       ASSERT_NE(nullptr, file);
       for (int line = 0; line < 50 && std::feof(file) == 0; ++line) {
         const std::size_t n = 2 + random() % (random() % 3 == 0 ? 600 : 40);
-        const std::wint_t delim = random() % 3 == 0 ? L';' : L'\n';
+        const bool semicolon = random() % 3 == 0;
+        const auto delim = static_cast<std::wint_t>(semicolon ? L';' : L'\n');
         std::wstring expected(700, kJunk);
         std::wstring array(700, kJunk);
         errno = 0;

@@ -1,0 +1,74 @@
+// A pool of workers that prepare messages side by side and publish them in the order in which the
+// messages came in. Usage: worker_pool [WORKERS [MESSAGES]]
+
+#include <VexaLocks.h>
+#include <ace/Message_Block.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+namespace {
+
+/// Work that takes the longer the larger the number: the primes below it.
+int countPrimesBelow(int number) {
+  int count = 0;
+  for (int candidate = 2; candidate < number; ++candidate) {
+    int divisor = 2;
+    while (divisor * divisor <= candidate && candidate % divisor != 0) ++divisor;
+    if (divisor * divisor > candidate) ++count;
+  }
+  return count;
+}
+
+int numberOf(const ACE_Message_Block& message) {
+  int number = 0;
+  std::memcpy(&number, message.rd_ptr(), sizeof number);
+  return number;
+}
+
+void work(VexaToken_Message_Queue& queue, VexaToken& token) {
+  for (bool stopped = false; !stopped;) {
+    ACE_Message_Block* message = nullptr;
+    // With the message comes the worker's place in line for the token.
+    if (queue.dequeue_head(message, nullptr) < 0) return;
+    stopped = message->msg_type() == ACE_Message_Block::MB_STOP;
+    const int number = stopped ? 0 : numberOf(*message);
+    message->release();
+    const int primes = countPrimesBelow(number % 100 * 100);  // side by side with other workers
+
+    // The place must be used, whatever the message was: all who came later wait behind it.
+    token.acquire(nullptr, nullptr, nullptr);
+    if (!stopped) std::printf("message %d: %d primes\n", number, primes);
+    token.release();
+  }
+}
+
+void put(VexaToken_Message_Queue& queue, int number) {
+  auto* message = new ACE_Message_Block(sizeof number);
+  message->copy(reinterpret_cast<const char*>(&number), sizeof number);
+  queue.enqueue_tail(message);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int workers = argc > 1 ? std::atoi(argv[1]) : 4;
+  const int messages = argc > 2 ? std::atoi(argv[2]) : 20;
+
+  VexaToken token;
+  VexaToken_Message_Queue queue;
+  queue.setToken(&token);  // before any worker dequeues
+
+  std::vector<std::thread> pool;
+  for (int i = 0; i < workers; ++i) pool.emplace_back([&] { work(queue, token); });
+  for (int number = 1; number <= messages; ++number) put(queue, number);
+  // One end for each worker, behind all the work.
+  for (int i = 0; i < workers; ++i) {
+    queue.enqueue_tail(new ACE_Message_Block(0, ACE_Message_Block::MB_STOP));
+  }
+  for (std::thread& worker : pool) worker.join();
+  return 0;
+}
