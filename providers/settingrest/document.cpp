@@ -1,0 +1,89 @@
+// Turns a JSON document into settings: the names of nested objects are the segments of a path.
+// Used by the backends; a document is immutable and may be read by any number of threads.
+#include "document.h"
+
+#include <json/reader.h>
+#include <json/value.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string_view>
+
+namespace settingrest {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+Json::CharReaderBuilder strictBuilder() {
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder["rejectDupKeys"] = false;
+  return builder;
+}
+
+/// Returns the first line of the parser's complaint, which tells the place: "Line 1, Column 2".
+std::string placeOf(const std::string& complaint) {
+  const std::size_t begin = complaint.find_first_not_of("* ");
+  if (begin == std::string::npos) return "unknown place";
+  return complaint.substr(begin, complaint.find('\n', begin) - begin);
+}
+
+Json::Value parse(std::string_view text) {
+  Json::Value root;
+  std::string complaint;
+  const std::unique_ptr<Json::CharReader> reader(strictBuilder().newCharReader());
+  if (!reader->parse(text.data(), text.data() + text.size(), &root, &complaint))
+    throw std::runtime_error(placeOf(complaint));
+  if (!root.isObject()) throw std::runtime_error("not an object");
+  // The parser overlooks what is no JSON token behind the document.
+  const auto end = static_cast<std::size_t>(root.getOffsetLimit());
+  if (text.find_first_not_of(" \t\r\n", end) != std::string_view::npos)
+    throw std::runtime_error("text behind the document");
+  return root;
+}
+
+/// Appends `name` to `path` with exactly one "/" between them.
+std::string join(std::string path, const std::string& name) {
+  if (!path.empty() && path.back() == '/') path.pop_back();
+  if (name.empty() || name.front() != '/') path += '/';
+  return path += name;
+}
+
+}  // namespace
+
+Document::Document(const std::string& text) {
+  std::string_view json = text;
+  if (json.substr(0, kByteOrderMark.size()) == kByteOrderMark)
+    json.remove_prefix(kByteOrderMark.size());
+  add("", parse(json), json.data());
+}
+
+void Document::add(const std::string& path, const Json::Value& value, const char* text) {
+  if (value.isObject()) {
+    for (auto member = value.begin(); member != value.end(); ++member)
+      add(join(path, member.name()), *member, text);
+  } else if (value.isString()) {
+    m_values[path] = value.asString();
+  } else if (value.isNumeric() || value.isBool()) {
+    // As the document spells it: no digit is lost or added on the way through a number.
+    m_values[path].assign(text + value.getOffsetStart(), text + value.getOffsetLimit());
+  }
+}
+
+const std::string* Document::find(const std::string& key) const {
+  const auto found = m_values.find(key.empty() || key.front() != '/' ? '/' + key : key);
+  return found == m_values.end() ? nullptr : &found->second;
+}
+
+std::map<std::string, std::string> Document::below(const std::string& group) const {
+  const std::string prefix = join(join("", group), "");
+  std::map<std::string, std::string> params;
+  for (auto at = m_values.lower_bound(prefix); at != m_values.end(); ++at) {
+    if (at->first.compare(0, prefix.size(), prefix) != 0) break;
+    std::string name = at->first.substr(prefix.size());
+    if (name.find('/') == std::string::npos) params.emplace(std::move(name), at->second);
+  }
+  return params;
+}
+
+}  // namespace settingrest

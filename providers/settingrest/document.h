@@ -1,0 +1,31 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace Json {
+class Value;
+}
+
+namespace settingrest {
+
+/// The settings of one JSON document by their whole path. Never changes once parsed.
+class Document {
+ public:
+  /// Reads the settings from `text`.
+  /// @throws std::runtime_error (or another std::exception) saying where `text` is malformed
+  explicit Document(const std::string& text);
+
+  /// Returns the value of `key`, null when there is none. A "/" in front of it may be left out.
+  const std::string* find(const std::string& key) const;
+
+  /// Returns the parameters directly below `group`, with or without a "/" at its end.
+  std::map<std::string, std::string> below(const std::string& group) const;
+
+ private:
+  void add(const std::string& path, const Json::Value& value, const char* text);
+
+  std::map<std::string, std::string> m_values;
+};
+
+}  // namespace settingrest

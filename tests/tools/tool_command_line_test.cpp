@@ -1,0 +1,131 @@
+// The operator's command: help, version, wrong use and exit codes.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tools/run_tool.h"
+
+namespace {
+
+using commutil_test::Deployment;
+using commutil_test::ProcessResult;
+using Words = std::vector<std::string>;
+
+const std::vector<Words> kSubcommands{{"report"},
+                                      {"ssl-conf"},
+                                      {"expand"},
+                                      {"escape"},
+                                      {"net"},
+                                      {"ip"},
+                                      {"ip", "normalise"},
+                                      {"ip", "check"},
+                                      {"ip", "resolve"},
+                                      {"mac"},
+                                      {"run"},
+                                      {"check-path"},
+                                      {"filename"},
+                                      {"filename", "encode"},
+                                      {"filename", "decode"},
+                                      {"lock"},
+                                      {"base64"},
+                                      {"base64", "encode"},
+                                      {"base64", "decode"},
+                                      {"uuid"},
+                                      {"timestamp"}};
+
+TEST(CommandLine, everySubcommandHasHelp) {
+  const Deployment deployment;
+  for (Words words : kSubcommands) {
+    SCOPED_TRACE(testing::PrintToString(words));
+    words.emplace_back("--help");
+    const ProcessResult result = deployment.run(words);
+    EXPECT_EQ(0, result.code);
+    EXPECT_EQ("", result.err);
+    EXPECT_NE(std::string::npos, result.out.find("Usage: commutil " + words.front()));
+    EXPECT_NE(std::string::npos, result.out.find("Exit codes: "));
+  }
+}
+
+TEST(CommandLine, helpExplainsJson) {
+  const ProcessResult result = Deployment().run({"report", "--help"});
+  EXPECT_NE(std::string::npos, result.out.find("bytes that are not UTF-8 are written as \\u00XX"));
+}
+
+TEST(CommandLine, helpNamesEverySubcommand) {
+  const ProcessResult result = Deployment().run({"--help"});
+  EXPECT_EQ(0, result.code);
+  for (const Words& words : kSubcommands)
+    EXPECT_NE(std::string::npos, result.out.find("\n  " + words.front() + " ")) << words.front();
+}
+
+TEST(CommandLine, printsItsVersion) {
+  const ProcessResult result = Deployment().run({"--version"});
+  EXPECT_EQ(0, result.code);
+  EXPECT_EQ("commutil 1.0.0\n", result.out);
+  EXPECT_EQ("", result.err);
+}
+
+TEST(CommandLine, refusesWrongUse) {
+  const Deployment deployment;
+  const std::vector<Words> rows{
+      {},
+      {""},
+      {"unknown"},
+      {"--unknown"},
+      {"report", "--unknown"},
+      {"report", "operand"},
+      {"report", "report"},
+      {"expand"},
+      {"expand", "text"},
+      {"expand", "--syntax", "paren"},
+      {"expand", "--syntax", "other", "text"},
+      {"expand", "--syntax", "paren", "text", "more"},
+      {"escape", "text"},
+      {"escape", "--update"},
+      {"escape", "--update", "--search", "text"},
+      {"escape", "--like", "middle", "text"},
+      {"escape", "--like", "both"},
+      {"escape", "--update", "--like", "both", "text"},
+      {"net", "text"},
+      {"ip"},
+      {"ip", "check"},
+      {"ip", "other", "text"},
+      {"mac"},
+      {"run"},
+      {"run", "--"},
+      {"run", "true"},
+      {"run", "--unknown", "--", "true"},
+      {"check-path", "path"},
+      {"check-path", "--base", "base"},
+      {"filename"},
+      {"filename", "encode"},
+      {"filename", "other", "name"},
+      {"lock", "--dir", "/lock/", "--", "true"},
+      {"lock", "name", "--", "true"},
+      {"lock", "name", "--dir", "/lock/"},
+      {"lock", "name", "--dir", "/lock/", "--wait", "-1", "--", "true"},
+      {"lock", "name", "--dir", "/lock/", "--wait", "soon", "--", "true"},
+      {"base64"},
+      {"base64", "recode"},
+      {"base64", "encode", "text"},
+      {"uuid", "text"},
+      {"timestamp", "--dts"},
+  };
+  for (const Words& words : rows) {
+    SCOPED_TRACE(testing::PrintToString(words));
+    const ProcessResult result = deployment.run(words);
+    EXPECT_EQ(2, result.code);
+    EXPECT_EQ("", result.out);
+    EXPECT_NE("", result.err);
+  }
+}
+
+TEST(CommandLine, failsWhenItsOutputCannotBeWritten) {
+  const Deployment deployment;
+  const ProcessResult result = deployment.runInto("/dev/full", {"report"});
+  EXPECT_EQ(1, result.code);
+  EXPECT_EQ("commutil: standard output cannot be written\n", result.err);
+}
+
+}  // namespace

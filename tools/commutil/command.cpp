@@ -1,0 +1,59 @@
+// The subcommand run: a command started as the library starts it, without a shell.
+#include <VexaCommonUtils_i.h>
+
+#include <json/value.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "output.h"
+#include "tool.h"
+
+namespace {
+
+/// Writes `word` so that the splitting of a command line gives it back: quotes group, nothing
+/// escapes.
+std::string quoted(const std::string& word) {
+  if (!word.empty() && word.find_first_of(" \"'") == std::string::npos) return word;
+  for (const char quote : {'"', '\''})
+    if (word.find(quote) == std::string::npos) return quote + word + quote;
+  throw std::runtime_error("a word with both kinds of quotes cannot be passed: " + word);
+}
+
+std::string commandLine(const std::vector<std::string>& words) {
+  std::string line;
+  for (const std::string& word : words) line += (line.empty() ? "" : " ") + quoted(word);
+  return line;
+}
+
+struct RunOptions {
+  bool json = false;
+  bool cleanEnvironment = false;
+  std::vector<std::string> command;
+};
+
+int run(const RunOptions& options) {
+  const std::string line = commandLine(options.command);
+  const int code = VexaCommonUtils_i::runCommand(line.c_str(), !options.cleanEnvironment, false);
+  Json::Value document;
+  document["exitCode"] = code;
+  printDocument(document, options.json);
+  return code == 0 ? kOk : kNo;
+}
+
+}  // namespace
+
+void addCommand(Tool& tool) {
+  tool.add<RunOptions>(
+      tool.app, "run",
+      "Run a command without a shell and print its exit code: run [--clean-env] -- COMMAND...\n"
+      "Its standard input and outputs are /dev/null. 4 stands for death by a signal too.",
+      [&tool](CLI::App& subcommand, RunOptions& options) {
+        subcommand.add_flag("--clean-env", options.cleanEnvironment,
+                            "Give the command no environment; it is named by its path then");
+        addJsonFlag(subcommand, options.json);
+        tool.takeCommand(subcommand, options.command);
+      },
+      run);
+}

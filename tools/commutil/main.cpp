@@ -1,0 +1,66 @@
+// The operator's command: parses the command line and runs the chosen subcommand. For one thread.
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <string_view>
+
+#include "output.h"
+#include "tool.h"
+
+namespace {
+
+constexpr const char* kFooter =
+    "Exit codes: 0 ok; 1 the answer is no or the operation failed; 2 wrong use.\n"
+    "With --json, bytes that are not UTF-8 are written as \\u00XX.\n"
+    "A text that begins with \"-\" is given behind \"--\".";
+
+int parseAndRun(int argc, char** argv) {
+  Tool tool;
+  tool.app.set_version_flag("--version", "commutil " COMMUTIL_VERSION);
+  tool.app.require_subcommand(1);
+  tool.app.footer(kFooter);
+  for (const auto add : {addReport, addConfig, addQueryText, addNetwork, addCommand, addPathSafety,
+                         addProcessLock, addBase64, addIdentifiers})
+    add(tool);
+  try {
+    tool.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return tool.app.exit(error) == 0 ? kOk : kWrongUse;
+  }
+  return tool.action();
+}
+
+/// Tells whether all that was printed has reached standard output.
+bool isWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
+
+}  // namespace
+
+void Tool::parse(int argc, char** argv) {
+  const auto taker = argc > 1 ? m_takers.find(argv[1]) : m_takers.end();
+  if (taker == m_takers.end()) return app.parse(argc, argv);
+  char** const end = argv + argc;
+  char** const mark = std::find(argv, end, std::string_view("--"));
+  app.parse(static_cast<int>(mark - argv), argv);
+  if (end - mark < 2) throw CLI::RequiredError("-- COMMAND");
+  taker->second->assign(mark + 1, end);
+}
+
+void addJsonFlag(CLI::App& subcommand, bool& json) {
+  subcommand.add_flag("--json", json,
+                      "Print JSON; bytes that are not UTF-8 are written as \\u00XX");
+}
+
+void addOperand(CLI::App& subcommand, const char* name, std::string& value, const char* purpose) {
+  subcommand.add_option(name, value, purpose)->required()->type_name("");
+}
+
+int main(int argc, char** argv) {
+  try {
+    const int code = parseAndRun(argc, argv);
+    if (isWritten()) return code;
+    complain("standard output cannot be written");
+  } catch (const std::exception& error) {
+    complain(error.what());
+  }
+  return kNo;
+}

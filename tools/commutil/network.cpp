@@ -1,0 +1,254 @@
+// The subcommands net, ip and mac: this host's names, addresses, netmasks, interfaces and nodes.
+#include <VexaCommonUtils.h>
+#include <VexaCommonUtils_i.h>
+#include <VexaNetUtils.h>
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <json/value.h>
+#include <netinet/in.h>
+#include <netpacket/packet.h>
+
+#include <array>
+#include <exception>
+#include <list>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "output.h"
+#include "tool.h"
+
+namespace {
+
+using InterfaceList = std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)>;
+
+InterfaceList interfaces() {
+  ifaddrs* list = nullptr;
+  if (::getifaddrs(&list) != 0) list = nullptr;
+  return {list, &::freeifaddrs};
+}
+
+std::string macText(const unsigned char* bytes) {
+  CMACAddress address;
+  address = bytes;
+  return address.text;
+}
+
+Json::Value jsonList(const std::list<std::string>& texts) {
+  Json::Value result(Json::arrayValue);
+  for (const std::string& text : texts) result.append(text);
+  return result;
+}
+
+/// The kernel's hardware addresses by interface.
+std::map<std::string, std::string> hardwareAddresses(const ifaddrs* list) {
+  std::map<std::string, std::string> result;
+  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
+    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_PACKET) continue;
+    const auto* const link = reinterpret_cast<const sockaddr_ll*>(entry->ifa_addr);
+    if (link->sll_halen == 6) result[entry->ifa_name] = macText(link->sll_addr);
+  }
+  return result;
+}
+
+Json::Value netmaskOf(std::string ip) {
+  std::string netmask;
+  try {
+    if (VexaCommonUtils::getNetmaskByIP(ip, netmask) == 0) return netmask;
+  } catch (const std::out_of_range&) {  // the tool's output holds no mask
+  }
+  return {};
+}
+
+Json::Value interfaceOf(std::string ip) {
+  std::string name;
+  if (VexaCommonUtils_i::getInterfaceOfIPV6(ip, name) != 0) return {};
+  return name;
+}
+
+/// The library's answer; null also where it succeeds without having read anything.
+Json::Value macOf(std::string ip) {
+  Vexacommon::LocalMACAddress address{};
+  const Vexacommon::LocalMACAddress untouched{};
+  if (VexaCommonUtils_i::getMacAddrOfIPV6(ip, &address) != 0) return {};
+  const std::string text = macText(address.mac);
+  if (text == macText(untouched.mac)) return {};
+  return text;
+}
+
+std::string addressText(const sockaddr* address) {
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  const auto* const field =
+      address->sa_family == AF_INET
+          ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
+          : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
+  ::inet_ntop(address->sa_family, field, text.data(), text.size());
+  return text.data();
+}
+
+/// One local address. The library finds an IPv4 address's netmask, an IPv6 address's interface and
+/// its MAC address; the rest is the kernel's.
+Json::Value addressRow(const ifaddrs& entry, const std::map<std::string, std::string>& hardware) {
+  Json::Value row;
+  const std::string ip = addressText(entry.ifa_addr);
+  row["address"] = ip;
+  if (entry.ifa_addr->sa_family == AF_INET6) {
+    row["interface"] = interfaceOf(ip);
+    row["mac"] = macOf(ip);
+    return row;
+  }
+  const auto link = hardware.find(entry.ifa_name);
+  row["interface"] = entry.ifa_name;
+  row["mac"] = link == hardware.end() ? Json::Value() : Json::Value(link->second);
+  row["netmask"] = netmaskOf(ip);
+  return row;
+}
+
+Json::Value addresses() {
+  Json::Value rows(Json::arrayValue);
+  const InterfaceList list = interfaces();
+  const auto hardware = hardwareAddresses(list.get());
+  for (const ifaddrs* entry = list.get(); entry != nullptr; entry = entry->ifa_next) {
+    const int family = entry->ifa_addr == nullptr ? AF_UNSPEC : entry->ifa_addr->sa_family;
+    if (family == AF_INET || family == AF_INET6) rows.append(addressRow(*entry, hardware));
+  }
+  return rows;
+}
+
+Json::Value macAddresses() {
+  std::vector<CMACAddress> found;
+  GetLocalMACAddr(found);
+  Json::Value result(Json::arrayValue);
+  for (const CMACAddress& address : found) result.append(address.text);
+  return result;
+}
+
+/// The cluster's remote-client nodes, null when there is no list of nodes.
+Json::Value clusterNodes() {
+  std::list<std::string> nodes;
+  try {
+    if (VexaCommonUtils_i::GetAllWebswingNodeIPs(nodes) == 0) return jsonList(nodes);
+  } catch (const std::exception& error) {
+    complain(std::string("the list of nodes has the wrong form: ") + error.what());
+  }
+  return {};
+}
+
+struct NetOptions {
+  bool json = false;
+};
+
+int net(const NetOptions& options) {
+  std::list<std::string> listed;
+  VexaCommonUtils_i::getAllIPAddr(listed);
+  Json::Value document;
+  document["host"]["address"] = VexaCommonUtils::hostipaddr();
+  document["host"]["name"] = VexaCommonUtils::hostname();
+  document["host"]["system"] = VexaCommonUtils::sysname();
+  document["addresses"] = addresses();
+  document["addressesAsListed"] = jsonList(listed);
+  document["macAddresses"] = macAddresses();
+  document["clusterNodes"] = clusterNodes();
+  printDocument(document, options.json);
+  return kOk;
+}
+
+struct AddressOptions {
+  bool json = false;
+  std::string text;
+};
+
+int noAddress(const std::string& text) {
+  complain("no address: " + text);
+  return kNo;
+}
+
+int printAddress(const std::string& address, int family, bool json) {
+  if (!json) {
+    printText("address", address, false);
+    return kOk;
+  }
+  Json::Value document;
+  document["address"] = address;
+  document["family"] = family;
+  printDocument(document, true);
+  return kOk;
+}
+
+int normalise(const AddressOptions& options) {
+  std::string address = options.text;
+  const int family = VexaCommonUtils_i::formatStringIP(address);
+  return family == 0 ? noAddress(options.text) : printAddress(address, family, options.json);
+}
+
+int check(const AddressOptions& options) {
+  std::string address = options.text;
+  std::vector<unsigned char> octets;
+  const int family = VexaCommonUtils_i::formatStringIP(address);
+  Json::Value document;
+  document["family"] = family;
+  document["isValidIP"] = VexaCommonUtils::isValidIP(options.text);
+  document["CheckIp"] = CheckIp(options.text.c_str());
+  document["validateIPv4"] = VexaCommonUtils_i::validateIPv4(options.text, octets) == 0;
+  printDocument(document, options.json);
+  return family == 0 ? kNo : kOk;
+}
+
+int resolve(const AddressOptions& options) {
+  std::string address = options.text;
+  const int family = VexaCommonUtils_i::formatStringIP_DNS(address);
+  if (family == 0) return noAddress(options.text);
+  std::string ipv4;
+  std::string name;
+  Json::Value document;
+  document["address"] = address;
+  document["family"] = family;
+  const bool hasIpv4 = VexaCommonUtils::getIPbyHostname(options.text, ipv4) == 0;
+  document["ipv4"] = hasIpv4 ? Json::Value(ipv4) : Json::Value();
+  const bool hasName = VexaCommonUtils::getHostnamebyIP(ipv4, name) == 0;
+  document["hostName"] = hasName ? Json::Value(name) : Json::Value();
+  printDocument(document, options.json);
+  return kOk;
+}
+
+int mac(const AddressOptions& options) {
+  const Json::Value found = macOf(options.text);
+  if (found.isNull()) {
+    complain("no interface with a MAC address carries " + options.text);
+    return kNo;
+  }
+  printText("mac", found.asString(), options.json);
+  return kOk;
+}
+
+void addAddressCommand(Tool& tool, CLI::App& parent, const char* name, const char* purpose,
+                       const char* operand, int (*run)(const AddressOptions&)) {
+  tool.add<AddressOptions>(
+      parent, name, purpose,
+      [operand](CLI::App& subcommand, AddressOptions& options) {
+        addOperand(subcommand, operand, options.text, "The address or name");
+        addJsonFlag(subcommand, options.json);
+      },
+      run);
+}
+
+}  // namespace
+
+void addNetwork(Tool& tool) {
+  tool.add<NetOptions>(
+      tool.app, "net", "Show this host's names, addresses, MAC addresses and cluster nodes.",
+      [](CLI::App& subcommand, NetOptions& options) { addJsonFlag(subcommand, options.json); },
+      net);
+  CLI::App* const ip = tool.app.add_subcommand("ip", "Check, normalise or resolve an address.");
+  ip->require_subcommand(1);
+  addAddressCommand(tool, *ip, "normalise", "Print an address in its one text form.", "TEXT",
+                    normalise);
+  addAddressCommand(tool, *ip, "check", "Show what each check says of a text.", "TEXT", check);
+  addAddressCommand(tool, *ip, "resolve", "Resolve a host name or address.", "TEXT", resolve);
+  addAddressCommand(tool, tool.app, "mac",
+                    "Print the MAC address of the interface that carries an IPv6 address.", "IPV6",
+                    mac);
+}

@@ -1,0 +1,137 @@
+// Prints the results of every subcommand. For one thread.
+#include "output.h"
+
+#include <json/writer.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <string_view>
+
+namespace {
+
+void write(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
+
+/// Returns the length of the UTF-8 sequence at the front of `text`, which is not empty; 0 where
+/// there is none (RFC 3629: no overlong forms, surrogates or code points beyond U+10FFFF).
+std::size_t sequenceLength(std::string_view text) {
+  struct Form {
+    unsigned char first, last;      // range of the first byte
+    unsigned char lowest, highest;  // range of the second byte
+    std::size_t length;
+  };
+  static constexpr std::array<Form, 8> kForms{{{0xC2, 0xDF, 0x80, 0xBF, 2},
+                                               {0xE0, 0xE0, 0xA0, 0xBF, 3},
+                                               {0xE1, 0xEC, 0x80, 0xBF, 3},
+                                               {0xED, 0xED, 0x80, 0x9F, 3},
+                                               {0xEE, 0xEF, 0x80, 0xBF, 3},
+                                               {0xF0, 0xF0, 0x90, 0xBF, 4},
+                                               {0xF1, 0xF3, 0x80, 0xBF, 4},
+                                               {0xF4, 0xF4, 0x80, 0x8F, 4}}};
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  if (byte(0) < 0x80) return 1;
+  for (const Form& form : kForms) {
+    if (byte(0) < form.first || byte(0) > form.last) continue;
+    if (text.size() < form.length || byte(1) < form.lowest || byte(1) > form.highest) return 0;
+    for (std::size_t i = 2; i < form.length; ++i)
+      if (!isContinuation(byte(i))) return 0;
+    return form.length;
+  }
+  return 0;
+}
+
+/// Makes each byte that is not UTF-8 the character of its number, which JSON writes as \u00XX.
+std::string toUtf8(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const std::size_t length = sequenceLength(text);
+    if (length > 0) {
+      result.append(text.substr(0, length));
+    } else {
+      const auto byte = static_cast<unsigned char>(text.front());
+      result += static_cast<char>(0xC0 | byte >> 6);
+      result += static_cast<char>(0x80 | (byte & 0x3F));
+    }
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return result;
+}
+
+Json::Value withUtf8(const Json::Value& value) {
+  if (value.isString()) return toUtf8(value.asString());
+  Json::Value result = value;
+  for (auto member = value.begin(); member != value.end(); ++member) {
+    if (value.isObject()) {
+      result.removeMember(member.name());
+      result[toUtf8(member.name())] = withUtf8(*member);
+    } else {
+      result[member.index()] = withUtf8(*member);
+    }
+  }
+  return result;
+}
+
+std::string printable(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    std::array<char, 5> escape{};
+    std::snprintf(escape.data(), escape.size(), "\\x%02x", byte);
+    byte < 0x20 || byte == 0x7F ? result += escape.data() : result += c;
+  }
+  return result;
+}
+
+std::string scalarText(const Json::Value& value) {
+  if (value.isNull()) return "(not set)";
+  if (value.isBool()) return value.asBool() ? "yes" : "no";
+  const std::string text = value.asString();
+  return text.empty() ? "(empty)" : printable(text);
+}
+
+bool isScalar(const Json::Value& value) { return !value.isObject() && !value.isArray(); }
+
+std::size_t widestName(const Json::Value& object) {
+  std::size_t width = 0;
+  for (auto member = object.begin(); member != object.end(); ++member)
+    if (isScalar(*member)) width = std::max(width, member.name().size());
+  return width;
+}
+
+void writeTree(const Json::Value& tree, std::size_t depth) {
+  const std::string indent(2 * depth, ' ');
+  if (isScalar(tree)) return write(indent + scalarText(tree) + "\n");
+  const std::size_t width = tree.isObject() ? widestName(tree) : 0;
+  for (auto member = tree.begin(); member != tree.end(); ++member) {
+    const std::string name = tree.isObject() ? member.name() : "-";
+    if (isScalar(*member)) {
+      const std::string gap(std::max(width, name.size()) - name.size() + 2, ' ');
+      write(indent + name + (tree.isObject() ? gap : " ") + scalarText(*member) + "\n");
+    } else {
+      write(indent + name + (member->empty() ? " (none)\n" : "\n"));
+      writeTree(*member, depth + 1);
+    }
+  }
+}
+
+}  // namespace
+
+void printDocument(const Json::Value& document, bool json) {
+  if (!json) return writeTree(document, 0);
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "  ";
+  write(Json::writeString(builder, withUtf8(document)) + "\n");
+}
+
+void printText(const char* name, const std::string& text, bool json) {
+  if (!json) return write(text + "\n");
+  Json::Value document;
+  document[name] = text;
+  printDocument(document, json);
+}
+
+void complain(const std::string& message) {
+  std::fprintf(stderr, "commutil: %s\n", message.c_str());
+}

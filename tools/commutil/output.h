@@ -1,0 +1,17 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <string>
+
+// How results are printed: as plain text for people, or as one JSON document for programs.
+
+/// Prints a document: as JSON, or as indented names and values in which control characters are
+/// written as \xXX.
+void printDocument(const Json::Value& document, bool json);
+
+/// Prints one text as the member `name` of a JSON document, or byte for byte with a line end.
+void printText(const char* name, const std::string& text, bool json);
+
+/// Says on standard error why a subcommand failed.
+void complain(const std::string& message);

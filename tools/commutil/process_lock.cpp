@@ -1,0 +1,88 @@
+// The subcommand lock: a command run while this process holds a named lock between processes.
+#include <VexaCommonUtils_i.h>
+#include <VexaLocks.h>
+
+#include <string>
+#include <vector>
+
+#include "output.h"
+#include "tool.h"
+
+namespace {
+
+constexpr int kHeld = -9;        // the library's answer for a lock that another process holds
+constexpr int kLockIsHeld = 75;  // our exit code for it; EX_TEMPFAIL of sysexits.h
+constexpr int kNoWait = -1;
+
+constexpr const char* kFooter =
+    "Exit codes: the command's own, where 4 stands for death by a signal too, 127 for a command\n"
+    "that cannot be found and 126 for one that cannot be run; 75 when another process holds the\n"
+    "lock, 1 when it cannot be taken for another reason, 2 for wrong use.";
+
+struct LockOptions {
+  std::string name;
+  std::string directory;
+  int wait = kNoWait;
+  std::string message = "Waiting for the lock.";
+  std::vector<std::string> command;
+};
+
+/// Takes the lock. Waiting in vain does not tell why, so it is tried once more then, silently.
+int enter(VexaProcessLock& lock, const LockOptions& options) {
+  if (options.wait < 0) return lock.EnterProcessMutex();
+  if (lock.WaitMaxTime(options.wait, options.message) == 0) return 0;
+  lock.SetOutputType(OUTPUT_TYPE_SILENT);
+  return lock.EnterProcessMutex();
+}
+
+/// Runs the command as the shell finds it and returns its exit code, 4 for death by a signal.
+int runCommand(const std::vector<std::string>& command) {
+  std::vector<std::string> words{"sh", "-c", "exec \"$@\"", "sh"};
+  words.insert(words.end(), command.begin(), command.end());
+  std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  return VexaCommonUtils_i::runCommand("/bin/sh", arguments.data());
+}
+
+int lock(const LockOptions& options) {
+  VexaProcessLock mutex(options.name, options.directory);
+  const int entered = enter(mutex, options);
+  if (entered != 0) {
+    complain("the lock " + options.name +
+             (entered == kHeld ? " is held by another process" : " cannot be taken"));
+    return entered == kHeld ? kLockIsHeld : kNo;
+  }
+  const int code = runCommand(options.command);
+  if (mutex.ExitProcessMutex() != 0) complain("the lock " + options.name + " is not released");
+  if (code >= 0) return code;
+  complain("the command cannot be started");
+  return kNo;
+}
+
+}  // namespace
+
+void addProcessLock(Tool& tool) {
+  tool.add<LockOptions>(
+      tool.app, "lock",
+      "Run a command under a lock between processes: lock NAME --dir DIR -- COMMAND...",
+      [&tool](CLI::App& subcommand, LockOptions& options) {
+        addOperand(subcommand, "NAME", options.name, "The lock's name");
+        subcommand
+            .add_option("--dir", options.directory,
+                        "Its directory below _APP_SHARE_DIR, with its own slashes: /lock/")
+            ->required()
+            ->type_name("DIR");
+        subcommand.add_option("--wait", options.wait, "Wait about N seconds for a held lock")
+            ->check(CLI::NonNegativeNumber)
+            ->type_name("N");
+        subcommand
+            .add_option("--message", options.message,
+                        "What to print each second; at most 1022 bytes")
+            ->type_name("TEXT");
+        subcommand.footer(kFooter);
+        tool.takeCommand(subcommand, options.command);
+      },
+      lock);
+}

@@ -1,0 +1,68 @@
+// The subcommand escape: text made safe for the queries of the configured database.
+#include <VexaCommonUtils.h>
+#include <VexaCommonUtils_i.h>
+
+#include <json/value.h>
+
+#include <map>
+#include <string>
+
+#include "output.h"
+#include "tool.h"
+
+namespace {
+
+const std::map<std::string, Vexacommon::FuzzyQueryMode>& fuzzyModes() {
+  static const std::map<std::string, Vexacommon::FuzzyQueryMode> modes{
+      {"none", Vexacommon::FUZZY_QUERY_NONE},
+      {"left", Vexacommon::FUZZY_QUERY_LEFT},
+      {"right", Vexacommon::FUZZY_QUERY_RIGHT},
+      {"both", Vexacommon::FUZZY_QUERY_BOTH}};
+  return modes;
+}
+
+struct EscapeOptions {
+  bool json = false;
+  bool update = false;
+  bool search = false;
+  std::string like;
+  std::string text;
+};
+
+std::string escaped(const EscapeOptions& options) {
+  if (options.update) return VexaCommonUtils::transDBUpdateString(options.text);
+  if (options.search) return VexaCommonUtils::transDBSearchString(options.text);
+  return VexaCommonUtils_i::TransferLikeSql(options.text, fuzzyModes().at(options.like));
+}
+
+int escape(const EscapeOptions& options) {
+  const std::string text = escaped(options);
+  if (options.json) {
+    Json::Value document;
+    document["databaseType"] = VexaCommonUtils::getDBType();
+    document["text"] = text;
+    printDocument(document, true);
+  } else {
+    printText("text", text, false);
+  }
+  return kOk;
+}
+
+}  // namespace
+
+void addQueryText(Tool& tool) {
+  tool.add<EscapeOptions>(
+      tool.app, "escape", "Make a text safe inside the SQL of the configured database.",
+      [](CLI::App& subcommand, EscapeOptions& options) {
+        CLI::Option_group* const use = subcommand.add_option_group("use");
+        use->add_flag("--update", options.update, "Double the quotes, for a string literal");
+        use->add_flag("--search", options.search, "Escape the wildcards, for a LIKE pattern");
+        use->add_option("--like", options.like,
+                        "Make a whole quoted LIKE operand with wildcards on this side")
+            ->check(CLI::IsMember({"none", "left", "right", "both"}));
+        use->require_option(1);
+        addOperand(subcommand, "TEXT", options.text, "The text");
+        addJsonFlag(subcommand, options.json);
+      },
+      escape);
+}
