@@ -86,16 +86,28 @@ std::string readFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+namespace {
+
+/// Runs `body` and ends the process with its verdict, so that no exception makes the child run the
+/// tests behind it.
+[[noreturn]] void endAfter(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const std::exception& e) {
+    ADD_FAILURE() << "the child threw: " << e.what();
+  }
+  std::cout.flush();
+  std::fflush(nullptr);
+  ::_exit(::testing::Test::HasFailure() ? 1 : 0);
+}
+
+}  // namespace
+
 int runInChild(const std::function<void()>& body) {
   std::cout.flush();
   std::fflush(nullptr);
   const pid_t child = ::fork();
-  if (child == 0) {
-    body();
-    std::cout.flush();
-    std::fflush(nullptr);
-    ::_exit(::testing::Test::HasFailure() ? 1 : 0);
-  }
+  if (child == 0) endAfter(body);
   int status = -1;
   EXPECT_EQ(child, ::waitpid(child, &status, 0));
   EXPECT_EQ(0, status) << "the child failed";
