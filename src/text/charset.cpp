@@ -1,5 +1,7 @@
 // Conversions between the locale's multibyte encoding, wide text and UTF-8. Called by the
 // platform's processes; re-entrant, but bound to the process-wide locale.
+#include "VexaCommonUtils.h"
+
 #include <langinfo.h>
 
 #include <cstdint>
@@ -9,7 +11,6 @@
 #include <limits>
 #include <string>
 
-#include "VexaCommonUtils.h"
 #include "VexaLocale.h"
 #include "text/utf8.h"
 

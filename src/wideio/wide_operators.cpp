@@ -1,9 +1,10 @@
 // The << and >> operators of the wide streams, over the streams' members. Called by the platform's
 // processes. A stream belongs to one thread at a time.
+#include "VexaWideIO.h"
+
 #include <array>
 #include <cstdio>
 
-#include "VexaWideIO.h"
 #include "platform/bounded.h"
 
 namespace {

@@ -1,9 +1,10 @@
 // The reading side of the wide streams: wide text, bytes and numbers from a stdio handle. Called by
 // the platform's processes and by the combined stream. A stream belongs to one thread at a time.
+#include "VexaWideIO.h"
+
 #include <array>
 #include <cstdlib>
 
-#include "VexaWideIO.h"
 #include "wideio/handle_lock.h"
 #include "wideio/wide_lines.h"
 

@@ -1,10 +1,10 @@
 // The writing side of the wide streams, with its manipulators: wide text and bytes to a stdio
 // handle. Called by the platform's processes and by the combined stream. A stream belongs to one
 // thread at a time.
+#include "VexaWideIO.h"
+
 #include <cstdio>
 #include <cwchar>
-
-#include "VexaWideIO.h"
 
 namespace {
 
