@@ -24,7 +24,9 @@ TEST(Demo, showsTheMainJobAndCleansUp) {
   for (const std::string text :
        {"  APP_NAME                  inventory\n", "    answer             yes\n",
         "+-SSLAuthenticate SERVER_AND_CLIENT\n+-SSLVersion TLSv1.2,TLSv1.3\"\n",
-        "inventory logs to ", "'%100\\%\\_o''clock%' escape '\\' \n"}) {
+        "inventory logs to ", "'%100\\%\\_o''clock%' escape '\\' \n", "\nfe80:0:0:0:0:0:0:1\n",
+        "\nclusterNodes\n  - 10.20.1.1\n", "\naccepted  yes\n", "\nnode^c7^btrace\n",
+        "\nno other cleanup runs\n", "\ndGVuIGdyZWVuIGJvdHRsZXM=\n"}) {
     EXPECT_NE(std::string::npos, result.out.find(text)) << text << "\nin\n" << result.out;
   }
   EXPECT_TRUE(std::filesystem::is_empty(scratch.path()));
