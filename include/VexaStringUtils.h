@@ -32,8 +32,7 @@ VEXA_EXPORT std::string ReplaceChar(const std::string& s, char c, const std::str
 /// so that digits before the last sixteen weigh nothing, and the low 32 bits of it are printed as a
 /// signed number ("ffffffff" yields "-1").
 /// @return the decimal text, "-99" to "999"; "" when a byte is no hexadecimal digit or when the
-/// text
-///         would need more than three characters ("3e8" is 1000 and yields "")
+///         text would need more than three characters ("3e8" is 1000 and yields "")
 VEXA_EXPORT std::string StrHexToInt(std::string hex);
 
 #endif

@@ -8,11 +8,11 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <string_view>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "platform/file_io.h"
 #include "platform/handles.h"
 
 namespace {
@@ -49,24 +49,14 @@ void addMissingOptions(std::string& text) {
     add("\n-SSLNoProtection");
 }
 
-bool writeAll(int fd, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = ::write(fd, text.data(), text.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return false;
-    text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
-
 /// Writes the file at `path`, or leaves none there. Its mode is set apart from its creation because
 /// the umask must not narrow it.
 bool writeGenerated(const std::string& path, std::string_view text) {
   commutil::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode));
   if (!file) return false;
-  const bool written = writeAll(file.get(), text);
+  const bool written = commutil::writeAll(file.get(), text);
   ::fchmod(file.get(), kMode);
-  if (::close(file.release()) == 0 && written) return true;
+  if (commutil::closeWritten(file) && written) return true;
   ::unlink(path.c_str());
   return false;
 }

@@ -5,22 +5,14 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 
+#include "platform/file_io.h"
 #include "platform/handles.h"
 
 namespace commutil {
 namespace {
 
 constexpr std::size_t kPieceSize = 64 * 1024;
-
-ssize_t readPiece(int fd, char* buffer, std::size_t size) {
-  ssize_t count = 0;
-  do {
-    count = ::read(fd, buffer, size);
-  } while (count < 0 && errno == EINTR);
-  return count;
-}
 
 }  // namespace
 
@@ -30,7 +22,8 @@ bool readFileText(const std::string& path, std::string& text) {
   std::string content;
   std::array<char, kPieceSize> piece;  // NOLINT(*-member-init): filled by read
   while (true) {
-    const ssize_t count = readPiece(file.get(), piece.data(), piece.size());
+    const ssize_t count =
+        uninterrupted([&] { return ::read(file.get(), piece.data(), piece.size()); });
     if (count < 0) return false;
     if (count == 0) break;
     content.append(piece.data(), static_cast<std::size_t>(count));

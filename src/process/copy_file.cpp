@@ -6,13 +6,11 @@
 #include <utime.h>
 
 #include <array>
-#include <cerrno>
 #include <string>
-#include <string_view>
 
 #include "VexaCommonUtils_i.h"
+#include "platform/file_io.h"
 #include "platform/handles.h"
-#include "process/file_io.h"
 
 namespace {
 
@@ -38,15 +36,6 @@ bool isSameFile(const std::string& path, const struct stat& status) {
          other.st_ino == status.st_ino;
 }
 
-bool writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = uninterrupted([&] { return ::write(fd, bytes.data(), bytes.size()); });
-    if (count < 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
-
 /// Copies inside the kernel as far as it takes these files (not pipes, not all kernel files); both
 /// are then at the place to go on from.
 void copyInKernel(int source, int target) {
@@ -62,7 +51,7 @@ bool copyThroughBuffer(int source, int target) {
   while (true) {
     const ssize_t count = uninterrupted([&] { return ::read(source, piece.data(), piece.size()); });
     if (count <= 0) return count == 0;
-    if (!writeAll(target, {piece.data(), static_cast<std::size_t>(count)})) return false;
+    if (!commutil::writeAll(target, {piece.data(), static_cast<std::size_t>(count)})) return false;
   }
 }
 
@@ -74,9 +63,7 @@ bool copyContent(const Descriptor& source, const std::string& targetPath) {
   if (!target) return false;
   copyInKernel(source.get(), target.get());
   const bool copied = copyThroughBuffer(source.get(), target.get());  // and meets the errors
-  // Some file systems report a failed write only when the file is closed.
-  const bool closed = ::close(target.release()) == 0 || errno == EINTR;
-  if (copied && closed) return true;
+  if (commutil::closeWritten(target) && copied) return true;
   ::unlink(targetPath.c_str());
   return false;
 }

@@ -19,9 +19,9 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "platform/file_io.h"
 #include "platform/handles.h"
 #include "platform/raw_text.h"
-#include "process/file_io.h"
 
 namespace {
 

@@ -57,11 +57,8 @@ class Finder {
   /// text must not be empty. `visit` may overwrite the occurrence.
   template <class Visit>
   void forEach(std::string_view text, const Visit& visit) const {
-    std::size_t next = 0;
-    for (next = forEachInBlocks(text, visit); (next = find(text, next)) < text.size();
-         next += length()) {
-      visit(next);
-    }
+    std::size_t at = find(text, forEachInBlocks(text, visit));
+    for (; at < text.size(); at = find(text, at + length())) visit(at);
   }
 
  private:
