@@ -56,6 +56,19 @@ std::string addressText(const sockaddr* address) {
   return text.data();
 }
 
+/// The first IPv4 address of `name`, "" on failure.
+std::string firstAddress(const std::string& name) {
+  Resolved host;
+  if (name.empty() || !host.byName(name.c_str())) return {};
+  // The entry's own length bounds the copy here, so the record has room for the longest address.
+  std::array<unsigned char, sizeof(in6_addr)> bytes{};
+  const auto length = static_cast<std::size_t>(host.entry.h_length);
+  if (memcpy_s(bytes.data(), length, host.entry.h_addr_list[0], length) != 0) return {};
+  in_addr address{};
+  std::memcpy(&address, bytes.data(), sizeof(address));
+  return ::inet_ntoa(address);
+}
+
 }  // namespace
 
 std::string VexaCommonUtils::hostname() {
@@ -83,19 +96,8 @@ std::string VexaCommonUtils::hostipaddr() {
 }
 
 int VexaCommonUtils::getIPbyHostname(const std::string& name, std::string& ip) {
-  const std::string asked = name;  // `name` and `ip` may be one object
-  ip.clear();
-  if (asked.empty()) return -1;
-  Resolved host;
-  if (!host.byName(asked.c_str())) return -1;
-  // The entry's own length bounds the copy here, so the record has room for the longest address.
-  std::array<unsigned char, sizeof(in6_addr)> bytes{};
-  const auto length = static_cast<std::size_t>(host.entry.h_length);
-  if (memcpy_s(bytes.data(), length, host.entry.h_addr_list[0], length) != 0) return -1;
-  in_addr address{};
-  std::memcpy(&address, bytes.data(), sizeof(address));
-  ip = ::inet_ntoa(address);
-  return 0;
+  ip = firstAddress(name);
+  return ip.empty() ? -1 : 0;
 }
 
 int VexaCommonUtils::getHostnamebyIP(const std::string& ip, std::string& name) {
