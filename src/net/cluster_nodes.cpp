@@ -22,7 +22,8 @@ bool servesRemoteClients(const Json::Value& node) {
 std::list<std::string> addressesOf(const Json::Value& node) {
   std::list<std::string> addresses;
   const Json::Value& entries = node["IPAddresses"];
-  for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {
+  // By index, so that an object in the array's place raises the JSON library's exception.
+  for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {  // NOLINT(modernize-loop-convert)
     addresses.push_back(entries[i]["IP"].asString());
   }
   return addresses;
