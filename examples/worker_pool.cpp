@@ -68,7 +68,8 @@ int main(int argc, char** argv) {
   for (int number = 1; number <= messages; ++number) put(queue, number);
   // One end for each worker, behind all the work.
   for (int i = 0; i < workers; ++i) {
-    queue.enqueue_tail(new ACE_Message_Block(0, ACE_Message_Block::MB_STOP));
+    auto* const end = new ACE_Message_Block(0, ACE_Message_Block::MB_STOP);
+    if (queue.enqueue_tail(end) == -1) end->release();
   }
   for (std::thread& worker : pool) worker.join();
   return 0;
