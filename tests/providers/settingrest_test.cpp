@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <ctime>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -297,6 +298,16 @@ TEST_F(SettingRest, comparesSizeInodeAndTime) {
   EXPECT_EQ("44", valueOf("/k")) << "inode";
 }
 
+// While the clock has not passed a file's time, a further edit need not show in it.
+TEST_F(SettingRest, readsAFileOfThisVeryMomentAgain) {
+  const std::time_t soon = std::time(nullptr) + 3600;
+  for (const std::string value : {"1", "2", "3"}) {
+    writeFile(m_path, R"({"k": ")" + value + R"("})");
+    setModified(m_path, soon, 0);
+    EXPECT_EQ(value, valueOf("/k"));
+  }
+}
+
 TEST_F(SettingRest, keepsTheLastGoodContentsAndSaysSoOnce) {
   const struct {
     std::string content;
@@ -341,8 +352,10 @@ TEST_F(SettingRest, complainsAgainOfNewContents) {
   }
   store(R"({"k": "better"})");
   EXPECT_EQ("better", valueOf("/k"));
+  store("{");
+  EXPECT_EQ("better", valueOf("/k"));
   const std::string said = errors.stop();
-  EXPECT_EQ(3, std::count(said.begin(), said.end(), '\n')) << said;
+  EXPECT_EQ(4, std::count(said.begin(), said.end(), '\n')) << said;
 }
 
 TEST_F(SettingRest, failsWhileNothingGoodWasRead) {
@@ -373,13 +386,15 @@ TEST_F(SettingRest, failsWhenTheFileIsGone) {
 }
 
 TEST_F(SettingRest, readsNothingButFiles) {
+  CapturedOutput errors(2);
   ASSERT_EQ(0, ::mkfifo(m_path.c_str(), 0600));
   EXPECT_EQ("(none)", valueOf("/k"));
   std::filesystem::remove(m_path);
   std::filesystem::create_directory(m_path);
   EXPECT_EQ("(none)", valueOf("/k"));
-  const ScopedEnv device("SETTINGREST_URL", "file:///dev/zero");
+  const ScopedEnv device("SETTINGREST_URL", "file:///dev/null");
   EXPECT_EQ("(none)", valueOf("/k"));
+  EXPECT_EQ("", errors.stop()) << "what is no file is not malformed either";
 }
 
 TEST_F(SettingRest, ignoresAByteOrderMark) {
