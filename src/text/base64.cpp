@@ -1,6 +1,5 @@
 // Base64 (RFC 4648), for binary data that the platform keeps in text settings or sends through text
 // channels: one encoder and one decoder under two names. Re-entrant; no state.
-#include <algorithm>
 #include <array>
 #include <cctype>
 #include <climits>
@@ -42,10 +41,11 @@ void encodeGroup(const unsigned char* in, char* out) {
 
 /// Encodes the last one or two bytes of the data.
 void encodeRest(const unsigned char* in, std::size_t size, char* out) {
-  std::array<unsigned char, 3> group{};
-  std::copy_n(in, size, group.begin());
+  const auto second = size == 2 ? in[1] : static_cast<unsigned char>(0);
+  const std::array<unsigned char, 3> group{in[0], second, 0};
   encodeGroup(group.data(), out);
-  std::fill(out + size + 1, out + 4, kPad);
+  if (size == 1) out[2] = kPad;
+  out[3] = kPad;
 }
 
 void encode(const unsigned char* in, std::size_t size, char* out) {
@@ -93,7 +93,8 @@ std::size_t decodeToEnd(const unsigned char* in, std::size_t size, unsigned char
   if (filled >= 2) {
     std::array<unsigned char, 3> decoded{};
     decodeGroup(group.data(), decoded.data());
-    out = std::copy_n(decoded.begin(), filled - 1, out);
+    *out++ = decoded[0];
+    if (filled == 3) *out++ = decoded[1];
   }
   return static_cast<std::size_t>(out - begin);
 }

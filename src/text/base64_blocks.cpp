@@ -11,15 +11,23 @@ namespace {
 constexpr std::size_t kBytes = 24;       // a block, decoded
 constexpr std::size_t kCharacters = 32;  // a block, encoded
 
+inline __m128i load(const unsigned char* from) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+}
+
+inline void store(void* to, __m128i bytes) { _mm_storeu_si128(static_cast<__m128i*>(to), bytes); }
+
+[[gnu::target("avx2")]] inline void store(void* to, __m256i bytes) {
+  _mm256_storeu_si256(static_cast<__m256i*>(to), bytes);
+}
+
 /// The same 16 bytes in both halves of a register: shuffles work on each half.
 [[gnu::target("avx2")]] inline __m256i twice(__m128i half) {
   return _mm256_broadcastsi128_si256(half);
 }
 
-/// Spreads the groups of three bytes over groups of four: each byte is a 6-bit index afterwards.
-[[gnu::target("avx2")]] inline __m256i indicesOf(const unsigned char* in) {
-  const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-  const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + kBytes / 2));
+/// Spreads the first 12 bytes of both halves over 16: each byte is a 6-bit index afterwards.
+[[gnu::target("avx2")]] inline __m256i indicesOf(__m128i low, __m128i high) {
   const __m256i groups =
       _mm256_shuffle_epi8(_mm256_set_m128i(high, low),
                           twice(_mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10)));
@@ -66,30 +74,47 @@ constexpr std::size_t kCharacters = 32;  // a block, encoded
   return _mm256_permutevar8x32_epi32(halves, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
 }
 
+/// Turns characters of the alphabet into indices.
+[[gnu::target("avx2")]] inline __m256i indicesOfCharacters(__m256i block, __m256i highHalves) {
+  // What is to be added, by the high half; "/" counts as one less, for a distance of its own.
+  const __m128i distances = _mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0);
+  const __m256i slash = _mm256_cmpeq_epi8(block, _mm256_set1_epi8('/'));
+  return _mm256_add_epi8(block,
+                         _mm256_shuffle_epi8(twice(distances), _mm256_add_epi8(highHalves, slash)));
+}
+
+/// Decodes a block into `bytes`; false when it holds another character.
+[[gnu::target("avx2")]] inline bool decodeBlock(__m256i block, __m256i& bytes) {
+  const __m256i highHalves = _mm256_and_si256(_mm256_srli_epi16(block, 4), _mm256_set1_epi8(15));
+  if (!isPlain(block, highHalves)) return false;
+  bytes = bytesOf(indicesOfCharacters(block, highHalves));
+  return true;
+}
+
 [[gnu::target("avx2")]] std::size_t encodeWithAvx2(const unsigned char* in, std::size_t size,
                                                    char* out) {
   std::size_t done = 0;
   for (; size - done >= kBytes + 4; done += kBytes, out += kCharacters) {  // reads 4 bytes more
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), charactersOf(indicesOf(in + done)));
+    store(out, charactersOf(indicesOf(load(in + done), load(in + done + kBytes / 2))));
   }
-  return done;
+  if (size - done < 16) return done;
+  const __m128i half = load(in + done);
+  store(out, _mm256_castsi256_si128(charactersOf(indicesOf(half, half))));
+  return done + kBytes / 2;
 }
 
 [[gnu::target("avx2")]] std::size_t decodeWithAvx2(const unsigned char* in, std::size_t size,
                                                    unsigned char* out) {
-  // What is to be added to a character, by its high half; "/" counts as 1, for its own distance.
-  const __m128i distances = _mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0);
+  __m256i bytes{};
   std::size_t done = 0;
   for (; size - done >= kCharacters + 12; done += kCharacters, out += kBytes) {  // writes 8 more
     const __m256i block = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + done));
-    const __m256i highHalves = _mm256_and_si256(_mm256_srli_epi16(block, 4), _mm256_set1_epi8(15));
-    if (!isPlain(block, highHalves)) break;
-    const __m256i slash = _mm256_cmpeq_epi8(block, _mm256_set1_epi8('/'));
-    const __m256i distance =
-        _mm256_shuffle_epi8(twice(distances), _mm256_add_epi8(highHalves, slash));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), bytesOf(_mm256_add_epi8(block, distance)));
+    if (!decodeBlock(block, bytes)) return done;
+    store(out, bytes);
   }
-  return done;
+  if (size - done < 24 || !decodeBlock(twice(load(in + done)), bytes)) return done;
+  store(out, _mm256_castsi256_si128(bytes));
+  return done + kCharacters / 2;
 }
 
 }  // namespace
