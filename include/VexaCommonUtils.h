@@ -160,16 +160,35 @@ class VEXA_EXPORT VexaCommonUtils {
   static std::string UTF8TOLOC(const char* s);
 
   // Base64
+  //
+  // RFC 4648 with its standard alphabet: padded, no line breaks, nothing compressed or enciphered.
+  // Texts and data may hold any byte; none of these operations fails.
 
-  /// Tells whether `c` is a data character: a letter or digit of the current locale, "+" or "/".
+  /// Tells whether `c` is a data character: one that isalnum(3) accepts in the current locale, "+"
+  /// or "/". Outside the C locale more letters than those of the alphabet may be among them.
   static bool isBase64(unsigned char c);
-  /// Decodes base64 text (RFC 4648) up to its first "=" or other byte that is no data character.
+
+  /// Decodes the longest beginning of `encoded` that consists of data characters (`isBase64`). The
+  /// first "=" or other byte ends it without a report: a blank, a line break, the "-" and "_" of
+  /// the URL alphabet. Padding may be missing; a single character left over gives nothing. Letters
+  /// outside the alphabet, which only an 8-bit locale has, count as index 255: their bits enter the
+  /// result. The length of `encoded` is taken modulo 4 GiB. Another thread must not set the locale
+  /// meanwhile.
+  ///
+  ///     base64Decode("TWFu")       ->  "Man"
+  ///     base64Decode("TWE")        ->  "Ma"
+  ///     base64Decode("TWFu TWFu")  ->  "Man"
   static std::string base64Decode(const std::string& encoded);
 
   // Time stamps
 
-  /// Returns the local time as 14 digits (year, month, day, hour, minute, second), followed by
-  /// "DST" when `markDst` is true and daylight-saving time is in force; "" on failure.
+  /// Returns the current local time, see localtime(3), as 14 digits: year, month, day, hour, minute
+  /// and second, such as "20260305070809". "DST" follows when `markDst` is true and daylight-saving
+  /// time is in force or the system cannot tell. A year outside 0 to 9999 is written in full, with
+  /// its sign. Returns "" when the time cannot be expressed.
+  ///
+  /// The zone is the one that tzset(3) found first in this process: a later change of `TZ` counts
+  /// only after another tzset(3).
   static std::string getTimeStamp(bool markDst);
 
   // Database query text

@@ -116,17 +116,29 @@ class VEXA_EXPORT VexaCommonUtils_i {
   ///         gives about 1.8e19), and below -2^63 it is 2^64.
   static double getUpperIntVal(double x);
 
-  // Base64
+  // Base64 (see the remarks at `VexaCommonUtils`)
 
-  /// Encodes `length` bytes at `data` as base64 (RFC 4648), padded, without line breaks.
+  /// Encodes `length` bytes at `data` as base64 (RFC 4648): 4 characters for every 3 bytes begun,
+  /// the last ones "=" where bytes are missing, without line breaks. The alphabet does not depend
+  /// on the locale. `data` may be null when `length` is 0; the result is "" then.
+  ///
+  ///     encodeData("Man", 3)  ->  "TWFu"
+  ///     encodeData("M", 1)    ->  "TQ=="
   static std::string encodeData(const char* data, unsigned int length);
-  /// The same as `VexaCommonUtils::base64Decode`.
+
+  /// Decodes base64 text; the same as `VexaCommonUtils::base64Decode`.
   static std::string decodeData(const std::string& encoded);
 
   // Identifiers
 
-  /// Returns 32 upper-case hexadecimal digits made of the time and the host's MAC address; "" on
-  /// failure. Two calls in one microsecond return the same text.
+  /// Returns 32 upper-case hexadecimal digits: 20 for the time in units of 100 nanoseconds since
+  /// the Unix epoch, always whole microseconds, and 12 for the host's MAC address, read on every
+  /// call; zeros where it cannot be read. The text is no RFC 4122 UUID, and neither secret nor
+  /// unique: two calls within one microsecond on one host return the same, so callers that need
+  /// more add a distinction of their own. A failing clock counts as one second before the epoch.
+  ///
+  ///     generateUUID()  ->  "0000003C6568F17ACB40020AFB009CFF"
+  /// @return the identifier; "" when the address cannot be copied
   static std::string generateUUID();
 
   // Database query text

@@ -4,24 +4,25 @@
 
 #include <cstring>
 #include <stdexcept>
-#include <string_view>
 
 namespace {
 
-/// A word as a view; a null word is a caller's error with the standard string type's text, which
-/// this compiler's own differs from.
-std::string_view checked(const char* word) {
+/// Lets a word pass; a null one is a caller's error, told in the same words by whichever compiler
+/// built the library (the string type's own differ).
+const char* checked(const char* word) {
   if (word == nullptr) throw std::logic_error("basic_string::_M_construct null not valid");
   return word;
 }
 
 bool equals(const char* word, const std::string& name) {
-  return checked(word) == std::string_view(name);
+  // Most words differ in the first byte; a name with a NUL in it equals none.
+  return *checked(word) == *name.c_str() && std::strcmp(word, name.c_str()) == 0 &&
+         std::strlen(word) == name.size();
 }
 
-bool isOption(const char* word) { return checked(word).substr(0, 1) == "-"; }
+bool isOption(const char* word) { return *checked(word) == '-'; }
 
-bool isEscape(const char* word) { return checked(word) == "--"; }
+bool isEscape(const char* word) { return std::strcmp(checked(word), "--") == 0; }
 
 }  // namespace
 
@@ -37,7 +38,7 @@ bool ArgsOptions::hasOption(const std::string& name) const {
 std::string ArgsOptions::getOption(const std::string& name) const {
   for (int i = 0; i + 1 < m_argc; ++i) {
     if (!equals(m_argv[i], name)) continue;
-    if (isEscape(m_argv[i + 1]) && i + 2 < m_argc) return std::string(checked(m_argv[i + 2]));
+    if (isEscape(m_argv[i + 1]) && i + 2 < m_argc) return checked(m_argv[i + 2]);
     if (isOption(m_argv[i + 1])) return {};
     return m_argv[i + 1];
   }

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <ctime>
+#include <string_view>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
@@ -16,6 +17,8 @@
 namespace {
 
 constexpr std::size_t kMacSize = 6;
+constexpr std::size_t kTimeDigits = 20;
+constexpr std::size_t kIdentifierSize = kTimeDigits + 2 * kMacSize;
 using Mac = std::array<unsigned char, kMacSize>;
 
 /// Fills `mac` with the host's address, zeros where none can be read. Returns false only when the
@@ -23,7 +26,7 @@ using Mac = std::array<unsigned char, kMacSize>;
 bool readMac(Mac& mac) {
   mac.fill(0);
   ACE_OS::macaddr_node_t node{};
-  if (ACE_OS::getmacaddress(&node) != 0) return true;
+  if (ACE_OS::getmacaddress(&node) != 0) return true;  // asked on every call: addresses change
   return memcpy_s(mac.data(), mac.size(), node.node, kMacSize) == 0;
 }
 
@@ -37,27 +40,60 @@ unsigned long long timeIn100Nanoseconds() {
   return (seconds * 1'000'000 + microseconds) * 10;
 }
 
+/// Writes the lowest `digits` hexadecimal digits of `value`; returns the place behind them.
+char* writeHex(char* out, unsigned long long value, std::size_t digits) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  for (std::size_t at = digits; at > 0; value >>= 4) out[--at] = kDigits[value & 15];
+  return out + digits;
+}
+
+/// Writes a number below 100 as two digits; returns the place behind them.
+char* writeTwoDigits(char* out, int value) {
+  out[0] = static_cast<char>('0' + value / 10);
+  out[1] = static_cast<char>('0' + value % 10);
+  return out + 2;
+}
+
+using StampBuffer = std::array<char, 100>;
+
+/// Writes a time whose year has not four digits; returns the length, negative on failure.
+int writeFarStamp(const tm& time, long year, StampBuffer& text) {
+  return snprintf_s(text.data(), text.size(), text.size() - 1, "%04ld%02d%02d%02d%02d%02d", year,
+                    time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec);
+}
+
+/// Writes a time as at least 14 digits; returns the length, negative on failure.
+int writeStamp(const tm& time, StampBuffer& text) {
+  const long year = time.tm_year + 1900L;
+  if (year < 0 || year > 9999) return writeFarStamp(time, year, text);
+  char* out = writeTwoDigits(text.data(), static_cast<int>(year / 100));
+  for (const int part : {static_cast<int>(year % 100), time.tm_mon + 1, time.tm_mday, time.tm_hour,
+                         time.tm_min, time.tm_sec}) {
+    out = writeTwoDigits(out, part);
+  }
+  return static_cast<int>(out - text.data());
+}
+
 }  // namespace
 
 std::string VexaCommonUtils_i::generateUUID() {
   Mac mac;  // NOLINT(*-member-init): filled by readMac
   if (!readMac(mac)) return {};
-  std::array<char, 64> text{};
-  const int length =
-      snprintf_s(text.data(), text.size(), text.size() - 1, "%020llX%2.2X%2.2X%2.2X%2.2X%2.2X%2.2X",
-                 timeIn100Nanoseconds(), mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-  return length < 0 ? std::string() : std::string(text.data());
+  std::array<char, kIdentifierSize> text{};
+  char* out = writeHex(text.data(), timeIn100Nanoseconds(), kTimeDigits);
+  for (const unsigned char byte : mac) out = writeHex(out, byte, 2);
+  return std::string(text.data(), text.size());
 }
 
 std::string VexaCommonUtils::getTimeStamp(bool markDst) {
   const std::time_t now = std::time(nullptr);
   tm local{};
-  ACE_OS::localtime_r(&now, &local);
-  std::array<char, 100> text{};
-  const int length = snprintf_s(text.data(), text.size(), text.size() - 1,
-                                "%04d%02d%02d%02d%02d%02d", local.tm_year + 1900, local.tm_mon + 1,
-                                local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+  if (ACE_OS::localtime_r(&now, &local) == nullptr) return {};
+  StampBuffer text{};
+  const int length = writeStamp(local, text);
   if (length < 0) return {};
+  std::string stamp(text.data(), static_cast<std::size_t>(length));
   // A negative flag means "unknown" and counts as in force.
-  return markDst && local.tm_isdst != 0 ? std::string(text.data()) + "DST" : text.data();
+  if (markDst && local.tm_isdst != 0) stamp += "DST";
+  return stamp;
 }
