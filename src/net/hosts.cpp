@@ -88,9 +88,10 @@ int VexaCommonUtils::getIPbyHostname(const std::string& name, std::string& ip) {
   if (asked.empty()) return -1;
   Resolved host;
   if (!host.byName(asked.c_str())) return -1;
-  // The entry's own length bounds the copy here, so the record has room for the longest address.
+  // The entry's own length bounds the copy here: a longer address than IPv4's counts by its start.
   std::array<unsigned char, sizeof(in6_addr)> bytes{};
   const auto length = static_cast<std::size_t>(host.entry.h_length);
+  if (length > bytes.size()) return -1;
   if (memcpy_s(bytes.data(), length, host.entry.h_addr_list[0], length) != 0) return -1;
   in_addr address{};
   std::memcpy(&address, bytes.data(), sizeof(address));
