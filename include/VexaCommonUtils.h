@@ -219,22 +219,42 @@ class VEXA_EXPORT VexaCommonUtils {
   static std::string TransferLikeSqlForSybAndMSSQL(const std::string& text);
 
   // Addresses and host names
+  //
+  // Nothing is cached: every call asks the system again. Look-ups of names wait for the system's
+  // name service, see nsswitch.conf(5). Its answer must fit in 4096 bytes, all names and addresses
+  // of the host together: a larger one is a failure. Texts count up to their first NUL byte.
 
-  /// Strict test of a dotted IPv4 text: four fields of digits up to 255, at most 15 bytes. Leading
-  /// zeros are accepted.
+  /// Strict test of a dotted IPv4 text: exactly four fields of decimal digits, each up to 255, and
+  /// at most 15 bytes in all. Leading zeros are accepted ("010.001.000.255"); blanks, signs, NUL
+  /// bytes and IPv6 are not. Allocates nothing. See `CheckIp` for the lax test and
+  /// `VexaCommonUtils_i::validateIPv4` for the parser.
   static bool isValidIP(const std::string& ip);
-  /// Returns the machine's node name (uname(2)), "" on failure.
+
+  /// Returns the machine's node name, see uname(2): at most 255 characters; "" on failure.
   static std::string hostname();
-  /// Returns the system's name followed directly by its release: "Linux6.1.0".
+
+  /// Returns the operating system's name followed directly by its release ("Linux6.1.0"), see
+  /// uname(2); "" on failure.
   static std::string sysname();
-  /// Returns the dotted IPv4 address of the machine's node name; "" on failure.
+
+  /// Returns the first IPv4 address of the machine's own node name in dotted form, see
+  /// gethostbyname_r(3); "" when there is no node name or it has no such address.
   static std::string hostipaddr();
-  /// Resolves `name` to its first IPv4 address.
-  /// @return 0 and the address in `ip`; -1 and ""
+
+  /// Resolves the host name `name`, see gethostbyname_r(3). A dotted IPv4 text is its own answer.
+  /// @param ip  may be `name` itself
+  /// @return 0 and the first IPv4 address, in the resolver's order, in dotted form in `ip`; -1 and
+  ///         "" when `name` is empty or has no such address
   static int getIPbyHostname(const std::string& name, std::string& ip);
-  /// Finds the official host name of the IPv4 address `ip`, any form that inet_aton(3) reads.
-  /// @return 0 and the name; -1 and "" on failure and for addresses in 0.0.0.0/8
+
+  /// Finds the official host name of an IPv4 address, see gethostbyaddr_r(3).
+  /// @param ip    any form that inet_aton(3) reads: "10.1.257" and "0xa010101" too, and whatever
+  ///              stands behind a blank is ignored
+  /// @param name  may be `ip` itself
+  /// @return 0 and the name in `name`; -1 and "" when `ip` is no address or has no name, and, the
+  ///         resolver not asked, for every address in 0.0.0.0/8
   static int getHostnamebyIP(const std::string& ip, std::string& name);
+
   /// Finds the netmask of the local IPv4 address `ip`: asks the kernel, and runs "ifconfig" in a
   /// shell for an address that the kernel does not tell (`GetNetmaskByIpUseioctl`,
   /// `GetNetmaskByIpUseifconfig`). "127.0.0.1" and what `CheckIp` refuses, IPv6 included, fail at
@@ -337,9 +357,8 @@ class VEXA_EXPORT VexaCommonUtils {
   static bool checkPath(const std::string& path, const std::string& base);
 
   /// Returns `name` with each character that some file system refuses written as two: backslash
-  /// "^a", "/" "^b", ":" "^c", "*" "^d", "?" "^e", double quote "^f", "<" "^g", ">" "^h", "|" "^i"
-  /// and
-  /// "^" "^^". Every other byte stays: control characters, NUL and the names "." and ".." too.
+  /// "^a", "/" "^b", ":" "^c", "*" "^d", "?" "^e", double quote "^f", "<" "^g", ">" "^h", "|" "^i",
+  /// and "^" "^^". Every other byte stays: control characters, NUL and the names "." and ".." too.
   static std::string specialName2FileName(const std::string& name);
 
   /// Turns the escapes of `specialName2FileName` back, whose inverse it is. A "^" that starts no

@@ -153,30 +153,68 @@ class VEXA_EXPORT VexaCommonUtils_i {
   static std::string TransferLikeSql(const std::string& text, Vexacommon::FuzzyQueryMode mode);
 
   // Addresses, interfaces and nodes
+  //
+  // Address families are the platform's numbers: 2 is IPv4 (AF_INET), 10 is IPv6 (AF_INET6).
 
-  /// Parses a dotted IPv4 text into its bytes.
-  /// @return 0 when `octets` holds four; else -1, `octets` holding the fields before the failure
+  /// Parses a dotted IPv4 text: exactly four fields of decimal digits, leading zeros accepted, of
+  /// which the low 32 bits of strtol(3)'s value count and must not exceed 255 ("4294967297.0.0.1"
+  /// begins with 1). No field may be empty; blanks and NUL bytes are no digits.
+  /// @param octets  cleared; then takes one byte for each field
+  /// @return 0 with four bytes in `octets`; else -1, with the bytes of the fields before the
+  ///         failure (for "1.2.3.4.5" all five, for a text without "." none)
   static int validateIPv4(const std::string& ip, std::vector<unsigned char>& octets);
-  /// Brings an address into its one text form.
-  /// @return 2 for IPv4, `ip` unchanged; 10 for IPv6, `ip` in full form; 0 for neither
+
+  /// Brings an address into the one text form that addresses are compared in.
+  /// @param ip  rewritten for IPv6 alone, any form that inet_pton(3) reads: lower case, no leading
+  ///            zeros, "::" expanded to eight groups ("FE80::0001" becomes "fe80:0:0:0:0:0:0:1");
+  ///            an IPv4-mapped or -compatible address keeps its "::" ("::ffff:1.2.3.4")
+  /// @return 2 for what `validateIPv4` accepts, `ip` unchanged; 10 for IPv6; 0 for anything else, a
+  ///         zone suffix ("%eth0") included, `ip` unchanged
   static int formatStringIP(std::string& ip);
-  /// The same, resolving any other text as a host name.
+
+  /// The same for an address or a host name: what `validateIPv4` does not accept is resolved by
+  /// `ACE_INET_Addr::set`, which waits for the system's name service, and takes the address that it
+  /// takes. Where ACE is built with IPv6 the IPv4 address of a name comes in mapped form
+  /// ("::ffff:10.1.1.1", family 10).
+  /// @param ip  replaced by the address found, an IPv6 one in full form
+  /// @return 2 for what `validateIPv4` accepts, `ip` unchanged; else the family of the address
+  ///         found; 0 when there is none, `ip` unchanged
   static int formatStringIP_DNS(std::string& ip);
-  /// Parses `text` into the address field of the `sockaddr_in` or `sockaddr_in6` at `sockaddr`.
-  /// @return inet_pton(3)'s result; -1 for bad arguments
+
+  /// Parses `text` into the address field of a socket address; its other fields stay as they are.
+  /// @param family    2 or 10
+  /// @param sockaddr  a `sockaddr_in` or `sockaddr_in6`, by `family`
+  /// @param len       at least 1; not compared with the record's size
+  /// @return 1; 0 when `text` is no address of that family (record unchanged), see inet_pton(3); -1
+  ///         for another family, a null pointer or a `len` below 1
   static int stringIPToAddress(int family, const char* text, void* sockaddr, int len);
-  /// Prints the address field of the record at `sockaddr` into `buf` of at least 48 bytes.
-  /// @return 0, or -1
+
+  /// Prints the address field of a socket address as inet_ntop(3) does, "::" not expanded. The
+  /// family that the record itself holds is not looked at.
+  /// @param family    2 or 10
+  /// @param sockaddr  a `sockaddr_in` or `sockaddr_in6`, by `family`; not modified
+  /// @param len       not negative; not compared with the record's size
+  /// @param bufLen    bytes of `buf`: at least 48, for IPv4 too
+  /// @return 0 and the NUL-terminated text in `buf`; -1, `buf` unchanged, for another family, a
+  ///         null pointer, a negative `len` or a smaller `bufLen`
   static int addressToStringIP(int family, void* sockaddr, int len, char* buf, int bufLen);
-  /// Appends a text for each IPv4 or IPv6 address of the machine's interfaces. Returns 0.
+
+  /// Appends a text for each IPv4 and IPv6 address of the machine's interfaces to `addresses`, in
+  /// the order of getifaddrs(3), loopback and repeated ones included; adds nothing when the system
+  /// gives no list.
+  ///
+  /// An IPv6 text is not the address: it shows the 16 bytes that begin four bytes into the socket
+  /// address, flow information first ("2001:db8:1:2:3:4:5:6" appears as "::2001:db8:1:2:3:4").
+  /// Each call leaves the list that it read allocated: a process that calls it for ever grows.
+  /// @return 0
   static int getAllIPAddr(std::list<std::string>& addresses);
+
   /// Finds the interface that carries the IPv6 address `ip`, any form that inet_pton(3) reads; the
   /// kernel's first one wins, see getifaddrs(3). `ip` is left in full form ("fe80:0:0:0:0:0:0:1"),
   /// also when no interface carries it. Each call leaves the list that it read allocated: a process
   /// that calls it for ever grows.
   /// @return 0 and the name in `interfaceName`; -1 (`interfaceName` unchanged) when `ip` is not
-  /// IPv6
-  ///         (`ip` unchanged too) or no interface carries it
+  ///         IPv6 (`ip` unchanged too) or no interface carries it
   static int getInterfaceOfIPV6(std::string& ip, std::string& interfaceName);
   /// Finds the MAC address of the interface that carries the IPv6 address `ip`, which is left in
   /// full form. Where `isZirel` is true it answers as `getZirelMacAddrOfIPV6`; elsewhere it finds
@@ -184,20 +222,28 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// "/sbin/ifconfig" that holds the interface's name, whose older form has the address there. The
   /// name becomes part of a shell command as it stands: who may name interfaces may run commands.
   /// @return 0 and the bytes in `*mac`; also 0, `*mac` unchanged, when the tool is missing or gives
-  /// no
-  ///         line for an interface that was found; -1 (`*mac` unchanged) when `ip` is not IPv6, no
-  ///         interface carries it, or the column holds no address
+  ///         no line for an interface that was found; -1 (`*mac` unchanged) when `ip` is not IPv6,
+  ///         no interface carries it, or the column holds no address
   static int getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAddress* mac);
   /// Finds the MAC address of the interface that carries `ip` in the output of
   /// "/usr/sbin/ifconfig -a", the newer form ("ether" lines).
   /// @param ip  the address in the full form of `formatStringIP`; no other form matches
   /// @return 0 and the bytes in `*mac`: of all interfaces whose name is part of the carrier's name,
-  /// in
-  ///         name order, the last one's ("eth1" also answers for "eth10" where that has no
+  ///         in name order, the last one's ("eth1" also answers for "eth10" where that has no
   ///         address); -1 (`*mac` unchanged) when there is none or the tool printed nothing
   static int getZirelMacAddrOfIPV6(const std::string& ip, Vexacommon::LocalMACAddress* mac);
-  /// Appends the addresses of the cluster's remote-client nodes to `ipList`.
-  /// @return 0; -1 when the node list cannot be found or parsed
+
+  /// Appends the addresses of the cluster's remote-client nodes to `ipList`, as they stand in the
+  /// node list and not checked: nodes in the byte order of their names, each one's addresses in the
+  /// file's order, repeated ones kept. An element without "IP" gives "".
+  ///
+  /// The node list is the JSON file at `QORV_ROOT` + "/etc/sysconf/nodelists.json", read on every
+  /// call. A node counts where "RemoteClient" in its "extAttr" is "true" (or the JSON value true)
+  /// and nothing else. Threads as `VexaCommonUtils::Vexagetenv`.
+  /// @return 0, also when no node counts; -1, `ipList` unchanged, when the variable is not set or
+  ///         the file cannot be read or parsed, one nested deeper than 1000 levels included
+  /// @throws Json::LogicError (a std::exception) for a document of the wrong kinds, such as an
+  ///         array for "nodeList"; `ipList` then holds the nodes before the one at fault, whole
   static int GetAllWebswingNodeIPs(std::list<std::string>& ipList);
 
   // Commands

@@ -30,25 +30,33 @@ class VEXA_EXPORT CMACAddress {
 };
 
 // Address text
+//
+// By text alone: no state, no look-up; any thread may call. Addresses are those of RFC 791 in
+// dotted form and of RFC 4291, section 2.2.
 
 /// Lax test of a dotted IPv4 text: true when, after trimming " \t\r\n", its non-empty fields
-/// between "." are exactly four and all decimal digits. There is no range check: it only tells a
-/// dotted IPv4 text from an IPv6 text ("999.1.1.1" and ".1..2.3.4." pass).
+/// between "." are exactly four and all decimal digits. There is no range check and no limit of
+/// length: it only tells a dotted IPv4 text from an IPv6 text ("999.1.1.1" and ".1..2.3.4." pass).
+/// See `VexaCommonUtils::isValidIP` for the strict test.
 /// @throws std::logic_error when `ip` is null
 VEXA_EXPORT bool CheckIp(const char* ip);
 
 /// Expands the first "::" of `ip` in place into as many "0" groups as make eight colon-separated
 /// groups ("fe80::1" becomes "fe80:0:0:0:0:0:0:1"). A text that is empty, holds a "." or has no
-/// "::" stays as it is; so does a zone suffix behind the last group.
+/// "::" stays as it is; a zone suffix behind the last group is carried along. Nothing else is
+/// checked: beside seven other colons "::" gives more than eight groups, and the case of digits
+/// stays.
 VEXA_EXPORT void FullNameIp(std::string& ip);
 
-/// Cuts the NUL-terminated address text in `buf` in place to the bare address: the text between
-/// square brackets, or an IPv4 text up to its ":", IPv6 text expanded as by `FullNameIp`.
+/// Cuts the NUL-terminated address text in `buf` in place to the bare address. Of a text with "["
+/// that is what stands up to the first "]" ("[fe80::1]:80"; the whole text when there is none),
+/// expanded by `FullNameIp`; of any other text with "." what stands before its first ":"
+/// ("10.1.1.1:80"); any other text is expanded by `FullNameIp`.
 /// @param buf   the text; its array holds at least `size` bytes
 /// @param size  bytes of `buf` that may be written; all of them are zeroed before the copy. A
 ///              result of exactly `size` bytes is copied without a terminator.
 /// @return 0; -1 when `buf` is null, `size` is 0 or less (nothing is written then), or the result
-///         is longer than `size` (`buf` is left zeroed)
+///         is longer than `size` (the `size` bytes are left zero)
 VEXA_EXPORT int TrimStringIp(char* buf, int size);
 
 // Netmasks and interfaces
@@ -60,8 +68,7 @@ VEXA_EXPORT int TrimStringIp(char* buf, int size);
 /// first 50 addresses of the machine are seen, each address of an interface counting as one, those
 /// of interfaces that are down included; the first that is `ip` wins.
 /// @param ip  the address in the kernel's own text: no blanks, no leading zeros. Text behind a NUL
-/// is
-///            not looked at.
+///            is not looked at.
 /// @return 0 and the dotted mask in `netmask`; -1 and "" when no address is `ip` or when a system
 ///         call fails
 VEXA_EXPORT int GetNetmaskByIpUseioctl(const std::string& ip, std::string& netmask);
@@ -71,16 +78,13 @@ VEXA_EXPORT int GetNetmaskByIpUseioctl(const std::string& ip, std::string& netma
 /// counts); eight hexadecimal digits without prefix are taken too. A line of 10.1.2.30 holds
 /// 10.1.2.3 as well. "ifconfig" is looked up on `PATH`.
 /// @param ip  becomes part of a shell command, between single quotes and otherwise as it stands,
-/// and
-///            is a basic regular expression of grep(1) there: callers must have checked that it
-///            holds nothing but digits, dots and blanks, as `CheckIp` does. With a line end inside,
-///            every line of the tool matches.
+///            and is a basic regular expression of grep(1) there: callers must have checked that
+///            it holds nothing but digits, dots and blanks, as `CheckIp` does. With a line end
+///            inside, every line of the tool matches.
 /// @return 0 and the mask in `netmask`, tested no further than by `CheckIp`; -1 and "" when the
-/// tool
-///         cannot be run, prints no such line, or the mask is neither dotted nor hexadecimal
+///         tool cannot be run, prints no such line, or the mask is neither dotted nor hexadecimal
 /// @throws std::out_of_range ("basic_string::substr") when the lines hold no mask text or one of
-/// less
-///         than six characters that is not dotted; `netmask` is unchanged then
+///         less than six characters that is not dotted; `netmask` is unchanged then
 VEXA_EXPORT int GetNetmaskByIpUseifconfig(const std::string& ip, std::string& netmask);
 
 /// Cuts the prefix length off an IPv6 address as tools print it: sets `address` to the part of
@@ -127,8 +131,7 @@ VEXA_EXPORT int GetEther(std::string line, Vexacommon::LocalMACAddress* mac);
 /// Reads the address in the newer tool's form: it is the field behind the first field "ether",
 /// fields standing between blanks (0x20), and is read as by `GetEther`.
 /// @return 0 and the bytes in `*mac`; -1 when there is no such field or it has not exactly six
-/// parts
-///         (`*mac` unchanged)
+///         parts (`*mac` unchanged)
 VEXA_EXPORT int GetZirelEther(const std::string& line, Vexacommon::LocalMACAddress* mac);
 
 #endif

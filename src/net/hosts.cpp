@@ -60,9 +60,10 @@ std::string addressText(const sockaddr* address) {
 std::string firstAddress(const std::string& name) {
   Resolved host;
   if (name.empty() || !host.byName(name.c_str())) return {};
-  // The entry's own length bounds the copy here, so the record has room for the longest address.
+  // The entry's own length bounds the copy here: a longer address than IPv4's counts by its start.
   std::array<unsigned char, sizeof(in6_addr)> bytes{};
   const auto length = static_cast<std::size_t>(host.entry.h_length);
+  if (length > bytes.size()) return {};
   if (memcpy_s(bytes.data(), length, host.entry.h_addr_list[0], length) != 0) return {};
   in_addr address{};
   std::memcpy(&address, bytes.data(), sizeof(address));

@@ -163,4 +163,38 @@ TEST(ClusterNodes, LetsTheJsonLibrarysExceptionThroughWithoutHalfANode) {
   }
 }
 
+TEST(ClusterNodes, TakesAnyTextAsItStands) {
+  const struct {
+    std::string json;
+    std::string ip;
+  } rows[] = {
+      {R"("$(reboot);`id`|\n\"")", "$(reboot);`id`|\n\""},
+      {R"("a\u0000b")", std::string("a\0b", 3)},
+      {"\"" + std::string(1 << 20, '9') + "\"", std::string(1 << 20, '9')},
+      {R"(" 10.0.0.1 ")", " 10.0.0.1 "},
+      {"12", "12"},
+      {"true", "true"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.json.substr(0, 30));
+    const Answer answer =
+        ask("{\"nodeList\":{" + node("n", "\"true\"", "[{\"IP\":" + row.json + "}]") + "}}");
+    EXPECT_EQ(0, answer.result);
+    EXPECT_THAT(answer.addresses, ElementsAre("before", row.ip));
+  }
+}
+
+TEST(ClusterNodes, ReadsManyNodes) {
+  std::string nodes;
+  for (int i = 0; i < 20000; ++i) {
+    if (i > 0) nodes += ',';
+    nodes += node(std::to_string(100000 + i), i % 2 == 0 ? "true" : "false",
+                  "[{\"IP\":\"" + std::to_string(i) + "\"}]");
+  }
+  const Answer answer = ask("{\"nodeList\":{" + nodes + "}}");
+  EXPECT_EQ(0, answer.result);
+  EXPECT_EQ(10001U, answer.addresses.size());
+  EXPECT_EQ("19998", answer.addresses.back());
+}
+
 }  // namespace

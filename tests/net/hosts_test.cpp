@@ -1,14 +1,242 @@
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/syscall.h>
 #include <sys/utsname.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <list>
 #include <string>
+#include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "net/fake_kernel.h"
 
 namespace {
+
+using commutil_test::FakeKernel;
+using testing::ElementsAre;
+
+/// A resolver and a uname(2) that answer as a test tells them; while one exists, the requests of
+/// this process come here.
+struct FakeSystem {
+  FakeSystem() { current = this; }
+  ~FakeSystem() { current = nullptr; }
+  FakeSystem(const FakeSystem&) = delete;
+  FakeSystem& operator=(const FakeSystem&) = delete;
+
+  int answer(char* buffer, std::size_t size, hostent* entry, hostent** answered) {
+    ++requests;
+    sawZeroedBuffer =
+        size == 4096 && std::all_of(buffer, buffer + size, [](char c) { return c == 0; });
+    *entry = host;
+    *answered = hasResult ? entry : nullptr;
+    return result;
+  }
+
+  static FakeSystem* current;
+  bool unameFails = false;
+  int result = 0;
+  bool hasResult = true;
+  hostent host{};
+  int requests = 0;
+  bool sawZeroedBuffer = false;
+};
+
+FakeSystem* FakeSystem::current = nullptr;
+
+template <class Function>
+Function* cLibrary(const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+int uname(utsname* system) noexcept {
+  if (FakeSystem::current != nullptr && FakeSystem::current->unameFails) {
+    errno = EFAULT;
+    return -1;
+  }
+  return static_cast<int>(::syscall(SYS_uname, system));
+}
+
+int gethostbyname_r(const char* name, hostent* entry, char* buffer, std::size_t size,
+                    hostent** result, int* error) {
+  if (FakeSystem::current != nullptr) {
+    return FakeSystem::current->answer(buffer, size, entry, result);
+  }
+  return cLibrary<decltype(gethostbyname_r)>("gethostbyname_r")(name, entry, buffer, size, result,
+                                                                error);
+}
+
+int gethostbyaddr_r(const void* address, socklen_t length, int family, hostent* entry, char* buffer,
+                    std::size_t size, hostent** result, int* error) {
+  if (FakeSystem::current != nullptr) {
+    return FakeSystem::current->answer(buffer, size, entry, result);
+  }
+  return cLibrary<decltype(gethostbyaddr_r)>("gethostbyaddr_r")(address, length, family, entry,
+                                                                buffer, size, result, error);
+}
+}
+
+namespace {
+
+/// A host of two addresses of `length` bytes each.
+class FakeHost {
+ public:
+  explicit FakeHost(int length) {
+    for (unsigned char i = 0; i < m_first.size(); ++i) m_first[i] = static_cast<char>(i + 1);
+    m_system.host.h_length = length;
+    m_system.host.h_addrtype = AF_INET;
+    m_system.host.h_addr_list = m_addresses.data();
+    m_system.host.h_name = m_name.data();
+  }
+  FakeSystem* operator->() { return &m_system; }
+
+ private:
+  std::array<char, 32> m_first{};
+  std::array<char, 32> m_second{};
+  std::array<char*, 3> m_addresses{m_first.data(), m_second.data(), nullptr};
+  std::string m_name = "official";
+  FakeSystem m_system;
+};
+
+TEST(FailingSystem, HasNoNames) {
+  FakeSystem system;
+  system.unameFails = true;
+  EXPECT_EQ("", VexaCommonUtils::hostname());
+  EXPECT_EQ("", VexaCommonUtils::sysname());
+  EXPECT_EQ("", VexaCommonUtils::hostipaddr());
+  EXPECT_EQ(0, system.requests) << "an empty name is not looked up";
+}
+
+TEST(Resolver, GetsAZeroedBufferOf4096Bytes) {
+  FakeHost host(4);
+  std::string text;
+  EXPECT_EQ("1.2.3.4", VexaCommonUtils::hostipaddr());
+  EXPECT_TRUE(host->sawZeroedBuffer);
+  EXPECT_EQ(0, VexaCommonUtils::getIPbyHostname("name", text));
+  EXPECT_EQ("1.2.3.4", text);
+  EXPECT_TRUE(host->sawZeroedBuffer);
+  EXPECT_EQ(0, VexaCommonUtils::getHostnamebyIP("1.2.3.4", text));
+  EXPECT_EQ("official", text);
+  EXPECT_TRUE(host->sawZeroedBuffer);
+  EXPECT_EQ(3, host->requests);
+}
+
+TEST(Resolver, FailsByItsCodeAndByAMissingResult) {
+  for (const bool hasResult : {true, false}) {
+    FakeHost host(4);
+    host->result = hasResult ? ERANGE : 0;
+    host->hasResult = hasResult;
+    EXPECT_EQ("", VexaCommonUtils::hostipaddr());
+    std::string text = "junk";
+    EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname("name", text));
+    EXPECT_EQ("", text);
+    text = "junk";
+    EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP("1.2.3.4", text));
+    EXPECT_EQ("", text);
+    EXPECT_EQ(3, host->requests) << "each asks once";
+  }
+}
+
+TEST(Resolver, LongAddressesAreNoneOfTheNodesOwn) {
+  for (const int length : {5, 16}) {
+    const FakeHost host(length);
+    EXPECT_EQ("", VexaCommonUtils::hostipaddr()) << length;
+    std::string ip = "junk";
+    EXPECT_EQ(0, VexaCommonUtils::getIPbyHostname("name", ip)) << length;
+    EXPECT_EQ("1.2.3.4", ip) << length;
+  }
+}
+
+TEST(Resolver, AddressesLongerThanAnyFamilysFail) {
+  for (const int length : {17, 32, -1}) {
+    const FakeHost host(length);
+    EXPECT_EQ("", VexaCommonUtils::hostipaddr()) << length;
+    std::string ip = "junk";
+    EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname("name", ip)) << length;
+    EXPECT_EQ("", ip) << length;
+  }
+}
+
+TEST(Resolver, AnAddressWithoutANameFails) {
+  FakeHost host(4);
+  host->host.h_name = nullptr;
+  std::string name = "junk";
+  EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP("1.2.3.4", name));
+  EXPECT_EQ("", name);
+}
+
+TEST(Resolver, IsNotAskedForTheZeroNetworkNorForNoName) {
+  FakeHost host(4);
+  std::string text;
+  EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP("0.1.2.3", text));
+  EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP("name", text));
+  EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname("", text));
+  EXPECT_EQ(0, host->requests);
+  EXPECT_EQ(0, VexaCommonUtils::getHostnamebyIP("1.0.0.0", text)) << "the first octet alone counts";
+}
+
+TEST(GetAllIPAddr, SkipsEntriesOfOtherFamiliesAndWithoutAnAddress) {
+  sockaddr_in v4{};
+  v4.sin_family = AF_INET;
+  v4.sin_addr.s_addr = htonl(0xFFFFFFFF);
+  sockaddr_in6 v6{};
+  v6.sin6_family = AF_INET6;
+  v6.sin6_flowinfo = htonl(0x11112222);
+  for (unsigned char i = 0; i < 16; ++i)
+    v6.sin6_addr.s6_addr[i] = static_cast<unsigned char>(0xA0 + i);
+  sockaddr packet{};
+  packet.sa_family = AF_PACKET;
+  std::array<ifaddrs, 5> entries{};
+  for (std::size_t i = 0; i + 1 < entries.size(); ++i) entries[i].ifa_next = &entries[i + 1];
+  entries[1].ifa_addr = &packet;
+  entries[2].ifa_addr = reinterpret_cast<sockaddr*>(&v6);
+  entries[3].ifa_addr = reinterpret_cast<sockaddr*>(&v4);
+  entries[4].ifa_addr = reinterpret_cast<sockaddr*>(&v6);
+  FakeKernel kernel([&entries](ifaddrs** list) {
+    *list = entries.data();
+    return 0;
+  });
+  std::list<std::string> addresses{"before"};
+  EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
+  constexpr const char* kShifted = "1111:2222:a0a1:a2a3:a4a5:a6a7:a8a9:aaab";
+  EXPECT_THAT(addresses, ElementsAre("before", kShifted, "255.255.255.255", kShifted));
+  EXPECT_EQ(0, kernel.freedLists) << "the list is kept by contract";
+}
+
+TEST(GetAllIPAddr, AddsNothingWithoutAList) {
+  const FakeKernel kernel([](ifaddrs** list) {
+    *list = nullptr;
+    return -1;
+  });
+  std::list<std::string> addresses{"before"};
+  EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
+  EXPECT_THAT(addresses, ElementsAre("before"));
+}
+
+TEST(GetIPbyHostname, FindsTheLoopbackAddress) {
+  std::string ip;
+  EXPECT_EQ(0, VexaCommonUtils::getIPbyHostname("localhost", ip));
+  EXPECT_EQ("127.0.0.1", ip);
+}
+
+TEST(Hosts, TakeTextsOf1MiB) {
+  std::string text(1 << 20, 'a');
+  EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname(text, text));
+  text.assign(1 << 20, '1');
+  EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP(text, text));
+  EXPECT_EQ("", text);
+}
 
 TEST(Hostname, IsTheNodeName) {
   utsname system{};

@@ -99,6 +99,9 @@ TEST(CheckIp, IsDeliberatelyLax) {
       {"....", false},
       {"-1.2.3.4", false},
       {"1.2.3.4;reboot", false},
+      {"1.2.3.$(id)", false},
+      {"1,2,3,4", false},
+      {"1.2.3.4\0.5"s, true},
       {"1.2.3.4\n1.2.3.4", false},
   };
   for (const Check& row : rows) EXPECT_EQ(row.valid, CheckIp(row.text.c_str())) << row.text;
@@ -259,6 +262,12 @@ TEST(TrimStringIp, LeavesTheBareAddress) {
       {"[::ffff:1.2.3.4]:80", 64, 0, "::ffff:1.2.3.4"},
       {"x[1::2]y[3::4]", 64, 0, "1:0:0:0:0:0:0:2"},
       {"]a[1::2", 64, 0, "1:0:0:0:0:0:0:2"},
+      {"[1::2]:80]", 64, 0, "1:0:0:0:0:0:0:2"},
+      {"10.1.1.1[2::3]", 64, 0, "2:0:0:0:0:0:0:3"},
+      {"[10.1.1.1]:80", 64, 0, "10.1.1.1"},
+      {"[1::2%eth0.5]:80", 64, 0, "1::2%eth0.5"},
+      {"10.1.1.1:", 64, 0, "10.1.1.1"},
+      {":10.1.1.1", 64, 0, ""},
       {"[]", 64, 0, ""},
       {"fe80::1", 64, 0, "fe80:0:0:0:0:0:0:1"},
       {"fe80::1]", 64, 0, "fe80:0:0:0:0:0:0:1]"},
@@ -376,6 +385,50 @@ TEST(FormatStringIpDns, LeavesIPv4TextAndExpandsIPv6Literals) {
     EXPECT_EQ(row.family, VexaCommonUtils_i::formatStringIP_DNS(ip));
     EXPECT_EQ(row.formatted, ip);
   }
+}
+
+TEST(FormatStringIP, ReadsUpToANulAsTheParserDoes) {
+  std::string ip = "FE80::1\0junk"s;
+  EXPECT_EQ(10, VexaCommonUtils_i::formatStringIP(ip));
+  EXPECT_EQ("fe80:0:0:0:0:0:0:1", ip);
+  ip = "1.2.3.4\0"s;
+  EXPECT_EQ(0, VexaCommonUtils_i::formatStringIP(ip));
+  EXPECT_EQ("1.2.3.4\0"s, ip);
+}
+
+TEST(FullNameIp, TakesANulAsAnyByte) {
+  std::string ip = "a\0::b"s;
+  FullNameIp(ip);
+  EXPECT_EQ("a\0:0:0:0:0:0:0:b"s, ip);
+}
+
+TEST(IpAddresses, TakeTextsOf1MiB) {
+  constexpr std::size_t kLength = 1 << 20;
+  for (const char byte : {'1', '.', ':', '[', ']', ' ', ';', '\xff'}) {
+    SCOPED_TRACE(byte);
+    const std::string text(kLength, byte);
+    EXPECT_FALSE(VexaCommonUtils::isValidIP(text));
+    EXPECT_FALSE(CheckIp(text.c_str()));
+    std::vector<unsigned char> octets;
+    EXPECT_EQ(-1, VexaCommonUtils_i::validateIPv4(text, octets));
+    EXPECT_THAT(octets, IsEmpty());
+    std::string ip = text;
+    EXPECT_EQ(0, VexaCommonUtils_i::formatStringIP(ip));
+    EXPECT_EQ(0, VexaCommonUtils_i::formatStringIP_DNS(ip));
+    EXPECT_EQ(text, ip);
+    FullNameIp(ip);
+    EXPECT_EQ(byte == ':' ? "0" + text.substr(1) : text, ip);
+    sockaddr_in6 record{};
+    EXPECT_EQ(0, VexaCommonUtils_i::stringIPToAddress(2, text.c_str(), &record, 16));
+    EXPECT_EQ(0, VexaCommonUtils_i::stringIPToAddress(10, text.c_str(), &record, 28));
+  }
+  EXPECT_TRUE(
+      CheckIp((std::string(kLength, '9') + ".1.1." + std::string(kLength, '.') + "1").c_str()));
+  std::vector<char> buf(kLength + 1, 'a');
+  buf.back() = '\0';
+  EXPECT_EQ(-1, TrimStringIp(buf.data(), static_cast<int>(kLength - 1)));
+  EXPECT_THAT(std::vector<char>(buf.begin(), buf.end() - 2), testing::Each('\0'));
+  EXPECT_EQ('a', buf[kLength - 1]) << "nothing is written beyond the size";
 }
 
 }  // namespace
