@@ -3,6 +3,8 @@
 // may be called from any thread, `Destory` only while nobody else is inside.
 #include "VexaLocale.h"
 
+#include <ace/Guard_T.h>
+
 #include <atomic>
 #include <clocale>
 #include <cstdio>
@@ -15,7 +17,7 @@ VexaLocale* VexaLocale::Instance() {
   if (VexaLocale* const made = instance.load(std::memory_order_acquire)) return made;
 
   // ACE leaves the error code of a lock that fails in errno; the work goes on unlocked then.
-  const bool locked = m_mutex.acquire_write() == 0;
+  const ACE_Write_Guard<ACE_RW_Thread_Mutex> guard(m_mutex);
   if (instance.load(std::memory_order_relaxed) == nullptr) {
     // Published before the locale is set: a thread on the unlocked path does not wait for it.
     instance.store(new VexaLocale, std::memory_order_release);
@@ -24,9 +26,7 @@ VexaLocale* VexaLocale::Instance() {
       std::fflush(stdout);
     }
   }
-  VexaLocale* const made = instance.load(std::memory_order_relaxed);
-  if (locked) m_mutex.release();
-  return made;
+  return instance.load(std::memory_order_relaxed);
 }
 
 char* VexaLocale::SetLocale(const char* name) { return std::setlocale(LC_ALL, name); }

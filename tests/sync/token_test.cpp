@@ -193,6 +193,18 @@ TEST(TokenQueue, FindsTheFirstEntryOfAThread) {
   EXPECT_EQ(&twoAgain, queue.find(2));
 }
 
+TEST(TokenEntry, StartsReservedAndAlone) {
+  ACE_Thread_Mutex mutex;
+  ACE_Condition_Attributes attributes;
+  Entry plain(mutex, 7);
+  Entry withAttributes(mutex, 7, attributes);
+  for (Entry* entry : {&plain, &withAttributes}) {
+    EXPECT_EQ(nullptr, fieldsOf(*entry).next);
+    EXPECT_EQ(7UL, fieldsOf(*entry).threadId);
+    EXPECT_EQ(0, fieldsOf(*entry).runable);
+  }
+}
+
 TEST(TokenEntry, WaitsUntilSignalledOrTheDeadline) {
   ACE_Thread_Mutex mutex;
   ACE_Condition_Attributes attributes;
@@ -246,6 +258,8 @@ TEST(Token, GrabLeavesTheMutexLocked) {
   EXPECT_EQ(0, token.grab());
   EXPECT_EQ(-1, fieldsOf(token).lock.tryacquire());
   EXPECT_EQ(1, fieldsOf(token).waiterCount);
+  ASSERT_NE(nullptr, fieldsOf(token).head);
+  EXPECT_EQ(pthread_self(), fieldsOf(*fieldsOf(token).head).threadId);
   EXPECT_EQ(0, token.letgo());
   EXPECT_EQ(0, fieldsOf(token).lock.tryacquire());
   fieldsOf(token).lock.release();
@@ -360,6 +374,7 @@ TEST(Token, HeadThatOnlyReservedIsHandedTheTokenFree) {
   token.release();
   EXPECT_EQ(0, fieldsOf(token).inUse);
   EXPECT_EQ(head.id(), fieldsOf(token).owner);
+  EXPECT_EQ(1, runableOfHead(token));
   awaitSleepOf(token);
   EXPECT_FALSE(second.isDone());
   head.start();

@@ -1,5 +1,6 @@
 #include "VexaLocale.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
@@ -8,6 +9,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cwchar>
+#include <functional>
 #include <random>
 #include <string>
 #include <thread>
@@ -45,6 +47,9 @@ ACE_RW_Thread_Mutex& localeMutex();
 VexaLocale*& localeInstance();
 template struct MutexOf<&VexaLocale::m_mutex>;
 template struct InstanceOf<&VexaLocale::m_instance>;
+
+/// What `setlocale` is told to do before its work.
+std::function<void()> g_beforeSetlocale;
 
 TEST(Locale, IsCreatedOnceAndFollowsTheEnvironment) {
   runInChild([] {
@@ -172,6 +177,25 @@ TEST(Locale, ReleasesTheLock) {
     nameLocale("C.UTF-8");
     VexaLocale::Instance();
     EXPECT_EQ(0, localeMutex().tryacquire_write());
+  });
+}
+
+TEST(Locale, IsPublishedUnderTheLockBeforeTheLocaleIsSet) {
+  runInChild([] {
+    nameLocale("C.UTF-8");
+    int calls = 0;
+    g_beforeSetlocale = [&calls] {
+      ++calls;
+      VexaLocale* const instance = localeInstance();
+      EXPECT_NE(nullptr, instance);
+      std::thread([instance] {
+        EXPECT_EQ(instance, VexaLocale::Instance());  // does not wait for the locale
+        EXPECT_EQ(-1, localeMutex().tryacquire_write());
+      }).join();
+    };
+    VexaLocale::Instance();
+    g_beforeSetlocale = nullptr;
+    EXPECT_EQ(1, calls);
   });
 }
 
@@ -462,3 +486,11 @@ TEST(Charset, Utf8IsTakenForTheLocalesEncoding) {
 }
 
 }  // namespace
+
+/// Stands before the C library's own, for the library under test too.
+extern "C" char* setlocale(int category, const char* name) noexcept {
+  if (g_beforeSetlocale) g_beforeSetlocale();
+  static const auto real =
+      reinterpret_cast<char* (*)(int, const char*)>(dlsym(RTLD_NEXT, "setlocale"));
+  return real(category, name);
+}
