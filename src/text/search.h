@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -16,10 +17,10 @@ namespace commutil {
 class ByteSet {
  public:
   explicit ByteSet(std::string_view bytes) {
-    for (const char byte : bytes) m_contains[static_cast<unsigned char>(byte)] = true;
+    for (const char byte : bytes) m_words[word(byte)] |= bit(byte);
   }
 
-  bool contains(char byte) const { return m_contains[static_cast<unsigned char>(byte)]; }
+  bool contains(char byte) const { return (m_words[word(byte)] & bit(byte)) != 0; }
 
   /// The position of the first byte of `text` at or after `from` that is not in the set, the
   /// text's length when there is none.
@@ -29,7 +30,12 @@ class ByteSet {
   }
 
  private:
-  std::array<bool, 256> m_contains{};
+  static std::size_t word(char byte) { return static_cast<unsigned char>(byte) / 64U; }
+  static std::uint64_t bit(char byte) {
+    return std::uint64_t{1} << (static_cast<unsigned char>(byte) % 64U);
+  }
+
+  std::array<std::uint64_t, 4> m_words{};  // cheaper to clear than 256 bytes, for short texts
 };
 
 /// Finds a text as a whole, in time linear in what is searched.

@@ -2,11 +2,9 @@
 
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <string>
 
 #include "platform/bounded.h"
-#include "text/search.h"
 
 namespace commutil {
 
@@ -23,7 +21,7 @@ class Tokens {
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): clearing the buffers would cost more
   Tokens(const std::string& text, const std::string& delims)
       : m_copied(strncpy_s(m_text, sizeof m_text, text.c_str(), kSplitLimit) == 0) {
-    if (m_copied) find(ByteSet({delims.c_str(), std::strlen(delims.c_str()) + 1}));
+    if (m_copied) find(delims.c_str());
   }
 
   bool copied() const { return m_copied; }
@@ -32,17 +30,21 @@ class Tokens {
   const Token* end() const { return begin() + m_count; }
 
  private:
-  // `ends` holds the delimiters and NUL.
-  void find(const ByteSet& ends) {
+  void find(const char* delims) {
+    std::array<bool, 256> ends{};  // what ends a token: the delimiters and NUL
+    for (const char* delim = delims; *delim != '\0'; ++delim) ends[index(*delim)] = true;
+    ends[0] = true;
     const char* at = m_text;
     while (true) {
-      while (*at != '\0' && ends.contains(*at)) ++at;
+      while (*at != '\0' && ends[index(*at)]) ++at;
       if (*at == '\0') return;
       const char* const begin = at;
-      while (!ends.contains(*at)) ++at;
+      while (!ends[index(*at)]) ++at;
       m_tokens[m_count++] = {begin, static_cast<std::size_t>(at - begin)};
     }
   }
+
+  static std::size_t index(char byte) { return static_cast<unsigned char>(byte); }
 
   char m_text[kSplitLimit + 1];
   std::array<Token, kSplitLimit / 2> m_tokens;  // each but the last with a delimiter
