@@ -4,6 +4,7 @@
 #include <VexaLocks.h>
 #include <ace/Message_Block.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -55,7 +56,7 @@ void put(VexaToken_Message_Queue& queue, int number) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int workers = argc > 1 ? std::atoi(argv[1]) : 4;
+  const int workers = argc > 1 ? std::max(1, std::atoi(argv[1])) : 4;
   const int messages = argc > 2 ? std::atoi(argv[2]) : 20;
 
   VexaToken token;
@@ -66,9 +67,9 @@ int main(int argc, char** argv) {
   pool.reserve(static_cast<std::size_t>(workers));
   for (int i = 0; i < workers; ++i) pool.emplace_back([&] { work(queue, token); });
   for (int number = 1; number <= messages; ++number) put(queue, number);
-  // One end for each worker, behind all the work.
+  // One end for each worker, behind all the work; the queue owns what it holds.
   for (int i = 0; i < workers; ++i) {
-    queue.enqueue_tail(new ACE_Message_Block(0, ACE_Message_Block::MB_STOP));
+    queue.enqueue_tail(new ACE_Message_Block(0, ACE_Message_Block::MB_STOP));  // NOLINT(*NewDeleteLeaks)
   }
   for (std::thread& worker : pool) worker.join();
   return 0;
