@@ -53,6 +53,11 @@ void put(VexaToken_Message_Queue& queue, int number) {
   queue.enqueue_tail(message);
 }
 
+void putEnd(VexaToken_Message_Queue& queue) {
+  auto* message = new ACE_Message_Block(sizeof(int), ACE_Message_Block::MB_STOP);
+  queue.enqueue_tail(message);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -67,10 +72,8 @@ int main(int argc, char** argv) {
   pool.reserve(static_cast<std::size_t>(workers));
   for (int i = 0; i < workers; ++i) pool.emplace_back([&] { work(queue, token); });
   for (int number = 1; number <= messages; ++number) put(queue, number);
-  // One end for each worker, behind all the work; the queue owns what it holds.
-  for (int i = 0; i < workers; ++i) {
-    queue.enqueue_tail(new ACE_Message_Block(0, ACE_Message_Block::MB_STOP));  // NOLINT(*NewDeleteLeaks)
-  }
+  // One end for each worker, behind all the work.
+  for (int i = 0; i < workers; ++i) putEnd(queue);
   for (std::thread& worker : pool) worker.join();
   return 0;
 }
