@@ -4,6 +4,7 @@
 #include <VexaLocks.h>
 #include <ace/Message_Block.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -52,10 +53,15 @@ void put(VexaToken_Message_Queue& queue, int number) {
   queue.enqueue_tail(message);
 }
 
+void putEnd(VexaToken_Message_Queue& queue) {
+  auto* message = new ACE_Message_Block(sizeof(int), ACE_Message_Block::MB_STOP);
+  queue.enqueue_tail(message);
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the queue owns it
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const int workers = argc > 1 ? std::atoi(argv[1]) : 4;
+  const int workers = argc > 1 ? std::max(1, std::atoi(argv[1])) : 4;
   const int messages = argc > 2 ? std::atoi(argv[2]) : 20;
 
   VexaToken token;
@@ -67,10 +73,7 @@ int main(int argc, char** argv) {
   for (int i = 0; i < workers; ++i) pool.emplace_back([&] { work(queue, token); });
   for (int number = 1; number <= messages; ++number) put(queue, number);
   // One end for each worker, behind all the work.
-  for (int i = 0; i < workers; ++i) {
-    auto* const end = new ACE_Message_Block(0, ACE_Message_Block::MB_STOP);
-    if (queue.enqueue_tail(end) == -1) end->release();
-  }
+  for (int i = 0; i < workers; ++i) putEnd(queue);
   for (std::thread& worker : pool) worker.join();
   return 0;
 }
