@@ -27,6 +27,19 @@ void becomeRootInUserNamespace() {
   writeFile("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1");
 }
 
+/// Makes a file to mount over where `target` is missing, on a copy of its folder in memory, so that
+/// nothing is left outside the namespace.
+void provideTarget(const std::string& target) {
+  if (std::filesystem::exists(target)) return;
+  const std::string folder = std::filesystem::path(target).parent_path().string();
+  const TempDir copy;
+  mountTmpfs(copy.path().string());
+  shell("cp -a " + folder + "/. " + copy.path().string());
+  bindOver(copy.path().string(), folder);
+  ASSERT_EQ(0, ::umount2(copy.path().c_str(), MNT_DETACH)) << std::strerror(errno);
+  writeFile(target, "");
+}
+
 }  // namespace
 
 void enterNamespaces(int flags) {
@@ -51,6 +64,7 @@ void replaceFile(const std::string& target, std::string_view content, unsigned m
   ::close(fd);
   writeFile(name, content);
   ASSERT_EQ(0, ::chmod(name.c_str(), mode)) << std::strerror(errno);
+  provideTarget(target);
   bindOver(name, target);
   ::unlink(name.c_str());
 }

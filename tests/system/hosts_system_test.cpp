@@ -47,7 +47,7 @@ void withHosts(const std::string& hosts, const std::string& nodeName,
 TEST(HostsOnTheSystem, ResolvesNamesToTheirFirstAddress) {
   withHosts(
       "10.1.1.1 several.example alias1 alias2\n10.1.1.2 several.example\n10.2.2.2 other\n"
-      "fe80::1 six.example\n",
+      "fe80::1 six.example\n127.0.0.1 localhost\n",
       "node", [] {
         const struct {
           const char* name;
@@ -56,6 +56,7 @@ TEST(HostsOnTheSystem, ResolvesNamesToTheirFirstAddress) {
         } rows[] = {{"several.example", 0, "10.1.1.1"},
                     {"alias2", 0, "10.1.1.1"},
                     {"other", 0, "10.2.2.2"},
+                    {"localhost", 0, "127.0.0.1"},
                     {"six.example", -1, ""},
                     {"unknown", -1, ""},
                     {"OTHER", 0, "10.2.2.2"}};
