@@ -70,7 +70,7 @@ bool query(const char* command, std::string& output) {
 int VexaCommonUtils::switchOmcUser() {
   if (::getuid() != 0) return 0;
   const ACE_Guard<ACE_Thread_Mutex> guard(switchMutex);
-  std::array<char, kUserBufferSize> buffer;
+  std::array<char, kUserBufferSize> buffer{};
   passwd entry{};
   if (!VexaCommonUtils_i::securityGetpwnam(kServiceUser, entry, buffer.data(), buffer.size())) {
     return -1;
