@@ -158,7 +158,8 @@ const bool kRegistered = [] {
   }
   constexpr int kLines = 26000;
   for (const wchar_t character : {L'a', L'\x4E2D'}) {
-    const std::wstring line = std::wstring(60, character) + L'\n';
+    std::wstring line(60, character);
+    line.push_back(L'\n');
     const std::string name =
         std::string("wide-put/") + (character == L'a' ? "26k-lines-ascii/" : "26k-lines-cjk/");
     registerWriting(name + "ours", writeOurs, line, kLines, ascii);
