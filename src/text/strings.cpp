@@ -4,6 +4,7 @@
 #include "VexaStringUtils.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -30,15 +31,43 @@ constexpr std::size_t kLabelColumns = 32;
 
 // Replacing
 
-// Returns `text` with each occurrence of what `finder` finds replaced by `to`.
-std::string replaced(std::string_view text, const Finder& finder, std::string_view to) {
-  std::size_t count = 0;
-  finder.forEach(text, [&count](std::size_t) { ++count; });
-  std::string result(text.size() - count * finder.length() + count * to.size(), '\0');
+// Where `finder` finds its text. A short text's occurrences are kept, so that it is searched once.
+class Occurrences {
+ public:
+  Occurrences(std::string_view text, const Finder& finder) : m_text(text), m_finder(finder) {
+    // The C library's search is the quickest to say that a long text holds none.
+    if (text.size() > kShort && finder.find(text, 0) == text.size()) return;
+    finder.forEach(text, [this](std::size_t at) {
+      if (m_size < m_kept.size()) m_kept[m_size] = at;
+      ++m_size;
+    });
+  }
+
+  std::size_t size() const { return m_size; }
+
+  template <class Visit>
+  void forEach(const Visit& visit) const {
+    if (m_size > m_kept.size()) return m_finder.forEach(m_text, visit);
+    std::for_each_n(m_kept.begin(), m_size, visit);
+  }
+
+ private:
+  static constexpr std::size_t kShort = 64;
+
+  std::string_view m_text;
+  const Finder& m_finder;
+  std::size_t m_size = 0;
+  std::array<std::size_t, 8> m_kept;
+};
+
+// Returns `text` with what was found replaced by `to`.
+std::string replaced(std::string_view text, const Finder& finder, const Occurrences& found,
+                     std::string_view to) {
+  std::string result(text.size() - found.size() * finder.length() + found.size() * to.size(), '\0');
   const commutil::RunCopier copy(text, result);
   char* out = result.data();
   std::size_t begin = 0;
-  finder.forEach(text, [&](std::size_t at) {
+  found.forEach([&](std::size_t at) {
     out = copy(out, text.substr(begin, at - begin));
     out = std::copy(to.begin(), to.end(), out);
     begin = at + finder.length();
@@ -55,8 +84,8 @@ void replaceAll(std::string& s, const std::string& from, const std::string& to) 
     finder.forEach(s, [&s, &to](std::size_t at) { std::memmove(&s[at], to.data(), to.size()); });
     return;
   }
-  if (finder.find(s, 0) == s.size()) return;
-  s = replaced(s, finder, to);
+  const Occurrences found(s, finder);
+  if (found.size() > 0) s = replaced(s, finder, found, to);
 }
 
 // Numbers
@@ -196,7 +225,8 @@ bool StringIsRight(const std::string& s) {
 
 std::string ReplaceChar(const std::string& s, char c, const std::string& rep) {
   const Finder finder(std::string_view(&c, 1));
-  return finder.find(s, 0) == s.size() ? s : replaced(s, finder, rep);
+  const Occurrences found(s, finder);
+  return found.size() == 0 ? s : replaced(s, finder, found, rep);
 }
 
 // Digits are summed with their weights modulo 2^64, so those from 16^16 on weigh nothing.
