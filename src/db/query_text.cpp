@@ -1,11 +1,10 @@
 // Database query text: quoting of string literals and escaping of LIKE patterns in the dialect of
 // the configured database, for processes that build SQL by hand. Re-entrant; no state, the database
 // type is asked on every call.
-#include <strings.h>
+#include <algorithm>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "VexaStringUtils.h"
 #include "platform/byte_blocks.h"
 
 namespace {
@@ -16,6 +15,17 @@ using commutil::rewriteBytes;
 constexpr AnyOf<'\''> kQuote;
 constexpr AnyOf<'%', '_', '\\'> kBackslashEscaped;
 constexpr AnyOf<'%', '_', '[', ']'> kBracketed;
+
+/// Whether a database type is `name`, which is in small letters, in any case.
+bool isType(std::string_view type, std::string_view name) {
+  constexpr char kSmall = 'a' - 'A';
+  return std::equal(type.begin(), type.end(), name.begin(), name.end(),
+                    [](char byte, char letter) { return (byte | kSmall) == letter; });
+}
+
+bool isOracleFamily(std::string_view type) {
+  return isType(type, "oracle") || isType(type, "tessarn");
+}
 
 char* writeDoubled(char* out, char byte) {
   *out++ = byte;
@@ -46,20 +56,19 @@ std::string VexaCommonUtils::transDBUpdateString(const std::string& text) {
 std::string VexaCommonUtils::transDBSearchString(const std::string& text) {
   if (text.empty()) return text;
   const std::string type = getDBType();
-  if (strcasecmp(type.c_str(), "oracle") == 0 || strcasecmp(type.c_str(), "tessarn") == 0) {
+  if (isOracleFamily(type.c_str())) {  // up to a NUL: here alone the type is taken as a C string
     return rewriteBytes(text, kBackslashEscaped, 2, writeEscaped);
   }
   return rewriteBytes(text, kBracketed, 3, writeBracketed);
 }
 
 std::string VexaCommonUtils::getEscapeString() {
-  const std::string type = ToUpper(getDBType());
-  return type == "ORACLE" || type == "TESSARN" ? " escape '\\' " : "";
+  return isOracleFamily(getDBType()) ? " escape '\\' " : "";
 }
 
 // A "tessarn" text is quoted and escaped here although an "oracle" text is not: callers rely on it.
 std::string VexaCommonUtils::TransferLikeSqlForSybAndMSSQL(const std::string& text) {
-  if (ToUpper(getDBType()) == "ORACLE") return text;
+  if (isType(getDBType(), "oracle")) return text;
   return transDBSearchString(transDBUpdateString(text));
 }
 

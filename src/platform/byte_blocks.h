@@ -3,6 +3,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -115,25 +116,33 @@ class RunCopier {
   const char* m_resultEnd;
 };
 
-/// Writes `text` at `out` with each byte of `set` written by `write(out, byte)`, which returns the
-/// place behind what it wrote, one byte at least. Returns the result's end.
+/// Writes the `length` bytes of a `block` at `out` with those of the `mask` written by
+/// `write(out, byte)`, which returns the place behind what it wrote. Runs are copied as whole
+/// blocks: both sides need room for one more. Returns the result's end.
+template <class Write>
+char* rewriteBlock(char* out, const char* block, std::size_t length, unsigned mask,
+                   const Write& write) {
+  std::size_t copied = 0;
+  for (; mask != 0; mask &= mask - 1) {
+    const auto hit = lowestBit(mask);
+    storeBlock(out, loadBlock(block + copied));
+    out = write(out + (hit - copied), block[hit]);
+    copied = hit + 1;
+  }
+  storeBlock(out, loadBlock(block + copied));
+  return out + (length - copied);
+}
+
+/// Writes `text` at `out` with each byte of `set` written by `write` (see `rewriteBlock`) as one
+/// byte at least. Returns the result's end.
 template <class Set, class Write>
 char* rewriteInto(char* out, std::string_view text, const Set& set, const Write& write) {
   const char* at = text.data();
   const char* const end = at + text.size();
-  // A run is copied as a whole block: while two blocks are left, it ends inside `text` and, since
-  // no less is left to write than to read, inside the result.
+  // While two blocks are left, a block's copies end inside `text` and, since no less is left to
+  // write than to read, inside the result.
   for (; end - at >= static_cast<std::ptrdiff_t>(2 * kBlockSize); at += kBlockSize) {
-    unsigned mask = blockMask(set(loadBlock(at)));
-    std::size_t copied = 0;
-    for (; mask != 0; mask &= mask - 1) {
-      const auto hit = lowestBit(mask);
-      storeBlock(out, loadBlock(at + copied));
-      out = write(out + (hit - copied), at[hit]);
-      copied = hit + 1;
-    }
-    storeBlock(out, loadBlock(at + copied));
-    out += kBlockSize - copied;
+    out = rewriteBlock(out, at, kBlockSize, blockMask(set(loadBlock(at))), write);
   }
   for (; at != end; ++at) {
     if (set(*at)) {
@@ -145,10 +154,31 @@ char* rewriteInto(char* out, std::string_view text, const Set& set, const Write&
   return out;
 }
 
-/// Returns `text` with each byte of `set` written as `width` bytes by `write` (see `rewriteInto`).
+constexpr std::size_t kShortText = 2 * kBlockSize;
+constexpr std::size_t kWidestByte = 3;
+
+/// `rewriteBytes` of a short text: in room of its own, where whole blocks may be copied throughout.
+template <class Set, class Write>
+std::string rewriteShort(std::string_view text, const Set& set, const Write& write) {
+  std::array<char, kShortText + kBlockSize> padded{};
+  std::array<char, kShortText * kWidestByte + kBlockSize> result;
+  std::copy(text.begin(), text.end(), padded.begin());
+  char* out = result.data();
+  for (std::size_t at = 0; at < text.size(); at += kBlockSize) {
+    const std::size_t length = std::min(kBlockSize, text.size() - at);
+    const char* const block = padded.data() + at;
+    const unsigned mask = blockMask(set(loadBlock(block))) & ((1U << length) - 1);
+    out = rewriteBlock(out, block, length, mask, write);
+  }
+  return std::string(result.data(), out);
+}
+
+/// Returns `text` with each byte of `set` written as `width` bytes, three at most, by `write` (see
+/// `rewriteBlock`).
 template <class Set, class Write>
 std::string rewriteBytes(std::string_view text, const Set& set, std::size_t width,
                          const Write& write) {
+  if (text.size() <= kShortText) return rewriteShort(text, set, write);
   const std::size_t hits = countBytes(text, set);
   if (hits == 0) return std::string(text);
   std::string result(text.size() - hits + hits * width, '\0');
