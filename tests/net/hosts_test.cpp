@@ -35,8 +35,9 @@ struct FakeSystem {
     ++requests;
     sawZeroedBuffer =
         size == 4096 && std::all_of(buffer, buffer + size, [](char c) { return c == 0; });
-    *entry = host;
-    *answered = hasResult ? entry : nullptr;
+    if (!answersElsewhere) *entry = host;
+    *answered = answersElsewhere ? &host : entry;
+    if (!hasResult) *answered = nullptr;
     return result;
   }
 
@@ -44,6 +45,7 @@ struct FakeSystem {
   bool unameFails = false;
   int result = 0;
   bool hasResult = true;
+  bool answersElsewhere = false;  // not in the record that the caller offers
   hostent host{};
   int requests = 0;
   bool sawZeroedBuffer = false;
@@ -146,6 +148,17 @@ TEST(Resolver, FailsByItsCodeAndByAMissingResult) {
     EXPECT_EQ("", text);
     EXPECT_EQ(3, host->requests) << "each asks once";
   }
+}
+
+TEST(Resolver, AnswersWhereItsResultPointsTo) {
+  FakeHost host(4);
+  host->answersElsewhere = true;
+  std::string text;
+  EXPECT_EQ("1.2.3.4", VexaCommonUtils::hostipaddr());
+  EXPECT_EQ(0, VexaCommonUtils::getIPbyHostname("name", text));
+  EXPECT_EQ("1.2.3.4", text);
+  EXPECT_EQ(0, VexaCommonUtils::getHostnamebyIP("1.2.3.4", text));
+  EXPECT_EQ("official", text);
 }
 
 TEST(Resolver, LongAddressesAreNoneOfTheNodesOwn) {
