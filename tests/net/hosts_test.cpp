@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <list>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -95,7 +96,7 @@ namespace {
 class FakeHost {
  public:
   explicit FakeHost(int length) {
-    for (unsigned char i = 0; i < m_first.size(); ++i) m_first[i] = static_cast<char>(i + 1);
+    std::iota(m_first.begin(), m_first.end(), '\1');
     m_system.host.h_length = length;
     m_system.host.h_addrtype = AF_INET;
     m_system.host.h_addr_list = m_addresses.data();
