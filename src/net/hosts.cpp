@@ -62,9 +62,9 @@ std::string firstAddress(const std::string& name) {
   if (name.empty() || !host.byName(name.c_str())) return {};
   // The entry's own length bounds the copy here: a longer address than IPv4's counts by its start.
   std::array<unsigned char, sizeof(in6_addr)> bytes{};
-  const auto length = static_cast<std::size_t>(host.entry.h_length);
+  const auto length = static_cast<std::size_t>(host.result->h_length);
   if (length > bytes.size()) return {};
-  if (memcpy_s(bytes.data(), length, host.entry.h_addr_list[0], length) != 0) return {};
+  if (memcpy_s(bytes.data(), length, host.result->h_addr_list[0], length) != 0) return {};
   in_addr address{};
   std::memcpy(&address, bytes.data(), sizeof(address));
   return ::inet_ntoa(address);
@@ -91,8 +91,8 @@ std::string VexaCommonUtils::hostipaddr() {
   Resolved host;
   if (!host.byName(name.c_str())) return {};
   in_addr address{};
-  const auto length = static_cast<std::size_t>(host.entry.h_length);
-  if (memcpy_s(&address, sizeof(address), host.entry.h_addr_list[0], length) != 0) return {};
+  const auto length = static_cast<std::size_t>(host.result->h_length);
+  if (memcpy_s(&address, sizeof(address), host.result->h_addr_list[0], length) != 0) return {};
   return ::inet_ntoa(address);
 }
 
@@ -108,8 +108,8 @@ int VexaCommonUtils::getHostnamebyIP(const std::string& ip, std::string& name) {
   // Only the first octet is looked at: every address in 0.0.0.0/8 is refused.
   if (!parsed || (ntohl(address.s_addr) >> 24) == 0) return -1;
   Resolved host;
-  if (!host.byAddress(address) || host.entry.h_name == nullptr) return -1;
-  name = host.entry.h_name;
+  if (!host.byAddress(address) || host.result->h_name == nullptr) return -1;
+  name = host.result->h_name;
   return 0;
 }
 

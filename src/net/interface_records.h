@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fcntl.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -17,7 +18,10 @@ static_assert(sizeof(ifreq) == 40, "the look-ups count on records of 40 bytes");
 
 /// A socket to send interface requests through; empty when the system has none left.
 inline Descriptor interfaceSocket() {
-  return Descriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  // The plain type is the contract's; close-on-exec comes in a step of its own.
+  Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
+  if (socket) ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
+  return socket;
 }
 
 /// Fills `records`, which has room for `room` of them, with one record for each interface address

@@ -23,7 +23,7 @@ constexpr int kMaxToolLine = 1022;
 
 std::list<std::string> toolLines() {
   std::list<std::string> lines;
-  const commutil::PipeStream stream(::popen("/usr/sbin/ifconfig -a", "re"));
+  const commutil::PipeStream stream = commutil::openPipe("/usr/sbin/ifconfig -a", "r");
   if (!stream) return lines;
   std::array<char, kMaxToolLine + 1> line{};
   while (std::fgets(line.data(), static_cast<int>(line.size()), stream.get()) != nullptr) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <ifaddrs.h>
 #include <unistd.h>
 
@@ -66,5 +67,14 @@ using PipeStream = std::unique_ptr<std::FILE, HandleCloser<std::FILE, &::pclose>
 using DirectoryHandle = std::unique_ptr<DIR, HandleCloser<DIR, &::closedir>>;
 using InterfaceList = std::unique_ptr<ifaddrs, HandleCloser<ifaddrs, &::freeifaddrs>>;
 using MallocBlock = std::unique_ptr<void, HandleCloser<void, &std::free>>;
+
+/// Starts a shell command with a stream on its output (mode "r") or its input ("w") that no other
+/// child inherits; empty when it cannot be started.
+inline PipeStream openPipe(const char* command, const char* mode) {
+  // The plain modes are the contract's: close-on-exec comes in a step of its own.
+  PipeStream stream(::popen(command, mode));
+  if (stream) ::fcntl(::fileno(stream.get()), F_SETFD, FD_CLOEXEC);
+  return stream;
+}
 
 }  // namespace commutil

@@ -129,8 +129,7 @@ int VexaCommonUtils::system(const char* command) {
   ::sigemptyset(&saved);
   setSignalMask(none, &saved);
   ::signal(SIGCHLD, SIG_DFL);
-  // Close-on-exec, or a child that another thread starts meanwhile keeps the command's input open.
-  PipeStream stream(::popen(command, "we"));
+  PipeStream stream = commutil::openPipe(command, "w");
   if (!stream) return -1;  // the empty mask stays: callers know it
   int status = ::pclose(stream.release());
   if (status == -1 && errno == ECHILD) status = 0;
@@ -174,14 +173,15 @@ int VexaCommonUtils_i::pclose_s(std::FILE* stream) { return ::pclose(stream); }
 
 int VexaCommonUtils_i::getSystemExecResult(const char* command, std::string& result) {
   result.clear();
-  const PipeStream stream(::popen(command, "re"));
+  const PipeStream stream = commutil::openPipe(command, "r");
   if (!stream) return -1;
   OutputText output(result);
   const auto block = std::make_unique_for_overwrite<char[]>(kReadBlockSize);
-  for (;;) {
-    const ssize_t count = ::read(::fileno(stream.get()), block.get(), kReadBlockSize);
-    if (count > 0) output.append({block.get(), static_cast<std::size_t>(count)});
-    if (count == 0 || (count < 0 && errno != EINTR)) break;  // an error never becomes end of file
+  while (std::feof(stream.get()) == 0) {
+    output.append({block.get(), std::fread(block.get(), 1, kReadBlockSize, stream.get())});
+    if (std::ferror(stream.get()) == 0) continue;
+    if (errno != EINTR) break;  // an error never becomes end of file
+    std::clearerr(stream.get());
   }
   return result.empty() ? -1 : 0;
 }

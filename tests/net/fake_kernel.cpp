@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
@@ -64,6 +65,11 @@ using commutil_test::cLibrary;
 using commutil_test::currentKernel;
 
 extern "C" {
+
+int socket(int domain, int type, int protocol) noexcept {
+  if (currentKernel != nullptr) currentKernel->sockets.push_back({domain, type, protocol});
+  return cLibrary<int(int, int, int)>("socket")(domain, type, protocol);
+}
 
 int ioctl(int fd, unsigned long request, ...) noexcept {
   std::va_list args;

@@ -5,6 +5,7 @@
 
 #include <arpa/inet.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
@@ -12,9 +13,9 @@
 #include <string>
 #include <vector>
 
-// A kernel that answers interface requests as a test tells it: the test program's own `ioctl`,
-// `getifaddrs` and `freeifaddrs` stand before the C library's. Include it in one source of a
-// program.
+// A kernel that answers interface requests as a test tells it: the test program's own `socket`,
+// `ioctl`, `getifaddrs` and `freeifaddrs` stand before the C library's. Include it in one source of
+// a program.
 
 namespace commutil_test {
 
@@ -35,6 +36,7 @@ class FakeKernel {
   const Ioctl& onIoctl() const { return m_ioctl; }
   const Getifaddrs& onGetifaddrs() const { return m_getifaddrs; }
   int freedLists = 0;
+  std::vector<std::array<int, 3>> sockets;  ///< the arguments of each socket(2)
 
  private:
   Ioctl m_ioctl;

@@ -11,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <list>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -35,8 +36,9 @@ struct FakeSystem {
     ++requests;
     sawZeroedBuffer =
         size == 4096 && std::all_of(buffer, buffer + size, [](char c) { return c == 0; });
-    *entry = host;
-    *answered = hasResult ? entry : nullptr;
+    if (!answersElsewhere) *entry = host;
+    *answered = answersElsewhere ? &host : entry;
+    if (!hasResult) *answered = nullptr;
     return result;
   }
 
@@ -44,6 +46,7 @@ struct FakeSystem {
   bool unameFails = false;
   int result = 0;
   bool hasResult = true;
+  bool answersElsewhere = false;  // not in the record that the caller offers
   hostent host{};
   int requests = 0;
   bool sawZeroedBuffer = false;
@@ -93,7 +96,7 @@ namespace {
 class FakeHost {
  public:
   explicit FakeHost(int length) {
-    for (unsigned char i = 0; i < m_first.size(); ++i) m_first[i] = static_cast<char>(i + 1);
+    std::iota(m_first.begin(), m_first.end(), '\1');
     m_system.host.h_length = length;
     m_system.host.h_addrtype = AF_INET;
     m_system.host.h_addr_list = m_addresses.data();
@@ -146,6 +149,17 @@ TEST(Resolver, FailsByItsCodeAndByAMissingResult) {
     EXPECT_EQ("", text);
     EXPECT_EQ(3, host->requests) << "each asks once";
   }
+}
+
+TEST(Resolver, AnswersWhereItsResultPointsTo) {
+  FakeHost host(4);
+  host->answersElsewhere = true;
+  std::string text;
+  EXPECT_EQ("1.2.3.4", VexaCommonUtils::hostipaddr());
+  EXPECT_EQ(0, VexaCommonUtils::getIPbyHostname("name", text));
+  EXPECT_EQ("1.2.3.4", text);
+  EXPECT_EQ(0, VexaCommonUtils::getHostnamebyIP("1.2.3.4", text));
+  EXPECT_EQ("official", text);
 }
 
 TEST(Resolver, LongAddressesAreNoneOfTheNodesOwn) {

@@ -355,6 +355,15 @@ TEST(GetHWMACAddr, AddsNothingWhenTheKernelRefuses) {
   EXPECT_STREQ("kept", work.text);
 }
 
+TEST(GetHWMACAddr, AsksThroughOnePlainDatagramSocket) {
+  const FakeKernel kernel(kernelWith({}));
+  std::vector<CMACAddress> addresses;
+  CMACAddress work;
+  GetHWMACAddr(addresses, work);
+  ASSERT_EQ(1U, kernel.sockets.size());
+  EXPECT_EQ((std::array<int, 3>{AF_INET, SOCK_DGRAM, 0}), kernel.sockets.front());
+}
+
 TEST(GetHWMACAddr, AddsNothingWithoutADescriptor) {
   commutil_test::runInChild([] {
     const FakeKernel kernel(kernelWith({{"eth0", {0, 1, 2, 3, 4, 5}}}));

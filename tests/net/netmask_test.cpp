@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
@@ -359,6 +360,14 @@ TEST(GetNetmaskByIpUseioctl, ClosesItsSocketOnEveryPath) {
   const FakeKernel broken([](unsigned long, void*) { return -1; });
   GetNetmaskByIpUseioctl("10.1.2.3", netmask);
   EXPECT_EQ(before, openDescriptors());
+}
+
+TEST(GetNetmaskByIpUseioctl, AsksThroughOnePlainDatagramSocket) {
+  const FakeKernel kernel(kernelWith({}));
+  std::string netmask;
+  EXPECT_EQ(-1, GetNetmaskByIpUseioctl("10.1.2.3", netmask));
+  ASSERT_EQ(1U, kernel.sockets.size());
+  EXPECT_EQ((std::array<int, 3>{AF_INET, SOCK_DGRAM, 0}), kernel.sockets.front());
 }
 
 TEST(GetNetmaskByIpUseioctl, KeepsItsSocketFromChildren) {

@@ -1,0 +1,136 @@
+// What the library asks of popen(3), and that a stream from a stand-in for it serves as well as a
+// pipe does. This program stands in for popen and pclose, which the library then calls.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "VexaNetUtils.h"
+
+namespace {
+
+struct Call {
+  std::string command;
+  std::string mode;
+
+  bool operator==(const Call& other) const {
+    return command == other.command && mode == other.mode;
+  }
+};
+
+/// A shell whose commands print what the test says; none is run.
+struct FakeShell {
+  explicit FakeShell(std::string text) : output(std::move(text)) { current = this; }
+  ~FakeShell() {
+    EXPECT_EQ(calls.size(), closed) << "each stream is closed once";
+    current = nullptr;
+  }
+  FakeShell(const FakeShell&) = delete;
+  FakeShell& operator=(const FakeShell&) = delete;
+
+  std::FILE* open(const char* command, const char* mode) {
+    calls.push_back({command, mode});
+    return output.empty() ? std::fopen("/dev/null", "r+")
+                          : ::fmemopen(output.data(), output.size(), mode);
+  }
+
+  static FakeShell* current;
+  std::string output;
+  std::vector<Call> calls;
+  std::size_t closed = 0;
+};
+
+FakeShell* FakeShell::current = nullptr;
+
+template <class Function>
+Function* real(Function* /*like*/, const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+std::FILE* popen(const char* command, const char* mode) {
+  if (FakeShell::current != nullptr) return FakeShell::current->open(command, mode);
+  return real(&::popen, "popen")(command, mode);
+}
+
+int pclose(std::FILE* stream) {
+  if (FakeShell::current == nullptr) return real(&::pclose, "pclose")(stream);
+  ++FakeShell::current->closed;
+  return std::fclose(stream) == 0 ? 0 : -1;
+}
+}
+
+namespace {
+
+using Calls = std::vector<Call>;
+
+TEST(CommandCalls, SystemOpensAPipeToWrite) {
+  FakeShell shell("");
+  EXPECT_EQ(0, VexaCommonUtils::system("a command"));
+  EXPECT_EQ((Calls{{"a command", "w"}}), shell.calls);
+}
+
+TEST(CommandCalls, ExecResultReadsAnyStream) {
+  for (const std::string& output : {std::string("one\n two\n"), std::string(1000, 'x'),
+                                    std::string(200'000, 'x'), std::string("x\0y\nz", 5)}) {
+    FakeShell shell(output);
+    std::string result = "junk";
+    EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+    const std::size_t nul = output.find('\0');
+    EXPECT_EQ(nul == std::string::npos ? output : "xz", result);
+    EXPECT_EQ((Calls{{"a command", "r"}}), shell.calls);
+  }
+}
+
+TEST(CommandCalls, ExecResultFailsOnAnEmptyStream) {
+  FakeShell shell("");
+  std::string result = "junk";
+  EXPECT_EQ(-1, VexaCommonUtils_i::getSystemExecResult("a command", result));
+  EXPECT_EQ("", result);
+}
+
+TEST(CommandCalls, PipelineOpensAPipeToRead) {
+  FakeShell shell("line\n");
+  std::FILE* const stream = VexaCommonUtils_i::pipeline_s("a command");
+  ASSERT_NE(nullptr, stream);
+  EXPECT_EQ(0, VexaCommonUtils_i::pclose_s(stream));
+  EXPECT_EQ((Calls{{"a command", "r"}}), shell.calls);
+}
+
+TEST(CommandCalls, NetmaskComesFromTheToolsStream) {
+  FakeShell shell("inet 10.1.2.3  netmask 255.255.0.0\n");
+  std::string netmask;
+  EXPECT_EQ(0, GetNetmaskByIpUseifconfig("10.1.2.3", netmask));
+  EXPECT_EQ("255.255.0.0", netmask);
+  EXPECT_EQ((Calls{{"ifconfig -a | grep '10.1.2.3'", "r"}}), shell.calls);
+}
+
+TEST(CommandCalls, MacComesFromTheToolsStream) {
+  FakeShell shell("eth0: flags=1\n inet6 fe80::1 x\n ether 00:0c:29:ab:cd:ef\n");
+  Vexacommon::LocalMACAddress mac{};
+  EXPECT_EQ(0, VexaCommonUtils_i::getZirelMacAddrOfIPV6("fe80:0:0:0:0:0:0:1", &mac));
+  EXPECT_EQ(0xef, mac.mac[5]);
+  EXPECT_EQ((Calls{{"/usr/sbin/ifconfig -a", "r"}}), shell.calls);
+}
+
+TEST(CommandCalls, SessionDetailsAskThreeTools) {
+  FakeShell shell(" joe (10.0.0.1)\n");
+  std::string user;
+  std::string address;
+  EXPECT_EQ(0, VexaCommonUtils::getSessionDetails(user, address));
+  EXPECT_EQ("joe (10.0.0.1)", user);
+  EXPECT_EQ("(10.0.0.1)", address);
+  EXPECT_EQ((Calls{{"/usr/bin/tty", "r"}, {"/usr/bin/whoami", "r"}, {"/usr/bin/who -m", "r"}}),
+            shell.calls);
+}
+
+}  // namespace
