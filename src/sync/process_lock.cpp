@@ -7,8 +7,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <ctime>
+#include <iostream>
 
 #include "VexaCommonUtils.h"
 #include "VexaLocks.h"
@@ -132,6 +132,5 @@ void VexaProcessLock::SetOutputType(OUTPUT_TYPE type) { m_outputType = type; }
 void VexaProcessLock::OutputScreen(const char* message) const {
   if (message == nullptr) return;
   if (m_outputType != OUTPUT_TYPE_SCREEN && m_outputType != OUTPUT_TYPE_BOTH) return;
-  std::puts(message);
-  std::fflush(stdout);
+  std::cout << message << std::endl;
 }
