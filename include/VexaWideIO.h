@@ -40,6 +40,8 @@ class VEXA_EXPORT Vexawifstream : public std::istream {
   int fail();
 
   /// Moves to `offset` bytes from the start with fseek(3), whose result it returns; -1 when closed.
+  /// After wide reading go only to what `ftellg` returned: glibc's fseek may never come back from
+  /// the middle of a character of several bytes.
   int fseekg(long offset);
   /// Returns the position in bytes with ftell(3); -1 when closed.
   long ftellg();

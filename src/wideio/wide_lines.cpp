@@ -21,9 +21,10 @@ DecodedText& decodedText(std::FILE* file) {
 }
 
 /// Tells whether reading one character moved the text as it must: only then is it what it is taken
-/// for and can be read beyond that character. It did not when the handle decoded anew.
+/// for and can be read beyond that character. It did not when the handle decoded anew, nor in a
+/// handle that had decoded nothing yet, whose text is null.
 bool advancedByOne(const DecodedText& before, const DecodedText& after) {
-  return after.next == before.next + 1 && after.end == before.end;
+  return before.next != nullptr && after.next == before.next + 1 && after.end == before.end;
 }
 
 /// The number of characters before the first line feed or `delim`, `size` without one.

@@ -5,7 +5,6 @@
 
 #include <cctype>
 #include <clocale>
-#include <cstring>
 #include <list>
 #include <locale>
 #include <random>
@@ -17,46 +16,16 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaStringUtils.h"
+#include "strings_model.h"
 #include "support/fixtures.h"
 #include "support/namespaces.h"
 
 namespace {
 
-std::list<std::string> modelSplit(const std::string& s, const std::string& delims) {
-  std::list<std::string> out;
-  std::size_t start = s.find_first_not_of(delims, 0);
-  while (start != std::string::npos) {
-    const std::size_t found = std::min(s.find(delims, start), s.size());
-    out.push_back(s.substr(start, found - start));
-    start = s.find_first_not_of(delims, found + 1);
-  }
-  return out;
-}
-
-std::vector<std::string> modelSplitAll(const std::string& s, const std::string& delims) {
-  std::string copy = s.substr(0, s.find('\0')).substr(0, 1024);
-  std::vector<std::string> out;
-  char* save = nullptr;
-  for (char* token = ::strtok_r(copy.data(), delims.c_str(), &save); token != nullptr;
-       token = ::strtok_r(nullptr, delims.c_str(), &save)) {
-    out.emplace_back(token);
-  }
-  return out;
-}
-
-std::string modelReplace(std::string s, const std::string& from, const std::string& to) {
-  if (from.empty()) return s;
-  for (std::size_t at = 0; (at = s.find(from, at)) != std::string::npos; at += to.size()) {
-    s.replace(at, from.size(), to);
-  }
-  return s;
-}
-
-std::string modelTrim(const std::string& s, const std::string& chars) {
-  const std::size_t begin = s.find_first_not_of(chars);
-  if (begin == std::string::npos) return "";
-  return s.substr(begin, s.find_last_not_of(chars) - begin + 1);
-}
+using commutil_test::modelReplace;
+using commutil_test::modelSplit;
+using commutil_test::modelSplitAll;
+using commutil_test::modelTrim;
 
 // Few different bytes, so that matches, near matches and empty pieces are frequent.
 class Texts {

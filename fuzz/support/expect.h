@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+// Properties that hold for every input. One that does not ends the process, which is libFuzzer's
+// finding; the message tells what was expected, the stack where.
+
+namespace commutil_fuzz {
+
+/// Ends the process with a message on standard error.
+[[noreturn]] void fail(const std::string& message);
+
+/// A text between double quotes, with what is not printable as \xNN.
+std::string quoted(std::string_view text);
+std::string quoted(std::wstring_view text);
+
+/// A value as a message shows it; ranges are shown by their elements.
+template <class T>
+std::string shown(const T& value) {
+  if constexpr (std::is_convertible_v<const T&, std::string_view>) {
+    return quoted(std::string_view(value));
+  } else if constexpr (std::is_convertible_v<const T&, std::wstring_view>) {
+    return quoted(std::wstring_view(value));
+  } else if constexpr (std::is_arithmetic_v<T>) {
+    return std::to_string(value);
+  } else {
+    std::string text = "{";
+    for (const auto& element : value) text.append(" ").append(shown(element));
+    return text + " }";
+  }
+}
+
+inline void expect(bool holds, const char* property) {
+  if (!holds) fail(property);
+}
+
+template <class Actual, class Expected>
+void expectEqual(const Actual& actual, const Expected& expected, const char* property) {
+  if (actual == expected) return;
+  fail(std::string(property) + "\n  actual:   " + shown(actual) +
+       "\n  expected: " + shown(expected));
+}
+
+}  // namespace commutil_fuzz

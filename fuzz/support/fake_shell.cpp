@@ -1,0 +1,60 @@
+#include "support/fake_shell.h"
+
+#include <dlfcn.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "platform/file_io.h"
+#include "support/expect.h"
+
+namespace commutil_fuzz {
+namespace {
+
+FakeShell* currentShell = nullptr;
+
+template <class Function>
+Function* cLibrary(const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+FakeShell::FakeShell(Answer answer) : m_answer(std::move(answer)) { currentShell = this; }
+
+FakeShell::~FakeShell() { currentShell = nullptr; }
+
+std::FILE* FakeShell::open(const std::string& command) {
+  const std::optional<std::string> output = m_answer(command);
+  if (!output) return nullptr;
+  commutil::Descriptor file(::memfd_create("output", MFD_CLOEXEC));
+  expect(static_cast<bool>(file), "a file in memory can be made");
+  expect(commutil::writeAll(file.get(), *output), "a file in memory can be written");
+  ::lseek(file.get(), 0, SEEK_SET);
+  std::FILE* const stream = ::fdopen(file.release(), "r");
+  expect(stream != nullptr, "a stream can be made");
+  ++m_open;
+  return stream;
+}
+
+int FakeShell::close(std::FILE* stream) {
+  --m_open;
+  return std::fclose(stream);
+}
+
+}  // namespace commutil_fuzz
+
+extern "C" {
+
+std::FILE* popen(const char* command, const char* mode) {
+  if (commutil_fuzz::currentShell != nullptr) return commutil_fuzz::currentShell->open(command);
+  return commutil_fuzz::cLibrary<std::FILE*(const char*, const char*)>("popen")(command, mode);
+}
+
+int pclose(std::FILE* stream) {
+  if (commutil_fuzz::currentShell != nullptr) return commutil_fuzz::currentShell->close(stream);
+  return commutil_fuzz::cLibrary<int(std::FILE*)>("pclose")(stream);
+}
+}
