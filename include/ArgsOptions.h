@@ -6,6 +6,9 @@
 
 #include "VexaExport.h"
 
+/// @file
+/// The reader of a program's command line.
+
 /// A reader of a program's command line that scans the words `main` received on each query. Nothing
 /// is declared beforehand, nothing is reported: an absent option gives false, "", an empty list
 /// or 0.
@@ -24,12 +27,11 @@
 ///
 /// Nothing is copied: the array must outlive the object and every entry below the count be a
 /// string. A query that meets a null word throws `std::logic_error` ("basic_string::_M_construct
-/// null not valid"). Queries only read, so several threads may make them at once on one object
-/// while none changes the words.
+/// null not valid"). Threads: any, also on one object, while none changes the words.
 class VEXA_EXPORT ArgsOptions {
  public:
-  /// Keeps the count and the array as given. With a count below 1 there are no words, and the array
-  /// may be null.
+  /// Keeps the count `argc` and the array `argv` as given. With a count below 1 there are no words,
+  /// and the array may be null.
   ArgsOptions(int argc, char** argv);
 
   /// Tells whether some word equals `name`; words behind the first one that does are not looked at.

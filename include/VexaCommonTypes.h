@@ -1,6 +1,9 @@
 #ifndef VEXA_COMMON_TYPES_H
 #define VEXA_COMMON_TYPES_H
 
+/// @file
+/// Types that several families share.
+
 /// Plain types that several families of operations share.
 namespace Vexacommon {
 
@@ -15,7 +18,7 @@ enum FuzzyQueryMode : int {
 
 /// A hardware address as six bytes in transmission order.
 struct LocalMACAddress {
-  unsigned char mac[6];
+  unsigned char mac[6];  ///< the address; filled whole or not at all
 };
 
 }  // namespace Vexacommon

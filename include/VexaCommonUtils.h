@@ -1,6 +1,9 @@
 #ifndef VEXA_COMMON_UTILS_H
 #define VEXA_COMMON_UTILS_H
 
+/// @file
+/// The first utility class.
+
 #include <list>
 #include <string>
 #include <vector>
@@ -11,31 +14,34 @@
 /// second is `VexaCommonUtils_i`.
 ///
 /// Unless a member says otherwise it holds no state, may be called from any number of threads at
-/// once, reports failure by its result alone and throws nothing but `std::bad_alloc`.
+/// once, reports failure by its result alone, throws nothing but `std::bad_alloc` and must not be
+/// given a null pointer.
 class VEXA_EXPORT VexaCommonUtils {
  public:
-  // Environment
+  /// @name Environment and configuration paths
+  /// Nothing is kept but the trace directory. An unset variable reads as "", and no directory needs
+  /// to exist. Threads: as getenv(3), safe against each other, not against a concurrent setenv(3).
+  /// @{
 
   /// Returns a copy of the value of the environment variable `name`, byte for byte; "" when `name`
   /// is null, and when the variable is not set, which a caller cannot tell from one set to "". Read
-  /// on every call. As safe between threads as getenv(3): not against a concurrent setenv(3).
+  /// on every call.
   static std::string Vexagetenv(const char* name);
 
-  /// Returns `text` with each reference "$(NAME)" to an environment variable replaced by its value:
-  /// with `HOME` "/home/u", "$(HOME)/x" gives "/home/u/x". One pass from left to right; values are
-  /// not scanned again and references do not nest. NAME is what stands up to the first ")", blanks
-  /// and signs included, and is given to getenv(3) as a C string. A reference to a variable that is
-  /// unset or empty stays as written, and so does one without its end. Threads as `Vexagetenv`.
+  /// Returns `text` with each reference to an environment variable, `$(`NAME`)`, replaced by its
+  /// value. One pass from left to right; values are not scanned again and references do not nest.
+  /// NAME is what stands up to the first ")", blanks and signs included, and is given to getenv(3)
+  /// as a C string. A reference to a variable that is unset or empty stays as written, and so does
+  /// one without its end.
+  ///
+  ///     replaceEnvVar("$(HOME)/x")  ->  "/home/u/x"
   static std::string replaceEnvVar(const std::string& text);
 
-  /// The same for references written "%NAME%". Percent signs pair from left to right: "%A%B%C%"
-  /// refers to A and C.
+  /// Returns `text` with each reference between two percent signs replaced, by the rules of
+  /// `replaceEnvVar`. Percent signs pair from left to right:
+  ///
+  ///     replEnvVar("%A%B%C%")  refers to A and C
   static std::string replEnvVar(const std::string& text);
-
-  // Configuration and log paths
-  //
-  // Composed from environment variables on every call, but for the trace directory; an unset
-  // variable reads as "". No directory needs to exist. Threads as `Vexagetenv`.
 
   /// Returns `COMMON_LIB_PATH` + "/conf", without a "/" at its end.
   static std::string getCommonConfigPath();
@@ -47,7 +53,7 @@ class VEXA_EXPORT VexaCommonUtils {
   static std::string getAPPShareConfigPath();
 
   /// Returns the trace directory, always with a "/" at its end: "tracedir" of "[TraceDir]" in
-  /// "setting.cfg" (see `VexaCommonUtils_i::getConfFile`), "${NAME}" references expanded, or
+  /// "setting.cfg" (see `VexaCommonUtils_i::getConfFile`), `${NAME}` references expanded, or
   /// `_APP_LOG_DIR` + "/log/" where that is empty or missing. The first answer given while the file
   /// could be read is kept for the life of the process; without a readable file the default is
   /// returned and nothing kept.
@@ -57,10 +63,11 @@ class VEXA_EXPORT VexaCommonUtils {
   /// "/tmp/lockInfo.dump" when the variable is not set.
   static std::string getDumpAllLocksFile();
 
-  // Settings and deployment switches
-  //
-  // Words ("enable", "disable", "true") are compared exactly, case included. See
-  // docs/configuration.md for every file and key.
+  /// @}
+  /// @name Settings and deployment switches
+  /// Words ("enable", "disable", "true") are compared exactly, case included. The configuration
+  /// page names every file and key. Threads: any, while none changes the environment.
+  /// @{
 
   /// Tells whether services listen on all addresses: "ListenAllIp" is "enable" in "[IP]" of
   /// "setting.cfg" or, where the file leaves it empty, in the settings store, the branch of
@@ -69,10 +76,10 @@ class VEXA_EXPORT VexaCommonUtils {
   /// failing store writes counts.
   static bool isListenAllIp();
 
-  /// Forwards to `VexaCommonUtils_i::isCorbaSSLOnly`.
+  /// Returns what `VexaCommonUtils_i::isCorbaSSLOnly` does.
   static bool isCorbaSSLOnly();
 
-  /// Always true, which converts to 1; reads nothing.
+  /// Returns true always, which converts to 1; reads nothing.
   static bool IsGlobalVersion();
 
   /// Returns the database type that the JSON file named by `APP_CONF_FILE` gives: "type" of the
@@ -82,11 +89,12 @@ class VEXA_EXPORT VexaCommonUtils {
   /// text.
   static std::string getDBType();
 
-  // Strings
-  //
-  // Bytes and ASCII only: the locale is never asked. A NUL is a byte like any other unless a member
-  // says otherwise. Costs grow with the text, not with its square. One object may be passed for
-  // several arguments; each text counts as it was before the call.
+  /// @}
+  /// @name Strings
+  /// Bytes and ASCII only: the locale is never asked. A NUL is a byte like any other unless a
+  /// member says otherwise. Costs grow with the text, not with its square. One object may be passed
+  /// for several arguments; each text counts as it was before the call. Threads: any.
+  /// @{
 
   /// Returns the bytes of `s` in reverse order. `s` is not modified.
   static std::string Vexareverse(std::string& s);
@@ -102,7 +110,7 @@ class VEXA_EXPORT VexaCommonUtils {
   /// and `to` are not modified.
   /// @return a copy of the modified `s`
   static std::string Vexareplace(std::string& s, std::string& from, std::string& to);
-  /// Replaces as `Vexareplace` does; the text to change comes last.
+  /// Replaces every `from` in `s` by `to` as `Vexareplace` does; the text to change comes last.
   static void stringReplace(const std::string& from, const std::string& to, std::string& s);
 
   /// Appends the tokens of `s` to `out`, which is not cleared. A token starts at the first byte
@@ -129,40 +137,43 @@ class VEXA_EXPORT VexaCommonUtils {
   /// @return `buf`; null when `buf` is null or formatting fails
   static char* ltoa(long value, char* buf);
   /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
-  /// @return `buf`, null only when `buf` is null
+  /// @return `buf`; null only when `buf` is null
   static char* ultoa(unsigned long value, char* buf);
 
   /// Returns the blanks that pad `s` to a column of 32 bytes in a listing; "" when `s` has 32 bytes
   /// or more.
   static std::string tabs(const std::string& s);
 
-  // Character sets
-
-  // Text in the locale's multibyte encoding and wide text. The first conversion takes the process
-  // locale from the environment (`VexaLocale::Instance`), for an empty text too, but not for a null
-  // argument. Conversions fail without a report; they keep no state between calls, and any number
-  // of threads may convert while none sets the locale.
+  /// @}
+  /// @name Character sets and locale
+  /// Text in the locale's multibyte encoding and wide text. The first conversion takes the process
+  /// locale from the environment (`VexaLocale::Instance`), for an empty text too, but not for a
+  /// null argument. Conversions fail without a report and keep no state between calls. Threads:
+  /// any, while none sets the locale.
+  /// @{
 
   /// Converts `src` as mbstowcs(3) does, into `dst`, which holds at least strlen(`src`) + 1
   /// elements. A NUL is written behind the text and at that last element. An invalid sequence ends
   /// the conversion: `dst` then holds what stands before it, with no NUL behind it but the last
   /// element's. Does nothing when either is null.
   static void STR2WSTR(const char* src, wchar_t* dst);
-  /// The same, returning the text: up to the first NUL of `s`, or before an invalid sequence.
+  /// Returns the wide text of `s`: up to its first NUL, or before an invalid sequence.
   static std::wstring STR2WSTR(const std::string& s);
-  /// Converts wide text as wcstombs(3) does. Returns "" when `src` is null, holds a character that
-  /// the locale cannot encode, or gives 2 GiB and more.
+  /// Returns the multibyte text of `src`, see wcstombs(3); "" when `src` is null, holds a character
+  /// that the locale cannot encode, or gives 2 GiB and more.
   static std::string WSTR2STR(const wchar_t* src);
   /// Returns a copy of `s` up to its NUL, "" for null. The locale's encoding is taken to be UTF-8:
   /// no conversion takes place, and the locale is not asked or set.
   static std::string LOC2UTF8(const char* s);
-  /// The same, the other way round.
+  /// Returns a copy of `s` up to its NUL, "" for null: `LOC2UTF8` the other way round.
   static std::string UTF8TOLOC(const char* s);
 
-  // Base64
-  //
-  // RFC 4648 with its standard alphabet: padded, no line breaks, nothing compressed or enciphered.
-  // Texts and data may hold any byte; none of these operations fails.
+  /// @}
+  /// @name Base64
+  /// RFC 4648 with its standard alphabet: padded, no line breaks, nothing compressed or enciphered.
+  /// Texts and data may hold any byte; none of these operations fails. Threads: any, while none
+  /// sets the locale.
+  /// @{
 
   /// Tells whether `c` is a data character: one that isalnum(3) accepts in the current locale, "+"
   /// or "/". Outside the C locale more letters than those of the alphabet may be among them.
@@ -172,15 +183,19 @@ class VEXA_EXPORT VexaCommonUtils {
   /// first "=" or other byte ends it without a report: a blank, a line break, the "-" and "_" of
   /// the URL alphabet. Padding may be missing; a single character left over gives nothing. Letters
   /// outside the alphabet, which only an 8-bit locale has, count as index 255: their bits enter the
-  /// result. The length of `encoded` is taken modulo 4 GiB. Another thread must not set the locale
-  /// meanwhile.
+  /// result. The length of `encoded` is taken modulo 4 GiB.
   ///
   ///     base64Decode("TWFu")       ->  "Man"
   ///     base64Decode("TWE")        ->  "Ma"
   ///     base64Decode("TWFu TWFu")  ->  "Man"
+  ///
+  /// @return the bytes decoded; "" when the text begins with no two data characters
   static std::string base64Decode(const std::string& encoded);
 
-  // Time stamps
+  /// @}
+  /// @name Identifiers and time stamps
+  /// The clock is read at the moment of the call. Threads: any, while none changes the environment.
+  /// @{
 
   /// Returns the current local time, see localtime(3), as 14 digits: year, month, day, hour, minute
   /// and second, such as "20260305070809". "DST" follows when `markDst` is true and daylight-saving
@@ -191,43 +206,50 @@ class VEXA_EXPORT VexaCommonUtils {
   /// only after another tzset(3).
   static std::string getTimeStamp(bool markDst);
 
-  // Database query text
-  //
-  // Text for SQL that is put together by hand. Members that depend on the dialect ask `getDBType`
-  // on every call: "oracle" and "tessarn", in any case, are the Oracle family; any other type is
-  // treated as Sybase or Microsoft SQL Server. Every byte but those named is copied, NUL included.
+  /// @}
+  /// @name Database query text
+  /// Text for SQL that is put together by hand. Members that depend on the dialect ask `getDBType`
+  /// on every call: "oracle" and "tessarn", in any case, are the Oracle family; any other type is
+  /// treated as Sybase or Microsoft SQL Server. Every byte but those named is copied, NUL included.
+  /// Threads: as `getDBType`.
+  /// @{
 
   /// Returns `text` with every single quote doubled, for use between single quotes; the type is not
   /// asked.
   static std::string transDBUpdateString(const std::string& text);
 
   /// Returns `text` with the LIKE wildcards escaped for the configured database: for the Oracle
-  /// family a backslash before each backslash, "%" and "_" (a query needs the clause of
-  /// `getEscapeString`); for others each of "%", "_", "[" and "]" between brackets. Quotes are left
+  /// family a backslash before each backslash, `%` and `_` (a query needs the clause of
+  /// `getEscapeString`); for others each of `%`, `_`, `[` and `]` between brackets. Quotes are left
   /// alone. An empty `text` is returned without asking for the type.
   ///
   ///     transDBSearchString("50%_x")  ->  "50\\%\\_x"  Oracle family
   ///                                       "50[%][_]x"  any other
   static std::string transDBSearchString(const std::string& text);
 
-  /// Returns the clause that a LIKE with `transDBSearchString`'s escapes needs: the 12 bytes
-  /// " escape '\' " (one backslash, a blank at each end) for the Oracle family, "" for others.
+  /// Returns the clause that a LIKE with the escapes of `transDBSearchString` needs, 12 bytes with
+  /// a blank at each end for the Oracle family.
+  ///
+  ///     getEscapeString()  ->  " escape '\\' "  Oracle family
+  ///                            ""               any other
   static std::string getEscapeString();
 
   /// Returns `text` unchanged for an "oracle" database (in any case); for any other, "tessarn"
   /// included, `transDBSearchString` of `transDBUpdateString` of it.
   static std::string TransferLikeSqlForSybAndMSSQL(const std::string& text);
 
-  // Addresses and host names
-  //
-  // Nothing is cached: every call asks the system again. Look-ups of names wait for the system's
-  // name service, see nsswitch.conf(5). Its answer must fit in 4096 bytes, all names and addresses
-  // of the host together: a larger one is a failure. Texts count up to their first NUL byte.
+  /// @}
+  /// @name Addresses and host names
+  /// Nothing is cached: every call asks the system again. Look-ups of names wait for the system's
+  /// name service, see nsswitch.conf(5). Its answer must fit in 4096 bytes, all names and addresses
+  /// of the host together: a larger one is a failure. Texts count up to their first NUL byte.
+  /// Threads: any.
+  /// @{
 
-  /// Strict test of a dotted IPv4 text: exactly four fields of decimal digits, each up to 255, and
-  /// at most 15 bytes in all. Leading zeros are accepted ("010.001.000.255"); blanks, signs, NUL
-  /// bytes and IPv6 are not. Allocates nothing. See `CheckIp` for the lax test and
-  /// `VexaCommonUtils_i::validateIPv4` for the parser.
+  /// Tells whether `ip` is a dotted IPv4 text, strictly (RFC 791): exactly four fields of decimal
+  /// digits, each up to 255, and at most 15 bytes in all. Leading zeros are accepted
+  /// ("010.001.000.255"); blanks, signs, NUL bytes and IPv6 are not. Allocates nothing. See
+  /// `CheckIp` for the lax test and `VexaCommonUtils_i::validateIPv4` for the parser.
   static bool isValidIP(const std::string& ip);
 
   /// Returns the machine's node name, see uname(2): at most 255 characters; "" on failure.
@@ -242,7 +264,8 @@ class VEXA_EXPORT VexaCommonUtils {
   static std::string hostipaddr();
 
   /// Resolves the host name `name`, see gethostbyname_r(3). A dotted IPv4 text is its own answer.
-  /// @param ip  may be `name` itself
+  /// @param name  a host name or a dotted IPv4 address
+  /// @param ip    takes the answer; may be `name` itself
   /// @return 0 and the first IPv4 address, in the resolver's order, in dotted form in `ip`; -1 and
   ///         "" when `name` is empty or has no such address
   static int getIPbyHostname(const std::string& name, std::string& ip);
@@ -250,10 +273,15 @@ class VEXA_EXPORT VexaCommonUtils {
   /// Finds the official host name of an IPv4 address, see gethostbyaddr_r(3).
   /// @param ip    any form that inet_aton(3) reads: "10.1.257" and "0xa010101" too, and whatever
   ///              stands behind a blank is ignored
-  /// @param name  may be `ip` itself
+  /// @param name  takes the answer; may be `ip` itself
   /// @return 0 and the name in `name`; -1 and "" when `ip` is no address or has no name, and, the
   ///         resolver not asked, for every address in 0.0.0.0/8
   static int getHostnamebyIP(const std::string& ip, std::string& name);
+
+  /// @}
+  /// @name Netmasks and interfaces
+  /// Nothing is cached. Threads: any.
+  /// @{
 
   /// Finds the netmask of the local IPv4 address `ip`: asks the kernel, and runs "ifconfig" in a
   /// shell for an address that the kernel does not tell (`GetNetmaskByIpUseioctl`,
@@ -264,10 +292,14 @@ class VEXA_EXPORT VexaCommonUtils {
   /// @throws std::out_of_range as `GetNetmaskByIpUseifconfig` does; `netmask` is "" then
   static int getNetmaskByIP(std::string& ip, std::string& netmask);
 
-  // Commands
+  /// @}
+  /// @name Commands
+  /// Every operation waits on the caller's thread, without a time limit. Threads: any, but `system`
+  /// and what goes through it change the `SIGCHLD` disposition of the whole process.
+  /// @{
 
   /// Runs `command` in the shell and waits for the shell to end. The command's standard input is
-  /// at its end; its output and error are the process's. No time limit.
+  /// at its end; its output and error are the process's.
   ///
   /// The text goes to the shell as it is: a caller that puts foreign text into it must have checked
   /// that this text holds nothing that the shell treats specially.
@@ -279,7 +311,10 @@ class VEXA_EXPORT VexaCommonUtils {
   ///         when the shell was reaped elsewhere; -1 when it cannot be started or waited for
   static int system(const char* command);
 
-  // Users and processes
+  /// @}
+  /// @name Users and processes
+  /// Threads: any, but `switchOmcUser` changes the identity of all of them.
+  /// @{
 
   /// Makes the process run as the platform's service user "ossuser" and its groups, in a PAM
   /// session of service "su" that stays open for the rest of the process's life. Steps: credentials
@@ -303,10 +338,11 @@ class VEXA_EXPORT VexaCommonUtils {
   static int getSessionDetails(std::string& user, std::string& address);
 
   /// Returns the kernel's id of the calling thread, see gettid(2). In the main thread it is the
-  /// process id.
+  /// process id. Never fails.
   static long getKernelThreadIDForFS();
 
-  /// A placeholder on this platform: returns 0 and leaves `cpu` and `memory` as they are.
+  /// A placeholder on this platform: returns 0, whatever `process` is, and leaves `cpu` and
+  /// `memory` as they are.
   static int getProcessCPUAndMem(const std::string& process, unsigned int& cpu,
                                  unsigned int& memory);
 
@@ -314,13 +350,14 @@ class VEXA_EXPORT VexaCommonUtils {
   /// flushed, the last one empty.
   static void printStackTrace();
 
-  // Files
-  //
-  // Paths are handed to the system up to their first NUL byte.
+  /// @}
+  /// @name Files
+  /// Paths are handed to the system up to their first NUL byte. Threads: any.
+  /// @{
 
-  /// Creates every directory along `path` with mode 0755 less the process's mask. "/" and "\\" both
-  /// end a name to create: "a\\b" makes "a", then "a\\b". An empty path does nothing. Errors, such
-  /// as a directory that exists, are not reported: check for yourself.
+  /// Creates every directory along `path` with mode 0755 less the process's mask. Slash and
+  /// backslash both end a name to create: `"a\b"` makes `"a"`, then `"a\b"`. An empty path does
+  /// nothing. Errors, such as a directory that exists, are not reported: check for yourself.
   static void mkdir_all(const std::string& path);
 
   /// Reads the whole file at `path`, NUL bytes included.
@@ -344,26 +381,30 @@ class VEXA_EXPORT VexaCommonUtils {
   static int getFilesByDir(std::string directory, std::string pattern,
                            std::list<std::string>& files);
 
-  // Path and name safety
-  //
-  // By text alone: no symbolic link is resolved and no file looked at.
+  /// @}
+  /// @name Path and input safety
+  /// By text alone: no symbolic link is resolved and no file looked at but the list of
+  /// `VexaCommonUtils_i::checkUnSafeStr`. Threads: any, while none changes the environment.
+  /// @{
 
-  /// Tells whether `path` lies under `base` and neither holds a piece "." or "..". "\\" counts as
-  /// "/"; relative paths are compared as they are. An empty `base` accepts every path without such
-  /// pieces. False for an empty `path` and where either is longer than 1024 bytes.
+  /// Tells whether `path` lies under `base` and neither holds a piece "." or "..". A backslash
+  /// counts as a slash; relative paths are compared as they are. An empty `base` accepts every path
+  /// without such pieces. False for an empty `path` and where either is longer than 1024 bytes.
   ///
   /// Pieces are looked for up to the first NUL byte only: what holds one is no path to hand on.
   /// Example: under the base "/data" lie "/data" and "/data/x", not "/database/x".
   static bool checkPath(const std::string& path, const std::string& base);
 
   /// Returns `name` with each character that some file system refuses written as two: backslash
-  /// "^a", "/" "^b", ":" "^c", "*" "^d", "?" "^e", double quote "^f", "<" "^g", ">" "^h", "|" "^i",
-  /// and "^" "^^". Every other byte stays: control characters, NUL and the names "." and ".." too.
+  /// `^a`, `/` `^b`, `:` `^c`, `*` `^d`, `?` `^e`, double quote `^f`, `<` `^g`, `>` `^h`, `|` `^i`,
+  /// and `^` `^^`. Every other byte stays: control characters, NUL and the names "." and ".." too.
   static std::string specialName2FileName(const std::string& name);
 
-  /// Turns the escapes of `specialName2FileName` back, whose inverse it is. A "^" that starts no
-  /// escape stays.
+  /// Returns `name` with the escapes of `specialName2FileName`, whose inverse it is, turned back. A
+  /// `^` that starts no escape stays.
   static std::string fileName2SpecialName(const std::string& name);
+
+  /// @}
 };
 
 #endif

@@ -1,6 +1,9 @@
 #ifndef VEXA_COMMON_UTILS_I_H
 #define VEXA_COMMON_UTILS_I_H
 
+/// @file
+/// The second utility class.
+
 #include <cstdio>
 #include <list>
 #include <map>
@@ -13,18 +16,19 @@
 
 struct passwd;
 
-/// The second of the two utility classes; the remarks at `VexaCommonUtils` hold here too.
+/// The second of the two utility classes; the remarks at `VexaCommonUtils` and at its groups hold
+/// here too.
 class VEXA_EXPORT VexaCommonUtils_i {
  public:
-  // Environment
+  /// @name Environment and configuration paths
+  /// Threads: as getenv(3), safe against each other, not against a concurrent setenv(3).
+  /// @{
 
-  /// Returns `text` with each reference "${NAME}" replaced, by the rules of
+  /// Returns `text` with each reference `${NAME}` replaced, by the rules of
   /// `VexaCommonUtils::replaceEnvVar`.
   static std::string VexareplaceEnvVar(const std::string& text);
   /// Returns a copy of `text`, nothing expanded: a placeholder.
   static std::string VexareplaceMacroVar(const std::string& text);
-
-  // Configuration and log paths
 
   /// Returns the path of the configuration file `fileName`, which is appended as given and may hold
   /// subdirectories: the first that exists (access(2), F_OK) of `_APP_SHARE_DIR` + "/conf/" and
@@ -32,7 +36,11 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// Searched on every call.
   static std::string getConfFile(const std::string& fileName);
 
-  // Settings and deployment switches
+  /// @}
+  /// @name Settings and deployment switches
+  /// Words ("enable", "disable", "true") are compared exactly, case included. Threads: any, while
+  /// none changes the environment.
+  /// @{
 
   /// Asks the settings store, the library "libsettingrest.so", for the value of `key`. The store is
   /// loaded by the first call that finds it and stays mapped for the life of the process; later
@@ -67,7 +75,11 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// every call, in pieces of at most 1023 bytes: a piece of a longer line is compared as a line.
   static bool isZirel();
 
-  // SSL service configuration
+  /// @}
+  /// @name SSL option file
+  /// Threads: any, while none changes the environment; those that make the first call together
+  /// generate the same file one after the other, and it is missing in between.
+  /// @{
 
   /// Returns the path of the configuration file `fileName`, as `getConfFile` does, and for
   /// "svc_ssl.conf" exactly the path of the SSL option file of this process instance:
@@ -79,22 +91,24 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// "-SSLCAfile", with its value from the settings store or "NONE", "TLSv1.2" and "disable" (the
   /// last one is added for "enable" only, and has no value).
   ///
-  /// An older file is removed first. Threads that make the first call together generate the same
-  /// file one after the other.
+  /// An older file is removed first.
   /// @return the path; "" when the template cannot be read or the file cannot be written, no file
   ///         being left then; the next call tries again
   /// @throws std::out_of_range ("basic_string::replace") when an option must be added and there is
   ///         no double quote behind "-SSLCAfile", or no such option; the older file is gone then
   static std::string get_svc_ssl_conf(const std::string& fileName);
-  /// The SSL mode code of the platform: always 2.
+  /// Returns the SSL mode code of the platform, always 2.
   static int VexaGetSSLMode();
 
-  // Strings (see the remarks at `VexaCommonUtils`)
+  /// @}
+  /// @name Strings
+  /// Bytes and ASCII only. Threads: any.
+  /// @{
 
   /// Returns `s` without the leading and trailing bytes that are in the set `chars`; "" when it
-  /// holds no other; unchanged when `chars` is null or empty. The usual set is " \t\r\n".
+  /// holds no other; unchanged when `chars` is null or empty. The usual set is `" \t\r\n"`.
   static std::string VexatrimAll(const std::string& s, const char* chars);
-  /// The same as `VexatrimAll`.
+  /// Returns what `VexatrimAll` does of `s` and `chars`.
   static std::string trimString(const std::string& s, const char* chars);
 
   /// Inserts the tokens of `s` into `out`, which is not cleared; runs of bytes from `delims`
@@ -103,7 +117,7 @@ class VEXA_EXPORT VexaCommonUtils_i {
   static void splitAll(const std::string& s, const std::string& delims, std::set<std::string>& out);
 
   /// Writes `value` in decimal, with a terminator, to `buf` of at least 22 bytes.
-  /// @return `buf`, null only when `buf` is null
+  /// @return `buf`; null only when `buf` is null
   static char* ulltoa(unsigned long long value, char* buf);
 
   /// Tells whether every byte of `s` is one of '0' to '9'; true for the empty text.
@@ -116,20 +130,27 @@ class VEXA_EXPORT VexaCommonUtils_i {
   ///         gives about 1.8e19), and below -2^63 it is 2^64.
   static double getUpperIntVal(double x);
 
-  // Base64 (see the remarks at `VexaCommonUtils`)
+  /// @}
+  /// @name Base64
+  /// RFC 4648, standard alphabet. Threads: any, while none sets the locale.
+  /// @{
 
-  /// Encodes `length` bytes at `data` as base64 (RFC 4648): 4 characters for every 3 bytes begun,
-  /// the last ones "=" where bytes are missing, without line breaks. The alphabet does not depend
-  /// on the locale. `data` may be null when `length` is 0; the result is "" then.
+  /// Returns the base64 text (RFC 4648) of `length` bytes at `data`: 4 characters for every 3 bytes
+  /// begun, the last ones "=" where bytes are missing, without line breaks. The alphabet does not
+  /// depend on the locale. `data` may be null when `length` is 0; the result is "" then.
   ///
   ///     encodeData("Man", 3)  ->  "TWFu"
   ///     encodeData("M", 1)    ->  "TQ=="
   static std::string encodeData(const char* data, unsigned int length);
 
-  /// Decodes base64 text; the same as `VexaCommonUtils::base64Decode`.
+  /// Returns the bytes that the base64 text `encoded` stands for, as
+  /// `VexaCommonUtils::base64Decode` does.
   static std::string decodeData(const std::string& encoded);
 
-  // Identifiers
+  /// @}
+  /// @name Identifiers and time stamps
+  /// Threads: any.
+  /// @{
 
   /// Returns 32 upper-case hexadecimal digits: 20 for the time in units of 100 nanoseconds since
   /// the Unix epoch, always whole microseconds, and 12 for the host's MAC address, read on every
@@ -141,7 +162,10 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// @return the identifier; "" when the address cannot be copied
   static std::string generateUUID();
 
-  // Database query text
+  /// @}
+  /// @name Database query text
+  /// Threads: as `VexaCommonUtils::getDBType`.
+  /// @{
 
   /// Returns a complete LIKE operand for `text`: `VexaCommonUtils::transDBSearchString` of its
   /// `VexaCommonUtils::transDBUpdateString`, with the wildcards of `mode`, between single quotes,
@@ -152,13 +176,15 @@ class VEXA_EXPORT VexaCommonUtils_i {
   ///                                                     "'%a[_]b''c%'"                any other
   static std::string TransferLikeSql(const std::string& text, Vexacommon::FuzzyQueryMode mode);
 
-  // Addresses, interfaces and nodes
-  //
-  // Address families are the platform's numbers: 2 is IPv4 (AF_INET), 10 is IPv6 (AF_INET6).
+  /// @}
+  /// @name Addresses and host names
+  /// Address families are the platform's numbers: 2 is IPv4 (AF_INET), 10 is IPv6 (AF_INET6).
+  /// Threads: any.
+  /// @{
 
-  /// Parses a dotted IPv4 text: exactly four fields of decimal digits, leading zeros accepted, of
-  /// which the low 32 bits of strtol(3)'s value count and must not exceed 255 ("4294967297.0.0.1"
-  /// begins with 1). No field may be empty; blanks and NUL bytes are no digits.
+  /// Parses the dotted IPv4 text `ip`: exactly four fields of decimal digits, leading zeros
+  /// accepted, of which the low 32 bits of strtol(3)'s value count and must not exceed 255
+  /// ("4294967297.0.0.1" begins with 1). No field may be empty; blanks and NUL bytes are no digits.
   /// @param octets  cleared; then takes one byte for each field
   /// @return 0 with four bytes in `octets`; else -1, with the bytes of the fields before the
   ///         failure (for "1.2.3.4.5" all five, for a text without "." none)
@@ -169,7 +195,7 @@ class VEXA_EXPORT VexaCommonUtils_i {
   ///            zeros, "::" expanded to eight groups ("FE80::0001" becomes "fe80:0:0:0:0:0:0:1");
   ///            an IPv4-mapped or -compatible address keeps its "::" ("::ffff:1.2.3.4")
   /// @return 2 for what `validateIPv4` accepts, `ip` unchanged; 10 for IPv6; 0 for anything else, a
-  ///         zone suffix ("%eth0") included, `ip` unchanged
+  ///         zone suffix ("fe80::1%eth0") included, `ip` unchanged
   static int formatStringIP(std::string& ip);
 
   /// The same for an address or a host name: what `validateIPv4` does not accept is resolved by
@@ -209,6 +235,11 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// @return 0
   static int getAllIPAddr(std::list<std::string>& addresses);
 
+  /// @}
+  /// @name Netmasks and interfaces
+  /// Nothing is cached. Threads: any.
+  /// @{
+
   /// Finds the interface that carries the IPv6 address `ip`, any form that inet_pton(3) reads; the
   /// kernel's first one wins, see getifaddrs(3). `ip` is left in full form ("fe80:0:0:0:0:0:0:1"),
   /// also when no interface carries it. Each call leaves the list that it read allocated: a process
@@ -216,6 +247,12 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// @return 0 and the name in `interfaceName`; -1 (`interfaceName` unchanged) when `ip` is not
   ///         IPv6 (`ip` unchanged too) or no interface carries it
   static int getInterfaceOfIPV6(std::string& ip, std::string& interfaceName);
+
+  /// @}
+  /// @name MAC addresses
+  /// Each call runs a system tool and waits for it. Threads: any.
+  /// @{
+
   /// Finds the MAC address of the interface that carries the IPv6 address `ip`, which is left in
   /// full form. Where `isZirel` is true it answers as `getZirelMacAddrOfIPV6`; elsewhere it finds
   /// the interface as `getInterfaceOfIPV6` and reads the fifth column of the first line of
@@ -233,20 +270,29 @@ class VEXA_EXPORT VexaCommonUtils_i {
   ///         address); -1 (`*mac` unchanged) when there is none or the tool printed nothing
   static int getZirelMacAddrOfIPV6(const std::string& ip, Vexacommon::LocalMACAddress* mac);
 
+  /// @}
+  /// @name Cluster nodes
+  /// Threads: any, while none changes the environment.
+  /// @{
+
   /// Appends the addresses of the cluster's remote-client nodes to `ipList`, as they stand in the
   /// node list and not checked: nodes in the byte order of their names, each one's addresses in the
   /// file's order, repeated ones kept. An element without "IP" gives "".
   ///
   /// The node list is the JSON file at `QORV_ROOT` + "/etc/sysconf/nodelists.json", read on every
   /// call. A node counts where "RemoteClient" in its "extAttr" is "true" (or the JSON value true)
-  /// and nothing else. Threads as `VexaCommonUtils::Vexagetenv`.
+  /// and nothing else.
   /// @return 0, also when no node counts; -1, `ipList` unchanged, when the variable is not set or
   ///         the file cannot be read or parsed, one nested deeper than 1000 levels included
   /// @throws Json::LogicError (a std::exception) for a document of the wrong kinds, such as an
   ///         array for "nodeList"; `ipList` then holds the nodes before the one at fault, whole
   static int GetAllWebswingNodeIPs(std::list<std::string>& ipList);
 
-  // Commands
+  /// @}
+  /// @name Commands
+  /// Every operation waits on the caller's thread, without a time limit. Threads: any, but
+  /// `execve_s` changes the `SIGCHLD` disposition of the whole process.
+  /// @{
 
   /// Runs `command` as `VexaCommonUtils::system` does, with all that is said there.
   /// @return what `system` returns; -1 when `command` is null or empty, nothing done then
@@ -302,7 +348,10 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// @throws std::length_error when the output exceeds what a string can hold
   static int getSystemExecResult(const char* command, std::string& result);
 
-  // Users and processes
+  /// @}
+  /// @name Users and processes
+  /// Threads: any.
+  /// @{
 
   /// Looks a user up by name, see getpwnam_r(3).
   /// @param entry  the user's entry on success; its texts stand in `buffer`
@@ -312,7 +361,11 @@ class VEXA_EXPORT VexaCommonUtils_i {
   static bool securityGetpwnam(const std::string& name, passwd& entry, char* buffer,
                                long bufferLength);
 
-  /// The same by user id, see getpwuid_r(3).
+  /// Looks a user up by id, see getpwuid_r(3).
+  /// @param uid    the user's id
+  /// @param entry  the user's entry on success; its texts stand in `buffer`
+  /// @param buffer room of `bufferLength` bytes for these texts
+  /// @return as `securityGetpwnam`
   static bool securityGetpwuid(unsigned int uid, passwd& entry, char* buffer, long bufferLength);
 
   /// Appends the words of the process's command line ("/proc/PID/cmdline") to `words`, at most its
@@ -320,7 +373,10 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// "x y" becomes two of them. `words` is unchanged when the command line cannot be read.
   static void getCommandLine(std::vector<std::string>& words);
 
-  // Files
+  /// @}
+  /// @name Files
+  /// Paths are handed to the system up to their first NUL byte. Threads: any.
+  /// @{
 
   /// Splits `path`, less the blanks (0x20 only) around it, at its last "/".
   ///
@@ -346,10 +402,16 @@ class VEXA_EXPORT VexaCommonUtils_i {
   static int copyFile(const std::string& source, const std::string& target, bool noOverwrite,
                       bool keepAttributes);
 
-  // Input safety
+  /// @}
+  /// @name Path and input safety
+  /// Threads: any, while none changes the environment.
+  /// @{
 
-  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name: / \ : * ?
-  /// " ' < > | ` ; & $ and the line feed. An empty name is safe, as are "..", blanks and NUL bytes.
+  /// Tells whether `name` holds none of the 15 characters that are unsafe in a file name:
+  ///
+  ///     / \ : * ? " ' < > | ` ; & $
+  ///
+  /// and the line feed. An empty name is safe, as are "..", blanks and NUL bytes.
   static bool isSafeFileName(const std::string& name);
 
   /// Tells whether `text` holds none of the unsafe words: the values, not the keys, of section
@@ -359,6 +421,8 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// Fails open: where the file cannot be read it writes "file open fail, " and the file's path to
   /// standard error and returns true.
   static bool checkUnSafeStr(const std::string& text);
+
+  /// @}
 };
 
 #endif

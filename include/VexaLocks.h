@@ -12,10 +12,13 @@
 
 #include "VexaExport.h"
 
+/// @file
+/// The lock between processes, the token between threads, and the message queue that reserves it.
+
 /// Whether a `VexaProcessLock` prints its messages to standard output. Only the values 1 and 2
 /// print; every other value silences the object.
 enum OUTPUT_TYPE : int {
-  OUTPUT_TYPE_SILENT = 0,
+  OUTPUT_TYPE_SILENT = 0,  ///< nothing is printed
   OUTPUT_TYPE_SCREEN = 1,  ///< messages reach standard output; the value after construction
   OUTPUT_TYPE_BOTH = 2     ///< the same
 };
@@ -28,18 +31,18 @@ enum OUTPUT_TYPE : int {
 /// The lock belongs to the process, not to the object or the thread: a second object on the same
 /// file in the same process succeeds too, closing any descriptor of the file in the process drops
 /// the lock, a forked child does not have it, and a program that the process executes keeps it (the
-/// descriptor is inherited). Copies of an object stand for the same lock. One object must not be
-/// used by two threads at once; the mutex does not exclude threads from each other.
+/// descriptor is inherited). Copies of an object stand for the same lock. Threads: one object must
+/// not be used by two at once; the mutex does not exclude threads from each other.
 ///
 /// Messages are printed as `OutputScreen` does, and only then; nothing else is logged. A message of
-/// more than 1022 bytes is not printed at all. Nothing throws but an allocation that fails.
+/// more than 1022 bytes is not printed at all. Nothing throws but `std::bad_alloc`.
 class VEXA_EXPORT VexaProcessLock {
  public:
-  using OUTPUT_TYPE = ::OUTPUT_TYPE;
+  using OUTPUT_TYPE = ::OUTPUT_TYPE;  ///< the type by the name that it has inside the class
 
-  /// Names the lock; no file is touched. The lock file is `_APP_SHARE_DIR` + `directory` + `name`
-  /// + "_PROCESSMUTEX", joined without separators: `directory` carries its own slashes at both
-  /// ends ("/lock/").
+  /// Names the lock; no file is touched. The lock file is the value of `_APP_SHARE_DIR`,
+  /// `directory`, `name` and "_PROCESSMUTEX", joined without separators: `directory` carries its
+  /// own slashes at both ends ("/lock/").
   VexaProcessLock(const std::string& name, const std::string& directory);
 
   /// Neither unlocks nor closes: a lock that is held stays held until `ExitProcessMutex` (of a
@@ -77,7 +80,7 @@ class VEXA_EXPORT VexaProcessLock {
   /// Does nothing; the destructor calls it.
   void LeaveProcessMutex();
 
-  /// Chooses whether messages are printed; any value may be given.
+  /// Chooses by `type` whether messages are printed; any value may be given.
   void SetOutputType(OUTPUT_TYPE type);
 
   /// Prints `message` and a line end to standard output and flushes, unless `message` is null or
@@ -105,22 +108,27 @@ class VEXA_EXPORT VexaProcessLock {
 ///
 /// Every `grab` must be followed by exactly one `acquire` of the same thread, or every thread
 /// behind it waits for ever. There is no nesting, and no check that the holder is who releases.
-/// All members may be called by any number of threads; nothing throws but `grab` without memory.
+/// Nothing throws but `grab` without memory. Threads: any, for all members.
 class VEXA_EXPORT VexaToken {
  public:
-  /// One reserved thread. Made by `grab`, freed by `acquire`. Guarded by the token's mutex.
+  /// One reserved thread. Made by `grab`, freed by `acquire`. Threads: guarded by the token's
+  /// mutex.
   class VEXA_EXPORT ACE_Token_Queue_Entry {
    public:
+    /// An entry that stands in no queue.
     /// @param mutex      the token's, for the condition on which the thread sleeps
     /// @param thread_id  the reserving thread, as pthread_self(3) gives it
     ACE_Token_Queue_Entry(ACE_Thread_Mutex& mutex, unsigned long thread_id);
+    /// The same with a condition of the caller's making.
+    /// @param mutex       the token's
+    /// @param thread_id   the reserving thread
     /// @param attributes  what the condition is made with
     ACE_Token_Queue_Entry(ACE_Thread_Mutex& mutex, unsigned long thread_id,
                           ACE_Condition_Attributes& attributes);
 
-    /// Marks the thread as waiting and sleeps until signalled, `lock`, which the caller holds,
-    /// released meanwhile. May wake for no reason.
+    /// Marks the thread as waiting and sleeps until signalled. May wake for no reason.
     /// @param timeout  absolute wall-clock time; null waits without limit
+    /// @param lock     the token's mutex, which the caller holds; released meanwhile
     /// @return 0, or -1 with `errno` (`ETIME` at the deadline)
     int wait(const ACE_Time_Value* timeout, ACE_Thread_Mutex& lock);
 
@@ -137,20 +145,21 @@ class VEXA_EXPORT VexaToken {
     int runable_;
   };
 
-  /// The reserved threads, first in, first out. Owns no entry. Not locked: the token's mutex guards
-  /// it.
+  /// The reserved threads, first in, first out. Owns no entry. Threads: not locked, the token's
+  /// mutex guards it.
   class VEXA_EXPORT ACE_Token_Queue {
    public:
+    /// An empty queue.
     ACE_Token_Queue();
 
-    /// Inserts `entry`: -1 at the tail, 0 at the head, n behind the n-th entry from the head (at
-    /// the tail of a shorter queue). The token itself only ever uses -1.
+    /// Inserts `entry` at `requeue_position`: -1 at the tail, 0 at the head, n behind the n-th
+    /// entry from the head (at the tail of a shorter queue). The token itself only ever uses -1.
     void insert_entry(ACE_Token_Queue_Entry& entry, int requeue_position);
 
     /// Unlinks `entry` wherever it stands; one that is not queued, or null, is ignored.
     void remove_entry(const ACE_Token_Queue_Entry* entry);
 
-    /// Returns the first entry of the thread, or null.
+    /// Returns the first entry of the thread `thread_id`, or null.
     ACE_Token_Queue_Entry* find(const unsigned long& thread_id);
 
    private:
@@ -169,15 +178,16 @@ class VEXA_EXPORT VexaToken {
   /// Reserves the caller's place at the tail and returns 0 with the internal mutex held, so that
   /// the caller can join other work to the reservation; `letgo` must follow. A second reservation
   /// of a thread stands behind its first, which is the one that `acquire` uses.
-  /// Throws std::bad_alloc without memory for the reservation; the mutex is free then.
+  /// @throws std::bad_alloc without memory for the reservation; the mutex is free then
   int grab();
 
-  /// Releases the internal mutex that `grab` left locked. Returns 0.
+  /// Releases the internal mutex that `grab` left locked, and returns 0.
   int letgo();
 
   /// Waits until the caller is first in line and the token is free, then takes it.
   /// @param sleep_hook  null, or called with `arg` under the internal mutex at once, whether or not
   ///                    the thread will wait or even has a reservation; it must not call the token
+  /// @param arg         what the hook is called with
   /// @param timeout     absolute wall-clock time; null waits without limit. Not looked at when the
   ///                    token can be taken at once
   /// @return 0 when taken; 1 when taken after waiting and a hook was given; -1 when the thread has
@@ -186,8 +196,8 @@ class VEXA_EXPORT VexaToken {
   ///         that was handed over at the deadline has gone to the next in line.
   int acquire(void (*sleep_hook)(void*), void* arg, ACE_Time_Value* timeout);
 
-  /// Hands the token to the next reserved thread, or marks it free. Does not check that the caller
-  /// holds it. Returns 0.
+  /// Hands the token to the next reserved thread, or marks it free, and returns 0. Does not check
+  /// that the caller holds it.
   int release();
 
   /// Internal to the token: hands it on while the internal mutex is held.
@@ -209,13 +219,14 @@ class VEXA_EXPORT VexaToken {
 /// part of its work in the order in which the messages left the queue. `dequeue_head`, and
 /// `dequeue` which calls it, reserve; the base's other ways to dequeue do not.
 ///
-/// Any number of threads may enqueue and dequeue. A thread must not hold two reservations at once.
-/// The queue's mutex is always taken before the token's.
+/// Threads: any number may enqueue and dequeue, but none may hold two reservations at once. The
+/// queue's mutex is always taken before the token's.
 class VEXA_EXPORT VexaToken_Message_Queue : public ACE_Message_Queue<ACE_MT_SYNCH> {
  public:
   /// An active, empty queue without a token.
-  /// @param hwm, lwm  high and low water marks in bytes
-  /// @param ns        notification strategy, or null; not owned
+  /// @param hwm  high water mark in bytes: from there on enqueuing waits
+  /// @param lwm  low water mark in bytes: from there down it goes on
+  /// @param ns   notification strategy, or null; not owned
   explicit VexaToken_Message_Queue(std::size_t hwm = ACE_Message_Queue_Base::DEFAULT_HWM,
                                    std::size_t lwm = ACE_Message_Queue_Base::DEFAULT_LWM,
                                    ACE_Notification_Strategy* ns = nullptr);
@@ -223,8 +234,9 @@ class VEXA_EXPORT VexaToken_Message_Queue : public ACE_Message_Queue<ACE_MT_SYNC
   /// Deactivates a queue that holds messages and releases them; the token is left alone.
   ~VexaToken_Message_Queue() override;
 
-  /// Names the token in which dequeuing threads reserve; null turns the reservation off and makes
-  /// `dequeue_head` fail. Not owned, and not guarded: call it before threads dequeue. Returns 0.
+  /// Names the `token` in which dequeuing threads reserve, and returns 0; null turns the
+  /// reservation off and makes `dequeue_head` fail. Not owned, and not guarded: call it before
+  /// threads dequeue.
   int setToken(VexaToken* token);
 
   /// Takes the first message, waiting for one, and reserves the caller's place in the token; the
@@ -235,8 +247,9 @@ class VEXA_EXPORT VexaToken_Message_Queue : public ACE_Message_Queue<ACE_MT_SYNC
   /// @return the number of messages left; -1, without a reservation, with `errno` `EAGAIN` at the
   ///         deadline, `ESHUTDOWN` when the queue is deactivated or a waiter finds it deactivated
   ///         or pulsed, or the error of the wait. Without a token the message is removed and handed
-  ///         out in `first_item`, and the result is -1. Throws std::bad_alloc without memory for
-  ///         the reservation; the message is the caller's then too.
+  ///         out in `first_item`, and the result is -1.
+  /// @throws std::bad_alloc without memory for the reservation; the message is the caller's then
+  /// too
   int dequeue_head(ACE_Message_Block*& first_item, ACE_Time_Value* timeout) override;
 
  private:

@@ -7,37 +7,47 @@
 #include "VexaCommonTypes.h"
 #include "VexaExport.h"
 
+/// @file
+/// The free functions on addresses, netmasks and MAC addresses; the utility classes hold the
+/// others.
+
 /// A hardware address as text and as bytes. A plain value: copied freely, no base, no virtuals. The
-/// lists that `GetLocalMACAddr` makes hold entries of which only `text` is meaningful.
+/// lists that `GetLocalMACAddr` makes hold entries of which only `text` is meaningful. Nothing
+/// throws. Threads: as any plain value, one object is not changed by two at once.
 class VEXA_EXPORT CMACAddress {
  public:
   /// Both fields zero.
   CMACAddress();
+  /// Does nothing.
   ~CMACAddress();  // NOLINT(performance-trivially-destructible): an exported symbol
+  /// Copies both fields.
   CMACAddress(const CMACAddress&) = default;
+  /// Copies both fields; returns the object.
   CMACAddress& operator=(const CMACAddress&) = default;
 
   /// Takes the six bytes at `mac` and rewrites `text` from them, in upper case
   /// ("00:0C:29:AB:CD:EF"); a null pointer leaves the object unchanged.
+  /// @return the object
   CMACAddress& operator=(const unsigned char* mac);
 
-  /// Compares `text` ignoring case, see strcasecmp(3); `bytes` take no part. Not const: the binary
-  /// contract names the plain member. C++20 finds `a == b` ambiguous when neither is const.
+  /// Tells whether `text` equals that of `other`, case ignored, see strcasecmp(3); `bytes` take no
+  /// part. Not const: the binary contract names the plain member. C++20 finds `a == b` ambiguous
+  /// when neither is const.
   bool operator==(const CMACAddress& other);
 
   char text[19];           ///< six pairs of hexadecimal digits joined by ":", NUL-terminated
   unsigned char bytes[6];  ///< the address in transmission order
 };
 
-// Address text
-//
-// By text alone: no state, no look-up; any thread may call. Addresses are those of RFC 791 in
-// dotted form and of RFC 4291, section 2.2.
+/// @name Addresses and host names
+/// By text alone: no state, no look-up. Addresses are those of RFC 791 in dotted form and of RFC
+/// 4291, section 2.2. Threads: any.
+/// @{
 
-/// Lax test of a dotted IPv4 text: true when, after trimming " \t\r\n", its non-empty fields
-/// between "." are exactly four and all decimal digits. There is no range check and no limit of
-/// length: it only tells a dotted IPv4 text from an IPv6 text ("999.1.1.1" and ".1..2.3.4." pass).
-/// See `VexaCommonUtils::isValidIP` for the strict test.
+/// Tells whether `ip` is a dotted IPv4 text, laxly: true when, after trimming `" \t\r\n"`, its
+/// non-empty fields between "." are exactly four and all decimal digits. There is no range check
+/// and no limit of length: it only tells a dotted IPv4 text from an IPv6 text ("999.1.1.1" and
+/// ".1..2.3.4." pass). See `VexaCommonUtils::isValidIP` for the strict test.
 /// @throws std::logic_error when `ip` is null
 VEXA_EXPORT bool CheckIp(const char* ip);
 
@@ -59,10 +69,11 @@ VEXA_EXPORT void FullNameIp(std::string& ip);
 ///         is longer than `size` (the `size` bytes are left zero)
 VEXA_EXPORT int TrimStringIp(char* buf, int size);
 
-// Netmasks and interfaces
-//
-// These and the look-ups of MAC addresses hold no state and may be called from any thread. Those
-// that run a tool start a shell and wait for it: they take milliseconds, the others microseconds.
+/// @}
+/// @name Netmasks and interfaces
+/// What runs a tool starts a shell and waits for it: that takes milliseconds, the rest
+/// microseconds. Threads: any.
+/// @{
 
 /// Finds the netmask of the local IPv4 address `ip` by asking the kernel, see netdevice(7). The
 /// first 50 addresses of the machine are seen, each address of an interface counting as one, those
@@ -92,7 +103,11 @@ VEXA_EXPORT int GetNetmaskByIpUseifconfig(const std::string& ip, std::string& ne
 /// empty `text` leaves `address` unchanged.
 VEXA_EXPORT void GetInet6Address(const std::string& text, std::string& address);
 
-// MAC addresses
+/// @}
+/// @name MAC addresses
+/// What runs a tool starts a shell and waits for it: that takes milliseconds, the rest
+/// microseconds. Threads: any.
+/// @{
 
 /// Appends the machine's MAC addresses to `addresses`: those of `GetHWMACAddr`; then those that
 /// "/sbin/ifconfig -a" prints, in its order, as text of at most 18 characters: the "HWaddr" column
@@ -106,7 +121,8 @@ VEXA_EXPORT int GetLocalMACAddr(std::vector<CMACAddress>& addresses);
 
 /// Appends the kernel's hardware addresses to `addresses`, see netdevice(7): those of the
 /// interfaces that carry the machine's first 16 IPv4 addresses, in reverse order of the kernel's
-/// list. Zero addresses and those that `addresses` holds already are left out.
+/// list. Zero addresses and those that `addresses` holds already are left out. A system call that
+/// fails adds nothing.
 /// @param work  takes each address in turn; afterwards it holds the one read last, appended or not,
 ///              and is unchanged when none was read
 VEXA_EXPORT void GetHWMACAddr(std::vector<CMACAddress>& addresses, CMACAddress& work);
@@ -128,10 +144,12 @@ VEXA_EXPORT void GetMac(const std::string& line, std::string& name);
 ///         ends in the word (`*mac` unchanged)
 VEXA_EXPORT int GetEther(std::string line, Vexacommon::LocalMACAddress* mac);
 
-/// Reads the address in the newer tool's form: it is the field behind the first field "ether",
-/// fields standing between blanks (0x20), and is read as by `GetEther`.
+/// Reads the address off a `line` of the newer tool: it is the field behind the first field
+/// "ether", fields standing between blanks (0x20), and is read as by `GetEther`.
 /// @return 0 and the bytes in `*mac`; -1 when there is no such field or it has not exactly six
 ///         parts (`*mac` unchanged)
 VEXA_EXPORT int GetZirelEther(const std::string& line, Vexacommon::LocalMACAddress* mac);
+
+/// @}
 
 #endif

@@ -5,15 +5,19 @@
 
 #include "VexaExport.h"
 
-/// Free string functions. All of them work on bytes, know the ASCII letters and digits only, never
-/// look at the locale, hold no state and may run in any number of threads at once. None throws on
-/// bad input; a failing allocation passes through as `std::bad_alloc`.
+/// @file
+/// The free functions on strings; the utility classes hold the others.
+
+/// @name Strings
+/// Bytes and ASCII only: the locale is never asked. None throws on bad input; a failing allocation
+/// passes through as `std::bad_alloc`. Threads: any.
+/// @{
 
 /// Changes every byte 'a' to 'z' of `s` into its upper-case letter, in place; every other byte,
 /// 0x80 and above included, stays as it is.
 VEXA_EXPORT void ToUpperEx(std::string& s);
 
-/// Returns a copy of `s` treated as by `ToUpperEx`.
+/// Returns a copy of `s` with its ASCII letters in upper case, as `ToUpperEx` makes them.
 VEXA_EXPORT std::string ToUpper(const std::string& s);
 
 /// Tells whether `s` holds no letter beyond the hexadecimal range: false as soon as one of 'G' to
@@ -34,5 +38,7 @@ VEXA_EXPORT std::string ReplaceChar(const std::string& s, char c, const std::str
 /// @return the decimal text, "-99" to "999"; "" when a byte is no hexadecimal digit or when the
 ///         text would need more than three characters ("3e8" is 1000 and yields "")
 VEXA_EXPORT std::string StrHexToInt(std::string hex);
+
+/// @}
 
 #endif

@@ -1,0 +1,30 @@
+// Identifiers and time stamps. What they hold depends on the clock and the host, so their shape is
+// printed here.
+#include <VexaCommonUtils.h>
+#include <VexaCommonUtils_i.h>
+
+#include <atomic>
+#include <iostream>
+
+namespace {
+
+/// An identifier that is unique in the process: two calls within one microsecond give the same
+/// text, so a number of our own follows.
+std::string uniqueName() {
+  static std::atomic<unsigned long> number{0};
+  return VexaCommonUtils_i::generateUUID() + "-" + std::to_string(++number);
+}
+
+}  // namespace
+
+int main() {
+  ::setenv("TZ", "UTC0", 1);  // before the first local time of the process
+
+  const std::string first = uniqueName();
+  const std::string second = uniqueName();
+  std::cout << first.size() << ' ' << std::boolalpha << (first != second) << '\n'
+            << (first.find_first_not_of("0123456789ABCDEF") == 32) << '\n';
+
+  const std::string stamp = VexaCommonUtils::getTimeStamp(true);
+  std::cout << stamp.size() << " digits, century " << stamp.substr(0, 2) << '\n';
+}
