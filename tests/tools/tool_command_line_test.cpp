@@ -1,4 +1,5 @@
 // The operator's command: help, version, wrong use and exit codes.
+#include <VexaVersion.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -62,7 +63,7 @@ TEST(CommandLine, helpNamesEverySubcommand) {
 TEST(CommandLine, printsItsVersion) {
   const ProcessResult result = Deployment().run({"--version"});
   EXPECT_EQ(0, result.code);
-  EXPECT_EQ("commutil 1.0.0\n", result.out);
+  EXPECT_EQ("commutil " VEXA_COMMUTIL_VERSION "\n", result.out);
   EXPECT_EQ("", result.err);
 }
 

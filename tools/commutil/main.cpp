@@ -1,4 +1,6 @@
 // The operator's command: parses the command line and runs the chosen subcommand. For one thread.
+#include <VexaVersion.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -16,7 +18,7 @@ constexpr const char* kFooter =
 
 int parseAndRun(int argc, char** argv) {
   Tool tool;
-  tool.app.set_version_flag("--version", "commutil " COMMUTIL_VERSION);
+  tool.app.set_version_flag("--version", "commutil " VEXA_COMMUTIL_VERSION);
   tool.app.require_subcommand(1);
   tool.app.footer(kFooter);
   for (const auto add : {addReport, addConfig, addQueryText, addNetwork, addCommand, addPathSafety,
