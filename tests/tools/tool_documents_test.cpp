@@ -1,0 +1,134 @@
+// The operator's command: its man page and its completion say what its help says.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tools/run_tool.h"
+
+namespace {
+
+using commutil_test::Deployment;
+using commutil_test::ProcessResult;
+using commutil_test::readFile;
+using commutil_test::runProcess;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+using Names = std::set<std::string>;
+using OptionsOf = std::map<std::string, Names>;
+
+/// Every first group of `pattern` in `text`.
+Names matches(const std::string& text, const std::string& pattern) {
+  const std::regex regex(pattern, std::regex::ECMAScript | std::regex::multiline);
+  Names result;
+  for (std::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at)
+    result.insert((*at)[1]);
+  return result;
+}
+
+std::vector<std::string> wordsOf(const std::string& line) {
+  std::istringstream stream(line);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+std::string helpOf(const std::string& subcommand) {
+  std::vector<std::string> words = wordsOf(subcommand);
+  words.emplace_back("--help");
+  const ProcessResult result = Deployment().run(words);
+  EXPECT_EQ(0, result.code) << subcommand;
+  return result.out;
+}
+
+Names subcommandsIn(const std::string& help) {
+  const std::size_t heading = help.find("\nSubcommands:\n");
+  return heading == std::string::npos ? Names{} : matches(help.substr(heading), "^  ([a-z0-9-]+) ");
+}
+
+Names optionsIn(const std::string& help) { return matches(help, "^ +(?:-h,)?(--[a-z-]+)"); }
+
+/// The options of each subcommand without subcommands of its own, by its words; "" is the command.
+void collect(const std::string& subcommand, OptionsOf& leaves, OptionsOf& parents) {
+  const std::string help = helpOf(subcommand);
+  const Names below = subcommandsIn(help);
+  (below.empty() ? leaves : parents)[subcommand] = optionsIn(help);
+  for (const std::string& name : below)
+    collect(subcommand.empty() ? name : subcommand + " " + name, leaves, parents);
+}
+
+class Documents : public testing::Test {
+ protected:
+  OptionsOf m_leaves;
+  OptionsOf m_parents;
+
+  Documents() { collect("", m_leaves, m_parents); }
+};
+
+/// The man page with its hyphens as they are printed.
+std::string manPage() {
+  return std::regex_replace(readFile(COMMUTIL_MAN_PAGE), std::regex(R"(\\-)"), "-");
+}
+
+/// The options that the man page explains under the heading of each subcommand.
+OptionsOf documented() {
+  OptionsOf result;
+  std::istringstream lines(manPage());
+  std::string subcommand;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind(".SH ", 0) == 0) subcommand.clear();
+    if (line.rfind(".SS ", 0) == 0) result[subcommand = line.substr(4)] = {};
+    if (!subcommand.empty()) result[subcommand].merge(matches(line, "^\\.B[RI]* \"?(--[a-z-]+)"));
+  }
+  return result;
+}
+
+/// What bash offers behind the words of a subcommand.
+Names completed(const std::string& subcommand) {
+  std::vector<std::string> line{
+      "/bin/bash", "-c",
+      ". \"$0\" && COMP_WORDS=(commutil \"$@\" '') COMP_CWORD=$(($# + 1)) && _commutil &&"
+      " printf '%s\\n' \"${COMPREPLY[@]}\"",
+      COMMUTIL_COMPLETION};
+  for (const std::string& word : wordsOf(subcommand)) line.push_back(word);
+  const ProcessResult result = runProcess(line, {});
+  EXPECT_EQ(0, result.code) << result.err;
+  EXPECT_EQ("", result.err);
+  return matches(result.out, "^(.*[^-\n].*)$");
+}
+
+TEST_F(Documents, helpNamesSubcommands) {
+  EXPECT_THAT(m_leaves, Not(IsEmpty()));
+  EXPECT_THAT(m_parents[""], testing::UnorderedElementsAre("--help", "--version"));
+  EXPECT_THAT(m_leaves["escape"], IsSupersetOf({"--like", "--json", "--help"}));
+}
+
+TEST_F(Documents, manPageExplainsEverySubcommandWithItsOptions) {
+  for (auto& [subcommand, options] : m_leaves) options.erase("--help");
+  EXPECT_EQ(m_leaves, documented());
+}
+
+TEST_F(Documents, manPageExplainsTheCommonOptions) {
+  const std::string page = manPage();
+  for (const std::string option : {"\n.BR -h \", \" --help\n", "\n.B --version\n"})
+    EXPECT_NE(std::string::npos, page.find(option)) << option;
+}
+
+TEST_F(Documents, completionOffersTheOptionsOfEverySubcommand) {
+  for (const auto& [subcommand, options] : m_leaves)
+    EXPECT_EQ(options, completed(subcommand)) << subcommand;
+}
+
+TEST_F(Documents, completionOffersTheSubcommands) {
+  for (const auto& [parent, options] : m_parents) {
+    Names expected = subcommandsIn(helpOf(parent));
+    expected.insert(options.begin(), options.end());
+    EXPECT_EQ(expected, completed(parent)) << parent;
+  }
+}
+
+}  // namespace
