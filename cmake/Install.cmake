@@ -1,16 +1,26 @@
-# What an install holds: the library, its headers, and the CMake package and pkg-config file through
-# which users find them. ACE is a public requirement: a public header derives from its queue.
+# What an install holds, by component: the library; its headers, and the CMake package and pkg-config
+# file through which users find them; the operator's command and the reference settings store. ACE is
+# a public requirement: a public header derives from its queue.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/commutil)
+set(COMMUTIL_INSTALL_STORE_DIR ${CMAKE_INSTALL_LIBDIR} CACHE STRING
+  "Where the reference settings store is installed")
+mark_as_advanced(COMMUTIL_INSTALL_STORE_DIR)
 
 install(TARGETS commutil EXPORT commutilTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT library
+    NAMELINK_COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/commutil)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/commutil
+  COMPONENT development
   FILES_MATCHING PATTERN "*.h")
-install(EXPORT commutilTargets NAMESPACE commutil:: DESTINATION ${package_dir})
+install(EXPORT commutilTargets
+  NAMESPACE commutil::
+  DESTINATION ${package_dir}
+  COMPONENT development)
 
 configure_package_config_file(
   ${PROJECT_SOURCE_DIR}/cmake/commutilConfig.cmake.in
@@ -22,11 +32,41 @@ write_basic_package_version_file(
 install(FILES
   ${PROJECT_BINARY_DIR}/commutilConfig.cmake
   ${PROJECT_BINARY_DIR}/commutilConfigVersion.cmake
-  DESTINATION ${package_dir})
+  DESTINATION ${package_dir}
+  COMPONENT development)
 
-# Relative to the file itself, so that an installed tree may be moved.
+# Relative to the file itself, so that an installed tree may be moved; a folder that is given as an
+# absolute one stays what it is.
 file(RELATIVE_PATH relative_prefix
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" relative_prefix ${relative_prefix})
+cmake_path(APPEND pkgconfig_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
+cmake_path(APPEND pkgconfig_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
 configure_file(
   ${PROJECT_SOURCE_DIR}/cmake/commutil.pc.in ${PROJECT_BINARY_DIR}/commutil.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/commutil.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/commutil.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
+
+if(COMMUTIL_BUILD_MAN)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/man/man3
+    DESTINATION ${CMAKE_INSTALL_MANDIR}
+    COMPONENT development
+    OPTIONAL
+    FILES_MATCHING PATTERN "*.3")
+endif()
+
+if(COMMUTIL_BUILD_PROVIDERS)
+  install(TARGETS settingrest
+    LIBRARY DESTINATION ${COMMUTIL_INSTALL_STORE_DIR} COMPONENT tools)
+endif()
+if(COMMUTIL_BUILD_TOOLS)
+  install(TARGETS commutil_tool
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/commutil.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+    COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/completion/commutil
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    COMPONENT tools)
+endif()

@@ -9,14 +9,15 @@ function(commutil_compile_options target)
   commutil_harden(${target})
 endfunction()
 
-# Checks of the C++ library in Debug builds; checked C functions, guarded stacks, control-flow
-# protection and a read-only relocation table in the others.
+# Checks of the C++ library in Debug builds; guarded stacks, control-flow protection and a read-only
+# relocation table in the others, and checked C functions, which take an optimised build.
 function(commutil_harden target)
   set(release $<NOT:$<CONFIG:Debug>>)
+  set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
   target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
   target_compile_options(${target} PRIVATE
-    $<${release}:-U_FORTIFY_SOURCE>
-    $<${release}:-D_FORTIFY_SOURCE=2>
+    $<${optimised}:-U_FORTIFY_SOURCE>
+    $<${optimised}:-D_FORTIFY_SOURCE=2>
     $<${release}:-fstack-protector-strong>
     $<${release}:-fcf-protection>)
   get_target_property(type ${target} TYPE)
