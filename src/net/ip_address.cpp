@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <climits>
 #include <cstddef>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,25 +37,41 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-/// The value of a text of digits, held at LONG_MAX as strtol(3) holds it.
-unsigned long decimalValue(std::string_view digits) {
-  unsigned long value = 0;
-  for (const char c : digits) {
-    const auto digit = static_cast<unsigned long>(c - '0');
-    if (value > (LONG_MAX - digit) / 10) return LONG_MAX;
-    value = value * 10 + digit;
-  }
-  return value;
+/// A decimal value with a digit more, held at LONG_MAX as strtol(3) holds it.
+unsigned long withDigit(unsigned long value, char c) {
+  const auto digit = static_cast<unsigned long>(c - '0');
+  return value > (LONG_MAX - digit) / 10 ? LONG_MAX : value * 10 + digit;
 }
 
-/// Appends the byte that one dotted field stands for; false when it stands for none. Only the low
-/// 32 bits of its value are compared: "4294967296" counts as 0.
-bool appendOctet(std::string_view field, std::vector<unsigned char>& octets) {
-  if (field.empty() || !std::all_of(field.begin(), field.end(), isDigit)) return false;
-  const auto value = static_cast<unsigned int>(decimalValue(field));
-  if (value > UCHAR_MAX) return false;
-  octets.push_back(static_cast<unsigned char>(value));
-  return true;
+/// Whether `text` is four fields between dots that each stand for a byte. Every byte is handed to
+/// `take` before the next field is looked at. Of a field's value only the low 32 bits are compared:
+/// "4294967296" counts as 0.
+template <class Take>
+bool readOctets(std::string_view text, const Take& take) {
+  if (text.find('.') == std::string_view::npos) return false;
+  int octets = 0;
+  bool empty = true;
+  unsigned long value = 0;
+  for (std::size_t i = 0; i <= text.size(); ++i) {
+    const char c = i < text.size() ? text[i] : '.';
+    if (c != '.') {
+      if (!isDigit(c)) return false;
+      value = withDigit(value, c);
+      empty = false;
+      continue;
+    }
+    const auto low = static_cast<unsigned int>(value);
+    if (empty || low > UCHAR_MAX) return false;
+    take(static_cast<unsigned char>(low));
+    ++octets;
+    empty = true;
+    value = 0;
+  }
+  return octets == 4;
+}
+
+bool isIPv4(std::string_view text) {
+  return readOctets(text, [](unsigned char /*octet*/) {});
 }
 
 /// Whether `ip` is four fields of digits up to 255 between exactly three dots.
@@ -92,6 +110,28 @@ std::string bareAddress(std::string text) {
   return text;
 }
 
+/// Whether inet_ntop(3) ends the text of `address` in a dotted IPv4 address: a mapped one, or a
+/// compatible one that is longer than a group.
+bool endsDotted(const in6_addr& address) {
+  const auto& bytes = address.s6_addr;
+  if (std::any_of(bytes, bytes + 10, [](auto byte) { return byte != 0; })) return false;
+  const int group5 = bytes[10] << 8 | bytes[11];
+  return group5 == 0xffff || (group5 == 0 && (bytes[12] | bytes[13]) != 0);
+}
+
+/// The full text of an IPv6 address: that of inet_ntop(3), its "::" expanded.
+std::string fullText(const in6_addr& address) {
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  if (endsDotted(address)) return ::inet_ntop(AF_INET6, &address, text.data(), text.size());
+  const auto& bytes = address.s6_addr;
+  char* out = text.data();
+  for (std::size_t i = 0; i < sizeof(bytes); i += 2) {
+    out = std::to_chars(out, text.end(), bytes[i] << 8 | bytes[i + 1], 16).ptr;
+    *out++ = ':';
+  }
+  return {text.data(), out - 1};
+}
+
 /// The address field of the socket-address record of a family, null for other families.
 void* addressField(int family, void* record) {
   if (family == AF_INET) return &static_cast<sockaddr_in*>(record)->sin_addr;
@@ -102,10 +142,11 @@ void* addressField(int family, void* record) {
 }  // namespace
 
 bool CheckIp(const char* ip) {
-  const std::string text(ip);
+  // As building a string from it would.
+  if (ip == nullptr) throw std::logic_error("basic_string: construction from null is not valid");
   int fields = 0;
   char before = '.';
-  for (const char c : trimmed(text)) {
+  for (const char c : trimmed(ip)) {
     if (c != '.' && !isDigit(c)) return false;
     if (c != '.' && before == '.') ++fields;
     before = c;
@@ -141,32 +182,19 @@ bool VexaCommonUtils::isValidIP(const std::string& ip) {
 
 int VexaCommonUtils_i::validateIPv4(const std::string& ip, std::vector<unsigned char>& octets) {
   octets.clear();
-  if (ip.find('.') == std::string::npos) return -1;
-  std::string_view rest = ip;
-  std::size_t dot = 0;
-  while (dot != std::string_view::npos) {
-    dot = rest.find('.');
-    if (!appendOctet(rest.substr(0, dot), octets)) return -1;
-    rest.remove_prefix(dot == std::string_view::npos ? rest.size() : dot + 1);
-  }
-  return octets.size() == 4 ? 0 : -1;
+  return readOctets(ip, [&octets](unsigned char octet) { octets.push_back(octet); }) ? 0 : -1;
 }
 
 int VexaCommonUtils_i::formatStringIP(std::string& ip) {
-  std::vector<unsigned char> octets;
-  if (validateIPv4(ip, octets) == 0) return AF_INET;
+  if (isIPv4(ip)) return AF_INET;
   in6_addr address{};
   if (::inet_pton(AF_INET6, ip.c_str(), &address) != 1) return 0;
-  std::array<char, 128> text{};
-  if (::inet_ntop(AF_INET6, &address, text.data(), INET6_ADDRSTRLEN) == nullptr) return 0;
-  ip = text.data();
-  FullNameIp(ip);
+  ip = fullText(address);
   return AF_INET6;
 }
 
 int VexaCommonUtils_i::formatStringIP_DNS(std::string& ip) {
-  std::vector<unsigned char> octets;
-  if (validateIPv4(ip, octets) == 0) return AF_INET;
+  if (isIPv4(ip)) return AF_INET;
   ACE_INET_Addr address;
   if (address.set(kAnyPort, ip.c_str(), 1, AF_UNSPEC) != 0) return 0;
   std::array<char, kTextSize> text{};

@@ -5,8 +5,11 @@
 #include <ace/OS_NS_Thread.h>
 #include <pthread.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <memory>
+#include <new>
 
 #include "VexaLocks.h"
 
@@ -21,9 +24,12 @@ constexpr int kAtTail = -1;
 constexpr int kAtHead = 0;
 
 /// What a condition is made with by default, made once: it is half the price of a condition. Never
-/// destroyed, since threads may still reserve while the process exits.
+/// destroyed, since threads may still reserve while the process exits; not on the heap, so that it
+/// goes with the library when that is unloaded.
 const ACE_Condition_Attributes& defaultAttributes() {
-  static const auto& attributes = *new ACE_Condition_Attributes;
+  using Attributes = ACE_Condition_Attributes;
+  alignas(Attributes) static std::array<std::byte, sizeof(Attributes)> room;
+  static const auto& attributes = *new (room.data()) Attributes;
   return attributes;
 }
 

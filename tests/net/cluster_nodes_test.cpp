@@ -48,6 +48,13 @@ TEST(ClusterNodes, AppendsTheAddressesOfRemoteClientNodesInNameOrder) {
               ElementsAre("before", "not checked", "10.0.0.2", "10.0.0.2", "fe80::1", "10.0.0.3"));
 }
 
+TEST(ClusterNodes, SkipsAByteOrderMark) {
+  const Answer answer =
+      ask("\xef\xbb\xbf{\"nodeList\":{" + node("a", "\"true\"", "[{\"IP\":\"10.0.0.1\"}]") + "}}");
+  EXPECT_EQ(0, answer.result);
+  EXPECT_THAT(answer.addresses, ElementsAre("before", "10.0.0.1"));
+}
+
 TEST(ClusterNodes, TakesOnlyNodesMarkedExactlyTrue) {
   const struct {
     std::string mark;

@@ -4,6 +4,8 @@
 #include <netinet/in.h>
 
 #include <array>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -211,6 +213,34 @@ TEST(FormatStringIP, GivesEachAddressOneText) {
     std::string ip = row.text;
     EXPECT_EQ(row.family, VexaCommonUtils_i::formatStringIP(ip));
     EXPECT_EQ(row.formatted, ip);
+  }
+}
+
+/// The full text by its rule: what the C library prints, its "::" expanded.
+std::string printedAndExpanded(const in6_addr& address) {
+  char text[INET6_ADDRSTRLEN];
+  std::string full = ::inet_ntop(AF_INET6, &address, text, sizeof(text));
+  FullNameIp(full);
+  return full;
+}
+
+TEST(FormatStringIP, GivesWhatTheCLibraryPrintsForEveryPatternOfZeros) {
+  for (unsigned pattern = 0; pattern < 1U << 16; ++pattern) {
+    // Each group is one of 0, 0x0a, 0xb00c and 0xffff.
+    constexpr std::array<std::uint16_t, 4> kGroupValues = {0, 0x0a, 0xb00c, 0xffff};
+    in6_addr address{};
+    std::string written;
+    for (unsigned group = 0; group < 8; ++group) {
+      const std::uint16_t value = kGroupValues[pattern >> 2 * group & 3];
+      address.s6_addr[2 * group] = static_cast<unsigned char>(value >> 8);
+      address.s6_addr[2 * group + 1] = static_cast<unsigned char>(value);
+      char text[8];
+      std::snprintf(text, sizeof(text), ":%04X", value);
+      written += text;
+    }
+    std::string ip = written.substr(1);
+    ASSERT_EQ(10, VexaCommonUtils_i::formatStringIP(ip)) << written;
+    ASSERT_EQ(printedAndExpanded(address), ip) << written;
   }
 }
 

@@ -28,6 +28,15 @@ const Document kDocuments[] = {
     {"byte-order mark", "\xef\xbb\xbf{}", true, true},
     {"byte-order mark, then text behind", "\xef\xbb\xbf{} x", false, false},
     {"half a byte-order mark", "\xef\xbb{}", false, false},
+    {"byte-order mark, then a comment behind", "\xef\xbb\xbf{} // note", true, false},
+    {"byte-order mark, then blanks", "\xef\xbb\xbf \n{}\n", true, true},
+    {"byte-order mark alone", "\xef\xbb\xbf", false, false},
+    {"two byte-order marks", "\xef\xbb\xbf\xef\xbb\xbf{}", false, false},
+    {"byte-order mark behind", "{}\xef\xbb\xbf", false, false},
+    {"byte-order mark behind a blank", " \xef\xbb\xbf{}", false, false},
+    {"byte-order mark inside", "{\xef\xbb\xbf}", false, false},
+    {"byte-order mark of UTF-16", std::string("\xff\xfe{\0}\0", 6), false, false},
+    {"UTF-16 without a mark", std::string("{\0}\0", 4), false, false},
     {"empty", "", false, false},
     {"blank", " \n", false, false},
     {"NUL", std::string(1, '\0'), false, false},
@@ -37,6 +46,20 @@ const Document kDocuments[] = {
     {"unterminated text", "{\"a\": \"b}", false, false},
     {"missing colon", "{\"a\" 1}", false, false},
     {"single quotes", "{'a': 1}", false, false},
+    {"a control character in a text", "{\"a\": \"\x01\"}", true, true},
+    {"an unknown escape", "{\"a\": \"\\q\"}", false, false},
+    {"half an escape", "{\"a\": \"\\u00", false, false},
+    {"half a surrogate pair", R"({"a": "\ud800"})", false, false},
+    {"a comma behind the last member", R"({"a": 1,})", true, false},
+    {"a comma behind the last element", "[1,]", true, false},
+    {"a comma alone", "[,]", false, false},
+    {"two commas", "[1,,2]", false, false},
+    {"a member without a name", "{: 1}", false, false},
+    {"the wrong bracket", "[1}", false, false},
+    {"not a number", "[NaN]", false, false},
+    {"a number in hexadecimal", "[0x10]", false, false},
+    {"half a word", "[tru]", false, false},
+    {"a word in another case", "[True]", false, false},
     {"number too large", "{\"a\": 1e999}", false, false},
     {"a word behind", "{} x", false, false},
     {"no token behind", "{} @", false, false},
@@ -64,6 +87,22 @@ TEST(JsonReader, TellsDocumentsFromMalformedText) {
     EXPECT_EQ(document.lenient, JsonReader(false).parse(document.text, root));
     EXPECT_EQ(document.strict, JsonReader(true).parse(document.text, root));
   }
+}
+
+TEST(JsonReader, ReadsTheSameBehindAByteOrderMark) {
+  const std::string text = R"({"b": [{"c": "text"}], "a": 1})";
+  Json::Value plain;
+  Json::Value marked;
+  ASSERT_TRUE(JsonReader(false).parse(text, plain));
+  ASSERT_TRUE(JsonReader(false).parse("\xef\xbb\xbf" + text, marked));
+  EXPECT_EQ(plain, marked);
+  EXPECT_EQ((Json::Value::Members{"a", "b"}), marked.getMemberNames());
+}
+
+TEST(JsonReader, KeepsAByteOrderMarkInsideAText) {
+  Json::Value root;
+  ASSERT_TRUE(JsonReader(false).parse("{\"a\": \"\xef\xbb\xbf\"}", root));
+  EXPECT_EQ("\xef\xbb\xbf", root["a"].asString());
 }
 
 TEST(JsonReader, FillsTheRoot) {

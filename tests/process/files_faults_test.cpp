@@ -1,5 +1,10 @@
 // The file utilities under faults that no real file can be made to have at the right moment. This
 // program stands in for a few functions of the C library, which the library then calls.
+
+// The checked forms of these functions are defined in their headers, where clang refuses a second
+// definition.
+#undef _FORTIFY_SOURCE
+
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>

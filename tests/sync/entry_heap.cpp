@@ -2,7 +2,9 @@
 
 #include "sync/entry_heap.h"
 
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "VexaLocks.h"
@@ -21,24 +23,37 @@ using commutil_test::t_heapFails;
 
 constexpr std::size_t kEntrySize = sizeof(VexaToken::ACE_Token_Queue_Entry);
 
+// Each block begins with its size: not every compiler hands it to delete.
+constexpr std::size_t kHeader = alignof(std::max_align_t);
+
 }  // namespace
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+// Not inlined: g++ would take the inlined `free` for a mismatch with the callers' `new`.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   if (size == kEntrySize) {
     if (t_heapFails) return nullptr;
     ++t_entries;
   }
-  return std::malloc(size);
+  void* const block = std::malloc(kHeader + size);
+  if (block == nullptr) return nullptr;
+  std::memcpy(block, &size, sizeof(size));
+  return static_cast<char*>(block) + kHeader;
 }
 
-void* operator new(std::size_t size) {
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (void* block = operator new(size, std::nothrow)) return block;
   throw std::bad_alloc();
 }
 
-void operator delete(void* block) noexcept { std::free(block); }
-
-void operator delete(void* block, std::size_t size) noexcept {
+[[gnu::noinline]] void operator delete(void* data) noexcept {
+  if (data == nullptr) return;
+  void* const block = static_cast<char*>(data) - kHeader;
+  std::size_t size = 0;
+  std::memcpy(&size, block, sizeof(size));
   if (size == kEntrySize) --t_entries;
   std::free(block);
+}
+
+[[gnu::noinline]] void operator delete(void* data, std::size_t /*size*/) noexcept {
+  operator delete(data);
 }

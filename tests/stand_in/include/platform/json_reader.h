@@ -1,0 +1,12 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <string>
+
+class JsonReader {
+ public:
+  explicit JsonReader(bool flag);
+
+  bool parse(const std::string& text, Json::Value& root);
+};
