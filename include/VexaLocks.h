@@ -84,8 +84,8 @@ class VEXA_EXPORT VexaProcessLock {
   void SetOutputType(OUTPUT_TYPE type);
 
   /// Prints `message` and a line end to standard output and flushes, unless `message` is null or
-  /// the object is silent. Goes through `stdout` of the C library, in order with printf(3) and, as
-  /// long as it is synchronised, std::cout; a `stdout` that wide output was written to refuses it.
+  /// the object is silent. Goes through std::cout: in order with printf(3) as long as the two are
+  /// synchronised, and refused behind wide output on `stdout`.
   void OutputScreen(const char* message) const;
 
  private:

@@ -161,7 +161,7 @@ constexpr std::size_t kWidestByte = 3;
 template <class Set, class Write>
 std::string rewriteShort(std::string_view text, const Set& set, const Write& write) {
   std::array<char, kShortText + kBlockSize> padded{};
-  std::array<char, kShortText * kWidestByte + kBlockSize> result;
+  std::array<char, kShortText * kWidestByte + kBlockSize> result{};
   std::copy(text.begin(), text.end(), padded.begin());
   char* out = result.data();
   for (std::size_t at = 0; at < text.size(); at += kBlockSize) {

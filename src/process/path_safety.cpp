@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <iostream>
 #include <list>
 #include <string>
 #include <string_view>
@@ -15,6 +14,7 @@
 #include "VexaCommonUtils_i.h"
 #include "platform/ini_reader.h"
 #include "platform/raw_text.h"
+#include "platform/standard_streams.h"
 
 namespace {
 
@@ -162,7 +162,7 @@ bool VexaCommonUtils_i::checkUnSafeStr(const std::string& text) {
   const std::string path = getConfFile("secure.cfg");
   VexaIniReader list(path);
   if (list.initialize(false) != 0) {
-    std::cerr << "file open fail, " + path + "\n";
+    commutil::standardError() << "file open fail, " + path + "\n";
     return true;  // on purpose: a missing file never blocks the platform
   }
   std::list<VexaIniReader::IniNode> words;

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +16,7 @@
 #include "VexaCommonUtils_i.h"
 #include "platform/bounded.h"
 #include "platform/handles.h"
+#include "platform/standard_streams.h"
 
 using commutil::FileHandle;
 
@@ -56,9 +56,10 @@ int VexaCommonUtils::getProcessCPUAndMem(const std::string& /*process*/, unsigne
 }
 
 void VexaCommonUtils::printStackTrace() {
-  std::cout << "Stack Trace:" << std::endl;
-  std::cout << "Stack trace printing not supported on this platform" << std::endl;
-  std::cout << std::endl;
+  std::ostream& out = commutil::standardOutput();
+  out << "Stack Trace:" << std::endl;
+  out << "Stack trace printing not supported on this platform" << std::endl;
+  out << std::endl;
 }
 
 bool VexaCommonUtils_i::securityGetpwnam(const std::string& name, passwd& entry, char* buffer,

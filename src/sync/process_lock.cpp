@@ -8,12 +8,12 @@
 
 #include <cerrno>
 #include <ctime>
-#include <iostream>
 
 #include "VexaCommonUtils.h"
 #include "VexaLocks.h"
 #include "platform/bounded.h"
 #include "platform/handles.h"
+#include "platform/standard_streams.h"
 
 namespace {
 
@@ -132,5 +132,5 @@ void VexaProcessLock::SetOutputType(OUTPUT_TYPE type) { m_outputType = type; }
 void VexaProcessLock::OutputScreen(const char* message) const {
   if (message == nullptr) return;
   if (m_outputType != OUTPUT_TYPE_SCREEN && m_outputType != OUTPUT_TYPE_BOTH) return;
-  std::cout << message << std::endl;
+  commutil::standardOutput() << message << std::endl;
 }

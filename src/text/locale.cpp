@@ -7,7 +7,8 @@
 
 #include <atomic>
 #include <clocale>
-#include <iostream>
+
+#include "platform/standard_streams.h"
 
 VexaLocale* VexaLocale::m_instance = nullptr;
 ACE_RW_Thread_Mutex VexaLocale::m_mutex;
@@ -21,7 +22,8 @@ VexaLocale* VexaLocale::Instance() {
   if (instance.load(std::memory_order_relaxed) == nullptr) {
     // Published before the locale is set: a thread on the unlocked path does not wait for it.
     instance.store(new VexaLocale, std::memory_order_release);
-    if (SetLocale("") == nullptr) std::cout << "SetLocale return NULL" << std::endl;
+    if (SetLocale("") == nullptr)
+      commutil::standardOutput() << "SetLocale return NULL" << std::endl;
   }
   return instance.load(std::memory_order_relaxed);
 }

@@ -57,7 +57,7 @@ class Occurrences {
   std::string_view m_text;
   const Finder& m_finder;
   std::size_t m_size = 0;
-  std::array<std::size_t, 8> m_kept;
+  std::array<std::size_t, 8> m_kept{};
 };
 
 // Returns `text` with what was found replaced by `to`.
