@@ -19,8 +19,9 @@ int runWith(const char* program, std::string argument) {
 
 int main() {
   // Without a shell: the exit code, or the error number where the program cannot be run.
-  std::cout << runWith("/bin/false", "; rm -rf /") << ' ' << runWith("/no/such/program", "x")
-            << '\n';
+  const int refused = runWith("/bin/false", "; rm -rf /");
+  const int missing = runWith("/no/such/program", "x");
+  std::cout << refused << ' ' << missing << '\n';
   std::cout << VexaCommonUtils_i::runCommand("sh -c 'exit 3'", true, false) << '\n';
 
   // With a shell: the raw wait status.
