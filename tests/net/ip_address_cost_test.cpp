@@ -2,42 +2,17 @@
 // grows at most to four bytes; the text form of an IPv6 address is one text.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
+#include "support/allocations.h"
 
 namespace {
 
-thread_local std::size_t allocations = 0;
-
-}  // namespace
-
-// Not inlined: g++ would take the inlined `free` for a mismatch with the callers' `new`.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* const block = std::malloc(size == 0 ? 1 : size)) return block;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  ++allocations;
-  return std::malloc(size == 0 ? 1 : size);
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-
-namespace {
-
-template <class Call>
-std::size_t allocationsOf(const Call& call) {
-  const std::size_t before = allocations;
-  call();
-  return allocations - before;
-}
+using commutil_test::allocationsOf;
 
 const std::vector<std::string>& addresses() {
   static const std::vector<std::string> texts = {

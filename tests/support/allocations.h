@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+
+// Counts what a call allocates. A program that links allocations.cpp has its operator new replaced.
+
+namespace commutil_test {
+
+/// How many blocks the calling thread has allocated so far.
+std::size_t allocations();
+
+template <class Call>
+std::size_t allocationsOf(const Call& call) {
+  const std::size_t before = allocations();
+  call();
+  return allocations() - before;
+}
+
+}  // namespace commutil_test
