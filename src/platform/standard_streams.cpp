@@ -1,12 +1,25 @@
-// The one source that includes <iostream>. For operations that print. No state of its own.
+// The one source that includes <iostream>, whose hidden object makes the streams in every source
+// that does. For operations that print. No state of its own.
 #include "platform/standard_streams.h"
 
 #include <iostream>
 
 namespace commutil {
 
-std::ostream& standardOutput() { return std::cout; }
+namespace {
 
-std::ostream& standardError() { return std::cerr; }
+/// Through the stream's buffer: only there do a caller's settings of the stream not count.
+void writeLine(std::streambuf* buffer, std::string_view text) {
+  if (buffer == nullptr) return;
+  buffer->sputn(text.data(), static_cast<std::streamsize>(text.size()));
+  buffer->sputc('\n');
+  buffer->pubsync();
+}
+
+}  // namespace
+
+void printLine(std::string_view text) { writeLine(std::cout.rdbuf(), text); }
+
+void printErrorLine(std::string_view text) { writeLine(std::cerr.rdbuf(), text); }
 
 }  // namespace commutil

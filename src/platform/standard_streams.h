@@ -1,13 +1,17 @@
 #pragma once
 
-#include <ostream>
+#include <string_view>
 
-// The standard streams without <iostream>, whose hidden object makes them in every source that
-// includes it: one source of the library does so for all.
+// Messages to the standard streams, in order with what the process prints there through std::cout,
+// std::cerr or stdio. Neither a field width nor an earlier failed write nor an exception mask that
+// a caller left on the stream reaches them; a write that fails is not reported.
 
 namespace commutil {
 
-std::ostream& standardOutput();
-std::ostream& standardError();
+/// Writes `text` and a line end to standard output and flushes it.
+void printLine(std::string_view text);
+
+/// Writes `text` and a line end to standard error and flushes it.
+void printErrorLine(std::string_view text);
 
 }  // namespace commutil

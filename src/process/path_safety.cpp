@@ -162,7 +162,7 @@ bool VexaCommonUtils_i::checkUnSafeStr(const std::string& text) {
   const std::string path = getConfFile("secure.cfg");
   VexaIniReader list(path);
   if (list.initialize(false) != 0) {
-    commutil::standardError() << "file open fail, " + path + "\n";
+    commutil::printErrorLine("file open fail, " + path);
     return true;  // on purpose: a missing file never blocks the platform
   }
   std::list<VexaIniReader::IniNode> words;

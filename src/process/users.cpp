@@ -56,10 +56,9 @@ int VexaCommonUtils::getProcessCPUAndMem(const std::string& /*process*/, unsigne
 }
 
 void VexaCommonUtils::printStackTrace() {
-  std::ostream& out = commutil::standardOutput();
-  out << "Stack Trace:" << std::endl;
-  out << "Stack trace printing not supported on this platform" << std::endl;
-  out << std::endl;
+  commutil::printLine("Stack Trace:");
+  commutil::printLine("Stack trace printing not supported on this platform");
+  commutil::printLine("");
 }
 
 bool VexaCommonUtils_i::securityGetpwnam(const std::string& name, passwd& entry, char* buffer,

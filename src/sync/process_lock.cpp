@@ -74,6 +74,7 @@ int VexaProcessLock::EnterProcessMutex() {
     return 0;
   }
   const int error = errno;
+  file.reset();
   // A mistaken exit must meet EBADF, not a file that was given the closed number since.
   m_descriptor = -1;
   if (isHeldElsewhere(error)) return kHeldElsewhere;
@@ -132,5 +133,5 @@ void VexaProcessLock::SetOutputType(OUTPUT_TYPE type) { m_outputType = type; }
 void VexaProcessLock::OutputScreen(const char* message) const {
   if (message == nullptr) return;
   if (m_outputType != OUTPUT_TYPE_SCREEN && m_outputType != OUTPUT_TYPE_BOTH) return;
-  commutil::standardOutput() << message << std::endl;
+  commutil::printLine(message);
 }

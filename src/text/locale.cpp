@@ -22,8 +22,7 @@ VexaLocale* VexaLocale::Instance() {
   if (instance.load(std::memory_order_relaxed) == nullptr) {
     // Published before the locale is set: a thread on the unlocked path does not wait for it.
     instance.store(new VexaLocale, std::memory_order_release);
-    if (SetLocale("") == nullptr)
-      commutil::standardOutput() << "SetLocale return NULL" << std::endl;
+    if (SetLocale("") == nullptr) commutil::printLine("SetLocale return NULL");
   }
   return instance.load(std::memory_order_relaxed);
 }

@@ -11,9 +11,12 @@
 #include <climits>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <functional>
+#include <iostream>
 #include <optional>
+#include <streambuf>
 #include <string>
 #include <utility>
 
@@ -52,6 +55,21 @@ std::size_t openDescriptors() {
   }
   return count;
 }
+
+/// What processes that were built against the layout find in a lock: four fields without gaps.
+struct Fields {
+  explicit Fields(const VexaProcessLock& lock) {
+    const auto* const bytes = reinterpret_cast<const char*>(&lock);
+    name = *reinterpret_cast<const std::string*>(bytes);
+    directory = *reinterpret_cast<const std::string*>(bytes + sizeof(std::string));
+    std::memcpy(&descriptor, bytes + 2 * sizeof(std::string), sizeof(int));
+    std::memcpy(&outputType, bytes + 2 * sizeof(std::string) + sizeof(int), sizeof(int));
+  }
+  std::string name;
+  std::string directory;
+  int descriptor = -1;
+  int outputType = -1;
+};
 
 mode_t modeOf(const std::string& path) {
   struct stat status {};
@@ -93,6 +111,40 @@ TEST_F(ProcessLock, FileStaysUnchangedBehind) {
   EXPECT_EQ(0, lock.EnterProcessMutex());
   EXPECT_EQ(0, lock.ExitProcessMutex());
   EXPECT_EQ("kept", commutil_test::readFile(file));
+}
+
+TEST_F(ProcessLock, LockCoversTheWholeFileWhateverItsSize) {
+  const std::string file = m_share.write("lock/backup_PROCESSMUTEX", "kept");
+  VexaProcessLock lock("backup", "/lock/");
+  ASSERT_EQ(0, lock.EnterProcessMutex());
+  runInChild([&file] {
+    const int fd = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
+    struct flock found {};
+    found.l_type = F_RDLCK;
+    found.l_whence = SEEK_SET;
+    ASSERT_EQ(0, ::fcntl(fd, F_GETLK, &found));
+    EXPECT_EQ(F_WRLCK, found.l_type);
+    EXPECT_EQ(0, found.l_start);
+    EXPECT_EQ(0, found.l_len) << "to the end, wherever that will be";
+    EXPECT_EQ(::getppid(), found.l_pid);
+  });
+  EXPECT_EQ(0, lock.ExitProcessMutex());
+}
+
+TEST_F(ProcessLock, FieldsTellItsState) {
+  VexaProcessLock lock("backup", "/lock/");
+  EXPECT_EQ("backup_PROCESSMUTEX", Fields(lock).name);
+  EXPECT_EQ("/lock/", Fields(lock).directory);
+  EXPECT_EQ(0, Fields(lock).descriptor);
+  EXPECT_EQ(1, Fields(lock).outputType);
+  const int next = ::dup(STDOUT_FILENO);
+  ASSERT_EQ(0, ::close(next));
+  ASSERT_EQ(0, lock.EnterProcessMutex());
+  EXPECT_EQ(next, Fields(lock).descriptor);
+  ASSERT_EQ(0, lock.ExitProcessMutex());
+  EXPECT_EQ(0, Fields(lock).descriptor);
+  lock.SetOutputType(static_cast<OUTPUT_TYPE>(7));
+  EXPECT_EQ(7, Fields(lock).outputType);
 }
 
 TEST_F(ProcessLock, PathIsPlainConcatenation) {
@@ -214,6 +266,75 @@ TEST_F(ProcessLock, OutputScreenKeepsTheOrderOfStdioAndFlushes) {
   });
 }
 
+/// Keeps what std::cout is given, and how many descriptors are open meanwhile.
+class StandardOutputBuffer : public std::streambuf {
+ public:
+  StandardOutputBuffer() : m_before(std::cout.rdbuf(this)) {}
+  ~StandardOutputBuffer() override { std::cout.rdbuf(m_before); }
+  StandardOutputBuffer(const StandardOutputBuffer&) = delete;
+  StandardOutputBuffer& operator=(const StandardOutputBuffer&) = delete;
+
+  std::string text;
+  std::size_t descriptors = 0;
+  int flushes = 0;
+
+ protected:
+  int_type overflow(int_type byte) override {
+    text += traits_type::to_char_type(byte);
+    descriptors = openDescriptors();
+    return byte;
+  }
+  int sync() override {
+    ++flushes;
+    return 0;
+  }
+
+ private:
+  std::streambuf* m_before;
+};
+
+TEST_F(ProcessLock, OutputScreenGoesWhereStandardOutputGoes) {
+  StandardOutputBuffer output;
+  VexaProcessLock("backup", "/lock/").OutputScreen("text");
+  EXPECT_EQ("text\n", output.text);
+  EXPECT_EQ(1, output.flushes);
+}
+
+TEST_F(ProcessLock, OutputScreenHeedsNoSettingOfTheStream) {
+  runInChild([] {
+    const VexaProcessLock lock("backup", "/lock/");
+    CapturedOutput output(STDOUT_FILENO);
+    std::cout.width(10);
+    std::cout.fill('*');
+    lock.OutputScreen("plain");
+    std::cout.width(0);
+    std::cout.exceptions(std::ios::goodbit);
+    std::cout.setstate(std::ios::badbit);  // as an earlier failed write leaves it
+    lock.OutputScreen("after a failure");
+    std::cout.clear();
+    std::cout.exceptions(std::ios::badbit);
+    const int out = ::dup(STDOUT_FILENO);
+    ::close(STDOUT_FILENO);
+    EXPECT_NO_THROW(lock.OutputScreen("to a closed descriptor"));
+    ::dup2(out, STDOUT_FILENO);
+    std::clearerr(stdout);
+    lock.OutputScreen("opened again");
+    EXPECT_THAT(output.stop(), ::testing::StartsWith("plain\nafter a failure\n"));
+  });
+}
+
+TEST_F(ProcessLock, FileIsClosedBeforeTheFailureIsReported) {
+  runInChild([] {
+    VexaProcessLock lock("backup", "/lock/");
+    failSystemCall(SYS_fcntl, F_SETLK, ENOLCK);
+    const std::size_t before = openDescriptors();
+    const StandardOutputBuffer output;
+    EXPECT_EQ(-1, lock.EnterProcessMutex());
+    EXPECT_EQ("Failed to lock backup_PROCESSMUTEX. The error is 37.\n", output.text);
+    EXPECT_EQ(before, output.descriptors);
+  });
+}
+
 TEST_F(ProcessLock, FailedLockingIsReportedAndClosed) {
   struct Case {
     int error;
@@ -268,8 +389,10 @@ TEST_F(ProcessLock, RefusedUnlockLeavesTheFileOpen) {
       ASSERT_EQ(0, lock.EnterProcessMutex());
       const std::size_t before = openDescriptors();
       failSystemCall(SYS_fcntl, F_SETLK, row.error);
+      const int kept = Fields(lock).descriptor;
       EXPECT_EQ(row.output, outputOf([&] { EXPECT_EQ(row.result, lock.ExitProcessMutex()); }));
       EXPECT_EQ(before, openDescriptors());
+      EXPECT_EQ(kept, Fields(lock).descriptor) << "for another try";
     });
   }
 }
