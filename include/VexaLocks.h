@@ -152,8 +152,9 @@ class VEXA_EXPORT VexaToken {
     /// An empty queue.
     ACE_Token_Queue();
 
-    /// Inserts `entry` at `requeue_position`: -1 at the tail, 0 at the head, n behind the n-th
-    /// entry from the head (at the tail of a shorter queue). The token itself only ever uses -1.
+    /// Inserts `entry` at `requeue_position`: -1 (or less) at the tail, 0 at the head, n behind the
+    /// n-th entry from the head (at the tail of a shorter queue). The token itself only ever uses
+    /// -1.
     void insert_entry(ACE_Token_Queue_Entry& entry, int requeue_position);
 
     /// Unlinks `entry` wherever it stands; one that is not queued, or null, is ignored.

@@ -84,7 +84,7 @@ void VexaToken::ACE_Token_Queue::insert_entry(ACE_Token_Queue_Entry& entry, int 
     return;
   }
   ACE_Token_Queue_Entry* before = tail_;
-  if (requeue_position != kAtTail) {
+  if (requeue_position >= 0) {
     before = head_;
     while (--requeue_position > 0 && before->next_ != nullptr) before = before->next_;
   }
