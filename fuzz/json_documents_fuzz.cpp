@@ -74,13 +74,12 @@ bool addAttributes(Input& input, Node& node) {
       return false;
     case 6:
       attributes = "RemoteClient";
-      break;
+      node.addresses.reset();
+      return false;
     default:
       attributes["RemoteClient"]["true"] = "true";
-      break;
+      return false;
   }
-  node.addresses.reset();
-  return false;
 }
 
 void addAddresses(Input& input, Node& node, bool counts) {

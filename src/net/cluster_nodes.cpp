@@ -16,7 +16,9 @@ constexpr const char* kNodeList = "/etc/sysconf/nodelists.json";
 
 bool servesRemoteClients(const Json::Value& node) {
   const Json::Value& attributes = node["extAttr"];
-  return attributes.isMember("RemoteClient") && attributes["RemoteClient"].asString() == "true";
+  if (!attributes.isMember("RemoteClient")) return false;
+  const Json::Value& mark = attributes["RemoteClient"];
+  return mark.isConvertibleTo(Json::stringValue) && mark.asString() == "true";
 }
 
 std::list<std::string> addressesOf(const Json::Value& node) {

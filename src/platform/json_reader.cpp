@@ -16,6 +16,7 @@ Json::CharReaderBuilder builderFor(bool strict) {
   Json::CharReaderBuilder builder;
   if (strict) Json::CharReaderBuilder::strictMode(&builder.settings_);
   builder["collectComments"] = false;
+  builder["allowTrailingCommas"] = false;
   builder["failIfExtra"] = true;
   return builder;
 }

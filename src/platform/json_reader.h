@@ -8,7 +8,7 @@
 /// flag.
 class JsonReader {
  public:
-  /// @param strict  whether comments, trailing commas and repeated member names are refused too
+  /// @param strict  whether comments and repeated member names are refused too
   explicit JsonReader(bool strict);
 
   /// Parses `text` into `root`. Returns false for malformed text, which includes text nested deeper
