@@ -119,10 +119,14 @@ bool endsDotted(const in6_addr& address) {
   return group5 == 0xffff || (group5 == 0 && (bytes[12] | bytes[13]) != 0);
 }
 
-/// The full text of an IPv6 address: that of inet_ntop(3), its "::" expanded.
+/// The full text of an IPv6 address: that of inet_ntop(3), its "::" expanded. Empty where that
+/// fails.
 std::string fullText(const in6_addr& address) {
   std::array<char, INET6_ADDRSTRLEN> text{};
-  if (endsDotted(address)) return ::inet_ntop(AF_INET6, &address, text.data(), text.size());
+  if (endsDotted(address)) {
+    ::inet_ntop(AF_INET6, &address, text.data(), text.size());
+    return text.data();
+  }
   const auto& bytes = address.s6_addr;
   char* out = text.data();
   for (std::size_t i = 0; i < sizeof(bytes); i += 2) {
@@ -189,7 +193,9 @@ int VexaCommonUtils_i::formatStringIP(std::string& ip) {
   if (isIPv4(ip)) return AF_INET;
   in6_addr address{};
   if (::inet_pton(AF_INET6, ip.c_str(), &address) != 1) return 0;
-  ip = fullText(address);
+  std::string full = fullText(address);
+  if (full.empty()) return 0;
+  ip = std::move(full);
   return AF_INET6;
 }
 

@@ -238,6 +238,21 @@ TEST(GetAllIPAddr, AddsNothingWithoutAList) {
   EXPECT_THAT(addresses, ElementsAre("before"));
 }
 
+TEST(GetAllIPAddr, TakesTheListWhateverTheResult) {
+  sockaddr_in v4{};
+  v4.sin_family = AF_INET;
+  v4.sin_addr.s_addr = htonl(0x01020304);
+  ifaddrs entry{};
+  entry.ifa_addr = reinterpret_cast<sockaddr*>(&v4);
+  const FakeKernel kernel([&entry](ifaddrs** list) {
+    *list = &entry;
+    return -1;
+  });
+  std::list<std::string> addresses;
+  EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
+  EXPECT_THAT(addresses, ElementsAre("1.2.3.4"));
+}
+
 TEST(Hosts, TakeTextsOf1MiB) {
   std::string text(1 << 20, 'a');
   EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname(text, text));

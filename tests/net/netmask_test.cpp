@@ -445,6 +445,7 @@ TEST(GetNetmaskByIP, LetsTheOutOfRangeErrorThrough) {
   std::string ip = "10.1.2.3";
   std::string netmask = kJunk;
   EXPECT_THROW(VexaCommonUtils::getNetmaskByIP(ip, netmask), std::out_of_range);
+  EXPECT_EQ("", netmask) << "as the first of the two leaves it";
 }
 
 TEST(GetNetmaskByIP, FailsWhenNeitherKnowsTheAddress) {
@@ -566,6 +567,19 @@ TEST(GetInterfaceOfIPV6, FailsWithoutAList) {
     EXPECT_EQ("fe80:0:0:0:0:0:0:1", ip);
     EXPECT_EQ(kJunk, name);
   }
+}
+
+TEST(GetInterfaceOfIPV6, TakesNoListOfARequestThatFailed) {
+  InterfaceEntries entries;
+  entries.add("carrier", "fe80::1");
+  FakeKernel kernel(FakeKernel::Getifaddrs([&](ifaddrs** list) {
+    entries.give(list);
+    return -1;
+  }));
+  std::string ip = "fe80::1";
+  std::string name = kJunk;
+  EXPECT_EQ(-1, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name));
+  EXPECT_EQ(kJunk, name);
 }
 
 TEST(GetInterfaceOfIPV6, AsksTheRealKernel) {

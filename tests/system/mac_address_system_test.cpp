@@ -120,10 +120,14 @@ struct Answer {
   std::string mac;
 };
 
+/// Asks, and expects the address to come back in full form, whatever the answer.
 Answer macOf(std::string address) {
+  std::string full = address;
+  VexaCommonUtils_i::formatStringIP(full);
   LocalMACAddress mac{};
   std::fill(std::begin(mac.mac), std::end(mac.mac), static_cast<unsigned char>(0xA5));
   const int result = VexaCommonUtils_i::getMacAddrOfIPV6(address, &mac);
+  EXPECT_EQ(full, address);
   return {result, textOf(mac)};
 }
 
@@ -468,6 +472,7 @@ TEST(MacOfIPv6, OfTheNewerToolIsWhatIpTells) {
         VexaCommonUtils_i::formatStringIP(full);
         expectAnswer(0, upperCase(one.mac), zirelMacOf(full));
         expectNone(zirelMacOf(address.ip));  // only the full form is compared
+        expectNone(zirelMacOf(upperCase(full)));
         ++checked;
       }
     }
