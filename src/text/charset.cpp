@@ -12,7 +12,7 @@
 #include <string>
 
 #include "VexaLocale.h"
-#include "text/utf8.h"
+#include "platform/utf8.h"
 
 using commutil::Converted;
 using commutil::countUtf8;

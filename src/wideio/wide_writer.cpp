@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cwchar>
 
+#include "wideio/wide_blocks.h"
+
 namespace {
 
 constexpr int kWriteMode = 16;
@@ -29,7 +31,7 @@ void Vexawofstream::open(const char* path, int mode) {
 
 void Vexawofstream::close() {
   if (m_file == nullptr) return;
-  std::fclose(m_file);
+  commutil::closeWide(m_file);
   m_file = nullptr;
 }
 
@@ -39,9 +41,9 @@ int Vexawofstream::eof() { return m_file == nullptr ? -1 : std::feof(m_file); }
 
 int Vexawofstream::fail() { return m_file == nullptr ? 1 : std::ferror(m_file); }
 
-std::wint_t Vexawofstream::put(wchar_t c) { return std::fputwc(c, m_file); }
+std::wint_t Vexawofstream::put(wchar_t c) { return commutil::putWideCharacter(m_file, c); }
 
-int Vexawofstream::put(const wchar_t* s) { return std::fputws(s, m_file); }
+int Vexawofstream::put(const wchar_t* s) { return commutil::putWideText(m_file, s); }
 
 int Vexawofstream::put(char c) { return m_file == nullptr ? 0 : std::fputc(c, m_file); }
 
@@ -63,6 +65,8 @@ std::ostream& wends(std::ostream& stream) {
 
 std::ostream& wflush(std::ostream& stream) {
   // fflush of a null handle would flush every stream of the process.
-  if (std::FILE* const file = static_cast<Vexawofstream&>(stream).m_file) std::fflush(file);
+  if (std::FILE* const file = static_cast<Vexawofstream&>(stream).m_file) {
+    commutil::flushWide(file);
+  }
   return stream;
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -32,6 +33,44 @@ static_assert(!kHasIsValid<Vexawfstream>);
 
 bool reading(Vexawfstream& stream) { return stream.Vexawifstream::isValid(); }
 bool writing(Vexawfstream& stream) { return stream.Vexawofstream::isValid(); }
+
+/// The mode member, behind the fields of both sides, as processes that were built against the
+/// layout find it.
+int modeOf(const Vexawfstream& stream) {
+  constexpr std::size_t kOffset = 40;
+  int mode = 0;
+  std::memcpy(&mode, reinterpret_cast<const char*>(&stream) + kOffset, sizeof(mode));
+  return mode;
+}
+
+TEST(WideFile, KeepsTheSideInUseAsItsMode) {
+  const TempDir dir;
+  const std::string path = dir.write("text", "old");
+  Vexawfstream stream;
+  EXPECT_EQ(-26, modeOf(stream));
+  for (const auto& [given, kept] :
+       {std::pair{8, 8}, {16, 16}, {1, 1}, {32, 1}, {24, 1}, {0, 1}, {-26, 1}, {9, 1}, {17, 1}}) {
+    SCOPED_TRACE(given);
+    stream.open(path.c_str(), given);
+    EXPECT_EQ(kept, modeOf(stream));
+    stream.close();
+    EXPECT_EQ(-26, modeOf(stream));
+  }
+  stream.open((dir / "none/text").c_str(), kWrite);
+  EXPECT_EQ(kWrite, modeOf(stream)) << "also when nothing could be opened";
+}
+
+TEST(WideFile, ClosesTheWriterOfAnyModeBeforeItReads) {
+  const TempDir dir;
+  const std::string path = dir / "text";
+  Vexawfstream stream;
+  stream.open(path.c_str(), 32);
+  stream.put(L"text");
+  stream.open(path.c_str(), kRead);
+  EXPECT_TRUE(reading(stream));
+  EXPECT_FALSE(writing(stream));
+  EXPECT_EQ("text", readFile(path));
+}
 
 TEST(WideFile, StartsClosedWithoutABufferInItsBase) {
   Vexawfstream stream;

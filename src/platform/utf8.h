@@ -25,7 +25,8 @@ Converted widenUtf8(const char* text, std::size_t size, wchar_t* wide);
 std::size_t measureUtf8(const wchar_t* wide, std::size_t size);
 constexpr std::size_t kNoUtf8 = static_cast<std::size_t>(-1);
 
-/// Converts text that `measureUtf8` measured into an array of that size.
-void narrowUtf8(const wchar_t* wide, std::size_t size, char* text);
+/// Converts text that `measureUtf8` measured into an array of that size, and returns the place
+/// behind the last byte.
+char* narrowUtf8(const wchar_t* wide, std::size_t size, char* text);
 
 }  // namespace commutil

@@ -1,6 +1,6 @@
-// Conversion between UTF-8 and wide text, for the character set conversions in a UTF-8 locale. Pure
-// functions, over blocks of 16 characters where these are ASCII.
-#include "text/utf8.h"
+// Conversion between UTF-8 and wide text, for the character set conversions and the wide streams in
+// a UTF-8 locale. Pure functions, over blocks of 16 characters where these are ASCII.
+#include "platform/utf8.h"
 
 #include <emmintrin.h>
 
@@ -166,7 +166,7 @@ std::size_t measureUtf8(const wchar_t* wide, std::size_t size) {
   return blockMask(foreign) == 0 ? size + sumOf(more) : kNoUtf8;
 }
 
-void narrowUtf8(const wchar_t* wide, std::size_t size, char* text) {
+char* narrowUtf8(const wchar_t* wide, std::size_t size, char* text) {
   for (std::size_t i = 0; i < size;) {
     if (size - i >= kBlockSize) {
       const WideBlock block(wide + i);
@@ -181,6 +181,7 @@ void narrowUtf8(const wchar_t* wide, std::size_t size, char* text) {
       text = encode(static_cast<std::uint32_t>(wide[i]), text);
     }
   }
+  return text;
 }
 
 }  // namespace commutil

@@ -1,0 +1,279 @@
+// Wide output beside stdio's own: the same operations on a stream and on a plain handle.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cwchar>
+#include <functional>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "VexaWideIO.h"
+#include "support/fixtures.h"
+#include "support/locales.h"
+
+namespace {
+
+using commutil_test::Latin1Locale;
+using commutil_test::readFile;
+using commutil_test::runInChild;
+using commutil_test::setLocale;
+using commutil_test::TempDir;
+
+constexpr int kAppend = 1;
+constexpr int kWrite = 16;
+
+/// The results of operations, and what the file holds when they have ended.
+struct Outcome {
+  std::vector<long> results;
+  std::string content;
+
+  bool operator==(const Outcome&) const = default;
+};
+
+struct Operation {
+  char kind = 0;  // of the ones in `apply`
+  std::wstring wide;
+  std::string bytes;
+};
+using Operations = std::vector<Operation>;
+
+long apply(const Operation& operation, Vexawofstream& stream) {
+  switch (operation.kind) {
+    case 't':
+      return stream.put(operation.wide.c_str());
+    case 'c':
+      return stream.put(operation.wide[0]);
+    case 'b':
+      return stream.put(operation.bytes[0]);
+    case 's':
+      return stream.put(operation.bytes.c_str());
+    case 'w':
+      return static_cast<long>(stream.write(operation.bytes.data(), 1, operation.bytes.size()));
+    case 'e':
+      wendl(stream);
+      return stream.fail();
+    default:
+      wflush(stream);
+      return stream.fail();
+  }
+}
+
+long apply(const Operation& operation, std::FILE* file) {
+  switch (operation.kind) {
+    case 't':
+      return std::fputws(operation.wide.c_str(), file);
+    case 'c':
+      return std::fputwc(operation.wide[0], file);
+    case 'b':
+      return std::fputc(operation.bytes[0], file);
+    case 's':
+      return std::fputs(operation.bytes.c_str(), file);
+    case 'w':
+      return static_cast<long>(
+          std::fwrite(operation.bytes.data(), 1, operation.bytes.size(), file));
+    case 'e':
+      std::fputwc(L'\n', file);
+      std::fflush(file);
+      return std::ferror(file);
+    default:
+      std::fflush(file);
+      return std::ferror(file);
+  }
+}
+
+Outcome ofStream(const Operations& operations, const std::string& path, int mode) {
+  Outcome outcome;
+  Vexawofstream stream;
+  stream.open(path.c_str(), mode);
+  for (const Operation& operation : operations) outcome.results.push_back(apply(operation, stream));
+  stream.close();
+  outcome.content = readFile(path);
+  return outcome;
+}
+
+Outcome ofStdio(const Operations& operations, const std::string& path, int mode) {
+  Outcome outcome;
+  std::FILE* const file = std::fopen(path.c_str(), mode == kWrite ? "w" : "a");
+  for (const Operation& operation : operations) outcome.results.push_back(apply(operation, file));
+  std::fclose(file);
+  outcome.content = readFile(path);
+  return outcome;
+}
+
+std::wstring randomText(std::mt19937& random) {
+  static constexpr std::size_t kSizes[] = {0,    1,    2,    15,   16,   17,   18,
+                                           60,   1000, 4079, 4080, 4081, 4095, 4096,
+                                           4097, 5000, 8191, 8192, 8193, 9000, 20000};
+  static const std::wstring kMixed = L"a\x7F\x80\xE9\x7FF\x800\x4E2D\xFFFD\xFFFF\x10000\x1F600";
+  static const std::wstring kForeign = L"\xD800\xDFFF\x110000\x7FFFFFFF";
+  std::wstring text(kSizes[random() % std::size(kSizes)], L'a');
+  switch (random() % 8) {
+    case 0:
+      for (wchar_t& c : text) c = L'\x4E2D';
+      break;
+    case 1:
+      for (wchar_t& c : text) c = L'\x1F600';
+      break;
+    case 2:
+    case 3:
+      for (wchar_t& c : text) c = kMixed[random() % kMixed.size()];
+      break;
+    case 4:
+      if (!text.empty()) text[random() % text.size()] = kForeign[random() % kForeign.size()];
+      break;
+    default:
+      for (wchar_t& c : text) c = static_cast<wchar_t>(L' ' + random() % 90);
+  }
+  return text;
+}
+
+Operation randomOperation(std::mt19937& random) {
+  static const std::string kKinds = "tttttttcccefbsw";
+  Operation operation{kKinds[random() % kKinds.size()], randomText(random), "bytes"};
+  if (operation.wide.empty() && operation.kind == 'c') operation.wide = L"\x4E2D";
+  operation.bytes.resize(1 + random() % 5);
+  return operation;
+}
+
+/// Mostly wide text; bytes in between, which stdio mixes in its own way, in a few.
+Operations randomOperations(std::mt19937& random) {
+  const bool withBytes = random() % 4 == 0;
+  Operations operations;
+  for (auto count = 1 + random() % 12; count > 0; --count) {
+    Operation operation = randomOperation(random);
+    const bool isOfBytes = std::string("bsw").find(operation.kind) != std::string::npos;
+    if (!isOfBytes || withBytes) operations.push_back(std::move(operation));
+  }
+  return operations;
+}
+
+std::string described(const Operations& operations) {
+  std::string text;
+  for (const Operation& operation : operations) {
+    text += std::string(1, operation.kind) + std::to_string(operation.wide.size()) + " ";
+  }
+  return text;
+}
+
+void expectTheSame(const Operations& operations, std::optional<rlim_t> room = std::nullopt) {
+  const TempDir dir;
+  for (const int mode : {kWrite, kAppend}) {
+    const Outcome stream = ofStream(operations, dir / "stream", mode);
+    const Outcome stdio = ofStdio(operations, dir / "stdio", mode);
+    ASSERT_EQ(stdio.results, stream.results) << described(operations) << room.value_or(0);
+    ASSERT_TRUE(stdio.content == stream.content)
+        << described(operations) << stdio.content.size() << " bytes, not " << stream.content.size();
+  }
+}
+
+void compareRandomOperations(unsigned seed, int rounds) {
+  std::mt19937 random(seed);
+  for (int round = 0; round < rounds && !testing::Test::HasFatalFailure(); ++round) {
+    SCOPED_TRACE(round);
+    expectTheSame(randomOperations(random));
+  }
+}
+
+TEST(WideBlocks, AgreeWithStdioInUtf8) {
+  runInChild([] {
+    setLocale("C.UTF-8");
+    compareRandomOperations(1, 300);
+  });
+}
+
+TEST(WideBlocks, AgreeWithStdioInOtherEncodings) {
+  runInChild([] { compareRandomOperations(2, 60); });
+  runInChild([] {
+    const Latin1Locale locale;
+    locale.set();
+    compareRandomOperations(3, 60);
+  });
+}
+
+TEST(WideBlocks, KeepTheEncodingThatTheHandleBeganWith) {
+  runInChild([] {
+    const Latin1Locale locale;
+    locale.offer();
+    const TempDir dir;
+    Vexawofstream stream;
+    setLocale(Latin1Locale::kName);
+    stream.open((dir / "text").c_str(), kWrite);
+    stream.put(L"\xE9");
+    setLocale("C.UTF-8");
+    stream.put(std::wstring(5000, L'\xE9').c_str());
+    stream.close();
+    EXPECT_EQ(std::string(5001, '\xE9'), readFile(dir / "text"));
+  });
+}
+
+TEST(WideBlocks, AgreeWithStdioWhenTheFileIsFull) {
+  runInChild([] {
+    setLocale("C.UTF-8");
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::mt19937 random(4);
+    for (int round = 0; round < 150 && !testing::Test::HasFatalFailure(); ++round) {
+      SCOPED_TRACE(round);
+      const rlim_t room = random() % 20000;
+      const rlimit limit{room, RLIM_INFINITY};
+      ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+      expectTheSame(randomOperations(random), room);
+    }
+  });
+}
+
+TEST(WideBlocks, LeaveStdioWhatWaitsAtTheEnd) {
+  const TempDir dir;
+  const std::wstring text(10000, L'\x4E2D');
+  runInChild([&] {
+    setLocale("C.UTF-8");
+    auto* const stream = new Vexawofstream;  // closed by exit alone
+    stream->open((dir / "text").c_str(), kWrite);
+    stream->put(text.c_str());
+    stream->put(L'!');
+    std::fflush(nullptr);
+  });
+  EXPECT_EQ(30001U, readFile(dir / "text").size());
+  EXPECT_EQ('!', readFile(dir / "text").back());
+}
+
+/// The number of write(2) calls of this process so far.
+long writeCalls() {
+  const std::string text = readFile("/proc/self/io");
+  return std::stol(text.substr(text.find("syscw: ") + 7));
+}
+
+TEST(WideBlocks, WriteABlockACall) {
+  runInChild([] {
+    setLocale("C.UTF-8");
+    const TempDir dir;
+    for (const wchar_t c : {L'a', L'\xE9', L'\x4E2D', L'\x1F600'}) {
+      const std::wstring text(60, c);
+      Vexawofstream stream;
+      stream.open((dir / "text").c_str(), kWrite);
+      const long before = writeCalls();
+      for (int i = 0; i < 10000; ++i) stream << text.c_str();
+      stream.close();
+      const auto bytes = static_cast<long>(readFile(dir / "text").size());
+      EXPECT_LE(writeCalls() - before, bytes / 2000) << bytes;
+    }
+  });
+}
+
+TEST(WideBlocks, WriteALineACall) {
+  runInChild([] {
+    setLocale("C.UTF-8");
+    const TempDir dir;
+    Vexawofstream stream;
+    stream.open((dir / "text").c_str(), kWrite);
+    const long before = writeCalls();
+    for (int i = 0; i < 100; ++i) stream << std::wstring(200, L'\x4E2D').c_str() << wendl;
+    EXPECT_EQ(100, writeCalls() - before);
+  });
+}
+
+}  // namespace
