@@ -32,6 +32,7 @@ constexpr std::size_t kEnvironmentSize = 16384;
 constexpr std::size_t kEnvironmentEntries = 512;
 constexpr std::size_t kArguments = 128;
 constexpr std::size_t kReadBlockSize = 65536;  // what a pipe holds
+constexpr int kFailedReads = 1000;             // in a row: then the end is taken to be out of reach
 
 /// Sets the calling thread's signal mask; a failure is told by `errno` alone.
 void setSignalMask(const sigset_t& mask, sigset_t* before) {
@@ -129,7 +130,7 @@ int VexaCommonUtils::system(const char* command) {
   ::sigemptyset(&saved);
   setSignalMask(none, &saved);
   ::signal(SIGCHLD, SIG_DFL);
-  PipeStream stream = commutil::openPipe(command, "w");
+  PipeStream stream(::popen(command, "w"));
   if (!stream) return -1;  // the empty mask stays: callers know it
   int status = ::pclose(stream.release());
   if (status == -1 && errno == ECHILD) status = 0;
@@ -177,10 +178,13 @@ int VexaCommonUtils_i::getSystemExecResult(const char* command, std::string& res
   if (!stream) return -1;
   OutputText output(result);
   const auto block = std::make_unique_for_overwrite<char[]>(kReadBlockSize);
-  while (std::feof(stream.get()) == 0) {
-    output.append({block.get(), std::fread(block.get(), 1, kReadBlockSize, stream.get())});
+  int failures = 0;
+  while (std::feof(stream.get()) == 0 && failures < kFailedReads) {
+    const std::size_t size = std::fread(block.get(), 1, kReadBlockSize, stream.get());
+    output.append({block.get(), size});
+    if (size != 0) failures = 0;
     if (std::ferror(stream.get()) == 0) continue;
-    if (errno != EINTR) break;  // an error never becomes end of file
+    if (errno != EINTR) ++failures;
     std::clearerr(stream.get());
   }
   return result.empty() ? -1 : 0;

@@ -75,7 +75,7 @@ class TreeWalk {
 
   /// Walks the directory at `m_path`, which has grown afterwards.
   int walk() {
-    const DirectoryHandle directory(::opendir(m_path.c_str()));
+    DirectoryHandle directory(::opendir(m_path.c_str()));
     if (!directory) return -1;
     errno = 0;
     m_path += '/';
@@ -84,6 +84,7 @@ class TreeWalk {
       visit(entry->d_name, entry->d_type);
       m_path.resize(length);
     }
+    ::closedir(directory.release());  // its error shows too
     return errno == 0 ? 0 : -1;
   }
 

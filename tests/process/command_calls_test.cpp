@@ -36,12 +36,15 @@ struct FakeShell {
 
   std::FILE* open(const char* command, const char* mode) {
     calls.push_back({command, mode});
+    if (opens) return opens();
     return output.empty() ? std::fopen("/dev/null", "r+")
                           : ::fmemopen(output.data(), output.size(), mode);
   }
 
   static FakeShell* current;
   std::string output;
+  std::function<std::FILE*()> opens;  // in the place of a stream with the output
+  std::function<int(std::FILE*)> closes;
   std::vector<Call> calls;
   std::size_t closed = 0;
 };
@@ -65,6 +68,7 @@ std::FILE* popen(const char* command, const char* mode) {
 int pclose(std::FILE* stream) {
   if (FakeShell::current == nullptr) return real(&::pclose, "pclose")(stream);
   ++FakeShell::current->closed;
+  if (FakeShell::current->closes) return FakeShell::current->closes(stream);
   return std::fclose(stream) == 0 ? 0 : -1;
 }
 }
@@ -77,6 +81,75 @@ TEST(CommandCalls, SystemOpensAPipeToWrite) {
   FakeShell shell("");
   EXPECT_EQ(0, VexaCommonUtils::system("a command"));
   EXPECT_EQ((Calls{{"a command", "w"}}), shell.calls);
+}
+
+TEST(CommandCalls, SystemTellsWhatClosingTells) {
+  struct Case {
+    int result;
+    int error;
+    int expected;
+  };
+  for (const Case& row : {Case{-1, ECHILD, 0}, Case{-1, EINTR, -1}, Case{-1, EIO, -1},
+                          Case{256, 0, 256}, Case{9, 0, 9}}) {
+    SCOPED_TRACE(row.error);
+    char place = 0;
+    auto* const stream = reinterpret_cast<std::FILE*>(&place);  // is passed on, never used
+    FakeShell shell("");
+    shell.opens = [stream] { return stream; };
+    shell.closes = [&row, stream](std::FILE* closed) {
+      EXPECT_EQ(stream, closed);
+      errno = row.error;
+      return row.result;
+    };
+    EXPECT_EQ(row.expected, VexaCommonUtils::system("a command"));
+  }
+}
+
+/// A stream whose reads give these texts one by one, an error number where there is none.
+struct Reads {
+  struct Read {
+    std::string text;
+    int error = 0;
+  };
+
+  std::FILE* open() { return ::fopencookie(this, "r", {&Reads::read, nullptr, nullptr, nullptr}); }
+  static ssize_t read(void* cookie, char* data, std::size_t size) {
+    auto& self = *static_cast<Reads*>(cookie);
+    if (self.next == self.reads.size() && !self.failsForEver) return 0;
+    const Read read = self.failsForEver && self.next == self.reads.size() ? Read{"", EIO}
+                                                                          : self.reads[self.next++];
+    if (read.error != 0) {
+      errno = read.error;
+      return -1;
+    }
+    EXPECT_LE(read.text.size(), size);
+    return static_cast<ssize_t>(read.text.copy(data, size));
+  }
+
+  std::vector<Read> reads;
+  bool failsForEver = false;
+  std::size_t next = 0;
+};
+
+TEST(CommandCalls, ExecResultTriesAgainAfterAReadThatFailed) {
+  for (const int error : {EAGAIN, EINTR, EIO}) {
+    SCOPED_TRACE(error);
+    Reads stream{{{"one\n"}, {"", error}, {"", error}, {"two\n"}, {"", error}, {"three"}}};
+    FakeShell shell("");
+    shell.opens = [&stream] { return stream.open(); };
+    std::string result;
+    EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+    EXPECT_EQ("one\ntwo\nthree", result);
+  }
+}
+
+TEST(CommandCalls, ExecResultEndsWhereTheEndIsOutOfReach) {
+  Reads stream{{{"one\n"}}, true};
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  std::string result;
+  EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+  EXPECT_EQ("one\n", result);
 }
 
 TEST(CommandCalls, ExecResultReadsAnyStream) {

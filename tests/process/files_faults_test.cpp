@@ -32,6 +32,7 @@ struct Faults {
   std::function<ssize_t(int, int)> sendfile;
   std::function<int(int)> close;
   std::function<dirent*(DIR*)> readdir;
+  std::function<int(DIR*)> closedir;
 };
 
 Faults faults;
@@ -58,6 +59,11 @@ int realClose(int fd) {
 
 dirent* realReaddir(DIR* directory) {
   static auto* const function = real(&::readdir, "readdir");
+  return function(directory);
+}
+
+int realClosedir(DIR* directory) {
+  static auto* const function = real(&::closedir, "closedir");
   return function(directory);
 }
 
@@ -88,6 +94,10 @@ int close(int fd) { return faults.close ? faults.close(fd) : realClose(fd); }
 
 dirent* readdir(DIR* directory) {
   return faults.readdir ? faults.readdir(directory) : realReaddir(directory);
+}
+
+int closedir(DIR* directory) {
+  return faults.closedir ? faults.closedir(directory) : realClosedir(directory);
 }
 }
 
@@ -272,6 +282,16 @@ TEST_F(FilesFaults, GetFilesByDirFailsOnAReadError) {
   };
   EXPECT_EQ(-1, listWithFaults());
   EXPECT_TRUE(ended);
+  EXPECT_EQ(std::list<std::string>{source}, files);
+}
+
+TEST_F(FilesFaults, GetFilesByDirFailsOnAnErrorInClosing) {
+  faults.closedir = [](DIR* stream) {
+    realClosedir(stream);
+    errno = EIO;
+    return -1;
+  };
+  EXPECT_EQ(-1, listWithFaults());
   EXPECT_EQ(std::list<std::string>{source}, files);
 }
 
