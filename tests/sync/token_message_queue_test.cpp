@@ -1,6 +1,7 @@
 #include <ace/Message_Block.h>
 #include <ace/Notification_Strategy.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -14,6 +15,7 @@
 #include <string>
 #include <thread>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "VexaLocks.h"
@@ -22,6 +24,7 @@
 
 namespace {
 
+using commutil_test::awaitFutexWait;
 using commutil_test::deadline;
 using commutil_test::expectFree;
 using commutil_test::fieldsOf;
@@ -106,6 +109,26 @@ TEST_F(TokenMessageQueue, DequeueThroughTheBaseReservesToo) {
   EXPECT_EQ(0, m_token.acquire(nullptr, nullptr, nullptr));
   m_token.release();
   expectNoReservation();
+}
+
+TEST_F(TokenMessageQueue, ReservesUnderTheQueuesMutex) {
+  put({1});
+  ASSERT_EQ(0, m_token.grab());  // holds the token's mutex
+  std::promise<pid_t> thread;
+  auto dequeued = std::async(std::launch::async, [this, &thread] {
+    thread.set_value(::gettid());
+    const int left = m_queue.dequeue_head(m_message, nullptr);
+    const int taken = m_token.acquire(nullptr, nullptr, nullptr);
+    if (taken == 0) m_token.release();
+    return std::pair(left, taken);
+  });
+  awaitFutexWait(thread.get_future().get(), &fieldsOf(m_token).lock.lock());
+  EXPECT_EQ(-1, m_queue.lock().tryacquire());
+  EXPECT_EQ(0, m_token.letgo());
+  EXPECT_EQ(0, m_token.acquire(nullptr, nullptr, nullptr)) << "reserved first";
+  m_token.release();
+  EXPECT_EQ(std::pair(0, 0), dequeued.get());
+  EXPECT_EQ(1, consume(m_message));
 }
 
 TEST_F(TokenMessageQueue, OnlyTheHeadReserves) {
