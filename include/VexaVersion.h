@@ -1,11 +1,16 @@
 #ifndef VEXA_VERSION_H
 #define VEXA_VERSION_H
 
+/// @file
 /// The version of these headers, for the preprocessor. The build reads the three numbers here, so
 /// the library's file names, its CMake package, its pkg-config file and its packages bear the same
-/// ones. A new major number means that processes have to be built again.
+/// ones.
+
+/// A new one means that processes have to be built again.
 #define VEXA_COMMUTIL_VERSION_MAJOR 1
+/// Grows with additions.
 #define VEXA_COMMUTIL_VERSION_MINOR 0
+/// Grows with corrections.
 #define VEXA_COMMUTIL_VERSION_PATCH 0
 
 /// The three numbers as a text literal: "1.0.0".

@@ -21,7 +21,8 @@
 /// handle makes it wide or one of bytes (fwide(3)); operations of the other kind then fail in the C
 /// library's own way until the file is opened anew. A wide read of bytes gives WEOF each time.
 ///
-/// No operation throws. Threads: one object is used by one at a time.
+/// Texts and arrays must not be null unless an operation says otherwise. No operation throws.
+/// Threads: one object is used by one at a time.
 class VEXA_EXPORT Vexawifstream : public std::istream {
  public:
   /// A closed stream.
@@ -121,8 +122,8 @@ class VEXA_EXPORT Vexawifstream : public std::istream {
 /// here too: nothing may be written through the standard base, and a handle that began with wide
 /// text refuses bytes, numbers among them, as one that began with bytes refuses wide text.
 ///
-/// What is written is buffered until a flush, `close` or the destructor. Threads: one object is
-/// used by one at a time.
+/// What is written is buffered until a flush, `close` or the destructor. Texts and arrays must not
+/// be null unless an operation says otherwise. Threads: one object is used by one at a time.
 class VEXA_EXPORT Vexawofstream : public std::ostream {
  public:
   /// A closed stream.
