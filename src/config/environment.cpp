@@ -3,7 +3,6 @@
 // between threads as long as none of them changes the environment.
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "VexaCommonUtils.h"

@@ -2,11 +2,9 @@
 // about how services run. Safe between threads; the TS mode and the database type are kept.
 #include <json/value.h>
 
-#include <array>
 #include <atomic>
 #include <cstdio>
 #include <exception>
-#include <string_view>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"

@@ -2,7 +2,6 @@
 
 #include <cstdarg>
 #include <cstddef>
-#include <cwchar>
 
 // Bounded copies and formatting: the C library's functions with an explicit destination size.
 // Only the conduct that callers rely on is promised. Plain C names, so that the platform's own

@@ -9,7 +9,6 @@
 
 #include <cstdlib>
 #include <string>
-#include <utility>
 
 #include "output.h"
 #include "tool.h"
