@@ -257,7 +257,8 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// full form. Where `isZirel` is true it answers as `getZirelMacAddrOfIPV6`; elsewhere it finds
   /// the interface as `getInterfaceOfIPV6` and reads the fifth column of the first line of
   /// "/sbin/ifconfig" that holds the interface's name, whose older form has the address there. The
-  /// name becomes part of a shell command as it stands: who may name interfaces may run commands.
+  /// name becomes part of a shell command as it stands: whoever may name interfaces may run
+  /// commands.
   /// @return 0 and the bytes in `*mac`; also 0, `*mac` unchanged, when the tool is missing or gives
   ///         no line for an interface that was found; -1 (`*mac` unchanged) when `ip` is not IPv6,
   ///         no interface carries it, or the column holds no address

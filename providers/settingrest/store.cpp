@@ -1,5 +1,5 @@
 // Finds the store that the environment names and picks the backend for its URL's scheme. Called on
-// every lookup; the choice made last is kept under a mutex.
+// every look-up; the choice made last is kept under a mutex.
 #include <unistd.h>
 
 #include <cstdio>

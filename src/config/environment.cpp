@@ -1,4 +1,4 @@
-// The process environment: the one lookup of a variable and the expanders of references to
+// The process environment: the one look-up of a variable and the expanders of references to
 // variables. Everything that is found through the environment comes here. Nothing is cached; safe
 // between threads as long as none of them changes the environment.
 #include <array>

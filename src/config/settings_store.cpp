@@ -37,7 +37,7 @@ void pin(const ACE_DLL& store) {
 }
 
 /// Loads the store and calls the entry point `name`, which is left in `resolved` before the call:
-/// the store may come back to the same lookup from inside it. Nothing is kept of a library that
+/// the store may come back to the same look-up from inside it. Nothing is kept of a library that
 /// lacks the entry point, so that a better one is found later.
 template <class Function, class Output>
 int loadAndCall(std::atomic<Function>& resolved, const char* name, const std::string& key,

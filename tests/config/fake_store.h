@@ -30,7 +30,7 @@ struct FakeStore {
 FakeStore& fakeStore();
 
 /// Lays the store library of a kind into a directory of its own, which becomes the current one.
-/// Kinds: "full"; "param_only", which has no group lookup; "no_entry_points"; "unresolved", which
+/// Kinds: "full"; "param_only", which has no group look-up; "no_entry_points"; "unresolved", which
 /// calls a function that exists nowhere when it is asked for the key "unresolved".
 class InstalledStore {
  public:

@@ -315,7 +315,7 @@ const TwoKeys kTwoKeys[] = {
     {"neither", {}, {}, false, "", kBoth},
     {"second fails having written", {}, {{1, "f"}}, false, "f", kBoth},
     {"second is empty", {{1, "p"}}, {{0, ""}}, false, "", kBoth},
-    // The text is not cleared in between: what the first lookup wrote is what the second leaves.
+    // The text is not cleared in between: what the first look-up wrote is what the second leaves.
     {"second leaves what the first wrote", {{1, "p"}}, {{0, std::nullopt}}, true, "p", kBoth},
     {"both fail, first wrote", {{1, "p"}}, {}, false, "p", kBoth},
     {"second succeeds without writing", {{0, ""}}, {{0, std::nullopt}}, false, "", kBoth},

@@ -141,7 +141,7 @@ const StoreSwitch kListenStores[] = {
     {"application is empty", {{0, ""}}, {{0, "enable"}}, true, true},
     {"application succeeds without writing", {{0, std::nullopt}}, {{0, "enable"}}, true, true},
     {"application fails having written, global says no", {{1, "enable"}}, {{0, "no"}}, false, true},
-    // The second result is not tested and nothing is cleared: a failing lookup's text counts.
+    // The second result is not tested and nothing is cleared: a failing look-up's text counts.
     {"application fails having written, no global", {{1, "enable"}}, {}, true, true},
     {"global fails having written", {}, {{1, "enable"}}, true, true},
     {"global succeeds without writing", {{1, "enable"}}, {{0, std::nullopt}}, true, true},
@@ -267,7 +267,7 @@ const StoreSwitch kProtectionStores[] = {
     {"application is empty, nothing global", {{0, ""}}, {}, false, true},
     {"application is empty, global says disable", {{0, ""}}, {{0, "disable"}}, true, true},
     // The text begins as "disable" and is never cleared: a store that succeeds without writing has
-    // given a non-empty value, and a failing lookup's text counts.
+    // given a non-empty value, and a failing look-up's text counts.
     {"application succeeds without writing", {{0, std::nullopt}}, {{0, "enable"}}, true, false},
     {"application fails having written, no global", {{1, "enable"}}, {}, false, true},
     {"application fails having written, global disables",

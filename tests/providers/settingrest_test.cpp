@@ -49,7 +49,7 @@ int groupParams(const std::string& group, Params& params) {
 
 constexpr const char* kJunk = "junk";
 
-/// The value of `key`, "(none)" where the lookup fails and leaves the value alone.
+/// The value of `key`, "(none)" where the look-up fails and leaves the value alone.
 std::string valueOf(const std::string& key) {
   std::string value = kJunk;
   const int result = paramValue(key, value);
@@ -58,7 +58,7 @@ std::string valueOf(const std::string& key) {
   return "(none)";
 }
 
-/// The parameters of `group`; {"(none)"} where the lookup fails and leaves the map alone.
+/// The parameters of `group`; {"(none)"} where the look-up fails and leaves the map alone.
 Params paramsOf(const std::string& group) {
   const Params junk{{kJunk, kJunk}};
   Params params = junk;

@@ -65,11 +65,11 @@ void addBase64(Tool& tool) {
   base64->require_subcommand(1);
   const auto noOptions = [](CLI::App&, NoOptions&) {};
   tool.add<NoOptions>(*base64, "encode",
-                      "Encode; the result has no line breaks, at its end neither.", noOptions,
+                      "Encode; the result has no line breaks, not even at its end.", noOptions,
                       encode);
   tool.add<NoOptions>(
       *base64, "decode",
-      "Decode; all from the first \"=\" or other byte that is no data character is\n"
+      "Decode; everything from the first \"=\" or other byte that is no data character is\n"
       "ignored, line breaks included.",
       noOptions, decode);
 }

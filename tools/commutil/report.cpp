@@ -41,7 +41,7 @@ Json::Value environment() {
   return result;
 }
 
-/// The file of the settings library, null when it cannot be loaded. Its symbols are global.
+/// The file of the settings store, null when it cannot be loaded. Its symbols are global.
 Json::Value settingsLibrary() {
   std::string ignored;
   VexaCommonUtils_i::getSettingParamValue("/", ignored);
