@@ -52,19 +52,25 @@ TEST(SslConf, failsWithoutATemplate) {
     const ProcessResult result = deployment.run({"ssl-conf", format});
     EXPECT_EQ(1, result.code);
     EXPECT_EQ("", result.out);
-    EXPECT_EQ(
-        "commutil: the SSL option file cannot be generated from " + (deployment / kTemplate) + "\n",
-        result.err);
+    EXPECT_EQ("commutil: the SSL option file cannot be generated from " + (deployment / kTemplate) +
+                  "; can it be read, and is _APP_SHARE_DIR writable?\n",
+              result.err);
   }
 }
 
 TEST(SslConf, failsForATemplateThatTakesNoOptions) {
   const Deployment deployment;
-  deployment.write(kTemplate, "static Resource_Factory -ORBProtocolFactory\n");
-  const ProcessResult result = deployment.run({"ssl-conf"});
-  EXPECT_EQ(1, result.code);
-  EXPECT_EQ("", result.out);
-  EXPECT_EQ(0U, result.err.find("commutil: basic_string::")) << result.err;
+  for (const std::string text : {"static Resource_Factory -ORBProtocolFactory\n",
+                                 "static Resource_Factory \"-ORBProtocolFactory\"\n",
+                                 "static Resource_Factory \"-SSL\" -SSLCAfile ca.pem\n"}) {
+    deployment.write(kTemplate, text);
+    const ProcessResult result = deployment.run({"ssl-conf"});
+    EXPECT_EQ(1, result.code);
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ("commutil: the template " + (deployment / kTemplate) +
+                  " needs a double quote behind -SSLCAfile\n",
+              result.err);
+  }
 }
 
 TEST(Expand, replacesReferences) {

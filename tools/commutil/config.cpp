@@ -6,6 +6,7 @@
 #include <json/value.h>
 
 #include <map>
+#include <stdexcept>
 #include <string>
 
 #include "output.h"
@@ -18,13 +19,28 @@ struct SslConfOptions {
   bool show = false;
 };
 
-int sslConf(const SslConfOptions& options) {
-  const std::string path = VexaCommonUtils_i::get_svc_ssl_conf("svc_ssl.conf");
-  if (path.empty()) {
-    complain("the SSL option file cannot be generated from " +
-             VexaCommonUtils_i::getConfFile("svc_ssl.conf"));
-    return kNo;
+constexpr const char* kTemplateName = "svc_ssl.conf";
+
+/// Generates the file and returns its path; "" when it cannot, having said why.
+std::string generate() {
+  try {
+    std::string path = VexaCommonUtils_i::get_svc_ssl_conf(kTemplateName);
+    if (path.empty()) {
+      complain("the SSL option file cannot be generated from " +
+               VexaCommonUtils_i::getConfFile(kTemplateName) +
+               "; can it be read, and is _APP_SHARE_DIR writable?");
+    }
+    return path;
+  } catch (const std::out_of_range&) {
+    complain("the template " + VexaCommonUtils_i::getConfFile(kTemplateName) +
+             " needs a double quote behind -SSLCAfile");
+    return {};
   }
+}
+
+int sslConf(const SslConfOptions& options) {
+  const std::string path = generate();
+  if (path.empty()) return kNo;
   std::string text;
   if (options.show && VexaCommonUtils::readFile(path, text) != 0) {
     complain("cannot read " + path);
