@@ -107,7 +107,10 @@ TEST(Lock, failsWhereNoLockCanBe) {
     const ProcessResult result = deployment.run(lockLine(options, {"echo", "ran"}));
     EXPECT_EQ(1, result.code);
     EXPECT_EQ("Getting the envionment variable _APP_SHARE_DIR failed.\n", result.out);
-    EXPECT_EQ("commutil: the lock job cannot be taken\n", result.err);
+    EXPECT_EQ(
+        "commutil: the lock job cannot be taken; is _APP_SHARE_DIR set, and does DIR have a slash "
+        "at both ends?\n",
+        result.err);
   }
 }
 

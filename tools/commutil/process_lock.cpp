@@ -51,7 +51,9 @@ int lock(const LockOptions& options) {
   const int entered = enter(mutex, options);
   if (entered != 0) {
     complain("the lock " + options.name +
-             (entered == kHeld ? " is held by another process" : " cannot be taken"));
+             (entered == kHeld ? " is held by another process"
+                               : " cannot be taken; is _APP_SHARE_DIR set, and does DIR have a "
+                                 "slash at both ends?"));
     return entered == kHeld ? kLockIsHeld : kNo;
   }
   const int code = runCommand(options.command);
