@@ -43,7 +43,10 @@ void printLines(const char* path) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  if (argc != 2) return 2;
+  if (argc != 2) {
+    std::fputs("Usage: wide_text FILE\n", stderr);
+    return 2;
+  }
   VexaLocale::Instance();  // wide text is converted by the locale of the environment
   if (!writeGreetings(argv[1])) {
     std::perror(argv[1]);
