@@ -21,8 +21,6 @@ std::string readPiece(std::size_t size) {
   return piece;
 }
 
-void write(const std::string& bytes) { std::fwrite(bytes.data(), 1, bytes.size(), stdout); }
-
 /// Returns the exit code after reading; a failed write is told by the caller of all subcommands.
 int inputRead() {
   if (std::ferror(stdin) == 0) return kOk;
@@ -35,7 +33,7 @@ struct NoOptions {};
 int encode(const NoOptions& /*options*/) {
   while (std::ferror(stdout) == 0) {
     const std::string piece = readPiece(kEncodePiece);
-    write(VexaCommonUtils_i::encodeData(piece.data(), static_cast<unsigned>(piece.size())));
+    printBytes(VexaCommonUtils_i::encodeData(piece.data(), static_cast<unsigned>(piece.size())));
     if (piece.size() < kEncodePiece) break;
   }
   return inputRead();
@@ -51,7 +49,7 @@ bool endsIn(const std::string& piece) {
 int decode(const NoOptions& /*options*/) {
   while (std::ferror(stdout) == 0) {
     const std::string piece = readPiece(kDecodePiece);
-    write(VexaCommonUtils::base64Decode(piece));
+    printBytes(VexaCommonUtils::base64Decode(piece));
     if (piece.size() < kDecodePiece || endsIn(piece)) break;
   }
   return inputRead();

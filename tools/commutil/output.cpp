@@ -10,8 +10,6 @@
 
 namespace {
 
-void write(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
-
 bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 
 /// Returns the length of the UTF-8 sequence at the front of `text`, which is not empty; 0 where
@@ -102,15 +100,15 @@ std::size_t widestName(const Json::Value& object) {
 
 void writeTree(const Json::Value& tree, std::size_t depth) {
   const std::string indent(2 * depth, ' ');
-  if (isScalar(tree)) return write(indent + scalarText(tree) + "\n");
+  if (isScalar(tree)) return printBytes(indent + scalarText(tree) + "\n");
   const std::size_t width = tree.isObject() ? widestName(tree) : 0;
   for (auto member = tree.begin(); member != tree.end(); ++member) {
     const std::string name = tree.isObject() ? member.name() : "-";
     if (isScalar(*member)) {
       const std::string gap(std::max(width, name.size()) - name.size() + 2, ' ');
-      write(indent + name + (tree.isObject() ? gap : " ") + scalarText(*member) + "\n");
+      printBytes(indent + name + (tree.isObject() ? gap : " ") + scalarText(*member) + "\n");
     } else {
-      write(indent + name + (member->empty() ? " (none)\n" : "\n"));
+      printBytes(indent + name + (member->empty() ? " (none)\n" : "\n"));
       writeTree(*member, depth + 1);
     }
   }
@@ -118,15 +116,17 @@ void writeTree(const Json::Value& tree, std::size_t depth) {
 
 }  // namespace
 
+void printBytes(std::string_view bytes) { std::fwrite(bytes.data(), 1, bytes.size(), stdout); }
+
 void printDocument(const Json::Value& document, bool json) {
   if (!json) return writeTree(document, 0);
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "  ";
-  write(Json::writeString(builder, withUtf8(document)) + "\n");
+  printBytes(Json::writeString(builder, withUtf8(document)) + "\n");
 }
 
 void printText(const char* name, const std::string& text, bool json) {
-  if (!json) return write(text + "\n");
+  if (!json) return printBytes(text + "\n");
   Json::Value document;
   document[name] = text;
   printDocument(document, json);

@@ -3,8 +3,12 @@
 #include <json/value.h>
 
 #include <string>
+#include <string_view>
 
 // How results are printed: as plain text for people, or as one JSON document for programs.
+
+/// Writes the bytes to standard output as they are. Whether they arrive is asked once, at the end.
+void printBytes(std::string_view bytes);
 
 /// Prints a document: as JSON, or as indented names and values in which control characters are
 /// written as \xXX.
