@@ -1,10 +1,8 @@
 // The operator's command: parses the command line and runs the chosen subcommand. For one thread.
 #include <VexaVersion.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <string_view>
 
 #include "output.h"
 #include "tool.h"
@@ -36,25 +34,6 @@ int parseAndRun(int argc, char** argv) {
 bool isWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
 
 }  // namespace
-
-void Tool::parse(int argc, char** argv) {
-  const auto taker = argc > 1 ? m_takers.find(argv[1]) : m_takers.end();
-  if (taker == m_takers.end()) return app.parse(argc, argv);
-  char** const end = argv + argc;
-  char** const mark = std::find(argv, end, std::string_view("--"));
-  app.parse(static_cast<int>(mark - argv), argv);
-  if (end - mark < 2) throw CLI::RequiredError("-- COMMAND");
-  taker->second->assign(mark + 1, end);
-}
-
-void addJsonFlag(CLI::App& subcommand, bool& json) {
-  subcommand.add_flag("--json", json,
-                      "Print JSON; bytes that are not UTF-8 are written as \\u00XX");
-}
-
-void addOperand(CLI::App& subcommand, const char* name, std::string& value, const char* purpose) {
-  subcommand.add_option(name, value, purpose)->required()->type_name("");
-}
 
 int main(int argc, char** argv) {
   try {
