@@ -4,6 +4,7 @@
 #include <ace/OS_NS_string.h>
 #include <ace/OS_NS_sys_utsname.h>
 #include <arpa/inet.h>
+#include <ifaddrs.h>
 #include <netdb.h>
 #include <netinet/in.h>
 

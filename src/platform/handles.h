@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <ifaddrs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -65,7 +64,6 @@ struct HandleCloser {
 using FileHandle = std::unique_ptr<std::FILE, HandleCloser<std::FILE, &std::fclose>>;
 using PipeStream = std::unique_ptr<std::FILE, HandleCloser<std::FILE, &::pclose>>;
 using DirectoryHandle = std::unique_ptr<DIR, HandleCloser<DIR, &::closedir>>;
-using InterfaceList = std::unique_ptr<ifaddrs, HandleCloser<ifaddrs, &::freeifaddrs>>;
 using MallocBlock = std::unique_ptr<void, HandleCloser<void, &std::free>>;
 
 /// Starts a shell command with a stream on its output (mode "r") or its input ("w") that no other
