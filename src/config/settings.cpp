@@ -8,6 +8,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "config/store_keys.h"
 #include "platform/file_text.h"
 #include "platform/handles.h"
 #include "platform/ini_reader.h"
@@ -23,11 +24,10 @@ constexpr std::size_t kLinePiece = 1023;
 /// Asks the store for `parameter` of `tree`, the application's branch first. `value` is not cleared
 /// in between and the second result is not tested: what a failing store writes counts.
 void askStore(const std::string& tree, const std::string& parameter, std::string& value) {
-  const std::string application = VexaCommonUtils::Vexagetenv("APP_NAME");
-  const int result =
-      VexaCommonUtils_i::getSettingParamValue(tree + application + "/" + parameter, value);
+  const commutil::StoreKeys keys = commutil::storeKeys(tree, parameter);
+  const int result = VexaCommonUtils_i::getSettingParamValue(keys.application, value);
   if (result == 0 && !value.empty()) return;
-  VexaCommonUtils_i::getSettingParamValue(tree + "global/" + parameter, value);
+  VexaCommonUtils_i::getSettingParamValue(keys.global, value);
 }
 
 bool isListenSwitchOn(const std::string& parameter) {

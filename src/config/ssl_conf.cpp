@@ -12,6 +12,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "config/store_keys.h"
 #include "platform/file_io.h"
 #include "platform/handles.h"
 
@@ -27,11 +28,9 @@ std::string generatedPath() {
 }
 
 std::string siteSetting(const std::string& parameter, const char* byDefault) {
-  const std::string tree = kSettingsTree;
-  const std::string application = tree + VexaCommonUtils::Vexagetenv("APP_NAME") + "/";
+  const commutil::StoreKeys keys = commutil::storeKeys(kSettingsTree, parameter);
   std::string value;
-  const bool found = VexaCommonUtils_i::GetSetParamValue(application + parameter,
-                                                         tree + "global/" + parameter, value);
+  const bool found = VexaCommonUtils_i::GetSetParamValue(keys.application, keys.global, value);
   return found ? value : byDefault;
 }
 

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "VexaCommonUtils.h"
+
+// The settings store's keys for the parameters of a tree.
+
+namespace commutil {
+
+/// Where a parameter is looked for: the application's branch, then the one that all share.
+struct StoreKeys {
+  std::string application;
+  std::string global;
+};
+
+/// The keys of `parameter` in `tree`, which ends in "/".
+inline StoreKeys storeKeys(const std::string& tree, const std::string& parameter) {
+  return {tree + VexaCommonUtils::Vexagetenv("APP_NAME") + "/" + parameter,
+          tree + "global/" + parameter};
+}
+
+}  // namespace commutil
