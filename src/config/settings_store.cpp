@@ -17,9 +17,6 @@ namespace {
 constexpr const char* kStoreLibrary = "libsettingrest.so";
 constexpr int kUnavailable = -1;
 
-using ParamValue = int (*)(const std::string& key, std::string& value);
-using GroupParams = int (*)(const std::string& group, std::map<std::string, std::string>& params);
-
 /// Opens the store. ACE makes its manager of libraries on first use without a barrier between
 /// threads, and each entry point has a lock of its own: the static's guard stands in for one.
 bool open(ACE_DLL& store) {
@@ -50,25 +47,28 @@ int loadAndCall(std::atomic<Function>& resolved, const char* name, const std::st
   return function != nullptr ? function(key, output) : kUnavailable;
 }
 
-}  // namespace
-
-int VexaCommonUtils_i::getSettingParamValue(const std::string& key, std::string& value) {
-  static constinit std::atomic<ParamValue> resolved{nullptr};
-  if (const auto function = resolved.load(std::memory_order_acquire)) return function(key, value);
+/// Asks the store's entry point `name`, the only one whose answers are of type `Output`. It is kept
+/// once it is found, with a lock of its own.
+template <class Output>
+int ask(const char* name, const std::string& key, Output& output) {
+  using Function = int (*)(const std::string& key, Output& output);
+  static constinit std::atomic<Function> resolved{nullptr};
+  if (const auto function = resolved.load(std::memory_order_acquire)) return function(key, output);
   static ACE_Thread_Mutex mutex;
   // The entry point is not tested again: callers that waited here load the store once more.
   const ACE_Guard<ACE_Thread_Mutex> guard(mutex);
-  return loadAndCall(resolved, "getSettingParamValue", key, value);
+  return loadAndCall(resolved, name, key, output);
+}
+
+}  // namespace
+
+int VexaCommonUtils_i::getSettingParamValue(const std::string& key, std::string& value) {
+  return ask("getSettingParamValue", key, value);
 }
 
 int VexaCommonUtils_i::getSettingGroupParams(const std::string& group,
                                              std::map<std::string, std::string>& params) {
-  static constinit std::atomic<GroupParams> resolved{nullptr};
-  if (const auto function = resolved.load(std::memory_order_acquire))
-    return function(group, params);
-  static ACE_Thread_Mutex mutex;
-  const ACE_Guard<ACE_Thread_Mutex> guard(mutex);
-  return loadAndCall(resolved, "getSettingGroupParams", group, params);
+  return ask("getSettingGroupParams", group, params);
 }
 
 bool VexaCommonUtils_i::GetSetParamValue(const std::string& primaryKey,
