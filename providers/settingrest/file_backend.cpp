@@ -3,10 +3,7 @@
 #include "file_backend.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <functional>
@@ -14,22 +11,11 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/file_io.h"
 #include "platform/handles.h"
 
 namespace settingrest {
 namespace {
-
-constexpr std::size_t kPieceSize = 64 * 1024;
-
-bool readAll(int fd, std::string& text) {
-  std::array<char, kPieceSize> piece;  // NOLINT(*-member-init): filled by read
-  while (true) {
-    const ssize_t count = ::read(fd, piece.data(), piece.size());
-    if (count == 0) return true;
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) text.append(piece.data(), static_cast<std::size_t>(count));
-  }
-}
 
 bool isBefore(const std::timespec& a, const std::timespec& b) {
   return std::tie(a.tv_sec, a.tv_nsec) < std::tie(b.tv_sec, b.tv_nsec);
@@ -87,7 +73,7 @@ std::shared_ptr<const Document> FileBackend::reload() {
   if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
   const std::timespec readAt = fileClock();
   std::string text;
-  if (!readAll(file.get(), text)) return nullptr;
+  if (!commutil::readAll(file.get(), text)) return nullptr;
   accept(text);
   // A file modified in this very tick may change once more without showing it: look again.
   if (isBefore(status.st_mtim, readAt)) m_identity.emplace(status);

@@ -3,7 +3,9 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <string>
 #include <string_view>
 
 #include "platform/handles.h"
@@ -21,6 +23,17 @@ ssize_t uninterrupted(const Transfer& transfer) {
     count = transfer();
   } while (count < 0 && errno == EINTR);
   return count;
+}
+
+/// Appends what is left to read to `text`. Returns whether the end was reached; of a read that
+/// fails what came before it stays appended.
+inline bool readAll(int fd, std::string& text) {
+  std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
+  while (true) {
+    const ssize_t count = uninterrupted([&] { return ::read(fd, piece.data(), piece.size()); });
+    if (count <= 0) return count == 0;
+    text.append(piece.data(), static_cast<std::size_t>(count));
+  }
 }
 
 /// Writes all of `bytes`. Returns whether it could.

@@ -12,6 +12,7 @@ namespace {
 
 using commutil::closeWritten;
 using commutil::Descriptor;
+using commutil::readAll;
 using commutil::uninterrupted;
 using commutil::writeAll;
 using commutil_test::TempDir;
@@ -39,6 +40,28 @@ TEST(Uninterrupted, CallsAgainAfterASignalOnly) {
     EXPECT_EQ(row.count, count);
     EXPECT_EQ(row.calls, calls);
   }
+}
+
+TEST(ReadAll, AppendsWhatIsLeftOfAnySize) {
+  const TempDir dir;
+  for (const std::size_t size : {0U, 1U, 65'536U, 1'000'000U}) {
+    std::string bytes(size, 'x');
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i % 251);
+    const Descriptor file(::open(dir.write("file", "ab" + bytes).c_str(), O_RDONLY));
+    ASSERT_EQ(1, ::lseek(file.get(), 1, SEEK_SET));
+    std::string text = "before";
+    EXPECT_TRUE(readAll(file.get(), text));
+    EXPECT_TRUE(text == "beforeb" + bytes) << size;
+  }
+}
+
+TEST(ReadAll, SaysWhenItCannot) {
+  const TempDir dir;
+  const Descriptor folder(::open(dir.path().c_str(), O_RDONLY));
+  std::string text = "before";
+  EXPECT_FALSE(readAll(folder.get(), text));
+  EXPECT_FALSE(readAll(-1, text));
+  EXPECT_EQ("before", text);
 }
 
 TEST(WriteAll, WritesEveryByte) {
