@@ -34,7 +34,7 @@ commutil::Answer<std::string> findTraceDirectory() {
 
 std::string VexaCommonUtils::getCommonConfigPath() { return configDirectory("COMMON_LIB_PATH"); }
 
-std::string VexaCommonUtils::getConfigPath() { return configDirectory("COMMON_LIB_PATH"); }
+std::string VexaCommonUtils::getConfigPath() { return getCommonConfigPath(); }
 
 std::string VexaCommonUtils::getAppConfigPath() { return configDirectory("APP_ROOT"); }
 
