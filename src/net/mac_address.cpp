@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +18,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
+#include "VexaStringUtils.h"
 #include "net/interface_records.h"
 #include "net/tool_stream.h"
 #include "platform/bounded.h"
@@ -81,7 +81,7 @@ void appendFromBonding(std::vector<CMACAddress>& addresses, CMACAddress& work) {
     if (line.size() < kMinBondingLine) continue;
     std::string word(lastWord(line));
     if (word.size() < kMinBondingWord) continue;
-    for (char& c : word) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    ToUpperEx(word);
     appendText(addresses, work, word.c_str());
   }
 }
