@@ -1,7 +1,6 @@
 // Running other programs: the one place where the library starts them. Used by the network and
 // session look-ups here and by the platform's processes. Every operation waits on the caller's
 // thread and may be called from any; `system` also changes the process's SIGCHLD disposition.
-
 #include <ace/OS_NS_fcntl.h>
 #include <ace/Process.h>
 #include <fcntl.h>

@@ -1,6 +1,5 @@
 // The text that a command's output becomes, for getSystemExecResult: blocks of any size in, what a
 // line reader with a buffer of 128 bytes would keep out. No shared state.
-
 #include "process/output_text.h"
 
 #include <cstring>

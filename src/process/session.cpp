@@ -1,6 +1,6 @@
 // Sessions: dropping from root to the platform's service user, which a server process does once at
-// its start, and finding out who sits at the controlling terminal.
-
+// its start, and finding out who sits at the controlling terminal. Any thread may call; the drop
+// changes the identity of all of them, and calls of it exclude each other.
 #include <ace/Guard_T.h>
 #include <ace/Thread_Mutex.h>
 #include <grp.h>

@@ -1,6 +1,5 @@
 // Who runs the process and how: the user database, the process's own command line and thread id,
 // and the placeholders for stack traces and load figures. Re-entrant.
-
 #include <pwd.h>
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -1,7 +1,6 @@
 // Process lock: a named mutex between the processes of one host, a record lock on a file below the
 // share directory. Called by processes that run one instance of some job. One object serves one
 // thread at a time.
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

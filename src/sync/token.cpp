@@ -1,7 +1,6 @@
 // Token: a lock between the threads of one process, handed out in the order in which they reserved
 // a place. Called by worker pools, most often through VexaToken_Message_Queue. Every field is
 // guarded by the token's one mutex.
-
 #include <ace/OS_NS_Thread.h>
 #include <pthread.h>
 

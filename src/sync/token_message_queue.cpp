@@ -1,7 +1,6 @@
 // Token message queue: ACE's message queue whose dequeue reserves the caller's place in a token,
 // for pools whose workers do the ordered part of their work in dequeue order. Lock order: the
 // queue's mutex, then the token's.
-
 #include <ace/Guard_T.h>
 
 #include <cerrno>
