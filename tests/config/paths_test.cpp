@@ -2,16 +2,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <thread>
-#include <vector>
-
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "support/fixtures.h"
+#include "support/threads.h"
 
 namespace {
 
+using commutil_test::inThreads;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
@@ -177,16 +175,9 @@ TEST_F(Paths, ADirectoryInTheSettingsFilesPlaceIsTriedAgain) {
 TEST_F(Paths, ThreadsGetOneTraceDirectory) {
   m_dir.write("app/conf/setting.cfg", "[TraceDir]\ntracedir=/trace\n");
   runInChild([] {
-    std::atomic<int> waiting{0};
-    std::vector<std::thread> threads;
-    threads.reserve(10);
-    for (int i = 0; i < 10; ++i) {
-      threads.emplace_back([&] {
-        for (++waiting; waiting < 10;) std::this_thread::yield();
-        for (int n = 0; n < 100; ++n) EXPECT_EQ("/trace/", VexaCommonUtils::getTracePath());
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
+    inThreads(10, [](int) {
+      for (int n = 0; n < 100; ++n) EXPECT_EQ("/trace/", VexaCommonUtils::getTracePath());
+    });
   });
 }
 

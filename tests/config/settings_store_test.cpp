@@ -12,11 +12,13 @@
 
 #include "VexaCommonUtils_i.h"
 #include "config/fake_store.h"
+#include "support/threads.h"
 
 namespace {
 
 using commutil_test::fakeStore;
 using commutil_test::InstalledStore;
+using commutil_test::inThreads;
 using commutil_test::TempDir;
 using testing::ElementsAre;
 using testing::Pair;
@@ -221,20 +223,6 @@ TEST(SettingsStore, AThrowingStoreHoldsNoLock) {
     fakeStore().answers["/key"] = {0, "found"};
     EXPECT_EQ("found", valueOf("/key"));
   });
-}
-
-/// Runs `body` in `count` threads that start together.
-void inThreads(int count, const std::function<void(int)>& body) {
-  std::atomic<int> waiting{0};
-  std::vector<std::thread> threads;
-  threads.reserve(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) {
-    threads.emplace_back([&, i] {
-      for (++waiting; waiting < count;) std::this_thread::yield();
-      body(i);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 TEST(SettingsStore, ThreadsMayMakeTheFirstCallTogether) {

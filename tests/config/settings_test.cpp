@@ -3,38 +3,24 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <thread>
 #include <type_traits>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "config/fake_store.h"
+#include "support/threads.h"
 
 namespace {
 
 using commutil_test::fakeStore;
 using commutil_test::InstalledStore;
+using commutil_test::inThreads;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::StoreAnswer;
 using commutil_test::TempDir;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-/// Runs `body` in ten threads that start together.
-void inTenThreads(const std::function<void()>& body) {
-  std::atomic<int> waiting{0};
-  std::vector<std::thread> threads;
-  threads.reserve(10);
-  for (int i = 0; i < 10; ++i) {
-    threads.emplace_back([&] {
-      for (++waiting; waiting < 10;) std::this_thread::yield();
-      body();
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-}
 
 /// A deployment of three empty trees that the environment names.
 class Settings : public testing::Test {
@@ -380,7 +366,7 @@ TEST_F(Settings, TsModeIsOffUntilItsFileCanBeRead) {
 TEST_F(Settings, ThreadsMayReadTheTsModeTogether) {
   m_dir.write("ts/etc/conf/TSSetting.cfg", "[TS]\nts_mode=true\n");
   runInChild([] {
-    inTenThreads([] {
+    inThreads(10, [](int) {
       for (int call = 0; call < 100; ++call) EXPECT_TRUE(VexaCommonUtils_i::isTsMode());
     });
   });
@@ -506,7 +492,7 @@ TEST_F(Settings, TheDatabaseTypeOfAFileThatIsNotForThisUserIsTheDefault) {
 TEST_F(Settings, ThreadsMayAskForTheDatabaseTypeTogether) {
   m_dir.write("app.json", R"({"databases": {"main": [{"type": "oracle"}]}})");
   runInChild([] {
-    inTenThreads([] {
+    inThreads(10, [](int) {
       for (int call = 0; call < 100; ++call) EXPECT_EQ("oracle", VexaCommonUtils::getDBType());
     });
   });
@@ -514,7 +500,7 @@ TEST_F(Settings, ThreadsMayAskForTheDatabaseTypeTogether) {
 
 TEST_F(Settings, ThreadsMayFailToFindTheDatabaseTypeTogether) {
   m_dir.write("app.json", nested(10'000));
-  runInChild([] { inTenThreads([] { EXPECT_EQ("sybase", VexaCommonUtils::getDBType()); }); });
+  runInChild([] { inThreads(10, [](int) { EXPECT_EQ("sybase", VexaCommonUtils::getDBType()); }); });
 }
 
 TEST(FixedSwitches, TheVersionIsGlobal) {

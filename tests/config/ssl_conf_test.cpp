@@ -5,18 +5,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
 #include <stdexcept>
-#include <thread>
 
 #include "VexaCommonUtils_i.h"
 #include "config/fake_store.h"
+#include "support/threads.h"
 
 namespace {
 
 using commutil_test::fakeStore;
 using commutil_test::InstalledStore;
+using commutil_test::inThreads;
 using commutil_test::readFile;
 using commutil_test::ScopedEnv;
 using commutil_test::ScopedUmask;
@@ -498,17 +498,10 @@ TEST_F(SslConf, OnlyAnOptionToAddNeedsAPlace) {
 TEST_F(SslConf, ThreadsMayGenerateTogether) {
   writeTemplate("\"-SSLCAfile a\"");
   runInChild([&] {
-    std::atomic<int> waiting{0};
-    std::vector<std::thread> threads;
-    threads.reserve(10);
-    for (int i = 0; i < 10; ++i) {
-      threads.emplace_back([&] {
-        for (++waiting; waiting < 10;) std::this_thread::yield();
-        EXPECT_EQ(m_target, generate());
-        EXPECT_EQ(m_target, generate());
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
+    inThreads(10, [&](int) {
+      EXPECT_EQ(m_target, generate());
+      EXPECT_EQ(m_target, generate());
+    });
     EXPECT_EQ("\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\"", readFile(m_target));
   });
 }

@@ -11,16 +11,17 @@
 #include <random>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <typeinfo>
 #include <vector>
 
 #include "support/fixtures.h"
 #include "support/locales.h"
+#include "support/threads.h"
 
 namespace {
 
+using commutil_test::inThreads;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
@@ -349,18 +350,14 @@ TEST(ArgsOptions, ComparesBytesInAnyLocale) {
 TEST(ArgsOptions, AnswersSeveralThreadsAtOnce) {
   CommandLine line(Words{"prog", "-h", "a", "b", "-v"});
   const ArgsOptions options = line.options();
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&options] {
-      for (int turn = 0; turn < 100; ++turn) {
-        EXPECT_TRUE(options.hasOption("-v"));
-        EXPECT_EQ("a", options.getOption("-h"));
-        EXPECT_THAT(options.getOptions("-h"), ElementsAre("a", "b"));
-        EXPECT_EQ(2, options.numberOfOptions());
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  inThreads(4, [&options](int) {
+    for (int turn = 0; turn < 100; ++turn) {
+      EXPECT_TRUE(options.hasOption("-v"));
+      EXPECT_EQ("a", options.getOption("-h"));
+      EXPECT_THAT(options.getOptions("-h"), ElementsAre("a", "b"));
+      EXPECT_EQ(2, options.numberOfOptions());
+    }
+  });
 }
 
 // The steps as they are described, with a string for each word.

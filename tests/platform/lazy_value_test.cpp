@@ -2,15 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
+
+#include "support/threads.h"
 
 namespace {
 
 using commutil::Answer;
 using commutil::LazyValue;
+using commutil_test::inThreads;
 using Text = Answer<std::string>;
 
 TEST(LazyValue, KeepsTheFirstAnswerThatMayBeKept) {
@@ -42,37 +45,25 @@ TEST(LazyValue, ReturnsCopies) {
 TEST(LazyValue, ComputesOnceForThreadsThatComeTogether) {
   LazyValue<std::string> value;
   std::atomic<int> computed{0};
-  std::atomic<int> waiting{0};
-  std::vector<std::thread> threads;
-  threads.reserve(10);
-  for (int i = 0; i < 10; ++i) {
-    threads.emplace_back([&] {
-      for (++waiting; waiting < 10;) std::this_thread::yield();
-      EXPECT_EQ("found", value.get([&] {
-        ++computed;
-        for (int n = 0; n < 10'000; ++n) std::this_thread::yield();  // lets the others queue up
-        return Text{"found", true};
-      }));
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  inThreads(10, [&](int) {
+    EXPECT_EQ("found", value.get([&] {
+      ++computed;
+      for (int n = 0; n < 10'000; ++n) std::this_thread::yield();  // lets the others queue up
+      return Text{"found", true};
+    }));
+  });
   EXPECT_EQ(1, computed);
 }
 
 TEST(LazyValue, SerialisesComputationsThatFail) {
   LazyValue<std::string> value;
   int computed = 0;  // guarded by the value's own lock
-  std::vector<std::thread> threads;
-  threads.reserve(10);
-  for (int i = 0; i < 10; ++i) {
-    threads.emplace_back([&] {
-      value.get([&] {
-        ++computed;
-        return Text{"default", false};
-      });
+  inThreads(10, [&](int) {
+    value.get([&] {
+      ++computed;
+      return Text{"default", false};
     });
-  }
-  for (std::thread& thread : threads) thread.join();
+  });
   EXPECT_EQ(10, computed);
 }
 

@@ -24,8 +24,10 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "support/fixtures.h"
+#include "support/threads.h"
 
 using commutil_test::CapturedOutput;
+using commutil_test::inThreads;
 using commutil_test::readFile;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
@@ -1030,19 +1032,14 @@ TEST(Commands, FailOnACommandThatIsTooLongForTheShell) {
 }
 
 TEST(Commands, RunFromManyThreadsAtOnce) {
-  std::vector<std::thread> threads;
-  threads.reserve(8);
-  for (int thread = 0; thread < 8; ++thread) {
-    threads.emplace_back([thread] {
-      const std::string code = std::to_string(10 + thread);
-      for (int i = 0; i < 10; ++i) {
-        EXPECT_EQ(10 + thread, runShell("exit " + code));
-        EXPECT_EQ(code, output("printf " + code));
-        const std::string line = "sh -c 'exit " + code + "'";
-        EXPECT_EQ(10 + thread, VexaCommonUtils_i::runCommand(line.c_str(), true, false));
-        EXPECT_EQ((10 + thread) << 8, VexaCommonUtils::system(("exit " + code).c_str()));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  inThreads(8, [](int thread) {
+    const std::string code = std::to_string(10 + thread);
+    for (int i = 0; i < 10; ++i) {
+      EXPECT_EQ(10 + thread, runShell("exit " + code));
+      EXPECT_EQ(code, output("printf " + code));
+      const std::string line = "sh -c 'exit " + code + "'";
+      EXPECT_EQ(10 + thread, VexaCommonUtils_i::runCommand(line.c_str(), true, false));
+      EXPECT_EQ((10 + thread) << 8, VexaCommonUtils::system(("exit " + code).c_str()));
+    }
+  });
 }

@@ -23,10 +23,12 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "support/fixtures.h"
+#include "support/threads.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using commutil_test::inThreads;
 using commutil_test::runInChild;
 using commutil_test::ScopedUmask;
 using commutil_test::TempDir;
@@ -304,16 +306,11 @@ TEST(ReadFile, ServesThreadsAtOnce) {
   const TempDir directory;
   const std::string expected = patternOfSize(100'000);
   const std::string path = directory.write("file", expected);
-  std::vector<std::thread> threads;
-  threads.reserve(4);
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      std::string content;
-      EXPECT_EQ(0, VexaCommonUtils::readFile(path, content));
-      EXPECT_TRUE(expected == content);
-    });
-  }
-  for (auto& thread : threads) thread.join();
+  inThreads(4, [&](int) {
+    std::string content;
+    EXPECT_EQ(0, VexaCommonUtils::readFile(path, content));
+    EXPECT_TRUE(expected == content);
+  });
 }
 
 // getParentDirectory

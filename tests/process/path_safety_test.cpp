@@ -9,17 +9,18 @@
 #include <random>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "support/fixtures.h"
+#include "support/threads.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using commutil_test::CapturedOutput;
+using commutil_test::inThreads;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
@@ -537,15 +538,10 @@ TEST_F(CheckUnSafeStr, LongWordsCostNoMoreThanTheirLength) {
 
 TEST_F(CheckUnSafeStr, ServesThreadsAtOnce) {
   tree.write("common/conf/secure.cfg", "[UnsafeWord]\na=rm\n");
-  std::vector<std::thread> threads;
-  threads.reserve(4);
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([] {
-      EXPECT_FALSE(VexaCommonUtils_i::checkUnSafeStr("rm"));
-      EXPECT_TRUE(VexaCommonUtils_i::checkUnSafeStr("cp"));
-    });
-  }
-  for (auto& thread : threads) thread.join();
+  inThreads(4, [](int) {
+    EXPECT_FALSE(VexaCommonUtils_i::checkUnSafeStr("rm"));
+    EXPECT_TRUE(VexaCommonUtils_i::checkUnSafeStr("cp"));
+  });
 }
 
 }  // namespace

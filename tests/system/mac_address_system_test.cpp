@@ -11,13 +11,13 @@
 #include <set>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
 #include "support/fixtures.h"
 #include "support/namespaces.h"
+#include "support/threads.h"
 #include "system/interfaces.h"
 
 using commutil_test::becomeZirel;
@@ -25,6 +25,7 @@ using commutil_test::CapturedOutput;
 using commutil_test::disable;
 using commutil_test::Interface;
 using commutil_test::interfaces;
+using commutil_test::inThreads;
 using commutil_test::ip;
 using commutil_test::kIfconfig;
 using commutil_test::runInChild;
@@ -645,17 +646,12 @@ TEST(MacAddresses, AnswerSeveralThreadsAtOnce) {
     becomeZirel();
     const Texts expected = localAddresses();
     EXPECT_EQ(4U, expected.size());
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int i = 0; i < 4; ++i) {
-      threads.emplace_back([&expected, i] {
-        for (int round = 0; round < 5; ++round) {
-          EXPECT_EQ(expected, localAddresses());
-          const std::string number = std::to_string(1 + i % 2);
-          expectAnswer(0, "02:00:00:00:00:0" + number, macOf("fe80::" + number));
-        }
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
+    inThreads(4, [&expected](int i) {
+      for (int round = 0; round < 5; ++round) {
+        EXPECT_EQ(expected, localAddresses());
+        const std::string number = std::to_string(1 + i % 2);
+        expectAnswer(0, "02:00:00:00:00:0" + number, macOf("fe80::" + number));
+      }
+    });
   });
 }

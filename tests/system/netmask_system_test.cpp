@@ -7,19 +7,19 @@
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
 #include "support/fixtures.h"
 #include "support/namespaces.h"
+#include "support/threads.h"
 #include "system/interfaces.h"
 
 using commutil_test::disable;
 using commutil_test::interfaces;
+using commutil_test::inThreads;
 using commutil_test::ip;
 using commutil_test::kIfconfig;
 using commutil_test::runInChild;
@@ -238,21 +238,16 @@ TEST(NetmaskOnRealInterfaces, AnswersSeveralThreadsAtOnce) {
       }
     }
     ip(lines);
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int offset = 0; offset < 4; ++offset) {
-      threads.emplace_back([offset] {
-        // From about the 51st on, each call runs the tool.
-        for (int i = 41 + offset; i <= 60; i += 2) {
-          expectMask(dottedMask(8 + static_cast<unsigned>(i) % 17),
-                     netmaskOf("10.0." + std::to_string(i) + ".1"));
-          std::string text = "2001:db8::" + std::to_string(i);
-          std::string name = kJunk;
-          EXPECT_EQ(0, VexaCommonUtils_i::getInterfaceOfIPV6(text, name));
-          EXPECT_EQ(i % 2 == 1 ? "v" + std::to_string(i) : "v" + std::to_string(i - 1) + "p", name);
-        }
-      });
-    }
-    for (std::thread& thread : threads) thread.join();
+    inThreads(4, [](int offset) {
+      // From about the 51st on, each call runs the tool.
+      for (int i = 41 + offset; i <= 60; i += 2) {
+        expectMask(dottedMask(8 + static_cast<unsigned>(i) % 17),
+                   netmaskOf("10.0." + std::to_string(i) + ".1"));
+        std::string text = "2001:db8::" + std::to_string(i);
+        std::string name = kJunk;
+        EXPECT_EQ(0, VexaCommonUtils_i::getInterfaceOfIPV6(text, name));
+        EXPECT_EQ(i % 2 == 1 ? "v" + std::to_string(i) : "v" + std::to_string(i - 1) + "p", name);
+      }
+    });
   });
 }

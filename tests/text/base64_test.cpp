@@ -7,8 +7,6 @@
 #include <cstring>
 #include <random>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
@@ -17,9 +15,11 @@
 #include "support/fixtures.h"
 #include "support/locales.h"
 #include "support/namespaces.h"
+#include "support/threads.h"
 
 namespace {
 
+using commutil_test::inThreads;
 using commutil_test::kBase64Alphabet;
 using commutil_test::Latin1Locale;
 using commutil_test::modelDecode;
@@ -344,15 +344,11 @@ TEST(Base64, FollowsTheLocaleAsItChanges) {
 
 TEST(Base64, WorksInSeveralThreadsAtOnce) {
   const std::string bytes = randomBytes(10000);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&bytes] {
-      for (int turn = 0; turn < 50; ++turn) {
-        ASSERT_EQ(bytes, VexaCommonUtils::base64Decode(encode(bytes)));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  inThreads(4, [&bytes](int) {
+    for (int turn = 0; turn < 50; ++turn) {
+      ASSERT_EQ(bytes, VexaCommonUtils::base64Decode(encode(bytes)));
+    }
+  });
 }
 
 }  // namespace

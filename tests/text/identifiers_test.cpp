@@ -13,15 +13,15 @@
 #include <functional>
 #include <random>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "support/fixtures.h"
+#include "support/threads.h"
 
 namespace {
 
+using commutil_test::inThreads;
 using commutil_test::runInChild;
 
 // The clocks, the break-down of time and the MAC address as a test tells them, set in children
@@ -198,16 +198,12 @@ TEST(Identifier, EndsWithZerosWithoutAMacAddress) {
 
 TEST(Identifier, MayBeMadeInSeveralThreadsAtOnce) {
   const std::string mac = generated().substr(20);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&mac] {
-      for (int turn = 0; turn < 50; ++turn) {
-        EXPECT_EQ(mac, generated().substr(20));
-        EXPECT_EQ(14U, VexaCommonUtils::getTimeStamp(false).size());
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  inThreads(4, [&mac](int) {
+    for (int turn = 0; turn < 50; ++turn) {
+      EXPECT_EQ(mac, generated().substr(20));
+      EXPECT_EQ(14U, VexaCommonUtils::getTimeStamp(false).size());
+    }
+  });
 }
 
 constexpr const char* kUtc = "UTC0";

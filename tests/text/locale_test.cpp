@@ -18,10 +18,12 @@
 #include "VexaCommonUtils.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
+#include "support/threads.h"
 
 namespace {
 
 using commutil_test::CapturedOutput;
+using commutil_test::inThreads;
 using commutil_test::Latin1Locale;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
@@ -203,12 +205,8 @@ TEST(Locale, ManyThreadsShareOneInstance) {
   runInChild([] {
     nameLocale("C.UTF-8");
     std::vector<VexaLocale*> found(16, nullptr);
-    std::vector<std::thread> threads;
-    threads.reserve(found.size());
-    for (VexaLocale*& slot : found) {
-      threads.emplace_back([&slot] { slot = VexaLocale::Instance(); });
-    }
-    for (std::thread& thread : threads) thread.join();
+    inThreads(static_cast<int>(found.size()),
+              [&found](int i) { found[static_cast<std::size_t>(i)] = VexaLocale::Instance(); });
     for (VexaLocale* const instance : found) EXPECT_EQ(localeInstance(), instance);
     EXPECT_EQ("C.UTF-8", currentLocale());
   });

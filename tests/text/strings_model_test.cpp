@@ -10,7 +10,6 @@
 #include <random>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "VexaCommonUtils.h"
@@ -19,6 +18,7 @@
 #include "strings_model.h"
 #include "support/fixtures.h"
 #include "support/namespaces.h"
+#include "support/threads.h"
 
 namespace {
 
@@ -78,11 +78,8 @@ TEST(StringModels, AgreeOnManyTexts) {
 }
 
 TEST(StringModels, AgreeInSeveralThreads) {
-  std::vector<std::thread> threads;
-  for (unsigned seed = 101; seed <= 108; ++seed) {
-    threads.emplace_back(compareWithModels, seed, 200);
-  }
-  for (std::thread& thread : threads) thread.join();
+  commutil_test::inThreads(8,
+                           [](int i) { compareWithModels(101U + static_cast<unsigned>(i), 200); });
 }
 
 TEST(StringModels, AgreeUnderATurkishLocale) {
