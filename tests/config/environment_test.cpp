@@ -8,6 +8,7 @@
 
 namespace {
 
+using commutil_test::allBytes;
 using commutil_test::ScopedEnv;
 
 struct Expander {
@@ -57,8 +58,7 @@ TEST_F(Environment, FindsVariables) {
 }
 
 TEST_F(Environment, CopiesValuesByteForByte) {
-  std::string bytes;
-  for (int c = 1; c < 256; ++c) bytes += static_cast<char>(c);
+  const std::string bytes = allBytes().substr(1);
   const ScopedEnv every("EVERY_BYTE", bytes);
   EXPECT_EQ(bytes, VexaCommonUtils::Vexagetenv("EVERY_BYTE"));
   const std::string value(1'000'000, 'v');

@@ -11,6 +11,7 @@
 namespace {
 
 using namespace std::string_literals;
+using commutil_test::allBytes;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 using Vexacommon::FUZZY_QUERY_BOTH;
@@ -36,12 +37,6 @@ const std::vector<std::string> kOracleFamily = {"oracle",  "Oracle",  "ORACLE",
 const std::vector<std::string> kOtherTypes = {
     "sybase",  "mssql",    "",       "Sybase",   "oracl",        "oracle ",
     " oracle", "oracle10", "tessar", "tessarn1", "\\u0000oracle"};
-
-std::string allBytes() {
-  std::string bytes;
-  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
-  return bytes;
-}
 
 // `text` with each byte of `special` written between `before` and `after`.
 std::string wrapped(const std::string& text, const std::string& special, const std::string& before,

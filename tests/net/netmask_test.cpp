@@ -17,8 +17,10 @@
 #include "net/fake_kernel.h"
 #include "support/fixtures.h"
 
+using commutil_test::allBytes;
 using commutil_test::FakeKernel;
 using commutil_test::interfaceRecord;
+using commutil_test::openDescriptors;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
@@ -64,11 +66,6 @@ class ToolOutput {
   TempDir m_dir;
   ScopedEnv m_path;
 };
-
-std::size_t openDescriptors() {
-  const std::filesystem::directory_iterator all("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-}
 
 std::vector<ifreq> manyRecords(int count) {
   std::vector<ifreq> records;
@@ -140,8 +137,7 @@ TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsText) {
        "1.2.3.4"},
       {"all bytes but NUL",
        [] {
-         std::string bytes;
-         for (int c = 1; c < 256; ++c) bytes += static_cast<char>(c);
+         const std::string bytes = allBytes().substr(1);
          return bytes + " netmask 1.2.3.4";
        }(),
        "1.2.3.4"},

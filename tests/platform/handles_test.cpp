@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <type_traits>
 
@@ -11,10 +10,9 @@
 namespace {
 
 using commutil::Descriptor;
+using commutil_test::isOpen;
 
 int openNull() { return ::open("/dev/null", O_RDONLY | O_CLOEXEC); }
-
-bool isOpen(int fd) { return ::fcntl(fd, F_GETFD) != -1; }
 
 TEST(Descriptor, ClosesAtTheEndOfItsScope) {
   const int fd = openNull();

@@ -26,8 +26,10 @@
 #include "support/fixtures.h"
 #include "support/threads.h"
 
+using commutil_test::allBytes;
 using commutil_test::CapturedOutput;
 using commutil_test::inThreads;
+using commutil_test::openDescriptors;
 using commutil_test::readFile;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
@@ -51,11 +53,6 @@ std::string output(const std::string& command) {
   std::string text = "junk";
   VexaCommonUtils_i::getSystemExecResult(command.c_str(), text);
   return text;
-}
-
-std::size_t openDescriptors() {
-  const std::filesystem::directory_iterator entries("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
 int lowestFreeDescriptor() {
@@ -810,8 +807,7 @@ TEST(ExecResult, ReturnsTheWholeOutputUnchanged) {
     texts.push_back(std::string(size, 'x') + "\n");
     texts.push_back(std::string(size, 'x') + "\nlast");
   }
-  std::string bytes;
-  for (int byte = 1; byte < 256; ++byte) bytes += static_cast<char>(byte);
+  const std::string bytes = allBytes().substr(1);
   texts.push_back(bytes);
   for (const std::string& text : texts) {
     SCOPED_TRACE(text.size());

@@ -28,7 +28,10 @@
 namespace {
 
 namespace fs = std::filesystem;
+using commutil_test::allBytes;
 using commutil_test::inThreads;
+using commutil_test::modeOf;
+using commutil_test::openDescriptors;
 using commutil_test::runInChild;
 using commutil_test::ScopedUmask;
 using commutil_test::TempDir;
@@ -42,23 +45,12 @@ std::string contentOf(const std::string& path) { return commutil_test::readFile(
 
 bool existsOrDangles(const std::string& path) { return fs::exists(fs::symlink_status(path)); }
 
-std::size_t openDescriptors() {
-  return static_cast<std::size_t>(
-      std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
-}
-
 /// For a child: becomes a user to whom permissions apply.
 void dropRoot() {
   if (::geteuid() != 0) return;
   ASSERT_EQ(0, ::setgroups(0, nullptr));
   ASSERT_EQ(0, ::setgid(65534));
   ASSERT_EQ(0, ::setuid(65534));
-}
-
-mode_t modeOf(const std::string& path) {
-  struct stat status = {};
-  EXPECT_EQ(0, ::stat(path.c_str(), &status)) << path;
-  return status.st_mode & 07777;
 }
 
 std::string patternOfSize(std::size_t size) {
@@ -183,15 +175,13 @@ TEST(MkdirAll, IgnoresErrors) {
 // readFile
 
 TEST(ReadFile, GivesExactlyTheBytes) {
-  std::string everyByte;
-  for (int byte = 0; byte < 256; ++byte) everyByte += static_cast<char>(byte);
   const std::vector<std::string> contents = {
       "",
       "x",
       "\0"s,
       "\n",
       "line\r\n\0\xff\n"s,
-      everyByte,
+      allBytes(),
       patternOfSize(15),
       patternOfSize(16),
       patternOfSize(4095),

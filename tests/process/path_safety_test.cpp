@@ -19,6 +19,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using commutil_test::allBytes;
 using commutil_test::CapturedOutput;
 using commutil_test::inThreads;
 using commutil_test::runInChild;
@@ -34,12 +35,6 @@ std::string randomText(std::mt19937& random, std::string_view alphabet, std::siz
   std::string text(random() % (longest + 1), '\0');
   for (char& c : text) c = alphabet[random() % alphabet.size()];
   return text;
-}
-
-std::string everyByte() {
-  std::string bytes;
-  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
-  return bytes;
 }
 
 // checkPath
@@ -207,7 +202,7 @@ TEST(CheckPath, AgreesWithItsStepsOnAnyText) {
 TEST(IsSafeFileName, RefusesExactlyTheFifteenCharacters) {
   const std::string unsafe = "/\\:*?\"'<>|`;&$\n";
   ASSERT_EQ(15U, unsafe.size());
-  for (const char byte : everyByte()) {
+  for (const char byte : allBytes()) {
     SCOPED_TRACE(static_cast<int>(byte));
     const bool safe = unsafe.find(byte) == std::string::npos;
     for (const std::size_t length : {1U, 2U, 15U, 16U, 17U, 31U, 32U, 33U, 50U}) {
@@ -303,7 +298,7 @@ void expectRoundTrip(const std::string& name) {
 }
 
 TEST(SpecialName, EscapesExactlyTheTenCharacters) {
-  for (const char byte : everyByte()) {
+  for (const char byte : allBytes()) {
     SCOPED_TRACE(static_cast<int>(byte));
     std::string expected(1, byte);
     for (const Escape& escape : kEscapes) {
@@ -355,8 +350,8 @@ TEST(SpecialName, DecodesALoneCircumflexAsItself) {
 
 TEST(SpecialName, MapsEveryPairOfBytesBothWays) {
   std::string pair = "..";
-  for (const char first : everyByte()) {
-    for (const char second : everyByte()) {
+  for (const char first : allBytes()) {
+    for (const char second : allBytes()) {
       pair[0] = first;
       pair[1] = second;
       expectRoundTrip(pair);
@@ -366,7 +361,7 @@ TEST(SpecialName, MapsEveryPairOfBytesBothWays) {
 
 TEST(SpecialName, MapsAnyTextBothWays) {
   std::mt19937 random(20240229);  // NOLINT(bugprone-random-generator-seed): the same every time
-  const std::string bytes = everyByte();
+  const std::string bytes = allBytes();
   for (int i = 0; i < 20'000; ++i) {
     expectRoundTrip(randomText(random, "^^^abciz/\\\0x"sv, 60));
     expectRoundTrip(randomText(random, bytes, 60));

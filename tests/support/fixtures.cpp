@@ -86,6 +86,31 @@ std::string readFile(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+mode_t modeOf(const std::string& path) {
+  struct stat status = {};
+  EXPECT_EQ(0, ::stat(path.c_str(), &status)) << path;
+  return status.st_mode & 07777;
+}
+
+std::string outputOf(const std::function<void()>& body) {
+  CapturedOutput output(STDOUT_FILENO);
+  body();
+  return output.stop();
+}
+
+std::string allBytes() {
+  std::string bytes;
+  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
+  return bytes;
+}
+
+bool isOpen(int fd) { return ::fcntl(fd, F_GETFD) != -1; }
+
+std::size_t openDescriptors() {
+  const std::filesystem::directory_iterator all("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
 namespace {
 
 /// Runs `body` and ends the process with its verdict, so that no exception makes the child run the

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -74,6 +75,19 @@ class ScopedUmask {
 
 void writeFile(const std::string& path, std::string_view content);
 std::string readFile(const std::string& path);
+
+/// The permission bits of the file that `path` leads to.
+mode_t modeOf(const std::string& path);
+
+/// What `body` writes to the standard output.
+std::string outputOf(const std::function<void()>& body);
+
+/// A text of all 256 bytes, in their order.
+std::string allBytes();
+
+/// Whether `fd` is a descriptor of this process, and how many there are.
+bool isOpen(int fd);
+std::size_t openDescriptors();
 
 /// Runs `body` in a forked child, for tests of process-wide state (caches, locale, signals, masks,
 /// identity). Expectations inside `body` work as usual; the test fails when one of them fails in

@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -13,7 +12,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <iostream>
 #include <optional>
 #include <streambuf>
@@ -31,7 +29,11 @@ using commutil_test::CapturedOutput;
 using commutil_test::enterElsewhere;
 using commutil_test::failSystemCall;
 using commutil_test::forbidSystemCall;
+using commutil_test::isOpen;
 using commutil_test::LockHolder;
+using commutil_test::modeOf;
+using commutil_test::openDescriptors;
+using commutil_test::outputOf;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::ScopedUmask;
@@ -39,22 +41,6 @@ using commutil_test::TempDir;
 using std::chrono::steady_clock;
 
 constexpr char kNoShareText[] = "Getting the envionment variable _APP_SHARE_DIR failed.\n";
-
-std::string outputOf(const std::function<void()>& body) {
-  CapturedOutput output(STDOUT_FILENO);
-  body();
-  return output.stop();
-}
-
-bool isOpen(int fd) { return ::fcntl(fd, F_GETFD) >= 0; }
-
-std::size_t openDescriptors() {
-  std::size_t count = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    ++count;
-  }
-  return count;
-}
 
 /// What processes that were built against the layout find in a lock: four fields without gaps.
 struct Fields {
@@ -70,12 +56,6 @@ struct Fields {
   int descriptor = -1;
   int outputType = -1;
 };
-
-mode_t modeOf(const std::string& path) {
-  struct stat status {};
-  EXPECT_EQ(0, ::stat(path.c_str(), &status)) << path;
-  return status.st_mode & 07777;
-}
 
 /// A share directory that `_APP_SHARE_DIR` names, with an empty lock directory "/lock/".
 class ProcessLock : public ::testing::Test {

@@ -28,6 +28,7 @@ using commutil_test::interfaces;
 using commutil_test::inThreads;
 using commutil_test::ip;
 using commutil_test::kIfconfig;
+using commutil_test::openDescriptors;
 using commutil_test::runInChild;
 using commutil_test::standInFor;
 using commutil_test::TempDir;
@@ -621,18 +622,14 @@ TEST(MacAddressCommands, RunByteForByte) {
 TEST(MacAddressCommands, LeaveNoDescriptorAndNoChild) {
   runOnOwnNetwork([] {
     ip(vethPair("a", 1) + "addr add 10.1.2.3/24 dev a\naddr add fe80::1/64 dev a nodad\n");
-    const auto descriptors = [] {
-      const std::filesystem::directory_iterator all("/proc/self/fd");
-      return std::distance(begin(all), end(all));
-    };
-    const auto before = descriptors();
+    const std::size_t before = openDescriptors();
     for (int round = 0; round < 2; ++round) {
       localAddresses();
       macOf("fe80::1");
       zirelMacOf("fe80:0:0:0:0:0:0:1");
       if (round == 0) becomeZirel();
     }
-    EXPECT_EQ(before, descriptors());
+    EXPECT_EQ(before, openDescriptors());
     EXPECT_EQ(-1, ::waitpid(-1, nullptr, WNOHANG));
     EXPECT_EQ(ECHILD, errno);
   });

@@ -12,7 +12,6 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,18 +28,13 @@ using commutil_test::enterElsewhere;
 using commutil_test::enterNamespaces;
 using commutil_test::LockHolder;
 using commutil_test::mountTmpfs;
+using commutil_test::outputOf;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::shell;
 using commutil_test::TempDir;
 
 constexpr char kNotOpened[] = "Failed to lock backup_PROCESSMUTEX. The error is 9.\n";
-
-std::string outputOf(const std::function<void()>& body) {
-  CapturedOutput output(STDOUT_FILENO);
-  body();
-  return output.stop();
-}
 
 class ProcessLockSystem : public ::testing::Test {
  protected:

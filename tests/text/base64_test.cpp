@@ -19,6 +19,7 @@
 
 namespace {
 
+using commutil_test::allBytes;
 using commutil_test::inThreads;
 using commutil_test::kBase64Alphabet;
 using commutil_test::Latin1Locale;
@@ -51,17 +52,11 @@ std::string randomBytes(std::size_t size) {
   return bytes;
 }
 
-std::string everyByte() {
-  std::string bytes;
-  for (int byte = 0; byte <= UCHAR_MAX; ++byte) bytes += static_cast<char>(byte);
-  return bytes;
-}
-
 /// Changes each of `text`'s characters to each byte and expects the results of the model.
 void expectEveryChangeDecodesAsDescribed(const std::string& text) {
   for (std::size_t at = 0; at < text.size(); ++at) {
     std::string changed = text;
-    for (const char byte : everyByte()) {
+    for (const char byte : allBytes()) {
       changed[at] = byte;
       ASSERT_EQ(modelDecode(changed, isAlnumNow), decode(changed))
           << "byte " << int{static_cast<unsigned char>(byte)} << " at " << at;
@@ -144,7 +139,7 @@ TEST(Base64, EncodesOnlyTheLengthGiven) {
 }
 
 TEST(Base64, CarriesEveryByte) {
-  const std::string bytes = everyByte();
+  const std::string bytes = allBytes();
   const std::string text = encode(bytes);
   EXPECT_EQ(modelEncode(bytes), text);
   EXPECT_EQ(344U, text.size());
@@ -185,7 +180,7 @@ TEST(Base64, CarriesEveryGroupOfThree) {
 TEST(Base64, EncodesEveryByteAtEveryPlace) {
   for (std::size_t at = 0; at < 60; ++at) {
     std::string bytes = randomBytes(60);
-    for (const char byte : everyByte()) {
+    for (const char byte : allBytes()) {
       bytes[at] = byte;
       ASSERT_EQ(modelEncode(bytes), encode(bytes)) << "at " << at;
     }
@@ -245,7 +240,7 @@ TEST(Base64, HoldsNoRoomForWhatItDidNotDecode) {
 }
 
 TEST(Base64, TellsDataCharactersInTheCLocale) {
-  for (const char byte : everyByte()) {
+  for (const char byte : allBytes()) {
     EXPECT_EQ(kBase64Alphabet.find(byte) != std::string::npos,
               VexaCommonUtils::isBase64(static_cast<unsigned char>(byte)))
         << int{static_cast<unsigned char>(byte)};
@@ -324,7 +319,7 @@ TEST(Base64, DecodesAsDescribedInATurkishLocale) {
     setLocale("tr_TR");
     EXPECT_TRUE(VexaCommonUtils::isBase64(0xFD));  // the small dotless i
     EXPECT_EQ("Man", decode("TWFu"));
-    const std::string bytes = everyByte();
+    const std::string bytes = allBytes();
     EXPECT_EQ(modelEncode(bytes), encode(bytes));
     EXPECT_EQ(bytes, decode(encode(bytes)));
     expectEveryChangeDecodesAsDescribed(encode(randomBytes(75)));

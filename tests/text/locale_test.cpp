@@ -22,6 +22,7 @@
 
 namespace {
 
+using commutil_test::allBytes;
 using commutil_test::CapturedOutput;
 using commutil_test::inThreads;
 using commutil_test::Latin1Locale;
@@ -473,8 +474,7 @@ TEST(Charset, ALengthOfTwoGigabytesIsNegative) {
 }
 
 TEST(Charset, Utf8IsTakenForTheLocalesEncoding) {
-  std::string all;
-  for (int byte = 1; byte < 256; ++byte) all += static_cast<char>(byte);
+  const std::string all = allBytes().substr(1);
   for (const auto copy : {&VexaCommonUtils::LOC2UTF8, &VexaCommonUtils::UTF8TOLOC}) {
     EXPECT_EQ(all, copy(all.c_str()));
     EXPECT_EQ("", copy(""));

@@ -15,20 +15,16 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/fixtures.h"
 
 namespace {
 
 using namespace std::string_literals;
+using commutil_test::allBytes;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 
 using Tokens = std::vector<std::string>;
-
-std::string allBytes() {
-  std::string bytes;
-  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
-  return bytes;
-}
 
 // Places around which block-wise code changes course.
 const std::vector<std::size_t> kLengths = {0,  1,  7,  15, 16, 17, 31, 32,

@@ -18,6 +18,7 @@
 
 namespace {
 
+using commutil_test::allBytes;
 using commutil_test::Latin1Locale;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
@@ -490,8 +491,7 @@ TEST(WideReader, ReadsLinesOfAnyLength) {
 }
 
 TEST(WideReader, ReadsEveryByte) {
-  std::string all;
-  for (int byte = 0; byte < 256; ++byte) all += static_cast<char>(byte);
+  const std::string all = allBytes();
   OpenReader reader(all);
   for (int byte = 0; byte < 256; ++byte) {
     char c = 'x';
