@@ -1,6 +1,5 @@
 #include "support/fake_shell.h"
 
-#include <dlfcn.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -8,17 +7,13 @@
 #include <utility>
 
 #include "platform/file_io.h"
+#include "support/c_library.h"
 #include "support/expect.h"
 
 namespace commutil_fuzz {
 namespace {
 
 FakeShell* currentShell = nullptr;
-
-template <class Function>
-Function* cLibrary(const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 
@@ -50,11 +45,11 @@ extern "C" {
 
 std::FILE* popen(const char* command, const char* mode) {
   if (commutil_fuzz::currentShell != nullptr) return commutil_fuzz::currentShell->open(command);
-  return commutil_fuzz::cLibrary<std::FILE*(const char*, const char*)>("popen")(command, mode);
+  return commutil_test::cLibrary<std::FILE*(const char*, const char*)>("popen")(command, mode);
 }
 
 int pclose(std::FILE* stream) {
   if (commutil_fuzz::currentShell != nullptr) return commutil_fuzz::currentShell->close(stream);
-  return commutil_fuzz::cLibrary<int(std::FILE*)>("pclose")(stream);
+  return commutil_test::cLibrary<int(std::FILE*)>("pclose")(stream);
 }
 }

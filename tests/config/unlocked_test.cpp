@@ -1,6 +1,5 @@
 // What is computed once when its mutex cannot be taken: the answers are the same, and a mutex that
 // was not taken is not released. This program stands in for the thread library's mutexes.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -9,8 +8,11 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "config/fake_store.h"
+#include "support/c_library.h"
 
 namespace {
+
+using commutil_test::cLibrary;
 
 bool refuseNext = false;
 const pthread_mutex_t* refused = nullptr;
@@ -21,8 +23,7 @@ bool refusedIsReleased = false;
 extern "C" {
 
 int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
-  static auto* const real =
-      reinterpret_cast<int (*)(pthread_mutex_t*)>(::dlsym(RTLD_NEXT, "pthread_mutex_lock"));
+  static auto* const real = cLibrary<int(pthread_mutex_t*)>("pthread_mutex_lock");
   if (!refuseNext) return real(mutex);
   refuseNext = false;
   refused = mutex;
@@ -30,8 +31,7 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
 }
 
 int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
-  static auto* const real =
-      reinterpret_cast<int (*)(pthread_mutex_t*)>(::dlsym(RTLD_NEXT, "pthread_mutex_unlock"));
+  static auto* const real = cLibrary<int(pthread_mutex_t*)>("pthread_mutex_unlock");
   refusedIsReleased = refusedIsReleased || mutex == refused;
   return real(mutex);
 }

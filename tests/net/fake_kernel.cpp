@@ -1,7 +1,7 @@
 #include "net/fake_kernel.h"
+#include "support/c_library.h"
 
 #include <arpa/inet.h>
-#include <dlfcn.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -16,11 +16,6 @@ namespace commutil_test {
 namespace {
 
 FakeKernel* currentKernel = nullptr;
-
-template <class Function>
-Function* cLibrary(const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 

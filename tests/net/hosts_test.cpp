@@ -1,4 +1,3 @@
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
@@ -18,9 +17,11 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "net/fake_kernel.h"
+#include "support/c_library.h"
 
 namespace {
 
+using commutil_test::cLibrary;
 using commutil_test::FakeKernel;
 using testing::ElementsAre;
 
@@ -53,11 +54,6 @@ struct FakeSystem {
 };
 
 FakeSystem* FakeSystem::current = nullptr;
-
-template <class Function>
-Function* cLibrary(const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 

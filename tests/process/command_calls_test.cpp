@@ -1,6 +1,5 @@
 // What the library asks of popen(3), and that a stream from a stand-in for it serves as well as a
 // pipe does. This program stands in for popen and pclose, which the library then calls.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -12,8 +11,11 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
+#include "support/c_library.h"
 
 namespace {
+
+using commutil_test::cLibrary;
 
 struct Call {
   std::string command;
@@ -51,22 +53,17 @@ struct FakeShell {
 
 FakeShell* FakeShell::current = nullptr;
 
-template <class Function>
-Function* real(Function* /*like*/, const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace
 
 extern "C" {
 
 std::FILE* popen(const char* command, const char* mode) {
   if (FakeShell::current != nullptr) return FakeShell::current->open(command, mode);
-  return real(&::popen, "popen")(command, mode);
+  return cLibrary<std::FILE*(const char*, const char*)>("popen")(command, mode);
 }
 
 int pclose(std::FILE* stream) {
-  if (FakeShell::current == nullptr) return real(&::pclose, "pclose")(stream);
+  if (FakeShell::current == nullptr) return cLibrary<int(std::FILE*)>("pclose")(stream);
   ++FakeShell::current->closed;
   if (FakeShell::current->closes) return FakeShell::current->closes(stream);
   return std::fclose(stream) == 0 ? 0 : -1;

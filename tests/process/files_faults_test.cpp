@@ -6,7 +6,6 @@
 #undef _FORTIFY_SOURCE
 
 #include <dirent.h>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -21,9 +20,12 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/c_library.h"
 #include "support/fixtures.h"
 
 namespace {
+
+using commutil_test::cLibrary;
 
 /// Functions to be called in the place of the real ones; an empty one lets the real one through.
 struct Faults {
@@ -37,33 +39,28 @@ struct Faults {
 
 Faults faults;
 
-template <class Function>
-Function* real(Function* /*like*/, const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
-
 ssize_t realRead(int fd, void* data, std::size_t size) {
-  static auto* const function = real(&::read, "read");
+  static auto* const function = cLibrary<ssize_t(int, void*, std::size_t)>("read");
   return function(fd, data, size);
 }
 
 ssize_t realWrite(int fd, const void* data, std::size_t size) {
-  static auto* const function = real(&::write, "write");
+  static auto* const function = cLibrary<ssize_t(int, const void*, std::size_t)>("write");
   return function(fd, data, size);
 }
 
 int realClose(int fd) {
-  static auto* const function = real(&::close, "close");
+  static auto* const function = cLibrary<int(int)>("close");
   return function(fd);
 }
 
 dirent* realReaddir(DIR* directory) {
-  static auto* const function = real(&::readdir, "readdir");
+  static auto* const function = cLibrary<dirent*(DIR*)>("readdir");
   return function(directory);
 }
 
 int realClosedir(DIR* directory) {
-  static auto* const function = real(&::closedir, "closedir");
+  static auto* const function = cLibrary<int(DIR*)>("closedir");
   return function(directory);
 }
 
@@ -85,8 +82,7 @@ ssize_t write(int fd, const void* data, std::size_t size) {
 }
 
 ssize_t sendfile(int out, int in, off_t* offset, std::size_t size) noexcept {
-  static auto* const function =
-      reinterpret_cast<ssize_t (*)(int, int, off_t*, std::size_t)>(::dlsym(RTLD_NEXT, "sendfile"));
+  static auto* const function = cLibrary<ssize_t(int, int, off_t*, std::size_t)>("sendfile");
   return faults.sendfile ? faults.sendfile(out, in) : function(out, in, offset, size);
 }
 

@@ -1,5 +1,4 @@
 #include <ace/OS_NS_netdb.h>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/time.h>
 
@@ -16,11 +15,13 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/c_library.h"
 #include "support/fixtures.h"
 #include "support/threads.h"
 
 namespace {
 
+using commutil_test::cLibrary;
 using commutil_test::inThreads;
 using commutil_test::runInChild;
 
@@ -31,36 +32,31 @@ std::function<std::time_t()> timeNow;
 std::function<tm*(const std::time_t*, tm*)> breakDown;
 std::function<int(unsigned char*)> macAddress;
 
-template <class Function>
-Function* systemsOwn(const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
-
 }  // namespace
 
 extern "C" {
 
 int gettimeofday(timeval* now, void* zone) noexcept {
   if (timeOfDay) return timeOfDay(now);
-  return systemsOwn<int(timeval*, void*)>("gettimeofday")(now, zone);
+  return cLibrary<int(timeval*, void*)>("gettimeofday")(now, zone);
 }
 
 std::time_t time(std::time_t* out) noexcept {
   const std::time_t now =
-      timeNow ? timeNow() : systemsOwn<std::time_t(std::time_t*)>("time")(nullptr);
+      timeNow ? timeNow() : cLibrary<std::time_t(std::time_t*)>("time")(nullptr);
   if (out != nullptr) *out = now;
   return now;
 }
 
 tm* localtime_r(const std::time_t* clock, tm* result) noexcept {
   if (breakDown) return breakDown(clock, result);
-  return systemsOwn<tm*(const std::time_t*, tm*)>("localtime_r")(clock, result);
+  return cLibrary<tm*(const std::time_t*, tm*)>("localtime_r")(clock, result);
 }
 }
 
 int ACE_OS::getmacaddress(macaddr_node_t* node) {
   if (macAddress) return macAddress(node->node);
-  return systemsOwn<int(macaddr_node_t*)>("_ZN6ACE_OS13getmacaddressEPNS_14macaddr_node_tE")(node);
+  return cLibrary<int(macaddr_node_t*)>("_ZN6ACE_OS13getmacaddressEPNS_14macaddr_node_tE")(node);
 }
 
 namespace {

@@ -1,6 +1,5 @@
 #include "VexaLocale.h"
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "VexaCommonUtils.h"
+#include "support/c_library.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
 #include "support/threads.h"
@@ -488,7 +488,6 @@ TEST(Charset, Utf8IsTakenForTheLocalesEncoding) {
 /// Stands before the C library's own, for the library under test too.
 extern "C" char* setlocale(int category, const char* name) noexcept {
   if (g_beforeSetlocale) g_beforeSetlocale();
-  static const auto real =
-      reinterpret_cast<char* (*)(int, const char*)>(dlsym(RTLD_NEXT, "setlocale"));
+  static auto* const real = commutil_test::cLibrary<char*(int, const char*)>("setlocale");
   return real(category, name);
 }
