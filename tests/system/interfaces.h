@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 #include <json/json.h>
+#include <sched.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -19,6 +22,15 @@
 // that the look-ups run. For children that have namespaces of their own.
 
 namespace commutil_test {
+
+/// Runs `body` in a child that has a network and tools of its own.
+inline void runOnOwnNetwork(const std::function<void()>& body) {
+  runInChild([&body] {
+    const ScopedEnv path("PATH", "/usr/sbin:/usr/bin:/sbin:/bin");
+    enterNamespaces(CLONE_NEWNET | CLONE_NEWNS);
+    if (!::testing::Test::HasFailure()) body();
+  });
+}
 
 struct InterfaceAddress {
   std::string ip;

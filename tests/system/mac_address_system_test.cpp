@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,10 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
-#include <functional>
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "VexaCommonUtils_i.h"
@@ -29,7 +26,7 @@ using commutil_test::inThreads;
 using commutil_test::ip;
 using commutil_test::kIfconfig;
 using commutil_test::openDescriptors;
-using commutil_test::runInChild;
+using commutil_test::runOnOwnNetwork;
 using commutil_test::standInFor;
 using commutil_test::TempDir;
 using commutil_test::upperCase;
@@ -44,15 +41,6 @@ constexpr const char* kNoMac = "00:00:00:00:00:00";
 constexpr const char* kJunkMac = "A5:A5:A5:A5:A5:A5";
 
 using Texts = std::vector<std::string>;
-
-/// Runs `body` in a child that has a network and tools of its own.
-void runOnOwnNetwork(const std::function<void()>& body) {
-  runInChild([&body] {
-    const commutil_test::ScopedEnv path("PATH", "/usr/sbin:/usr/bin:/sbin:/bin");
-    commutil_test::enterNamespaces(CLONE_NEWNET | CLONE_NEWNS);
-    if (!::testing::Test::HasFailure()) body();
-  });
-}
 
 Texts textsOf(const std::vector<CMACAddress>& addresses) {
   Texts texts;

@@ -1,9 +1,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <sched.h>
 
 #include <cstdint>
-#include <functional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -13,7 +11,6 @@
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
 #include "support/fixtures.h"
-#include "support/namespaces.h"
 #include "support/threads.h"
 #include "system/interfaces.h"
 
@@ -22,7 +19,7 @@ using commutil_test::interfaces;
 using commutil_test::inThreads;
 using commutil_test::ip;
 using commutil_test::kIfconfig;
-using commutil_test::runInChild;
+using commutil_test::runOnOwnNetwork;
 using commutil_test::standInFor;
 using commutil_test::TempDir;
 using commutil_test::vethPair;
@@ -30,15 +27,6 @@ using commutil_test::vethPair;
 namespace {
 
 constexpr const char* kJunk = "junk";
-
-/// Runs `body` in a child that has a network and tools of its own.
-void runOnOwnNetwork(const std::function<void()>& body) {
-  runInChild([&body] {
-    const commutil_test::ScopedEnv path("PATH", "/usr/sbin:/usr/bin:/sbin:/bin");
-    commutil_test::enterNamespaces(CLONE_NEWNET | CLONE_NEWNS);
-    if (!::testing::Test::HasFailure()) body();
-  });
-}
 
 std::string dottedMask(unsigned prefixLength) {
   const std::uint32_t bits = prefixLength == 0 ? 0 : ~std::uint32_t{0} << (32 - prefixLength);
