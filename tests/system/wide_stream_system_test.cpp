@@ -17,20 +17,21 @@
 #include "support/fixtures.h"
 #include "support/locales.h"
 #include "support/namespaces.h"
+#include "wideio/modes.h"
 
 namespace {
 
 using commutil_test::enterNamespaces;
+using commutil_test::kAppend;
+using commutil_test::kRead;
+using commutil_test::kUpdate;
+using commutil_test::kWrite;
 using commutil_test::mountTmpfs;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
 using commutil_test::TempDir;
 using commutil_test::writeFile;
 
-constexpr int kAppend = 1;
-constexpr int kRead = 8;
-constexpr int kWrite = 16;
-constexpr int kUpdate = 24;
 constexpr long kFourGiB = 4L << 30;
 
 TEST(WideStreamSystem, ReadsBeyondFourGigabytes) {

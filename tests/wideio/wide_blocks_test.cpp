@@ -15,17 +15,17 @@
 #include "VexaWideIO.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
+#include "wideio/modes.h"
 
 namespace {
 
+using commutil_test::kAppend;
+using commutil_test::kWrite;
 using commutil_test::Latin1Locale;
 using commutil_test::readFile;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
 using commutil_test::TempDir;
-
-constexpr int kAppend = 1;
-constexpr int kWrite = 16;
 
 /// The results of operations, and what the file holds when they have ended.
 struct Outcome {

@@ -8,16 +8,16 @@
 
 #include "VexaWideIO.h"
 #include "support/fixtures.h"
+#include "wideio/modes.h"
 #include "wideio/open_files.h"
 
 namespace {
 
+using commutil_test::kAppend;
+using commutil_test::kRead;
+using commutil_test::kWrite;
 using commutil_test::readFile;
 using commutil_test::TempDir;
-
-constexpr int kAppend = 1;
-constexpr int kRead = 8;
-constexpr int kWrite = 16;
 
 template <class Stream, class = void>
 constexpr bool kHasIsValid = false;

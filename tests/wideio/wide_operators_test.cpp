@@ -10,17 +10,17 @@
 #include "VexaWideIO.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
+#include "wideio/modes.h"
 
 namespace {
 
+using commutil_test::kRead;
+using commutil_test::kWrite;
 using commutil_test::Latin1Locale;
 using commutil_test::readFile;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
 using commutil_test::TempDir;
-
-constexpr int kRead = 8;
-constexpr int kWrite = 16;
 
 template <class Stream, class Operand>
 using Output = decltype(std::declval<Stream&>() << std::declval<Operand>());

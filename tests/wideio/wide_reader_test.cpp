@@ -14,18 +14,18 @@
 #include "VexaWideIO.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
+#include "wideio/modes.h"
 #include "wideio/open_files.h"
 
 namespace {
 
 using commutil_test::allBytes;
+using commutil_test::kRead;
+using commutil_test::kUpdate;
 using commutil_test::Latin1Locale;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
 using commutil_test::TempDir;
-
-constexpr int kRead = 8;
-constexpr int kUpdate = 24;
 
 // An array before a read, and WEOF where it was stored.
 constexpr wchar_t kJunk = L'#';

@@ -8,19 +8,19 @@
 #include "VexaWideIO.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
+#include "wideio/modes.h"
 #include "wideio/open_files.h"
 
 namespace {
 
+using commutil_test::kAppend;
+using commutil_test::kWrite;
 using commutil_test::Latin1Locale;
 using commutil_test::readFile;
 using commutil_test::runInChild;
 using commutil_test::ScopedUmask;
 using commutil_test::setLocale;
 using commutil_test::TempDir;
-
-constexpr int kAppend = 1;
-constexpr int kWrite = 16;
 
 static_assert(std::is_base_of_v<std::ostream, Vexawofstream>);
 static_assert(std::has_virtual_destructor_v<Vexawofstream>);
