@@ -19,8 +19,14 @@
 #include "VexaLocks.h"
 #include "VexaNetUtils.h"
 #include "VexaWideIO.h"
+#include "sync/lock_fields.h"
 
 namespace {
+
+using commutil_test::EntryFields;
+using commutil_test::ProcessLockFields;
+using commutil_test::QueueFields;
+using commutil_test::TokenFields;
 
 template <class Class, class Fields>
 constexpr bool kHasFieldsOf = sizeof(Class) == sizeof(Fields) && alignof(Class) == alignof(Fields);
@@ -93,38 +99,15 @@ static_assert(std::is_trivially_copyable_v<ArgsOptions>);
 
 // Locks
 
-struct ProcessLockFields {
-  std::string fileName;
-  std::string directory;
-  int descriptor;
-  OUTPUT_TYPE outputType;
-};
 static_assert(kHasFieldsOf<VexaProcessLock, ProcessLockFields> && sizeof(VexaProcessLock) == 72);
 static_assert(kHasNoVirtuals<VexaProcessLock>);
 
-struct QueueFields {
-  VexaToken::ACE_Token_Queue_Entry* head;
-  VexaToken::ACE_Token_Queue_Entry* tail;
-};
 static_assert(kHasFieldsOf<VexaToken::ACE_Token_Queue, QueueFields>);
 static_assert(kHasNoVirtuals<VexaToken::ACE_Token_Queue>);
 
-struct EntryFields {
-  VexaToken::ACE_Token_Queue_Entry* next;
-  unsigned long thread;
-  ACE_Condition<ACE_Thread_Mutex> condition;
-  int runable;
-};
 static_assert(kHasFieldsOf<VexaToken::ACE_Token_Queue_Entry, EntryFields>);
 static_assert(kHasNoVirtuals<VexaToken::ACE_Token_Queue_Entry>);
 
-struct TokenFields {
-  ACE_thread_t owner;
-  ACE_Thread_Mutex lock;
-  QueueFields waiters;
-  int waiterCount;
-  int inUse;
-};
 static_assert(kHasFieldsOf<VexaToken, TokenFields> && kHasNoVirtuals<VexaToken>);
 static_assert(std::is_same_v<ACE_thread_t, unsigned long>);
 

@@ -22,12 +22,14 @@
 #include "support/fixtures.h"
 #include "support/lock_holder.h"
 #include "support/system_calls.h"
+#include "sync/lock_fields.h"
 
 namespace {
 
 using commutil_test::CapturedOutput;
 using commutil_test::enterElsewhere;
 using commutil_test::failSystemCall;
+using commutil_test::fieldsOf;
 using commutil_test::forbidSystemCall;
 using commutil_test::isOpen;
 using commutil_test::LockHolder;
@@ -41,21 +43,6 @@ using commutil_test::TempDir;
 using std::chrono::steady_clock;
 
 constexpr char kNoShareText[] = "Getting the envionment variable _APP_SHARE_DIR failed.\n";
-
-/// What processes that were built against the layout find in a lock: four fields without gaps.
-struct Fields {
-  explicit Fields(const VexaProcessLock& lock) {
-    const auto* const bytes = reinterpret_cast<const char*>(&lock);
-    name = *reinterpret_cast<const std::string*>(bytes);
-    directory = *reinterpret_cast<const std::string*>(bytes + sizeof(std::string));
-    std::memcpy(&descriptor, bytes + 2 * sizeof(std::string), sizeof(int));
-    std::memcpy(&outputType, bytes + 2 * sizeof(std::string) + sizeof(int), sizeof(int));
-  }
-  std::string name;
-  std::string directory;
-  int descriptor = -1;
-  int outputType = -1;
-};
 
 /// A share directory that `_APP_SHARE_DIR` names, with an empty lock directory "/lock/".
 class ProcessLock : public ::testing::Test {
@@ -113,18 +100,18 @@ TEST_F(ProcessLock, LockCoversTheWholeFileWhateverItsSize) {
 
 TEST_F(ProcessLock, FieldsTellItsState) {
   VexaProcessLock lock("backup", "/lock/");
-  EXPECT_EQ("backup_PROCESSMUTEX", Fields(lock).name);
-  EXPECT_EQ("/lock/", Fields(lock).directory);
-  EXPECT_EQ(0, Fields(lock).descriptor);
-  EXPECT_EQ(1, Fields(lock).outputType);
+  EXPECT_EQ("backup_PROCESSMUTEX", fieldsOf(lock).fileName);
+  EXPECT_EQ("/lock/", fieldsOf(lock).directory);
+  EXPECT_EQ(0, fieldsOf(lock).descriptor);
+  EXPECT_EQ(1, fieldsOf(lock).outputType);
   const int next = ::dup(STDOUT_FILENO);
   ASSERT_EQ(0, ::close(next));
   ASSERT_EQ(0, lock.EnterProcessMutex());
-  EXPECT_EQ(next, Fields(lock).descriptor);
+  EXPECT_EQ(next, fieldsOf(lock).descriptor);
   ASSERT_EQ(0, lock.ExitProcessMutex());
-  EXPECT_EQ(0, Fields(lock).descriptor);
+  EXPECT_EQ(0, fieldsOf(lock).descriptor);
   lock.SetOutputType(static_cast<OUTPUT_TYPE>(7));
-  EXPECT_EQ(7, Fields(lock).outputType);
+  EXPECT_EQ(7, fieldsOf(lock).outputType);
 }
 
 TEST_F(ProcessLock, PathIsPlainConcatenation) {
@@ -369,10 +356,10 @@ TEST_F(ProcessLock, RefusedUnlockLeavesTheFileOpen) {
       ASSERT_EQ(0, lock.EnterProcessMutex());
       const std::size_t before = openDescriptors();
       failSystemCall(SYS_fcntl, F_SETLK, row.error);
-      const int kept = Fields(lock).descriptor;
+      const int kept = fieldsOf(lock).descriptor;
       EXPECT_EQ(row.output, outputOf([&] { EXPECT_EQ(row.result, lock.ExitProcessMutex()); }));
       EXPECT_EQ(before, openDescriptors());
-      EXPECT_EQ(kept, Fields(lock).descriptor) << "for another try";
+      EXPECT_EQ(kept, fieldsOf(lock).descriptor) << "for another try";
     });
   }
 }

@@ -20,6 +20,7 @@
 
 #include "VexaLocks.h"
 #include "sync/entry_heap.h"
+#include "sync/lock_fields.h"
 #include "sync/token_probe.h"
 
 namespace {

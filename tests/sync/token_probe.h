@@ -8,51 +8,24 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstddef>
-#include <cstring>
 #include <fstream>
 #include <string>
 #include <thread>
 
 #include "VexaLocks.h"
+#include "sync/lock_fields.h"
 
-// What the tests of the token and of its queue look at: the token's fields, where its layout says
-// that they are, and whether a thread sleeps.
+// What the tests of the token and of its queue look at: the state of the token's fields, and
+// whether a thread sleeps.
 
 namespace commutil_test {
 
-/// The token's fields in their order.
-struct TokenLayout {
-  ACE_thread_t owner;
-  ACE_Thread_Mutex lock;
-  VexaToken::ACE_Token_Queue_Entry* head;
-  VexaToken::ACE_Token_Queue_Entry* tail;
-  int waiterCount;
-  int inUse;
-};
-static_assert(sizeof(TokenLayout) == sizeof(VexaToken));
-
-inline TokenLayout& fieldsOf(VexaToken& token) { return reinterpret_cast<TokenLayout&>(token); }
-
-/// An entry's fields in their order.
-struct EntryLayout {
-  VexaToken::ACE_Token_Queue_Entry* next;
-  unsigned long threadId;
-  ACE_Condition<ACE_Thread_Mutex> condition;
-  int runable;
-};
-static_assert(sizeof(EntryLayout) == sizeof(VexaToken::ACE_Token_Queue_Entry));
-
-inline EntryLayout& fieldsOf(VexaToken::ACE_Token_Queue_Entry& entry) {
-  return reinterpret_cast<EntryLayout&>(entry);
-}
-
 /// What the head's runable is, 0 without one: 0 reserved, 2 inside its wait, 1 handed the token.
 inline int runableOfHead(VexaToken& token) {
-  TokenLayout& fields = fieldsOf(token);
+  TokenFields& fields = fieldsOf(token);
   fields.lock.acquire();
-  const int runable = fields.head == nullptr ? 0 : fieldsOf(*fields.head).runable;
+  const int runable = fields.waiters.head == nullptr ? 0 : fieldsOf(*fields.waiters.head).runable;
   fields.lock.release();
   return runable;
 }
@@ -67,8 +40,8 @@ inline void expectFree(VexaToken& token) {
   EXPECT_EQ(ACE_OS::NULL_thread, fieldsOf(token).owner);
   EXPECT_EQ(0, fieldsOf(token).inUse);
   EXPECT_EQ(0, fieldsOf(token).waiterCount);
-  EXPECT_EQ(nullptr, fieldsOf(token).head);
-  EXPECT_EQ(nullptr, fieldsOf(token).tail);
+  EXPECT_EQ(nullptr, fieldsOf(token).waiters.head);
+  EXPECT_EQ(nullptr, fieldsOf(token).waiters.tail);
 }
 
 inline void reserve(VexaToken& token) {

@@ -18,6 +18,7 @@
 
 #include "support/fixtures.h"
 #include "sync/entry_heap.h"
+#include "sync/lock_fields.h"
 #include "sync/token_probe.h"
 
 namespace {
@@ -200,7 +201,7 @@ TEST(TokenEntry, StartsReservedAndAlone) {
   Entry withAttributes(mutex, 7, attributes);
   for (Entry* entry : {&plain, &withAttributes}) {
     EXPECT_EQ(nullptr, fieldsOf(*entry).next);
-    EXPECT_EQ(7UL, fieldsOf(*entry).threadId);
+    EXPECT_EQ(7UL, fieldsOf(*entry).thread);
     EXPECT_EQ(0, fieldsOf(*entry).runable);
   }
 }
@@ -230,8 +231,8 @@ TEST(TokenEntry, WaitsUntilSignalledOrTheDeadline) {
 TEST(Token, IsFreeAtFirst) {
   VexaToken token;
   EXPECT_EQ(ACE_OS::NULL_thread, fieldsOf(token).owner);
-  EXPECT_EQ(nullptr, fieldsOf(token).head);
-  EXPECT_EQ(nullptr, fieldsOf(token).tail);
+  EXPECT_EQ(nullptr, fieldsOf(token).waiters.head);
+  EXPECT_EQ(nullptr, fieldsOf(token).waiters.tail);
   EXPECT_EQ(0, fieldsOf(token).waiterCount);
   EXPECT_EQ(0, fieldsOf(token).inUse);
   token.dump();
@@ -258,8 +259,8 @@ TEST(Token, GrabLeavesTheMutexLocked) {
   EXPECT_EQ(0, token.grab());
   EXPECT_EQ(-1, fieldsOf(token).lock.tryacquire());
   EXPECT_EQ(1, fieldsOf(token).waiterCount);
-  ASSERT_NE(nullptr, fieldsOf(token).head);
-  EXPECT_EQ(pthread_self(), fieldsOf(*fieldsOf(token).head).threadId);
+  ASSERT_NE(nullptr, fieldsOf(token).waiters.head);
+  EXPECT_EQ(pthread_self(), fieldsOf(*fieldsOf(token).waiters.head).thread);
   EXPECT_EQ(0, token.letgo());
   EXPECT_EQ(0, fieldsOf(token).lock.tryacquire());
   fieldsOf(token).lock.release();
@@ -274,7 +275,7 @@ TEST(Token, FreeTokenIsTakenAtOnce) {
   EXPECT_EQ(ACE_OS::thr_self(), fieldsOf(token).owner);
   EXPECT_EQ(1, fieldsOf(token).inUse);
   EXPECT_EQ(0, fieldsOf(token).waiterCount);
-  EXPECT_EQ(nullptr, fieldsOf(token).head);
+  EXPECT_EQ(nullptr, fieldsOf(token).waiters.head);
   EXPECT_EQ(0, token.release());
   expectFree(token);
 }
@@ -413,7 +414,7 @@ TEST(Token, SpuriousWakeUpGoesBackToSleep) {
   worker.startAndSleep();
   for (int i = 0; i < 10; ++i) {
     fieldsOf(token).lock.acquire();
-    Entry* const head = fieldsOf(token).head;
+    Entry* const head = fieldsOf(token).waiters.head;
     ASSERT_NE(nullptr, head);
     fieldsOf(*head).runable = 0;  // waiting again sets it
     head->signal();
@@ -480,7 +481,7 @@ TEST(Token, DeadlineAtTheTailMovesTheTailBack) {
   ACE_Time_Value past = deadline(-1);
   tail.start(&past);
   EXPECT_EQ(-1, tail.result());
-  EXPECT_EQ(fieldsOf(token).head, fieldsOf(token).tail);
+  EXPECT_EQ(fieldsOf(token).waiters.head, fieldsOf(token).waiters.tail);
   Worker next(token);
   head.startAndSleep();
   next.startAndSleep();
