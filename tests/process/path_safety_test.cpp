@@ -1,4 +1,3 @@
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using commutil_test::allBytes;
 using commutil_test::CapturedOutput;
+using commutil_test::dropRoot;
 using commutil_test::inThreads;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
@@ -487,11 +487,7 @@ TEST_F(CheckUnSafeStr, FailsOpenWhenTheFileMayNotBeRead) {
   ASSERT_EQ(0, ::chmod(tree.path().c_str(), 0755));
   ASSERT_EQ(0, ::chmod(file.c_str(), 0000));
   runInChild([&] {
-    if (::geteuid() == 0) {
-      ASSERT_EQ(0, ::setgroups(0, nullptr));
-      ASSERT_EQ(0, ::setgid(65534));
-      ASSERT_EQ(0, ::setuid(65534));
-    }
+    dropRoot();
     expectUnreadable();
   });
 }

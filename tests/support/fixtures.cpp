@@ -1,6 +1,7 @@
 #include "support/fixtures.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -137,6 +138,13 @@ int runInChild(const std::function<void()>& body) {
   EXPECT_EQ(child, ::waitpid(child, &status, 0));
   EXPECT_EQ(0, status) << "the child failed";
   return status;
+}
+
+void dropRoot() {
+  if (::geteuid() != 0) return;
+  ASSERT_EQ(0, ::setgroups(0, nullptr));
+  ASSERT_EQ(0, ::setgid(65534));
+  ASSERT_EQ(0, ::setuid(65534));
 }
 
 }  // namespace commutil_test

@@ -94,4 +94,7 @@ std::size_t openDescriptors();
 /// the child or when the child dies. Returns the child's wait status.
 int runInChild(const std::function<void()>& body);
 
+/// For a child: where the caller is root, becomes a user to whom permissions apply.
+void dropRoot();
+
 }  // namespace commutil_test
