@@ -179,21 +179,3 @@ TEST(StackTrace, IsFlushedLineByLine) {
   const std::string second = first + "Stack trace printing not supported on this platform\n";
   EXPECT_THAT(recorder.flushed, testing::ElementsAre(first, second, second + "\n"));
 }
-
-// Without root there is nothing to switch; see the system tests for the rest
-
-TEST(SwitchUser, DoesNothingWithoutRoot) {
-  runInChild([] {
-    if (::getuid() == 0) {
-      ASSERT_EQ(0, ::setresgid(4711, 4712, 4713));
-      ASSERT_EQ(0, ::setresuid(4711, 0, 0));
-    }
-    const commutil_test::ScopedUmask mask(031);
-    EXPECT_EQ(0, VexaCommonUtils::switchOmcUser());
-    EXPECT_EQ(031U, ::umask(031));
-    if (::getuid() == 4711) {
-      EXPECT_EQ(0U, ::geteuid());
-      EXPECT_EQ(4712U, ::getegid());
-    }
-  });
-}
