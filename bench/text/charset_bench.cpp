@@ -1,11 +1,11 @@
+// Conversions between multibyte and wide text beside the C library's own. The limit is a fresh text
+// with one element copied for each.
 #include <benchmark/benchmark.h>
 
-#include <climits>
 #include <clocale>
 #include <cstdlib>
 #include <cwchar>
 #include <string>
-#include <vector>
 
 #include "VexaCommonUtils.h"
 

@@ -1,3 +1,5 @@
+// Wide text read and written by lines beside the C and the C++ library's wide streams. The limit of
+// reading is the same bytes by read(2), converted block by block.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
