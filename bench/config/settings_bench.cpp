@@ -2,15 +2,14 @@
 // string, a resolved look-up beside the provider's own cost and three calls through a pointer.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/scratch.h"
 
 namespace {
 
@@ -62,12 +61,11 @@ void fillCaches(const char* type) {
   ::dlopen(BENCH_STORE, RTLD_LAZY | RTLD_GLOBAL);
   std::string value;
   if (VexaCommonUtils_i::getSettingParamValue(kKey, value) != 0) std::abort();
-  const std::string file = "/tmp/commutil-bench-" + std::to_string(::getpid()) + ".json";
+  const commutil_bench::Scratch scratch;
+  const std::string file = scratch / "app.json";
   std::ofstream(file) << R"({"databases": {"main": [{"type": ")" << type << R"("}]}})";
   ::setenv("APP_CONF_FILE", file.c_str(), 1);
-  const bool filled = VexaCommonUtils::getDBType() == type;
-  std::remove(file.c_str());
-  if (!filled) std::abort();
+  if (VexaCommonUtils::getDBType() != type) std::abort();
 }
 
 const bool kRegistered = [] {

@@ -3,31 +3,28 @@
 #include <absl/strings/str_replace.h>
 #include <benchmark/benchmark.h>
 #include <libpq-fe.h>
-#include <malloc.h>
-#include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <fstream>
+#include <initializer_list>
 #include <string>
-#include <string_view>
+#include <utility>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/memory.h"
+#include "support/scratch.h"
+#include "support/text.h"
 
 namespace {
-
-std::string repeated(const std::string& piece, std::size_t size) {
-  std::string text;
-  while (text.size() < size) text.append(piece);
-  text.resize(size);
-  return text;
-}
 
 template <class Call>
 void measure(const std::string& operation, const std::string& size, const std::string& who,
              const std::string& piece, std::size_t bytes, Call call) {
   benchmark::RegisterBenchmark(
       (operation + "/" + size + "/" + who).c_str(), [piece, bytes, call](benchmark::State& state) {
-        const std::string text = repeated(piece, bytes);
+        const std::string text = commutil_bench::repeated(piece, bytes);
         for (auto _ : state) benchmark::DoNotOptimize(call(text));
         state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
       });
@@ -88,25 +85,15 @@ void measureTexts(const std::string& kind, const std::string& piece) {
 
 // A type that is read once, as in a real deployment: without one every call would look for it.
 void configureDatabase() {
-  std::string name = "/tmp/commutil-bench-XXXXXX";
-  const int fd = ::mkstemp(name.data());
-  const std::string_view document = R"({"databases":{"db":[{"type":"sybase"}]}})";
-  const bool written = ::write(fd, document.data(), document.size()) > 0;
-  ::close(fd);
-  ::setenv("APP_CONF_FILE", name.c_str(), 1);
-  if (!written || VexaCommonUtils::getDBType() != "sybase") std::abort();
-  ::unlink(name.c_str());
-}
-
-// Keeps results of up to 32 MiB on the heap: whether the kernel maps and clears fresh pages for one
-// would otherwise hang on what ran before.
-void keepMemory() {
-  ::mallopt(M_MMAP_THRESHOLD, 32 << 20);
-  ::mallopt(M_TRIM_THRESHOLD, 1 << 30);
+  const commutil_bench::Scratch scratch;
+  const std::string file = scratch / "app.json";
+  std::ofstream(file) << R"({"databases":{"db":[{"type":"sybase"}]}})";
+  ::setenv("APP_CONF_FILE", file.c_str(), 1);
+  if (VexaCommonUtils::getDBType() != "sybase") std::abort();
 }
 
 const bool registered = [] {
-  keepMemory();
+  commutil_bench::keepMemory();
   configureDatabase();
   measureTexts("clean", "nothing to escape here, just text ");
   measureTexts("matches", "fourteen byte%'");

@@ -6,46 +6,39 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <list>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/scratch.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 /// Files that the benchmarks work on, removed at the end.
-class Scratch {
+class Files {
  public:
-  Scratch() {
-    std::string name = (fs::temp_directory_path() / "commutil-bench-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) std::abort();
-    m_root = name;
-  }
-  ~Scratch() { fs::remove_all(m_root); }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-
   std::string file(std::size_t size) const {
-    const fs::path path = m_root / std::to_string(size);
+    const fs::path path = m_scratch.path() / std::to_string(size);
     if (!fs::exists(path)) std::ofstream(path, std::ios::binary) << std::string(size, 'x');
     return path.string();
   }
-  std::string target() const { return (m_root / "target").string(); }
+  std::string target() const { return m_scratch / "target"; }
 
   /// A tree of 100 directories with 1000 files each, of which one in ten is a ".xml".
   std::string tree() const {
-    const fs::path root = m_root / "tree";
+    const fs::path root = m_scratch.path() / "tree";
     for (int d = 0; d < 100 && !fs::exists(root / "99"); ++d) {
       const fs::path directory = root / std::to_string(d);
       fs::create_directories(directory);
@@ -58,12 +51,12 @@ class Scratch {
   }
 
  private:
-  fs::path m_root;
+  commutil_bench::Scratch m_scratch;
 };
 
-const Scratch& scratch() {
-  static const Scratch files;
-  return files;
+const Files& files() {
+  static const Files all;
+  return all;
 }
 
 // Reading
@@ -206,7 +199,7 @@ using Lister = std::size_t (*)(const std::string&, const std::string&);
 void registerRead(std::size_t size, const char* who, Reader reader) {
   const std::string name = "readFile/" + std::to_string(size) + "/" + who;
   benchmark::RegisterBenchmark(name.c_str(), [size, reader](benchmark::State& state) {
-    const std::string path = scratch().file(size);
+    const std::string path = files().file(size);
     for (auto _ : state) reader(path.c_str());
   });
 }
@@ -214,8 +207,8 @@ void registerRead(std::size_t size, const char* who, Reader reader) {
 void registerCopy(std::size_t size, const char* who, Copier copier) {
   const std::string name = "copyFile/" + std::to_string(size) + "/" + who;
   benchmark::RegisterBenchmark(name.c_str(), [size, copier](benchmark::State& state) {
-    const std::string from = scratch().file(size);
-    const std::string to = scratch().target();
+    const std::string from = files().file(size);
+    const std::string to = files().target();
     for (auto _ : state) {
       copier(from, to);
       state.PauseTiming();
@@ -229,7 +222,7 @@ void registerList(const char* label, const char* pattern, const char* who, Liste
   const std::string name = std::string("getFilesByDir/") + label + "/" + who;
   benchmark::RegisterBenchmark(name.c_str(),
                                [pattern, lister](benchmark::State& state) {
-                                 const std::string root = scratch().tree();
+                                 const std::string root = files().tree();
                                  for (auto _ : state)
                                    benchmark::DoNotOptimize(lister(root, pattern));
                                })

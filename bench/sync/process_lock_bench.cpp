@@ -6,13 +6,13 @@
 #include <unistd.h>
 
 #include <boost/interprocess/sync/file_lock.hpp>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include "VexaLocks.h"
+#include "support/scratch.h"
 
 namespace {
 
@@ -20,20 +20,14 @@ namespace {
 class Share {
  public:
   Share() {
-    std::string name = (std::filesystem::temp_directory_path() / "commutil-bench-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) std::abort();
-    m_path = name;
-    std::filesystem::create_directory(m_path + "/lock");
-    ::setenv("_APP_SHARE_DIR", m_path.c_str(), 1);
+    std::filesystem::create_directory(m_scratch / "lock");
+    ::setenv("_APP_SHARE_DIR", m_scratch.path().c_str(), 1);
   }
-  Share(const Share&) = delete;
-  Share& operator=(const Share&) = delete;
-  ~Share() { std::filesystem::remove_all(m_path); }
-  std::string directory() const { return m_path + "/lock/"; }
+  std::string directory() const { return m_scratch / "lock/"; }
   std::string file() const { return directory() + "bench_PROCESSMUTEX"; }
 
  private:
-  std::string m_path;
+  commutil_bench::Scratch m_scratch;
 };
 
 /// Another process that holds the lock for a scope.

@@ -8,14 +8,9 @@
 #include <string>
 
 #include "VexaCommonUtils.h"
+#include "support/text.h"
 
 namespace {
-
-std::string repeated(const std::string& character, std::size_t size) {
-  std::string text;
-  while (text.size() + character.size() <= size) text += character;
-  return text;
-}
 
 void widenOurs(benchmark::State& state, const std::string& text) {
   for (auto _ : state) benchmark::DoNotOptimize(VexaCommonUtils::STR2WSTR(text));
@@ -77,7 +72,9 @@ const bool kRegistered = [] {
   for (const Row& row :
        {Row{"16B", 16}, Row{"1KiB", 1 << 10}, Row{"64KiB", 1 << 16}, Row{"16MiB", 1 << 24}}) {
     for (const bool ascii : {true, false}) {
-      const std::string text = repeated(ascii ? "a" : "\xE4\xB8\xAD", row.bytes);
+      const std::string character = ascii ? "a" : "\xE4\xB8\xAD";
+      const std::size_t whole = row.bytes / character.size() * character.size();
+      const std::string text = commutil_bench::repeated(character, whole);
       std::wstring wide(text.size(), L'\0');
       wide.resize(std::mbstowcs(wide.data(), text.c_str(), wide.size()));
       const std::string size = std::string(row.size) + (ascii ? "-ascii/" : "-cjk/");

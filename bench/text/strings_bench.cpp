@@ -7,11 +7,9 @@
 #include <absl/strings/str_split.h>
 #include <absl/strings/strip.h>
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <boost/algorithm/string.hpp>
-#include <cctype>
 #include <functional>
 #include <list>
 #include <set>
@@ -21,8 +19,12 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaStringUtils.h"
+#include "support/memory.h"
+#include "support/text.h"
 
 namespace {
+
+using commutil_bench::repeated;
 
 const std::vector<std::size_t> kSizes = {20, 1024, 1 << 20};
 const std::vector<std::size_t> kLargeSizes = {1024, 1 << 20, 64 << 20};
@@ -30,13 +32,6 @@ const std::vector<std::size_t> kLargeSizes = {1024, 1 << 20, 64 << 20};
 std::string sizeName(std::size_t size) {
   if (size >= (1 << 20)) return std::to_string(size >> 20) + "MiB";
   return size >= 1024 ? std::to_string(size >> 10) + "KiB" : std::to_string(size) + "B";
-}
-
-std::string repeated(const std::string& piece, std::size_t size) {
-  std::string text;
-  while (text.size() < size) text.append(piece);
-  text.resize(size);
-  return text;
 }
 
 // Makes the text when its benchmark runs: together the large ones would not fit.
@@ -250,15 +245,8 @@ void measureChecks() {
   }
 }
 
-// Keeps results of up to 32 MiB on the heap: whether the kernel maps and clears fresh pages for one
-// would otherwise hang on what ran before.
-void keepMemory() {
-  ::mallopt(M_MMAP_THRESHOLD, 32 << 20);
-  ::mallopt(M_TRIM_THRESHOLD, 1 << 30);
-}
-
 const bool registered = [] {
-  keepMemory();
+  commutil_bench::keepMemory();
   measureTrims();
   measureSplits();
   measureSplitAll();

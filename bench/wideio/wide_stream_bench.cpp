@@ -6,15 +6,14 @@
 #include <array>
 #include <clocale>
 #include <cstdio>
-#include <cstdlib>
 #include <cwchar>
-#include <filesystem>
 #include <fstream>
 #include <locale>
 #include <string>
 #include <vector>
 
 #include "VexaWideIO.h"
+#include "support/scratch.h"
 
 namespace {
 
@@ -30,17 +29,11 @@ class SampleFile {
     std::ofstream file(path(), std::ios::binary);
     for (std::size_t written = 0; written < size; written += line.size()) file << line;
   }
-  ~SampleFile() { std::filesystem::remove_all(m_dir); }
 
-  std::string path() const { return m_dir + "/text"; }
+  std::string path() const { return m_dir / "text"; }
 
  private:
-  static std::string makeDir() {
-    std::string name = (std::filesystem::temp_directory_path() / "commutil-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) std::abort();
-    return name;
-  }
-  std::string m_dir = makeDir();
+  commutil_bench::Scratch m_dir;
 };
 
 using Reading = void (*)(const std::string& path);
