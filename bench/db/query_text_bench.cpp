@@ -92,7 +92,7 @@ void configureDatabase() {
   if (VexaCommonUtils::getDBType() != "sybase") std::abort();
 }
 
-const bool registered = [] {
+const bool kRegistered = [] {
   commutil_bench::keepMemory();
   configureDatabase();
   measureTexts("clean", "nothing to escape here, just text ");

@@ -117,7 +117,7 @@ void measureFormats() {
   }
 }
 
-const bool registered = [] {
+const bool kRegistered = [] {
   measureChecks();
   measureFormats();
   return true;

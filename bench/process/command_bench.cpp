@@ -192,7 +192,7 @@ void addCaptures(const std::string& size, const char* command) {
   add("getSystemExecResultWording/" + size + "/fgets", with(captureByFgets));
 }
 
-const bool registered = [] {
+const bool kRegistered = [] {
   addPrograms("0GiB", 0);
   addPrograms("1GiB", kGiB);
   addLines("0GiB-handles", true, 0);

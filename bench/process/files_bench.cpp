@@ -230,7 +230,7 @@ void registerList(const char* label, const char* pattern, const char* who, Liste
       ->Unit(benchmark::kMillisecond);
 }
 
-const bool registered = [] {
+const bool kRegistered = [] {
   for (const std::size_t size : {64U, 4096U, 65536U, 1U << 20U, 8U << 20U, 256U << 20U}) {
     registerRead(size, "ours", readOurs);
     registerRead(size, "glib", readGlib);

@@ -119,7 +119,7 @@ void addMapping(std::size_t size, const char* label, std::size_t step) {
   add("fileName2SpecialName" + group + "limit:copy", [fileName] { return std::string(fileName); });
 }
 
-const bool registered = [] {
+const bool kRegistered = [] {
   for (const std::size_t size : {16U, 64U, 1024U, 65536U, 1U << 20U, 64U << 20U}) {
     addMapping(size, "clean", 0);
     addMapping(size, "one in 16", 16);

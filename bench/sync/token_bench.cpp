@@ -108,7 +108,7 @@ void futexPingPong(benchmark::State& state) {
   }
 }
 
-const int g_registered = [] {
+const bool kRegistered = [] {
   benchmark::RegisterBenchmark("token_take/alone/ours", takeAlone<OurToken>);
   benchmark::RegisterBenchmark("token_take/alone/ace_token", takeAlone<AceToken>);
   benchmark::RegisterBenchmark("token_take/alone/limit:exchange_pair", exchangePair);
@@ -121,7 +121,7 @@ const int g_registered = [] {
     add("ace_token", [threads](benchmark::State& state) { handRound<AceToken>(state, threads); });
     add("limit:futex_ping_pong", futexPingPong);
   }
-  return 0;
+  return true;
 }();
 
 }  // namespace

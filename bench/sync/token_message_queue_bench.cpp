@@ -71,7 +71,7 @@ void drain(benchmark::State& state, int threadCount) {
   }
 }
 
-const int g_registered = [] {
+const bool kRegistered = [] {
   for (const int threads : {1, 2, 8}) {
     const std::string group = "token_queue_drain/" + std::to_string(threads) + "_threads/";
     const auto add = [&group](const char* who, auto run) {
@@ -81,7 +81,7 @@ const int g_registered = [] {
     add("ace_queue_ace_token",
         [threads](benchmark::State& state) { drain<AcePool>(state, threads); });
   }
-  return 0;
+  return true;
 }();
 
 }  // namespace

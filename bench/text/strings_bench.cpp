@@ -245,7 +245,7 @@ void measureChecks() {
   }
 }
 
-const bool registered = [] {
+const bool kRegistered = [] {
   commutil_bench::keepMemory();
   measureTrims();
   measureSplits();
