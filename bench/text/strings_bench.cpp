@@ -104,61 +104,67 @@ void measureSplits() {
   }
 }
 
-void measureSplitAll() {
-  const std::size_t size = 1024;
-  const MakeText text = repeating("token1 ", size);
-  const auto tokens = [](const std::string& s, const auto& take) {
-    for (std::size_t at = 0; at < s.size(); at += 7) {
-      take(s.data() + at, std::min<std::size_t>(6, s.size() - at));
-    }
-  };
-  measure("splitAll-vector", size, "ours", text, [](std::string& s) {
+constexpr std::size_t kSplitAllSize = 1024;
+
+// Calls `take` with each token of a text of six letters and a blank after another.
+template <class Take>
+void takeTokens(const std::string& s, const Take& take) {
+  for (std::size_t at = 0; at < s.size(); at += 7) {
+    take(s.data() + at, std::min<std::size_t>(6, s.size() - at));
+  }
+}
+
+void measureSplitAllToVector() {
+  const MakeText text = repeating("token1 ", kSplitAllSize);
+  measure("splitAll-vector", kSplitAllSize, "ours", text, [](std::string& s) {
     std::vector<std::string> out;
     VexaCommonUtils::splitAll(s, " ", out);
     return out;
   });
-  measure("splitAll-vector", size, "boost", text, [](std::string& s) {
+  measure("splitAll-vector", kSplitAllSize, "boost", text, [](std::string& s) {
     std::vector<std::string> out;
     boost::algorithm::split(out, s, boost::algorithm::is_any_of(" "),
                             boost::algorithm::token_compress_on);
     return out;
   });
-  measure("splitAll-vector", size, "poco", text, [](std::string& s) {
+  measure("splitAll-vector", kSplitAllSize, "poco", text, [](std::string& s) {
     return Poco::StringTokenizer(s, " ", Poco::StringTokenizer::TOK_IGNORE_EMPTY).count();
   });
-  measure("splitAll-vector", size, "abseil", text, [](std::string& s) {
+  measure("splitAll-vector", kSplitAllSize, "abseil", text, [](std::string& s) {
     return std::vector<std::string>(absl::StrSplit(s, absl::ByAnyChar(" "), absl::SkipEmpty()));
   });
-  measure("splitAll-vector", size, "limit:vector", text, [tokens](std::string& s) {
+  measure("splitAll-vector", kSplitAllSize, "limit:vector", text, [](std::string& s) {
     std::vector<std::string> out;
     out.reserve(s.size() / 7 + 1);
-    tokens(s, [&out](const char* at, std::size_t length) { out.emplace_back(at, length); });
+    takeTokens(s, [&out](const char* at, std::size_t length) { out.emplace_back(at, length); });
     return out;
   });
+}
 
+void measureSplitAllToSet() {
   const MakeText distinct = [] {
     std::string numbered;
     for (int i = 100; i < 246; ++i) numbered += "tok" + std::to_string(i) + " ";
     return numbered;
   };
-  measure("splitAll-set", size, "ours", distinct, [](std::string& s) {
+  measure("splitAll-set", kSplitAllSize, "ours", distinct, [](std::string& s) {
     std::set<std::string> out;
     VexaCommonUtils_i::splitAll(s, " ", out);
     return out;
   });
-  measure("splitAll-set", size, "boost", distinct, [](std::string& s) {
+  measure("splitAll-set", kSplitAllSize, "boost", distinct, [](std::string& s) {
     std::vector<std::string> all;
     boost::algorithm::split(all, s, boost::algorithm::is_any_of(" "),
                             boost::algorithm::token_compress_on);
     return std::set<std::string>(all.begin(), all.end());
   });
-  measure("splitAll-set", size, "abseil", distinct, [](std::string& s) {
+  measure("splitAll-set", kSplitAllSize, "abseil", distinct, [](std::string& s) {
     return std::set<std::string>(absl::StrSplit(s, absl::ByAnyChar(" "), absl::SkipEmpty()));
   });
-  measure("splitAll-set", size, "limit:set", distinct, [tokens](std::string& s) {
+  measure("splitAll-set", kSplitAllSize, "limit:set", distinct, [](std::string& s) {
     std::set<std::string> out;
-    tokens(s,
-           [&out](const char* at, std::size_t length) { out.emplace_hint(out.end(), at, length); });
+    takeTokens(
+        s, [&out](const char* at, std::size_t length) { out.emplace_hint(out.end(), at, length); });
     return out;
   });
 }
@@ -249,7 +255,8 @@ const bool kRegistered = [] {
   commutil_bench::keepMemory();
   measureTrims();
   measureSplits();
-  measureSplitAll();
+  measureSplitAllToVector();
+  measureSplitAllToSet();
   measureReplacing("replace-longer", "#", "<hash>", "fifteen letters#");
   measureReplacing("replace-word-longer", "word", "<a word>", "twelve bytesword");
   measureReplacing("replace-same", "word", "WORD", "twelve bytesword");
