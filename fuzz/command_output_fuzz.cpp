@@ -1,7 +1,6 @@
 // The text that a command's output becomes, however its blocks are cut, beside a reader of short
 // lines.
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <string_view>
 

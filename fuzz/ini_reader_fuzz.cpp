@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <list>
 #include <string>
-#include <utility>
 
 #include "models/ini_model.h"
 #include "platform/ini_reader.h"

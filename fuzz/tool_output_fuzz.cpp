@@ -7,7 +7,6 @@
 #include <sys/ioctl.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <list>
 #include <map>

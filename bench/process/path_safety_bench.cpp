@@ -4,7 +4,6 @@
 #include <array>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"

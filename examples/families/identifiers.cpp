@@ -4,7 +4,9 @@
 #include <VexaCommonUtils_i.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <iostream>
+#include <string>
 
 namespace {
 

@@ -2,6 +2,7 @@
 #include <VexaLocks.h>
 
 #include <cstdio>
+#include <functional>
 #include <future>
 #include <thread>
 #include <utility>

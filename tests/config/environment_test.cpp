@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "support/fixtures.h"

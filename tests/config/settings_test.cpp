@@ -3,8 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <type_traits>
-
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "config/fake_store.h"

@@ -2,7 +2,6 @@
 // the process and uses every family that keeps something between calls.
 #include <ace/Message_Block.h>
 
-#include <cstdio>
 #include <list>
 #include <map>
 #include <string>

@@ -3,19 +3,13 @@
 #include <ifaddrs.h>
 #include <net/if.h>
 
-#include <arpa/inet.h>
-
 #include <array>
-#include <cerrno>
-#include <cstdarg>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
 
 // A kernel that answers interface requests as a test tells it: the test program's own `socket`,
-// `ioctl`, `getifaddrs` and `freeifaddrs` stand before the C library's. Include it in one source of
-// a program.
+// `ioctl`, `getifaddrs` and `freeifaddrs` stand before the C library's.
 
 namespace commutil_test {
 

@@ -1,3 +1,4 @@
+#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
@@ -12,7 +13,6 @@
 #include <list>
 #include <numeric>
 #include <string>
-#include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"

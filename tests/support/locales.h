@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "support/fixtures.h"
 
 // Locales for tests, by glibc's names. Set them inside `runInChild`: the locale is the process's.

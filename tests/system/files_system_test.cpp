@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <functional>
 #include <list>
-#include <set>
 #include <string>
 
 #include "VexaCommonUtils.h"

@@ -3,7 +3,6 @@
 
 #include <cctype>
 #include <climits>
-#include <clocale>
 #include <cstring>
 #include <random>
 #include <string>

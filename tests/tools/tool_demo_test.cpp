@@ -8,7 +8,6 @@
 
 namespace {
 
-using commutil_test::Environment;
 using commutil_test::ProcessResult;
 using commutil_test::runDemo;
 using commutil_test::TempDir;

@@ -2,11 +2,9 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
-#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cwchar>
-#include <functional>
 #include <optional>
 #include <random>
 #include <string>

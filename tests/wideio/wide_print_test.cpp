@@ -3,7 +3,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <string>
-#include <vector>
 
 #include "VexaWideIO.h"
 #include "support/fixtures.h"
