@@ -84,19 +84,19 @@ class SettingRest : public testing::Test {
   ScopedEnv m_url{"SETTINGREST_URL", "file://" + m_path};
 };
 
-TEST_F(SettingRest, exportsItsTwoEntryPointsAlone) {
+TEST_F(SettingRest, ExportsItsTwoEntryPointsAlone) {
   EXPECT_EQ("getSettingGroupParams\ngetSettingParamValue\n",
             shellOutput("nm -D --defined-only " SETTINGREST_LIBRARY " | awk '{print $3}'"));
 }
 
-TEST_F(SettingRest, hasNoVersionInItsName) {
+TEST_F(SettingRest, HasNoVersionInItsName) {
   const std::string dynamic = shellOutput("readelf -d " SETTINGREST_LIBRARY);
   EXPECT_NE(std::string::npos, dynamic.find("NEEDED"));
   EXPECT_EQ(std::string::npos, dynamic.find("SONAME"));
   EXPECT_FALSE(std::filesystem::is_symlink(SETTINGREST_LIBRARY));
 }
 
-TEST_F(SettingRest, findsValues) {
+TEST_F(SettingRest, FindsValues) {
   store(R"({
     "vexa": {"common": {"setting_cfg": {"global": {"ListenAllIp": "enable"}}}},
     "/vexa/common/svc_ssl_conf/global": {"SSLVersion": "TLSv1.3"},
@@ -161,7 +161,7 @@ TEST_F(SettingRest, findsValues) {
   }
 }
 
-TEST_F(SettingRest, findsGroups) {
+TEST_F(SettingRest, FindsGroups) {
   store(R"({"app": {"one": "1", "two": "2", "list": [], "sub": {"deep": "3"}},
             "app/three": true, "app2": {"x": "y"}, "upper": {"lower": {"z": "w"}},
             "hollow": {}, "top": "t"})");
@@ -190,7 +190,7 @@ TEST_F(SettingRest, findsGroups) {
   }
 }
 
-TEST_F(SettingRest, readsTheFileThatTheUrlNames) {
+TEST_F(SettingRest, ReadsTheFileThatTheUrlNames) {
   const std::string odd = m_dir.write("a b%c/\xC3\xA9?#.json", R"({"k": "v"})");
   const std::string dir = m_dir.path().string();
   const struct {
@@ -219,7 +219,7 @@ TEST_F(SettingRest, readsTheFileThatTheUrlNames) {
   }
 }
 
-TEST_F(SettingRest, saysOnceThatNoStoreHasTheUrl) {
+TEST_F(SettingRest, SaysOnceThatNoStoreHasTheUrl) {
   runInChild([] {
     const ScopedEnv url("SETTINGREST_URL", "gopher://host/store");
     CapturedOutput errors(2);
@@ -231,7 +231,7 @@ TEST_F(SettingRest, saysOnceThatNoStoreHasTheUrl) {
   });
 }
 
-TEST_F(SettingRest, searchesTheConfDirectoriesWithoutAUrl) {
+TEST_F(SettingRest, SearchesTheConfDirectoriesWithoutAUrl) {
   const ScopedEnv share("_APP_SHARE_DIR", m_dir / "share");
   const ScopedEnv app("APP_ROOT", m_dir / "app");
   const ScopedEnv common("COMMON_LIB_PATH", m_dir / "common");
@@ -252,7 +252,7 @@ TEST_F(SettingRest, searchesTheConfDirectoriesWithoutAUrl) {
   }
 }
 
-TEST_F(SettingRest, urlOutranksTheConfDirectories) {
+TEST_F(SettingRest, UrlOutranksTheConfDirectories) {
   const ScopedEnv share("_APP_SHARE_DIR", m_dir / "share");
   m_dir.write("share/conf/settings.json", R"({"from": "share"})");
   EXPECT_EQ("(none)", valueOf("/from"));
@@ -260,14 +260,14 @@ TEST_F(SettingRest, urlOutranksTheConfDirectories) {
   EXPECT_EQ("url", valueOf("/from"));
 }
 
-TEST_F(SettingRest, seesAReplacedFile) {
+TEST_F(SettingRest, SeesAReplacedFile) {
   for (const std::string value : {"1", "2", "33", "4"}) {
     store(R"({"k": ")" + value + R"("})");
     EXPECT_EQ(value, valueOf("/k"));
   }
 }
 
-TEST_F(SettingRest, seesEachEditInPlaceHoweverQuickly) {
+TEST_F(SettingRest, SeesEachEditInPlaceHoweverQuickly) {
   for (int i = 0; i < 200; ++i) {
     const std::string value = std::to_string(1000 + i);
     writeFile(m_path, R"({"k": ")" + value + R"("})");
@@ -280,7 +280,7 @@ void setModified(const std::string& path, std::time_t seconds, long nanoseconds)
   ASSERT_EQ(0, ::utimensat(AT_FDCWD, path.c_str(), times, 0));
 }
 
-TEST_F(SettingRest, comparesSizeInodeAndTime) {
+TEST_F(SettingRest, ComparesSizeInodeAndTime) {
   store(R"({"k": "1"})");
   setModified(m_path, 1000, 5);
   EXPECT_EQ("1", valueOf("/k"));
@@ -299,7 +299,7 @@ TEST_F(SettingRest, comparesSizeInodeAndTime) {
 }
 
 // While the clock has not passed a file's time, a further edit need not show in it.
-TEST_F(SettingRest, readsAFileOfThisVeryMomentAgain) {
+TEST_F(SettingRest, ReadsAFileOfThisVeryMomentAgain) {
   const std::time_t soon = std::time(nullptr) + 3600;
   for (const std::string value : {"1", "2", "3"}) {
     writeFile(m_path, R"({"k": ")" + value + R"("})");
@@ -308,7 +308,7 @@ TEST_F(SettingRest, readsAFileOfThisVeryMomentAgain) {
   }
 }
 
-TEST_F(SettingRest, keepsTheLastGoodContentsAndSaysSoOnce) {
+TEST_F(SettingRest, KeepsTheLastGoodContentsAndSaysSoOnce) {
   const struct {
     std::string content;
     std::string reason;
@@ -341,7 +341,7 @@ TEST_F(SettingRest, keepsTheLastGoodContentsAndSaysSoOnce) {
   }
 }
 
-TEST_F(SettingRest, complainsAgainOfNewContents) {
+TEST_F(SettingRest, ComplainsAgainOfNewContents) {
   store(R"({"k": "good"})");
   CapturedOutput errors(2);
   EXPECT_EQ("good", valueOf("/k"));
@@ -358,7 +358,7 @@ TEST_F(SettingRest, complainsAgainOfNewContents) {
   EXPECT_EQ(4, std::count(said.begin(), said.end(), '\n')) << said;
 }
 
-TEST_F(SettingRest, failsWhileNothingGoodWasRead) {
+TEST_F(SettingRest, FailsWhileNothingGoodWasRead) {
   CapturedOutput errors(2);
   store("{");
   EXPECT_EQ("(none)", valueOf("/k"));
@@ -369,7 +369,7 @@ TEST_F(SettingRest, failsWhileNothingGoodWasRead) {
   EXPECT_EQ("good", valueOf("/k"));
 }
 
-TEST_F(SettingRest, doesNotAnswerFromAnotherFile) {
+TEST_F(SettingRest, DoesNotAnswerFromAnotherFile) {
   store(R"({"k": "good"})");
   EXPECT_EQ("good", valueOf("/k"));
   const ScopedEnv other("SETTINGREST_URL", "file://" + m_dir.write("other.json", "{"));
@@ -377,7 +377,7 @@ TEST_F(SettingRest, doesNotAnswerFromAnotherFile) {
   EXPECT_EQ("(none)", valueOf("/k"));
 }
 
-TEST_F(SettingRest, failsWhenTheFileIsGone) {
+TEST_F(SettingRest, FailsWhenTheFileIsGone) {
   store(R"({"k": "good"})");
   EXPECT_EQ("good", valueOf("/k"));
   std::filesystem::remove(m_path);
@@ -385,7 +385,7 @@ TEST_F(SettingRest, failsWhenTheFileIsGone) {
   EXPECT_EQ(kNoGroup, paramsOf("/"));
 }
 
-TEST_F(SettingRest, readsNothingButFiles) {
+TEST_F(SettingRest, ReadsNothingButFiles) {
   CapturedOutput errors(2);
   ASSERT_EQ(0, ::mkfifo(m_path.c_str(), 0600));
   EXPECT_EQ("(none)", valueOf("/k"));
@@ -397,7 +397,7 @@ TEST_F(SettingRest, readsNothingButFiles) {
   EXPECT_EQ("", errors.stop()) << "what is no file is not malformed either";
 }
 
-TEST_F(SettingRest, ignoresAByteOrderMark) {
+TEST_F(SettingRest, IgnoresAByteOrderMark) {
   store("\xEF\xBB\xBF{\"k\": 12.50}\r\n");
   EXPECT_EQ("12.50", valueOf("/k"));
 }
@@ -408,7 +408,7 @@ std::string nested(int depth) {
   return text + "1" + std::string(static_cast<std::size_t>(depth), '}');
 }
 
-TEST_F(SettingRest, refusesADocumentNestedTooDeep) {
+TEST_F(SettingRest, RefusesADocumentNestedTooDeep) {
   const CapturedOutput errors(2);
   store(nested(500));
   std::string key;
@@ -418,7 +418,7 @@ TEST_F(SettingRest, refusesADocumentNestedTooDeep) {
   EXPECT_EQ("1", valueOf(key)) << "the last good contents stay";
 }
 
-TEST_F(SettingRest, readsAHugeDocument) {
+TEST_F(SettingRest, ReadsAHugeDocument) {
   std::string text = "{";
   for (int i = 0; i < 200000; ++i)
     text += "\"g" + std::to_string(i % 100) + "/k" + std::to_string(i) + "\": \"v\",";
@@ -442,7 +442,7 @@ bool isUniform(const Params& params) {
   return params.size() == 51;
 }
 
-TEST_F(SettingRest, answersManyThreadsFromOneDocumentEach) {
+TEST_F(SettingRest, AnswersManyThreadsFromOneDocumentEach) {
   store(uniform(0));
   std::atomic<bool> done{false};
   std::atomic<int> failures{0};
@@ -462,7 +462,7 @@ TEST_F(SettingRest, answersManyThreadsFromOneDocumentEach) {
   EXPECT_EQ(0, failures);
 }
 
-TEST_F(SettingRest, staysMappedAndLetsTheProcessExit) {
+TEST_F(SettingRest, StaysMappedAndLetsTheProcessExit) {
   store(R"({"k": "v"})");
   const auto body = [] {
     void* const handle = ::dlopen(SETTINGREST_LIBRARY, RTLD_LAZY | RTLD_GLOBAL);

@@ -88,7 +88,7 @@ constexpr const char* kBothStore = R"({"vexa": {"common": {"svc_ssl_conf": {
 const Words kSaidByApplication{"-SSLAuthenticate", "SERVER", "-SSLVersion", "TLSv1.3",
                                "-SSLNoProtection"};
 
-TEST(SslConfWords, takesWhatTheStoreSays) {
+TEST(SslConfWords, TakesWhatTheStoreSays) {
   const Row rows[] = {
       {"an empty store", "{}", kArguments, kWords + kDefaults},
       {"no readable store", "", kArguments, kWords + kDefaults},
@@ -106,7 +106,7 @@ TEST(SslConfWords, takesWhatTheStoreSays) {
   for (const Row& row : rows) expectWords(row);
 }
 
-TEST(SslConfWords, leavesTheTemplatesOwnOptionsAlone) {
+TEST(SslConfWords, LeavesTheTemplatesOwnOptionsAlone) {
   const Words authenticate{"-SSLAuthenticate", "SERVER_AND_CLIENT"};
   const Words version{"-SSLVersion", "TLSv1"};
   const Words noProtection{"-SSLNoProtection"};
@@ -132,7 +132,7 @@ TEST(SslConfWords, leavesTheTemplatesOwnOptionsAlone) {
   for (const Row& row : rows) expectWords(row);
 }
 
-TEST(SslConfWords, addsBehindOptionsThatFollowTheCaFile) {
+TEST(SslConfWords, AddsBehindOptionsThatFollowTheCaFile) {
   const Row rows[] = {
       {"-SSLCAfile stands first", "{}",
        "-SSLCAfile PEM:/ssl/ca.pem -SSLPrivateKey PEM:/ssl/key.pem",

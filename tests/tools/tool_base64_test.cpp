@@ -19,7 +19,7 @@ std::string bytes(std::size_t count) {
   return result;
 }
 
-TEST(Base64, encodesAndDecodesStreams) {
+TEST(Base64, EncodesAndDecodesStreams) {
   const Deployment deployment;
   constexpr std::size_t kPiece = 48 * 1024;
   for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{2}, std::size_t{3},
@@ -37,7 +37,7 @@ TEST(Base64, encodesAndDecodesStreams) {
   }
 }
 
-TEST(Base64, stopsAtTheFirstByteThatIsNoData) {
+TEST(Base64, StopsAtTheFirstByteThatIsNoData) {
   const Deployment deployment;
   const std::string pieces(64 * 1024, 'A');  // decodes to zeros, a whole piece of input
   const std::string zeros(48 * 1024, '\0');
@@ -64,7 +64,7 @@ TEST(Base64, stopsAtTheFirstByteThatIsNoData) {
   }
 }
 
-TEST(Base64, failsWhenItsInputCannotBeRead) {
+TEST(Base64, FailsWhenItsInputCannotBeRead) {
   const ProcessResult result = commutil_test::runProcess(
       {"/bin/sh", "-c", "exec \"$0\" base64 encode </", Deployment().tool()}, {});
   EXPECT_EQ(1, result.code);

@@ -35,7 +35,7 @@ const std::vector<Words> kSubcommands{{"report"},
                                       {"uuid"},
                                       {"timestamp"}};
 
-TEST(CommandLine, everySubcommandHasHelp) {
+TEST(CommandLine, EverySubcommandHasHelp) {
   const Deployment deployment;
   for (Words words : kSubcommands) {
     SCOPED_TRACE(testing::PrintToString(words));
@@ -48,26 +48,26 @@ TEST(CommandLine, everySubcommandHasHelp) {
   }
 }
 
-TEST(CommandLine, helpExplainsJson) {
+TEST(CommandLine, HelpExplainsJson) {
   const ProcessResult result = Deployment().run({"report", "--help"});
   EXPECT_NE(std::string::npos, result.out.find("bytes that are not UTF-8 are written as \\u00XX"));
 }
 
-TEST(CommandLine, helpNamesEverySubcommand) {
+TEST(CommandLine, HelpNamesEverySubcommand) {
   const ProcessResult result = Deployment().run({"--help"});
   EXPECT_EQ(0, result.code);
   for (const Words& words : kSubcommands)
     EXPECT_NE(std::string::npos, result.out.find("\n  " + words.front() + " ")) << words.front();
 }
 
-TEST(CommandLine, printsItsVersion) {
+TEST(CommandLine, PrintsItsVersion) {
   const ProcessResult result = Deployment().run({"--version"});
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("commutil " VEXA_COMMUTIL_VERSION "\n", result.out);
   EXPECT_EQ("", result.err);
 }
 
-TEST(CommandLine, refusesWrongUse) {
+TEST(CommandLine, RefusesWrongUse) {
   const Deployment deployment;
   const std::vector<Words> rows{
       {},
@@ -122,7 +122,7 @@ TEST(CommandLine, refusesWrongUse) {
   }
 }
 
-TEST(CommandLine, failsWhenItsOutputCannotBeWritten) {
+TEST(CommandLine, FailsWhenItsOutputCannotBeWritten) {
   const Deployment deployment;
   const ProcessResult result = deployment.runInto("/dev/full", {"report"});
   EXPECT_EQ(1, result.code);

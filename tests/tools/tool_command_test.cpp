@@ -13,7 +13,7 @@ using commutil_test::ProcessResult;
 using commutil_test::readFile;
 using Words = std::vector<std::string>;
 
-TEST(Run, printsTheDecodedExitCode) {
+TEST(Run, PrintsTheDecodedExitCode) {
   const Deployment deployment;
   const struct {
     Words command;
@@ -36,7 +36,7 @@ TEST(Run, printsTheDecodedExitCode) {
   }
 }
 
-TEST(Run, passesEveryWordAsItIs) {
+TEST(Run, PassesEveryWordAsItIs) {
   const Deployment deployment;
   const std::string out = deployment / "words";
   Words words{"run", "--", "sh", "-c", "for w in \"$@\"; do printf %s: \"$w\"; done >\"$0\"", out};
@@ -51,14 +51,14 @@ TEST(Run, passesEveryWordAsItIs) {
   EXPECT_EQ(expected, readFile(out));
 }
 
-TEST(Run, refusesAWordThatCannotBePassed) {
+TEST(Run, RefusesAWordThatCannotBePassed) {
   const ProcessResult result = Deployment().run({"run", "--", "echo", "'\""});
   EXPECT_EQ(1, result.code);
   EXPECT_EQ("", result.out);
   EXPECT_EQ("commutil: a word with both kinds of quotes cannot be passed: '\"\n", result.err);
 }
 
-TEST(Run, givesTheEnvironmentOrNone) {
+TEST(Run, GivesTheEnvironmentOrNone) {
   const Deployment deployment;
   const std::string out = deployment / "name";
   const Words command{"--", "/bin/sh", "-c", "printf %s \"$APP_NAME\" >\"$0\"", out};

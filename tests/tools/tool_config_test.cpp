@@ -22,7 +22,7 @@ std::string expected(const Deployment& deployment) {
   return text;
 }
 
-TEST(SslConf, generatesTheFileAndPrintsItsPath) {
+TEST(SslConf, GeneratesTheFileAndPrintsItsPath) {
   const Deployment deployment;
   const std::string path = deployment / "share/svc_ssl_7.conf";
   const ProcessResult result = deployment.run({"ssl-conf"});
@@ -35,7 +35,7 @@ TEST(SslConf, generatesTheFileAndPrintsItsPath) {
   EXPECT_EQ(0640U, status.st_mode & 07777U);
 }
 
-TEST(SslConf, showsTheText) {
+TEST(SslConf, ShowsTheText) {
   const Deployment deployment;
   const std::string path = deployment / "share/svc_ssl_7.conf";
   EXPECT_EQ(path + "\n" + expected(deployment) + "\n", deployment.run({"ssl-conf", "--show"}).out);
@@ -45,7 +45,7 @@ TEST(SslConf, showsTheText) {
   EXPECT_FALSE(deployment.run({"ssl-conf", "--json"}).json().isMember("text"));
 }
 
-TEST(SslConf, failsWithoutATemplate) {
+TEST(SslConf, FailsWithoutATemplate) {
   const Deployment deployment;
   std::filesystem::remove(deployment / kTemplate);
   for (const std::string format : {"--json", "--show"}) {
@@ -58,7 +58,7 @@ TEST(SslConf, failsWithoutATemplate) {
   }
 }
 
-TEST(SslConf, failsForATemplateThatTakesNoOptions) {
+TEST(SslConf, FailsForATemplateThatTakesNoOptions) {
   const Deployment deployment;
   for (const std::string text : {"static Resource_Factory -ORBProtocolFactory\n",
                                  "static Resource_Factory \"-ORBProtocolFactory\"\n",
@@ -73,7 +73,7 @@ TEST(SslConf, failsForATemplateThatTakesNoOptions) {
   }
 }
 
-TEST(Expand, replacesReferences) {
+TEST(Expand, ReplacesReferences) {
   const Deployment deployment;
   const struct {
     std::string syntax;

@@ -12,7 +12,7 @@ using commutil_test::ProcessResult;
 using commutil_test::runDemo;
 using commutil_test::TempDir;
 
-TEST(Demo, showsTheMainJobAndCleansUp) {
+TEST(Demo, ShowsTheMainJobAndCleansUp) {
   const TempDir scratch;
   const ProcessResult result = runDemo({{"TMPDIR", scratch.path().string()},
                                         {"SETTINGREST_URL", "file:///nowhere"},

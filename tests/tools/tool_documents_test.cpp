@@ -101,29 +101,29 @@ Names completed(const std::string& subcommand) {
   return matches(result.out, "^(.*[^-\n].*)$");
 }
 
-TEST_F(Documents, helpNamesSubcommands) {
+TEST_F(Documents, HelpNamesSubcommands) {
   EXPECT_THAT(m_leaves, Not(IsEmpty()));
   EXPECT_THAT(m_parents[""], testing::UnorderedElementsAre("--help", "--version"));
   EXPECT_THAT(m_leaves["escape"], IsSupersetOf({"--like", "--json", "--help"}));
 }
 
-TEST_F(Documents, manPageExplainsEverySubcommandWithItsOptions) {
+TEST_F(Documents, ManPageExplainsEverySubcommandWithItsOptions) {
   for (auto& [subcommand, options] : m_leaves) options.erase("--help");
   EXPECT_EQ(m_leaves, documented());
 }
 
-TEST_F(Documents, manPageExplainsTheCommonOptions) {
+TEST_F(Documents, ManPageExplainsTheCommonOptions) {
   const std::string page = manPage();
   for (const std::string option : {"\n.BR -h \", \" --help\n", "\n.B --version\n"})
     EXPECT_NE(std::string::npos, page.find(option)) << option;
 }
 
-TEST_F(Documents, completionOffersTheOptionsOfEverySubcommand) {
+TEST_F(Documents, CompletionOffersTheOptionsOfEverySubcommand) {
   for (const auto& [subcommand, options] : m_leaves)
     EXPECT_EQ(options, completed(subcommand)) << subcommand;
 }
 
-TEST_F(Documents, completionOffersTheSubcommands) {
+TEST_F(Documents, CompletionOffersTheSubcommands) {
   for (const auto& [parent, options] : m_parents) {
     Names expected = subcommandsIn(helpOf(parent));
     expected.insert(options.begin(), options.end());

@@ -12,7 +12,7 @@ using commutil_test::Deployment;
 using commutil_test::ProcessResult;
 using testing::MatchesRegex;
 
-TEST(Uuid, printsAnIdentifier) {
+TEST(Uuid, PrintsAnIdentifier) {
   const Deployment deployment;
   const ProcessResult result = deployment.run({"uuid"});
   EXPECT_EQ(0, result.code);
@@ -23,7 +23,7 @@ TEST(Uuid, printsAnIdentifier) {
   EXPECT_EQ(result.out.substr(20, 12), json.substr(20)) << "the address stays";
 }
 
-TEST(Timestamp, marksDaylightSavingTimeOnDemand) {
+TEST(Timestamp, MarksDaylightSavingTimeOnDemand) {
   Deployment deployment;
   const struct {
     std::string zone;

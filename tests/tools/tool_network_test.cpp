@@ -37,7 +37,7 @@ Json::Value rowOf(const Json::Value& rows, const std::string& address) {
   return {};
 }
 
-TEST(Net, showsEveryAddress) {
+TEST(Net, ShowsEveryAddress) {
   onAHost([] {
     const ProcessResult result = Deployment().run({"net", "--json"});
     EXPECT_EQ(0, result.code);
@@ -62,7 +62,7 @@ TEST(Net, showsEveryAddress) {
   });
 }
 
-TEST(Net, printsTheSameInText) {
+TEST(Net, PrintsTheSameInText) {
   onAHost([] {
     const std::string text = Deployment().run({"net"}).out;
     EXPECT_NE(std::string::npos, text.find("  -\n"
@@ -75,13 +75,13 @@ TEST(Net, printsTheSameInText) {
   });
 }
 
-TEST(Net, showsThatThereIsNoListOfNodes) {
+TEST(Net, ShowsThatThereIsNoListOfNodes) {
   Deployment deployment;
   deployment.environment["QORV_ROOT"] = std::nullopt;
   EXPECT_TRUE(deployment.run({"net", "--json"}).json()["clusterNodes"].isNull());
 }
 
-TEST(Net, survivesAListOfNodesOfTheWrongForm) {
+TEST(Net, SurvivesAListOfNodesOfTheWrongForm) {
   const Deployment deployment;
   deployment.write("cluster/etc/sysconf/nodelists.json", R"({"nodeList": {"a": "text"}})");
   const ProcessResult result = deployment.run({"net", "--json"});
@@ -90,7 +90,7 @@ TEST(Net, survivesAListOfNodesOfTheWrongForm) {
   EXPECT_TRUE(result.json()["clusterNodes"].isNull());
 }
 
-TEST(Ip, normalises) {
+TEST(Ip, Normalises) {
   const Deployment deployment;
   const struct {
     std::string text;
@@ -114,7 +114,7 @@ TEST(Ip, normalises) {
   EXPECT_EQ("commutil: no address: host\n", refused.err);
 }
 
-TEST(Ip, showsWhatEachCheckSays) {
+TEST(Ip, ShowsWhatEachCheckSays) {
   const Deployment deployment;
   const struct {
     std::string text;
@@ -140,7 +140,7 @@ TEST(Ip, showsWhatEachCheckSays) {
             deployment.run({"ip", "check", "1.2.3.4"}).out);
 }
 
-TEST(Ip, resolves) {
+TEST(Ip, Resolves) {
   onAHost([] {
     const Deployment deployment;
     Json::Value json = deployment.run({"ip", "resolve", "--json", "some.host"}).json();
@@ -158,7 +158,7 @@ TEST(Ip, resolves) {
   });
 }
 
-TEST(Mac, findsTheInterfaceOfAnIpv6Address) {
+TEST(Mac, FindsTheInterfaceOfAnIpv6Address) {
   onAHost([] {
     const Deployment deployment;
     EXPECT_EQ("02:00:00:00:00:07\n", deployment.run({"mac", "FD00:9::7"}).out);

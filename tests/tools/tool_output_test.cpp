@@ -12,7 +12,7 @@ using commutil_test::ProcessResult;
 
 std::string jsonOf(const std::string& text) { return "{\n  \"text\" : \"" + text + "\"\n}\n"; }
 
-TEST(Output, writesBytesThatAreNotUtf8ByNumber) {
+TEST(Output, WritesBytesThatAreNotUtf8ByNumber) {
   const struct {
     std::string text;
     std::string json;
@@ -53,7 +53,7 @@ TEST(Output, writesBytesThatAreNotUtf8ByNumber) {
   }
 }
 
-TEST(Output, keepsControlCharactersOutOfTrees) {
+TEST(Output, KeepsControlCharactersOutOfTrees) {
   Deployment deployment;
   deployment.environment["APP_NAME"] = "a\nb\x1b[31m\x7f\xff";
   const ProcessResult text = deployment.run({"report"});

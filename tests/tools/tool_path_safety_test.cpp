@@ -10,7 +10,7 @@ namespace {
 using commutil_test::Deployment;
 using commutil_test::ProcessResult;
 
-TEST(CheckPath, answersByItsExitCode) {
+TEST(CheckPath, AnswersByItsExitCode) {
   const Deployment deployment;
   const struct {
     std::string path;
@@ -36,7 +36,7 @@ TEST(CheckPath, answersByItsExitCode) {
   }
 }
 
-TEST(Filename, mapsBothWays) {
+TEST(Filename, MapsBothWays) {
   const Deployment deployment;
   const struct {
     std::string name;

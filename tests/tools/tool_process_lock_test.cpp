@@ -24,7 +24,7 @@ Words lockLine(const Words& options, const Words& command) {
   return words;
 }
 
-TEST(Lock, runsTheCommandAndGivesItsExitCode) {
+TEST(Lock, RunsTheCommandAndGivesItsExitCode) {
   const Deployment deployment;
   const struct {
     Words command;
@@ -47,7 +47,7 @@ TEST(Lock, runsTheCommandAndGivesItsExitCode) {
   EXPECT_TRUE(std::filesystem::exists(deployment / "share/lock/job_PROCESSMUTEX"));
 }
 
-TEST(Lock, holdsTheLockMeanwhileAndOnlyThen) {
+TEST(Lock, HoldsTheLockMeanwhileAndOnlyThen) {
   const Deployment deployment;
   const std::string tool = deployment.tool();
   const Words inner{tool, "lock", "job", "--dir", "/lock/", "--", "true"};
@@ -73,7 +73,7 @@ class Holder {
   VexaProcessLock m_lock;
 };
 
-TEST(Lock, hasAnExitCodeOfItsOwnForAHeldLock) {
+TEST(Lock, HasAnExitCodeOfItsOwnForAHeldLock) {
   const Deployment deployment;
   const Holder holder(deployment);
   const struct {
@@ -94,13 +94,13 @@ TEST(Lock, hasAnExitCodeOfItsOwnForAHeldLock) {
   }
 }
 
-TEST(Lock, waitsForAFreeLockWithoutAWord) {
+TEST(Lock, WaitsForAFreeLockWithoutAWord) {
   const ProcessResult result = Deployment().run(lockLine({"--wait", "5"}, {"echo", "ran"}));
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("ran\n", result.out);
 }
 
-TEST(Lock, failsWhereNoLockCanBe) {
+TEST(Lock, FailsWhereNoLockCanBe) {
   Deployment deployment;
   deployment.environment["_APP_SHARE_DIR"] = std::nullopt;
   for (const Words& options : {Words{}, Words{"--wait", "5"}}) {

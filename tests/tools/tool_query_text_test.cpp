@@ -17,7 +17,7 @@ struct Row {
   std::string sybase;
 };
 
-TEST(Escape, followsTheConfiguredDatabase) {
+TEST(Escape, FollowsTheConfiguredDatabase) {
   const std::string text = "a_b'c";
   const Row rows[] = {
       {{"--update"}, "a_b''c", "a_b''c"},

@@ -11,7 +11,7 @@ namespace {
 using commutil_test::Deployment;
 using commutil_test::ProcessResult;
 
-TEST(Report, tellsSetUnsetAndEmptyVariablesApart) {
+TEST(Report, TellsSetUnsetAndEmptyVariablesApart) {
   Deployment deployment;
   deployment.environment["VEXA_DUMP_ALL_LOCKS_FILE"] = "";
   deployment.environment["QORV_ROOT"] = std::nullopt;
@@ -31,7 +31,7 @@ TEST(Report, tellsSetUnsetAndEmptyVariablesApart) {
   }
 }
 
-TEST(Report, showsLocations) {
+TEST(Report, ShowsLocations) {
   const Deployment deployment;
   const ProcessResult result = deployment.run({"report", "--json"});
   EXPECT_EQ(0, result.code);
@@ -47,7 +47,7 @@ TEST(Report, showsLocations) {
             std::filesystem::path(paths["settingsLibrary"].asString()).filename());
 }
 
-TEST(Report, showsWhereConfigurationFilesAre) {
+TEST(Report, ShowsWhereConfigurationFilesAre) {
   const Deployment deployment;
   deployment.write("share/conf/setting.cfg", "");
   std::filesystem::remove(deployment / "common/conf/secure.cfg");
@@ -64,7 +64,7 @@ TEST(Report, showsWhereConfigurationFilesAre) {
   EXPECT_EQ(2U, files["missing"].size());
 }
 
-TEST(Report, showsEachSwitchWithItsSources) {
+TEST(Report, ShowsEachSwitchWithItsSources) {
   Deployment deployment;
   const Json::Value before = deployment.run({"report", "--json"}).json();
   Json::Value row = before["switches"]["isListenAllIp"];
@@ -107,7 +107,7 @@ TEST(Report, showsEachSwitchWithItsSources) {
   EXPECT_FALSE(after["isTsMode"]["answer"].asBool());
 }
 
-TEST(Report, worksOnAHostWithNothing) {
+TEST(Report, WorksOnAHostWithNothing) {
   Deployment deployment;
   for (auto& [name, value] : deployment.environment) value = std::nullopt;
   const ProcessResult result = deployment.run({"report", "--json"});
@@ -125,7 +125,7 @@ TEST(Report, worksOnAHostWithNothing) {
   EXPECT_FALSE(report["switches"]["isListenAllIp"]["answer"].asBool());
 }
 
-TEST(Report, printsTheSameInText) {
+TEST(Report, PrintsTheSameInText) {
   const Deployment deployment;
   const std::string text = deployment.run({"report"}).out;
   EXPECT_NE(std::string::npos, text.find("\n  isListenAllIp\n"
