@@ -277,18 +277,15 @@ TEST(ReadFile, ServesThreadsAtOnce) {
 
 // getParentDirectory
 
-TEST(GetParentDirectory, SplitsAtTheLastSlashAndResolvesTheDirectory) {
-  struct Case {
-    std::string path;
-    std::string directory;
-    std::string fileName;
-  };
-  const TempDir tree;
-  const std::string root = fs::canonical(tree.path()).string();
-  fs::create_directories(tree / "real dir/sub");
-  fs::create_symlink("real dir/sub", tree / "link");
-  tree.write("file", "");
-  const std::vector<Case> cases = {
+struct ParentCase {
+  std::string path;
+  std::string directory;
+  std::string fileName;
+};
+
+/// Paths and their parents in the directory `root`.
+std::vector<ParentCase> parentCases(const std::string& root) {
+  return {
       {"/etc/hosts", "/etc", "hosts"},
       {"  /etc/hosts   ", "/etc", "hosts"},
       {"hosts", root, "hosts"},
@@ -325,9 +322,17 @@ TEST(GetParentDirectory, SplitsAtTheLastSlashAndResolvesTheDirectory) {
       {std::string(1 << 20, ' ') + "x" + std::string(1 << 20, ' '), root, "x"},
       {std::string(1 << 20, '/') + "x", "", "x"},
   };
+}
+
+TEST(GetParentDirectory, SplitsAtTheLastSlashAndResolvesTheDirectory) {
+  const TempDir tree;
+  const std::string root = fs::canonical(tree.path()).string();
+  fs::create_directories(tree / "real dir/sub");
+  fs::create_symlink("real dir/sub", tree / "link");
+  tree.write("file", "");
   runInChild([&] {
     ASSERT_EQ(0, ::chdir(tree.path().c_str()));
-    for (const auto& test : cases) {
+    for (const auto& test : parentCases(root)) {
       SCOPED_TRACE(test.path.substr(0, 80));
       std::string fileName = "junk";
       EXPECT_EQ(test.directory, VexaCommonUtils_i::getParentDirectory(test.path, fileName));

@@ -485,19 +485,20 @@ TEST(MacOfIPv6, PartOfTheCarriersNameWillDo) {
   });
 }
 
-TEST(MacOfIPv6, AnyOutputOfTheNewerTool) {
-  struct Case {
-    const char* name;
-    std::string output;
-    int result;
-    std::string mac;
-  };
+struct NewerToolCase {
+  const char* name;
+  std::string output;
+  int result;
+  std::string mac;
+};
+
+std::vector<NewerToolCase> newerToolCases() {
   using namespace std::string_literals;
   const std::string eth0 = "eth0: flags=4163<UP>  mtu 1500\n";
   const std::string carries = "        inet6 fe80::1  prefixlen 64  scopeid 0x20<link>\n";
   const std::string ether = "        ether 00:0c:29:ab:cd:ef  txqueuelen 1000  (Ethernet)\n";
   const std::string mac = "00:0C:29:AB:CD:EF";
-  const std::vector<Case> cases = {
+  return {
       {"usual", eth0 + carries + ether, 0, mac},
       {"address behind the hardware address", eth0 + ether + carries, 0, mac},
       {"a prefix length", eth0 + "inet6 fe80::1/64\n" + ether, 0, mac},
@@ -556,7 +557,10 @@ TEST(MacOfIPv6, AnyOutputOfTheNewerTool) {
            "ether 1:1:1:1:1:1\n",
        0, mac},
   };
-  for (const Case& row : cases) {
+}
+
+TEST(MacOfIPv6, AnyOutputOfTheNewerTool) {
+  for (const NewerToolCase& row : newerToolCases()) {
     runOnOwnNetwork([&row] {
       SCOPED_TRACE(row.name);
       becomeZirel();
