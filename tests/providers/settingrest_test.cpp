@@ -96,8 +96,7 @@ TEST_F(SettingRest, HasNoVersionInItsName) {
   EXPECT_FALSE(std::filesystem::is_symlink(SETTINGREST_LIBRARY));
 }
 
-TEST_F(SettingRest, FindsValues) {
-  store(R"({
+constexpr const char* kValues = R"({
     "vexa": {"common": {"setting_cfg": {"global": {"ListenAllIp": "enable"}}}},
     "/vexa/common/svc_ssl_conf/global": {"SSLVersion": "TLSv1.3"},
     "flat/key": "flat",
@@ -111,51 +110,57 @@ TEST_F(SettingRest, FindsValues) {
     "nothing": null, "list": ["x"], "objects": [{"x": "y"}], "object": {},
     "twice": "first", "twice": "last",
     "unicode": "\u00e9\ud83d\ude00", "raw": "é", "nul": "a\u0000b", "slash": "a\/b",
-    "na\u0000me": "nul in the name"})");
-  const struct {
-    std::string key;
-    std::string value;
-  } rows[] = {
-      {"/vexa/common/setting_cfg/global/ListenAllIp", "enable"},
-      {"vexa/common/setting_cfg/global/ListenAllIp", "enable"},
-      {"/vexa/common/svc_ssl_conf/global/SSLVersion", "TLSv1.3"},
-      {"/flat/key", "flat"},
-      {"flat/key", "flat"},
-      {"/trailing/x", "joined"},
-      {"/top", "level"},
-      {"/empty", ""},
-      {"/a", "both"},
-      {"/a/b", "value and group"},
-      {"/number", "7"},
-      {"/real", "5.0"},
-      {"/long", "12345678901234567890123"},
-      {"/exponent", "1e3"},
-      {"/minus", "-0"},
-      {"/yes", "true"},
-      {"/no", "false"},
-      {"/nothing", "(none)"},
-      {"/list", "(none)"},
-      {"/list/0", "(none)"},
-      {"/objects/x", "(none)"},
-      {"/object", "(none)"},
-      {"/vexa/common", "(none)"},
-      {"/vexa/common/", "(none)"},
-      {"/vexa/common/setting_cfg/global/listenallip", "(none)"},
-      {"/vexa/common/setting_cfg/global/ListenAllI", "(none)"},
-      {"/vexa/common/setting_cfg/global/ListenAllIpX", "(none)"},
-      {"/vexa/common/setting_cfg/global/ListenAllIp/", "(none)"},
-      {"//top", "(none)"},
-      {"", "(none)"},
-      {"/", "(none)"},
-      {"/twice", "last"},
-      {"/unicode", "\u00e9\U0001F600"},
-      {"/raw", "\u00e9"},
-      {"/nul", std::string("a\0b", 3)},
-      {"/slash", "a/b"},
-      {std::string("/na\0me", 6), "nul in the name"},
-      {std::string(1 << 20, 'k'), "(none)"},
-  };
-  for (const auto& row : rows) {
+    "na\u0000me": "nul in the name"})";
+
+struct ValueCase {
+  std::string key;
+  std::string value;
+};
+
+const ValueCase kValueCases[] = {
+    {"/vexa/common/setting_cfg/global/ListenAllIp", "enable"},
+    {"vexa/common/setting_cfg/global/ListenAllIp", "enable"},
+    {"/vexa/common/svc_ssl_conf/global/SSLVersion", "TLSv1.3"},
+    {"/flat/key", "flat"},
+    {"flat/key", "flat"},
+    {"/trailing/x", "joined"},
+    {"/top", "level"},
+    {"/empty", ""},
+    {"/a", "both"},
+    {"/a/b", "value and group"},
+    {"/number", "7"},
+    {"/real", "5.0"},
+    {"/long", "12345678901234567890123"},
+    {"/exponent", "1e3"},
+    {"/minus", "-0"},
+    {"/yes", "true"},
+    {"/no", "false"},
+    {"/nothing", "(none)"},
+    {"/list", "(none)"},
+    {"/list/0", "(none)"},
+    {"/objects/x", "(none)"},
+    {"/object", "(none)"},
+    {"/vexa/common", "(none)"},
+    {"/vexa/common/", "(none)"},
+    {"/vexa/common/setting_cfg/global/listenallip", "(none)"},
+    {"/vexa/common/setting_cfg/global/ListenAllI", "(none)"},
+    {"/vexa/common/setting_cfg/global/ListenAllIpX", "(none)"},
+    {"/vexa/common/setting_cfg/global/ListenAllIp/", "(none)"},
+    {"//top", "(none)"},
+    {"", "(none)"},
+    {"/", "(none)"},
+    {"/twice", "last"},
+    {"/unicode", "\u00e9\U0001F600"},
+    {"/raw", "\u00e9"},
+    {"/nul", std::string("a\0b", 3)},
+    {"/slash", "a/b"},
+    {std::string("/na\0me", 6), "nul in the name"},
+    {std::string(1 << 20, 'k'), "(none)"},
+};
+
+TEST_F(SettingRest, FindsValues) {
+  store(kValues);
+  for (const ValueCase& row : kValueCases) {
     SCOPED_TRACE(row.key.substr(0, 60));
     EXPECT_EQ(row.value, valueOf(row.key));
   }
