@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <future>
 #include <stdexcept>
+#include <thread>
 
 #include "VexaCommonUtils_i.h"
 #include "config/fake_store.h"
@@ -14,6 +16,7 @@
 
 namespace {
 
+using commutil_test::awaitLockWait;
 using commutil_test::fakeStore;
 using commutil_test::InstalledStore;
 using commutil_test::inThreads;
@@ -503,6 +506,25 @@ TEST_F(SslConf, ThreadsMayGenerateTogether) {
       EXPECT_EQ(m_target, generate());
     });
     EXPECT_EQ("\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\"", readFile(m_target));
+  });
+}
+
+TEST_F(SslConf, AThreadThatWaitedGeneratesOnceMore) {
+  writeTemplate("\"-SSLCAfile a\"");
+  runInChild([&] {
+    std::thread other;
+    fakeStore().onCall = [&](const std::string&) {
+      if (other.joinable()) return;
+      std::promise<pid_t> id;
+      other = std::thread([&] {
+        id.set_value(::gettid());
+        EXPECT_EQ(m_target, generate());
+      });
+      awaitLockWait(id.get_future().get());
+    };
+    EXPECT_EQ(m_target, generate());
+    other.join();
+    EXPECT_EQ(12U, fakeStore().asked.size()) << "two keys for each of three options, twice";
   });
 }
 

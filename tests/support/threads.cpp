@@ -1,8 +1,13 @@
 #include "support/threads.h"
 
+#include <sys/syscall.h>
+
 #include <atomic>
+#include <string>
 #include <thread>
 #include <vector>
+
+#include "support/fixtures.h"
 
 namespace commutil_test {
 
@@ -17,6 +22,19 @@ void inThreads(int count, const std::function<void(int)>& body) {
     });
   }
   for (std::thread& thread : threads) thread.join();
+}
+
+void awaitLockWait(pid_t thread) {
+  constexpr int kEnough = 20;  // a lock that is held for a moment is over by then
+  const std::string path = "/proc/self/task/" + std::to_string(thread) + "/syscall";
+  std::string before;
+  for (int seen = 0; seen < kEnough;) {
+    const std::string now = readFile(path);
+    const bool waits = now.rfind(std::to_string(SYS_futex) + " ", 0) == 0;
+    seen = waits && now == before ? seen + 1 : 0;
+    before = now;
+    std::this_thread::yield();
+  }
 }
 
 }  // namespace commutil_test

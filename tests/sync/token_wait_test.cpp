@@ -94,7 +94,7 @@ TEST(TokenWait, PassesTheTokenOnAfterATimeOutAlone) {
     const Acquired acquired = acquireBehind(token, {{true, error}}, false);
     EXPECT_EQ(-1, acquired.result);
     EXPECT_EQ(error, acquired.error);
-    EXPECT_EQ(nullptr, fieldsOf(token).head);
+    EXPECT_EQ(nullptr, fieldsOf(token).waiters.head);
     EXPECT_EQ(0, fieldsOf(token).waiterCount);
     EXPECT_EQ(error == ETIME ? 0 : 1, fieldsOf(token).inUse) << "handed over, and kept so";
   }
