@@ -270,7 +270,9 @@ TEST(WideBlocks, WriteALineACall) {
     stream.open((dir / "text").c_str(), kWrite);
     const long before = writeCalls();
     for (int i = 0; i < 100; ++i) stream << std::wstring(200, L'\x4E2D').c_str() << wendl;
-    EXPECT_EQ(100, writeCalls() - before);
+    const long calls = writeCalls() - before;
+    EXPECT_LE(100, calls);
+    EXPECT_GE(110, calls) << "more than a sanitizer's own on top";
   });
 }
 
