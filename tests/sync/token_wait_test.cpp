@@ -1,5 +1,4 @@
 // What the token makes of the ways a wait can end. This program stands in for pthread_cond_wait(3).
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -9,9 +8,12 @@
 #include <thread>
 
 #include "VexaLocks.h"
+#include "support/c_library.h"
 #include "sync/token_probe.h"
 
 namespace {
+
+using commutil_test::cLibrary;
 
 /// How a wait ends: after it slept or at once, and with which error number.
 struct WaitEnd {
@@ -25,9 +27,7 @@ thread_local std::deque<WaitEnd> t_ends;
 }  // namespace
 
 extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
-  using Function = int(pthread_cond_t*, pthread_mutex_t*);
-  static auto* const wait =
-      reinterpret_cast<Function*>(::dlvsym(RTLD_NEXT, "pthread_cond_wait", "GLIBC_2.3.2"));
+  static auto* const wait = cLibrary<int(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
   if (t_ends.empty()) return wait(condition, mutex);
   const WaitEnd end = t_ends.front();
   t_ends.pop_front();
