@@ -124,6 +124,7 @@ void collectOurs(benchmark::State& state, std::size_t words) {
   std::vector<std::string> texts(words, "value");
   texts[0] = "-v";
   std::vector<char*> argv;
+  argv.reserve(texts.size());
   for (std::string& text : texts) argv.push_back(text.data());
   const ArgsOptions options(static_cast<int>(argv.size()), argv.data());
   const std::string name = "-v";

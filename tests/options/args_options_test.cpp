@@ -366,7 +366,7 @@ std::string modelOption(const Words& words, const std::string& name) {
     if (words[i] != name) continue;
     const std::string& next = words[i + 1];
     if (next == "--" && i + 2 < words.size()) return words[i + 2];
-    return next.rfind("-", 0) == 0 ? "" : next;
+    return next.rfind('-', 0) == 0 ? "" : next;
   }
   return "";
 }
@@ -384,7 +384,7 @@ Words modelOptions(const Words& words, const std::string& name) {
       values.push_back(words[++i]);
       continue;
     }
-    if (words[i].rfind("-", 0) == 0) {
+    if (words[i].rfind('-', 0) == 0) {
       collecting = false;
       continue;
     }

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -21,10 +22,8 @@ TEST(WrittenText, OffersExactlyTheSizeAskedFor) {
 }
 
 TEST(WrittenText, IsAsLongAsWhatWasWritten) {
-  const std::string text = writtenText(1000, [](char* data, std::size_t) {
-    std::memcpy(data, "abc", 3);
-    return std::size_t{3};
-  });
+  const std::string text = writtenText(
+      1000, [](char* data, std::size_t) { return std::string_view("abc").copy(data, 3); });
   EXPECT_EQ("abc", text);
   EXPECT_EQ('\0', text.c_str()[3]);
   EXPECT_EQ("", writtenText(1000, [](char*, std::size_t) { return std::size_t{0}; }));

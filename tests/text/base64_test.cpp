@@ -6,6 +6,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <string_view>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
@@ -224,7 +225,7 @@ TEST(Base64, TakesTheLengthOfATextModulo4GiB) {
   for (const Case row : {Case{std::size_t{1} << 32, ""}, {(std::size_t{1} << 32) + 6, "ManM"}}) {
     // Only the pages that are written to cost memory.
     const std::string text = commutil::writtenText(row.size, [](char* data, std::size_t size) {
-      std::memcpy(data, "TWFuTWFuTWFu", 12);
+      std::string_view("TWFuTWFuTWFu").copy(data, size);
       return size;
     });
     ASSERT_EQ(row.size, text.size());
