@@ -152,8 +152,9 @@ int flushWide(std::FILE* file) {
 
 int closeWide(std::FILE* file) {
   // What could not be written is given up in closing, not tried again.
-  if (!writePending(file)) ::__fpurge(file);
-  return std::fclose(file);
+  const bool written = writePending(file);
+  if (!written) ::__fpurge(file);
+  return std::fclose(file) == 0 && written ? 0 : EOF;
 }
 
 }  // namespace commutil
