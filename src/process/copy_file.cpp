@@ -29,11 +29,14 @@ std::string fullPath(const std::string& path) {
   return full;
 }
 
-/// Whether `path` leads to the file of `status`, by whatever name or link.
-bool isSameFile(const std::string& path, const struct stat& status) {
-  struct stat other = {};
-  return ::stat(path.c_str(), &other) == 0 && other.st_dev == status.st_dev &&
-         other.st_ino == status.st_ino;
+bool isSameFile(const struct stat& one, const struct stat& other) {
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// Returns whether `path` leads to the file of `status`, by whatever name or link.
+bool leadsTo(const std::string& path, const struct stat& status) {
+  struct stat found = {};
+  return ::stat(path.c_str(), &found) == 0 && isSameFile(found, status);
 }
 
 /// Copies inside the kernel as far as it takes these files (not pipes, not all kernel files); both
@@ -55,16 +58,29 @@ bool copyThroughBuffer(int source, int target) {
   }
 }
 
-/// Copies all bytes of `source` to a target that is created or emptied, and closes it. The copy is
-/// removed when it fails.
-bool copyContent(const Descriptor& source, const std::string& targetPath) {
-  Descriptor target(
-      ::open(targetPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
-  if (!target) return false;
-  copyInKernel(source.get(), target.get());
-  const bool copied = copyThroughBuffer(source.get(), target.get());  // and meets the errors
+/// Empties a regular file; other kinds have no content to drop.
+bool empty(int fd, const struct stat& status) {
+  if (!S_ISREG(status.st_mode)) return true;
+  return uninterrupted([&] { return ::ftruncate(fd, 0); }) == 0;
+}
+
+bool copyContent(int source, int target) {
+  copyInKernel(source, target);
+  return copyThroughBuffer(source, target);  // also reports the errors
+}
+
+/// Copies an open file to `path`, creating it or overwriting what is there. The copy is removed if
+/// it fails.
+bool copyTo(const std::string& path, const Descriptor& source) {
+  // Emptied only once it is known not to be the source.
+  Descriptor target(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kNewFileMode));
+  struct stat from = {};
+  struct stat to = {};
+  if (!target || ::fstat(source.get(), &from) != 0 || ::fstat(target.get(), &to) != 0) return false;
+  if (isSameFile(from, to)) return false;
+  const bool copied = empty(target.get(), to) && copyContent(source.get(), target.get());
   if (commutil::closeWritten(target) && copied) return true;
-  ::unlink(targetPath.c_str());
+  ::unlink(path.c_str());
   return false;
 }
 
@@ -85,9 +101,9 @@ int VexaCommonUtils_i::copyFile(const std::string& source, const std::string& ta
   if (sourcePath.empty() || targetPath.empty() || sourcePath == targetPath) return -1;
   if (noOverwrite && ::access(targetPath.c_str(), F_OK) == 0) return -1;
   struct stat status = {};
-  if (::stat(sourcePath.c_str(), &status) != 0 || isSameFile(targetPath, status)) return -1;
+  if (::stat(sourcePath.c_str(), &status) != 0 || leadsTo(targetPath, status)) return -1;
   const Descriptor file(::open(sourcePath.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file || !copyContent(file, targetPath)) return -1;
+  if (!file || !copyTo(targetPath, file)) return -1;
   if (keepAttributes) copyAttributes(status, targetPath);
   return 0;
 }
