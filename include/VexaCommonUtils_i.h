@@ -392,13 +392,15 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// emptied first; links are followed at both ends. Both paths are split by `getParentDirectory`,
   /// so both directories must exist and blanks around the paths are dropped.
   ///
-  /// A copy that fails half-way is removed, with what the target held before; so is what stands at
-  /// `target`, be it a link or a device. A pipe as source is read to its end.
+  /// Only the files that were opened are read and changed, whatever other processes put at their
+  /// paths meanwhile. A copy that fails half-way is removed, with what the target held before; so
+  /// is a link that leads to it, or a device, but nothing that was put at `target` after the
+  /// opening. A pipe as source is read to its end.
   /// @param noOverwrite     fail when `target` exists; a link that leads nowhere does not
   /// @param keepAttributes  afterwards set the source's times (whole seconds), mode, then owner and
   ///                        group as far as the system allows; set-user-ID bits get lost on the way
   /// @return 0; -1 on any failure and when both are the same file, by whatever path or link: that
-  ///         is noticed before anything is touched
+  ///         is noticed before the file is changed or removed
   /// @throws std::out_of_range for an empty or all-blank path
   static int copyFile(const std::string& source, const std::string& target, bool noOverwrite,
                       bool keepAttributes);

@@ -3,7 +3,6 @@
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utime.h>
 
 #include <array>
 #include <string>
@@ -69,27 +68,41 @@ bool copyContent(int source, int target) {
   return copyThroughBuffer(source, target);  // also reports the errors
 }
 
-/// Copies an open file to `path`, creating it or overwriting what is there. The copy is removed if
-/// it fails.
-bool copyTo(const std::string& path, const Descriptor& source) {
+/// In this order, so that a change of owner clears the set-user-ID bits that the mode set.
+void copyAttributes(const struct stat& status, int target) {
+  const timespec times[] = {{status.st_atime, 0}, {status.st_mtime, 0}};
+  ::futimens(target, times);
+  ::fchmod(target, status.st_mode);
+  [[maybe_unused]] const int ignored = ::fchown(target, status.st_uid, status.st_gid);
+}
+
+/// Fills the open file `target`, which `status` is of, sets the attributes unless null, and closes
+/// it.
+bool writeCopy(const Descriptor& source, Descriptor& target, const struct stat& status,
+               const struct stat* attributes) {
+  if (!empty(target.get(), status) || !copyContent(source.get(), target.get())) return false;
+  if (attributes != nullptr) copyAttributes(*attributes, target.get());
+  return commutil::closeWritten(target);
+}
+
+/// Removes a partial copy, unless something else is at its path by now.
+void removeCopy(const std::string& path, const struct stat& status) {
+  if (leadsTo(path, status)) ::unlink(path.c_str());
+}
+
+/// Copies an open file to `path`, creating it or overwriting what is there.
+bool copyTo(const std::string& path, const Descriptor& source, const struct stat* attributes) {
   // Emptied only once it is known not to be the source.
   Descriptor target(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kNewFileMode));
   struct stat from = {};
   struct stat to = {};
   if (!target || ::fstat(source.get(), &from) != 0 || ::fstat(target.get(), &to) != 0) return false;
   if (isSameFile(from, to)) return false;
-  const bool copied = empty(target.get(), to) && copyContent(source.get(), target.get());
-  if (commutil::closeWritten(target) && copied) return true;
-  ::unlink(path.c_str());
+  // While this is open, no other file can have the inode number by which removal knows the copy.
+  const Descriptor holder(::fcntl(target.get(), F_DUPFD_CLOEXEC, 0));
+  if (writeCopy(source, target, to, attributes)) return true;
+  removeCopy(path, to);
   return false;
-}
-
-/// In this order, so a change of owner clears set-user-ID bits that the mode had brought.
-void copyAttributes(const struct stat& status, const std::string& target) {
-  const utimbuf times = {status.st_atime, status.st_mtime};
-  ::utime(target.c_str(), &times);
-  ::chmod(target.c_str(), status.st_mode);
-  [[maybe_unused]] const int ignored = ::chown(target.c_str(), status.st_uid, status.st_gid);
 }
 
 }  // namespace
@@ -103,7 +116,6 @@ int VexaCommonUtils_i::copyFile(const std::string& source, const std::string& ta
   struct stat status = {};
   if (::stat(sourcePath.c_str(), &status) != 0 || leadsTo(targetPath, status)) return -1;
   const Descriptor file(::open(sourcePath.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file || !copyTo(targetPath, file)) return -1;
-  if (keepAttributes) copyAttributes(status, targetPath);
-  return 0;
+  if (!file) return -1;
+  return copyTo(targetPath, file, keepAttributes ? &status : nullptr) ? 0 : -1;
 }

@@ -80,6 +80,11 @@ class Scene {
     struct stat status = {};
     ASSERT_EQ(0, ::stat(path.c_str(), &status)) << path;
     EXPECT_EQ(kCopied, S_ISFIFO(status.st_mode) ? waiting() : contentOf(path));
+    EXPECT_EQ(kTime, status.st_mtim.tv_sec);
+    EXPECT_EQ(0, status.st_mtim.tv_nsec) << "whole seconds";
+    EXPECT_EQ(kMode, status.st_mode & 07777);
+    EXPECT_EQ(user(), status.st_uid);
+    EXPECT_EQ(group(), status.st_gid);
   }
 
  private:
@@ -196,6 +201,7 @@ const Calls kUntilOpened = {
     {"open target", FoundBy::open, FoundBy::none},
     {"fstat source", FoundBy::none, FoundBy::none},
     {"fstat target", FoundBy::none, FoundBy::none},
+    {"fcntl target", FoundBy::none, FoundBy::none},
     {"ftruncate target", FoundBy::none, FoundBy::none},
 };
 
@@ -203,7 +209,24 @@ const Calls kUntilCopied = {
     {"sendfile target", FoundBy::none, FoundBy::none},
     {"sendfile target", FoundBy::none, FoundBy::none},
     {"read source", FoundBy::none, FoundBy::none},
+    {"futimens target", FoundBy::none, FoundBy::none},
+    {"fchmod target", FoundBy::none, FoundBy::none},
+    {"fchown target", FoundBy::none, FoundBy::none},
+    {"close target", FoundBy::none, FoundBy::none},
 };
+
+const Calls kWriting = {
+    {"sendfile target", FoundBy::none, FoundBy::none},
+    {"read source", FoundBy::none, FoundBy::none},
+    {"write target", FoundBy::none, FoundBy::none},
+};
+
+const Calls kRemoving = {
+    {"stat target", FoundBy::none, FoundBy::unlink},
+    {"unlink target", FoundBy::unlink, FoundBy::none},
+};
+
+const Calls kReleasing = {{"close target", FoundBy::none, FoundBy::none}};
 
 const Calls kClosing = {
     {"close target", FoundBy::none, FoundBy::none},
@@ -228,6 +251,15 @@ struct Copy {
 
 const std::vector<Copy> kCopies = {
     {"succeeds", {}, {kUntilOpened, kUntilCopied, kClosing}},
+    {"cannot empty the target",
+     {{"ftruncate target", EIO}},
+     {kUntilOpened, kRemoving, kReleasing, kClosing}},
+    {"cannot write",
+     {{"sendfile target", EINVAL}, {"write target", ENOSPC}},
+     {kUntilOpened, kWriting, kRemoving, kReleasing, kClosing}},
+    {"learns at the end that a write failed",
+     {{"close target", EDQUOT}},
+     {kUntilOpened, kUntilCopied, kRemoving, kClosing}},
 };
 
 /// Runs a copy of a scene that is stopped at each of its calls.
@@ -236,7 +268,7 @@ std::vector<std::string> run(const Scene& scene, const Copy& copy, bool noOverwr
   return watchCalls(
       [&] {
         EXPECT_EQ(expected,
-                  VexaCommonUtils_i::copyFile(scene.source(), scene.target(), noOverwrite, false));
+                  VexaCommonUtils_i::copyFile(scene.source(), scene.target(), noOverwrite, true));
       },
       atStop, copy.failing);
 }
