@@ -14,6 +14,7 @@
 #include "VexaCommonUtils_i.h"
 #include "platform/bounded.h"
 #include "platform/byte_blocks.h"
+#include "platform/checked_size.h"
 #include "text/ascii.h"
 #include "text/search.h"
 #include "text/tokens.h"
@@ -60,10 +61,12 @@ class Occurrences {
   std::array<std::size_t, 8> m_kept{};
 };
 
-// Returns `text` with what was found replaced by `to`.
+// Returns `text` with what was found replaced by `to`. Throws std::length_error, before anything is
+// written, when no string could hold the result.
 std::string replaced(std::string_view text, const Finder& finder, const Occurrences& found,
                      std::string_view to) {
-  std::string result(text.size() - found.size() * finder.length() + found.size() * to.size(), '\0');
+  const std::size_t kept = text.size() - found.size() * finder.length();
+  std::string result(commutil::checkedSize(kept, found.size(), to.size()), '\0');
   const commutil::RunCopier copy(text, result);
   char* out = result.data();
   std::size_t begin = 0;
