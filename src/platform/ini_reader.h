@@ -25,6 +25,7 @@ class VexaIniReader {
   /// Reads the file, anew on each call. The flag is the platform's and means nothing here. Returns
   /// 0; -1 when the file cannot be read (a directory never can), and then nothing is held. An empty
   /// file is readable.
+  /// @throws std::bad_alloc  out of memory; nothing is held
   int initialize(bool flag);
 
   /// Returns the value of `key` in `section`, which is named with its brackets ("[IP]"): the first
