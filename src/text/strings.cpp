@@ -157,7 +157,7 @@ unsigned long VexaCommonUtils::splitAll(const std::string& s, const std::string&
   // At least doubled, so that many calls on one vector do not copy it every time.
   const std::size_t size = out.size() + tokens.size();
   if (size > out.capacity()) out.reserve(std::max(size, 2 * out.capacity()));
-  for (const Token& token : tokens) out.emplace_back(token.text, token.length);
+  for (const Token& token : tokens) out.emplace_back(tokens.text(token));
   return size;
 }
 
@@ -191,9 +191,8 @@ std::string VexaCommonUtils_i::trimString(const std::string& s, const char* char
 
 void VexaCommonUtils_i::splitAll(const std::string& s, const std::string& delims,
                                  std::set<std::string>& out) {
-  for (const Token& token : Tokens(s, delims)) {
-    out.emplace_hint(out.end(), token.text, token.length);
-  }
+  const Tokens tokens(s, delims);
+  for (const Token& token : tokens) out.emplace_hint(out.end(), tokens.text(token));
 }
 
 char* VexaCommonUtils_i::ulltoa(unsigned long long value, char* buf) {
