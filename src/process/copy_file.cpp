@@ -17,7 +17,7 @@ using commutil::Descriptor;
 using commutil::uninterrupted;
 
 constexpr mode_t kNewFileMode = 0666;
-constexpr std::size_t kPieceSize = 64 * 1024;
+constexpr std::size_t kPieceSize = 4096;  // on a caller's stack, which may be small
 constexpr std::size_t kKernelPieceSize = std::size_t{1} << 30;
 
 /// The full path of `path` below its canonical directory; "" when that directory does not exist.
