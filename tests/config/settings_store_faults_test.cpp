@@ -156,6 +156,8 @@ void failEachCall(Fault& fault, int fewestCalls) {
 }
 
 TEST(SettingsStoreFaults, MemoryThatLacksOnceLeavesTheStoreUsable) {
+  commutil_test::spareAllocationsIn("strnew");
+  commutil_test::spareAllocationsIn("ldname");
   failEachCall(memoryFault(), 10);
 }
 

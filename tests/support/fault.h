@@ -22,6 +22,8 @@ class Fault {
     return m_calls;
   }
 
+  bool isArmed() const { return m_armed; }
+
   /// Counts a call. Returns whether it must fail.
   bool isDue() { return m_armed && m_calls++ == m_failing; }
 
