@@ -100,10 +100,7 @@ bool VexaCommonUtils::isCorbaSSLOnly() { return VexaCommonUtils_i::isCorbaSSLOnl
 
 bool VexaCommonUtils::IsGlobalVersion() { return true; }
 
-std::string VexaCommonUtils::getDBType() {
-  static commutil::LazyValue<std::string> type;
-  return type.get(findDatabaseType);
-}
+std::string VexaCommonUtils::getDBType() { return commutil::lazyUntilExit<findDatabaseType>(); }
 
 bool VexaCommonUtils_i::isListenLoopback() { return isListenSwitchOn("ListenLoopbackIP"); }
 
