@@ -9,6 +9,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "config/store_keys.h"
+#include "config/uncached.h"
 #include "platform/file_text.h"
 #include "platform/handles.h"
 #include "platform/ini_reader.h"
@@ -41,15 +42,17 @@ bool isListenSwitchOn(const std::string& parameter) {
   return value == "enable";
 }
 
-enum class TsMode { unknown, on, off };
+}  // namespace
 
-TsMode readTsMode() {
+commutil::TsMode commutil::readTsMode() {
   std::string directory = VexaCommonUtils::Vexagetenv("COMMON_SHARE_PATH");
   if (directory.empty()) directory = kDefaultShare;
   VexaIniReader settings(directory + "/etc/conf/TSSetting.cfg");
   if (settings.initialize(false) != 0) return TsMode::unknown;
   return settings.getParamValue("[TS]", "ts_mode") == "true" ? TsMode::on : TsMode::off;
 }
+
+namespace {
 
 /// Reads the next line with its line feed, or the next piece of a longer one, into `piece`. Returns
 /// whether there was one.
@@ -84,7 +87,9 @@ std::string tryDatabaseType(const std::string& path) {
   }
 }
 
-commutil::Answer<std::string> findDatabaseType() {
+}  // namespace
+
+commutil::Answer<std::string> commutil::findDatabaseType() {
   const std::string path = VexaCommonUtils::Vexagetenv("APP_CONF_FILE");
   if (path.empty()) return {kDefaultDatabaseType, false};
   std::string type = tryDatabaseType(path);
@@ -92,15 +97,15 @@ commutil::Answer<std::string> findDatabaseType() {
   return {std::move(type), true};
 }
 
-}  // namespace
-
 bool VexaCommonUtils::isListenAllIp() { return isListenSwitchOn("ListenAllIp"); }
 
 bool VexaCommonUtils::isCorbaSSLOnly() { return VexaCommonUtils_i::isCorbaSSLOnly(); }
 
 bool VexaCommonUtils::IsGlobalVersion() { return true; }
 
-std::string VexaCommonUtils::getDBType() { return commutil::lazyUntilExit<findDatabaseType>(); }
+std::string VexaCommonUtils::getDBType() {
+  return commutil::lazyUntilExit<commutil::findDatabaseType>();
+}
 
 bool VexaCommonUtils_i::isListenLoopback() { return isListenSwitchOn("ListenLoopbackIP"); }
 
@@ -111,11 +116,12 @@ bool VexaCommonUtils_i::isCorbaSSLOnly() {
 }
 
 bool VexaCommonUtils_i::isTsMode() {
+  using commutil::TsMode;
   // Without a lock: concurrent first calls may each read the file and store the same answer.
   static constinit std::atomic<TsMode> known{TsMode::unknown};
   TsMode mode = known.load(std::memory_order_relaxed);
   if (mode == TsMode::unknown) {
-    mode = readTsMode();
+    mode = commutil::readTsMode();
     if (mode != TsMode::unknown) known.store(mode, std::memory_order_relaxed);
   }
   return mode == TsMode::on;
