@@ -91,7 +91,9 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// "-SSLCAfile", with its value from the settings store or "NONE", "TLSv1.2" and "disable" (the
   /// last one is added for "enable" only, and has no value).
   ///
-  /// An older file is removed first.
+  /// What is at the path is removed first and a new file is created; links are never followed. If
+  /// the directory does not let it be removed, an existing file is overwritten: a regular file of
+  /// this user or root with no other name, whose mode can be set to 0640 before it is written.
   /// @return the path; "" when the template cannot be read or the file cannot be written, no file
   ///         being left then; the next call tries again
   /// @throws std::out_of_range ("basic_string::replace") when an option must be added and there is
