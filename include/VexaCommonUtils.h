@@ -86,7 +86,7 @@ class VEXA_EXPORT VexaCommonUtils {
   /// first element under the first name, in byte order, of "databases", unchanged. The first type
   /// read is kept for the life of the process. Returns "sybase", and keeps nothing, when the
   /// variable is empty, the file cannot be read or parsed, or the type is missing, empty or no
-  /// text.
+  /// text. Lack of memory while reading and parsing counts as a failure to read.
   static std::string getDBType();
 
   /// @}

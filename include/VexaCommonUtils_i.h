@@ -173,6 +173,8 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// `VexaCommonUtils::transDBUpdateString`, with the wildcards of `mode`, between single quotes,
   /// followed by `VexaCommonUtils::getEscapeString`. The database type is asked twice, once for an
   /// empty `text`. A `mode` outside the enumeration adds no wildcard.
+  /// If only one of the two reads fails, escapes and clause are those of different dialects, and a
+  /// `%` in `text` may be a wildcard; a type that was read once is kept and cannot fail.
   ///
   ///     TransferLikeSql("a_b'c", FUZZY_QUERY_BOTH)  ->  "'%a\\_b''c%' escape '\\' "  Oracle family
   ///                                                     "'%a[_]b''c%'"                any other

@@ -75,14 +75,19 @@ std::string readDatabaseType(const std::string& path) {
   return type.isString() ? type.asString() : std::string();
 }
 
-commutil::Answer<std::string> findDatabaseType() {
-  std::string type;
+/// The same, but "" for every failure to read or parse, lack of memory included.
+std::string tryDatabaseType(const std::string& path) {
   try {
-    const std::string path = VexaCommonUtils::Vexagetenv("APP_CONF_FILE");
-    if (!path.empty()) type = readDatabaseType(path);
+    return readDatabaseType(path);
   } catch (const std::exception&) {
-    type.clear();
+    return {};
   }
+}
+
+commutil::Answer<std::string> findDatabaseType() {
+  const std::string path = VexaCommonUtils::Vexagetenv("APP_CONF_FILE");
+  if (path.empty()) return {kDefaultDatabaseType, false};
+  std::string type = tryDatabaseType(path);
   if (type.empty()) return {kDefaultDatabaseType, false};
   return {std::move(type), true};
 }
