@@ -86,6 +86,7 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// `_APP_SHARE_DIR` + "/svc_ssl_" + `PROCESS_INSTANCE_ID` + ".conf", mode 0640 under any umask.
   ///
   /// The first successful call generates that file; later ones return its path and touch nothing.
+  /// A settings store that fails meanwhile leaves the defaults in it for the life of the process.
   /// Of "-SSLAuthenticate", "-SSLVersion" and "-SSLNoProtection" each one that the template does
   /// not name anywhere is inserted, on a line of its own, before the first double quote behind
   /// "-SSLCAfile", with its value from the settings store or "NONE", "TLSv1.2" and "disable" (the
