@@ -115,6 +115,15 @@ bool writePending(std::FILE* file) {
   return true;
 }
 
+/// Writes what is pending for the last time: text that cannot be written is dropped, so that
+/// fclose(3) does not try again.
+bool writeLast(std::FILE* file) {
+  const HandleLock lock(file);
+  const bool written = writePending(file);
+  if (!written) ::__fpurge(file);
+  return written;
+}
+
 }  // namespace
 
 int putWideText(std::FILE* file, const wchar_t* text) {
@@ -151,9 +160,7 @@ int flushWide(std::FILE* file) {
 }
 
 int closeWide(std::FILE* file) {
-  // What could not be written is given up in closing, not tried again.
-  const bool written = writePending(file);
-  if (!written) ::__fpurge(file);
+  const bool written = writeLast(file);
   return std::fclose(file) == 0 && written ? 0 : EOF;
 }
 

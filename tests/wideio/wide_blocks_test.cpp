@@ -1,6 +1,7 @@
 // Wide output beside stdio's own: the same operations on a stream and on a plain handle.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 
 #include <csignal>
 #include <cstdio>
@@ -12,11 +13,14 @@
 
 #include "VexaWideIO.h"
 #include "support/fixtures.h"
+#include "support/full_pipe.h"
 #include "support/locales.h"
+#include "support/threads.h"
 #include "wideio/modes.h"
 
 namespace {
 
+using commutil_test::FullPipe;
 using commutil_test::kAppend;
 using commutil_test::kWrite;
 using commutil_test::Latin1Locale;
@@ -24,6 +28,7 @@ using commutil_test::readFile;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
 using commutil_test::TempDir;
+using commutil_test::WatchedThread;
 
 /// The results of operations, and what the file holds when they have ended.
 struct Outcome {
@@ -237,6 +242,33 @@ TEST(WideBlocks, LeaveStdioWhatWaitsAtTheEnd) {
   });
   EXPECT_EQ(30001U, readFile(dir / "text").size());
   EXPECT_EQ('!', readFile(dir / "text").back());
+}
+
+struct Closing {
+  const char* name;
+  void (*close)(std::optional<Vexawofstream>&);
+};
+
+// A thread that flushes every stream waits for one that is being closed, whatever closes it.
+TEST(WideBlocks, CloseOnceWhileEveryStreamIsFlushed) {
+  for (const Closing& way :
+       {Closing{"close", [](auto& stream) { stream->close(); }},
+        Closing{"open anew", [](auto& stream) { stream->open("/dev/null", kWrite); }},
+        Closing{"destructor", [](auto& stream) { stream.reset(); }}}) {
+    SCOPED_TRACE(way.name);
+    runInChild([&way] {
+      setLocale("C.UTF-8");
+      FullPipe pipe;
+      std::optional<Vexawofstream> stream(std::in_place);
+      stream->open(pipe.path().c_str(), kWrite);
+      stream->put(std::wstring(1000, L'a').c_str());
+      WatchedThread closer([&] { way.close(stream); });
+      closer.await({SYS_write});
+      WatchedThread flusher([] { std::fflush(nullptr); });
+      flusher.await({SYS_write, SYS_futex});
+      EXPECT_EQ(std::string(1000, 'a'), pipe.drain());
+    });
+  }
 }
 
 /// The number of write(2) calls of this process so far.
