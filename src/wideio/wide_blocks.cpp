@@ -77,12 +77,36 @@ std::size_t fitting(const wchar_t* text, std::size_t size, std::size_t room) {
   return measureUtf8(text, share) <= room ? share : room / kLongestUtf8;
 }
 
+/// Makes the text from `text` to `end` pending again unless it was written: a write that fails
+/// returns, and that of a canceled thread unwinds.
+class Unwritten {
+ public:
+  Unwritten(std::FILE* file, wchar_t* text, wchar_t* end)
+      : m_file(file), m_text(text), m_end(end) {}
+  ~Unwritten() {
+    if (m_file == nullptr) return;
+    m_file->_IO_write_ptr = m_file->_IO_write_base;
+    wideSide(m_file).pending = m_text;
+    wideSide(m_file).next = m_end;
+  }
+  Unwritten(const Unwritten&) = delete;
+  Unwritten& operator=(const Unwritten&) = delete;
+
+  void setWritten() { m_file = nullptr; }
+
+ private:
+  std::FILE* m_file;
+  wchar_t* const m_text;
+  wchar_t* const m_end;
+};
+
 /// Writes a block from the front of `text`: all but its last character are converted here, and the
 /// library writes them with that one. Returns the number of characters, 0 when it fails.
 std::size_t writeBlock(std::FILE* file, wchar_t* text, std::size_t size) {
   char* const block = file->_IO_write_base;
   const auto room = static_cast<std::size_t>(file->_IO_buf_end - block) - kSmallBlock;
   const std::size_t count = fitting(text, size, room);
+  Unwritten unwritten(file, text, text + size);
   char* const end = narrowUtf8(text, count - 1, block);
   WideSide& side = wideSide(file);
   side.pending = text;
@@ -91,7 +115,9 @@ std::size_t writeBlock(std::FILE* file, wchar_t* text, std::size_t size) {
     file->_IO_write_ptr = end;
     side.pending = side.next - 1;
   }
-  return ::fflush_unlocked(file) == 0 ? count : 0;
+  if (::fflush_unlocked(file) != 0) return 0;
+  unwritten.setWritten();
+  return count;
 }
 
 /// Writes what is pending where it pays and can be done; false when it failed. All of it is then

@@ -15,7 +15,7 @@ class FullPipe {
   FullPipe& operator=(const FullPipe&) = delete;
 
   std::string path() const { return m_dir / "pipe"; }
-  /// Makes room for one block of 4096 bytes; the next write of as many waits.
+  /// Reads what the pipe holds, and waits until a writer has filled it again.
   void makeRoom();
   /// Reads until every writer has closed the pipe. Returns what came after the bytes that filled
   /// it.

@@ -271,6 +271,50 @@ TEST(WideBlocks, CloseOnceWhileEveryStreamIsFlushed) {
   }
 }
 
+struct Writing {
+  const char* name;
+  void (*write)(Vexawofstream&);
+};
+
+/// Cancels a thread that writes a full buffer to a pipe, `blocks` blocks after it began, and
+/// returns what the pipe has received when the stream is closed.
+std::string textOfCanceled(const Writing& way, int blocks) {
+  FullPipe pipe;
+  Vexawofstream stream;
+  stream.open(pipe.path().c_str(), kWrite);
+  stream.put(std::wstring(4096, L'\x4E2D').c_str());
+  WatchedThread writer([&] { way.write(stream); });
+  writer.await({SYS_write});
+  for (int block = 0; block < blocks; ++block) {
+    pipe.makeRoom();
+    writer.await({SYS_write});
+  }
+  writer.cancel();
+  std::string received;
+  WatchedThread reader([&] { received = pipe.drain(); });
+  stream.close();
+  reader.join();
+  return received;
+}
+
+TEST(WideBlocks, KeepWhatACanceledThreadCouldNotWrite) {
+  std::string text;
+  for (int i = 0; i < 4096; ++i) text += "\xE4\xB8\xAD";
+  for (const Writing& way : {Writing{"flush", [](auto& stream) { wflush(stream); }},
+                             Writing{"text", [](auto& stream) { stream.put(L"more"); }},
+                             Writing{"character", [](auto& stream) { stream.put(L'm'); }},
+                             Writing{"close", [](auto& stream) { stream.close(); }}}) {
+    for (int blocks = 0; blocks < 3; ++blocks) {
+      SCOPED_TRACE(std::string(way.name) + " after blocks: " + std::to_string(blocks));
+      runInChild([&] {
+        setLocale("C.UTF-8");
+        const std::string received = textOfCanceled(way, blocks);
+        EXPECT_TRUE(text == received) << received.size() << " bytes, not " << text.size();
+      });
+    }
+  }
+}
+
 /// The number of write(2) calls of this process so far.
 long writeCalls() {
   const std::string text = readFile("/proc/self/io");
