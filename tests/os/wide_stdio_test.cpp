@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "VexaWideIO.h"
+#include "os/wide_stdio.h"
 #include "support/fixtures.h"
 #include "support/full_pipe.h"
 #include "support/locales.h"
@@ -182,14 +183,14 @@ void compareRandomOperations(unsigned seed, int rounds) {
   }
 }
 
-TEST(WideBlocks, AgreeWithStdioInUtf8) {
+TEST(WideStdio, AgreeWithStdioInUtf8) {
   runInChild([] {
     setLocale("C.UTF-8");
     compareRandomOperations(1, 300);
   });
 }
 
-TEST(WideBlocks, AgreeWithStdioInOtherEncodings) {
+TEST(WideStdio, AgreeWithStdioInOtherEncodings) {
   runInChild([] { compareRandomOperations(2, 60); });
   runInChild([] {
     const Latin1Locale locale;
@@ -198,7 +199,7 @@ TEST(WideBlocks, AgreeWithStdioInOtherEncodings) {
   });
 }
 
-TEST(WideBlocks, KeepTheEncodingThatTheHandleBeganWith) {
+TEST(WideStdio, KeepTheEncodingThatTheHandleBeganWith) {
   runInChild([] {
     const Latin1Locale locale;
     locale.offer();
@@ -214,7 +215,7 @@ TEST(WideBlocks, KeepTheEncodingThatTheHandleBeganWith) {
   });
 }
 
-TEST(WideBlocks, AgreeWithStdioWhenTheFileIsFull) {
+TEST(WideStdio, AgreeWithStdioWhenTheFileIsFull) {
   runInChild([] {
     setLocale("C.UTF-8");
     std::signal(SIGXFSZ, SIG_IGN);
@@ -229,7 +230,7 @@ TEST(WideBlocks, AgreeWithStdioWhenTheFileIsFull) {
   });
 }
 
-TEST(WideBlocks, LeaveStdioWhatWaitsAtTheEnd) {
+TEST(WideStdio, LeaveStdioWhatWaitsAtTheEnd) {
   const TempDir dir;
   const std::wstring text(10000, L'\x4E2D');
   runInChild([&] {
@@ -250,7 +251,7 @@ struct Closing {
 };
 
 // A thread that flushes every stream waits for one that is being closed, whatever closes it.
-TEST(WideBlocks, CloseOnceWhileEveryStreamIsFlushed) {
+TEST(WideStdio, CloseOnceWhileEveryStreamIsFlushed) {
   for (const Closing& way :
        {Closing{"close", [](auto& stream) { stream->close(); }},
         Closing{"open anew", [](auto& stream) { stream->open("/dev/null", kWrite); }},
@@ -270,6 +271,8 @@ TEST(WideBlocks, CloseOnceWhileEveryStreamIsFlushed) {
     });
   }
 }
+
+#if COMMUTIL_HAS_WIDE_STDIO
 
 struct Writing {
   const char* name;
@@ -297,7 +300,7 @@ std::string textOfCanceled(const Writing& way, int blocks) {
   return received;
 }
 
-TEST(WideBlocks, KeepWhatACanceledThreadCouldNotWrite) {
+TEST(WideStdio, KeepWhatACanceledThreadCouldNotWrite) {
   std::string text;
   for (int i = 0; i < 4096; ++i) text += "\xE4\xB8\xAD";
   for (const Writing& way : {Writing{"flush", [](auto& stream) { wflush(stream); }},
@@ -321,7 +324,7 @@ long writeCalls() {
   return std::stol(text.substr(text.find("syscw: ") + 7));
 }
 
-TEST(WideBlocks, WriteABlockACall) {
+TEST(WideStdio, WriteABlockACall) {
   runInChild([] {
     setLocale("C.UTF-8");
     const TempDir dir;
@@ -338,7 +341,7 @@ TEST(WideBlocks, WriteABlockACall) {
   });
 }
 
-TEST(WideBlocks, WriteALineACall) {
+TEST(WideStdio, WriteALineACall) {
   runInChild([] {
     setLocale("C.UTF-8");
     const TempDir dir;
@@ -351,5 +354,7 @@ TEST(WideBlocks, WriteALineACall) {
     EXPECT_GE(110, calls) << "more than a sanitizer's own on top";
   });
 }
+
+#endif
 
 }  // namespace
