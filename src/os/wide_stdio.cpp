@@ -6,8 +6,10 @@
 #include <gconv.h>
 #include <gnu/libc-version.h>
 #include <stdio_ext.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <optional>
 #include <string_view>
@@ -106,6 +108,7 @@ class WideHandle {
   bool hasEmptyByteBuffer() const;
   bool writesUtf8() const;
   bool waitsForRoom() const;
+  bool isRegularFile() const;
   std::size_t writeBlock(wchar_t* text, std::size_t size) const;
 
   std::FILE* m_file;
@@ -164,37 +167,50 @@ bool WideHandle::waitsForRoom() const {
   return flags >= 0 && (flags & O_NONBLOCK) == 0;
 }
 
+bool WideHandle::isRegularFile() const {
+  struct stat status = {};
+  const int error = errno;
+  const bool regular = ::fstat(::fileno_unlocked(m_file), &status) == 0 && S_ISREG(status.st_mode);
+  errno = error;
+  return regular;
+}
+
 /// Writes a block from the front of `text`: all but its last character are converted here, and the
-/// library writes them with that one. Returns the number of characters, 0 if the write fails.
+/// library writes them with that one. Text that is too short for that is a piece of the library's.
+/// Returns the number of characters, 0 if the write fails.
 std::size_t WideHandle::writeBlock(wchar_t* text, std::size_t size) const {
   char* const block = m_file->_IO_buf_base;
-  // A pipe takes no part of such a block.
+  // A pipe takes all of a block of this size or nothing.
   const std::size_t room = std::min<std::size_t>(byteBufferSize(), PIPE_BUF) - kPiece;
-  const std::size_t count = fitting(text, size, room);
+  std::size_t count = fitting(text, size, room);
   Unwritten unwritten(*this, text, text + size);
   char* const end = narrowUtf8(text, count - 1, block);
   m_wide->pending = text;
-  m_wide->next = text + count;
   if (static_cast<std::size_t>(end - block) >= kPiece) {
     m_file->_IO_write_ptr = end;
-    m_wide->pending = m_wide->next - 1;
+    m_wide->pending += count - 1;
+  } else {
+    count = fitting(text, count, kPiece);
   }
+  m_wide->next = text + count;
   if (::fflush_unlocked(m_file) != 0) return 0;
   unwritten.setWritten();
   return count;
 }
 
-/// Writes what is pending if that can be done in blocks; false if a write failed. All of it is then
-/// pending still, as stdio leaves it.
+/// Writes what is pending if that can be done in blocks; false if a write failed. What is pending
+/// then is what stdio leaves: on a full disk all of it, so that later calls fail alike. What a pipe
+/// has taken is not pending, since its reader must not get it twice.
 bool WideHandle::writePending() const {
   const std::size_t size = pendingSize();
-  if (size <= kPiece || !writesBlocks() || !hasEmptyByteBuffer()) return true;
+  if (size == 0 || !writesBlocks() || !hasEmptyByteBuffer() || !writesUtf8()) return true;
   wchar_t* const text = m_wide->pending;
-  if (!writesUtf8() || measureUtf8(text, size) == kNoUtf8 || !waitsForRoom()) return true;
+  const std::size_t bytes = measureUtf8(text, size);
+  if (bytes <= kPiece || bytes == kNoUtf8 || !waitsForRoom()) return true;
   for (std::size_t done = 0; done < size;) {
     const std::size_t count = writeBlock(text + done, size - done);
     if (count == 0) {
-      m_wide->pending = text;
+      if (isRegularFile()) m_wide->pending = text;
       return false;
     }
     done += count;

@@ -6,10 +6,11 @@
 
 namespace commutil_test {
 
-/// A named pipe of one page that is full: a write to it waits until `drain` is called.
+/// A named pipe of one page that is full but for `room` bytes: a write of more waits for the
+/// reader.
 class FullPipe {
  public:
-  FullPipe();
+  explicit FullPipe(std::size_t room = 0);
   ~FullPipe();
   FullPipe(const FullPipe&) = delete;
   FullPipe& operator=(const FullPipe&) = delete;
@@ -23,6 +24,7 @@ class FullPipe {
 
  private:
   TempDir m_dir;
+  const std::size_t m_filled;
   std::string m_received;
   int m_reader = -1;
   int m_filler = -1;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <string>
 #include <thread>
 #include <vector>
@@ -47,6 +48,7 @@ void awaitSystemCall(pid_t thread, std::initializer_list<long> numbers) {
   std::string before;
   for (int seen = 0; seen < kEnough;) {
     const std::string now = startOf(path);
+    if (now.empty()) return;
     const bool inside = std::any_of(numbers.begin(), numbers.end(), [&now](long number) {
       return now.rfind(std::to_string(number) + " ", 0) == 0;
     });
@@ -69,6 +71,8 @@ WatchedThread::~WatchedThread() { join(); }
 void WatchedThread::join() {
   if (m_thread.joinable()) m_thread.join();
 }
+
+void WatchedThread::signal(int number) { ::pthread_kill(m_thread.native_handle(), number); }
 
 void WatchedThread::cancel() {
   ::pthread_cancel(m_thread.native_handle());

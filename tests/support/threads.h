@@ -17,7 +17,7 @@ void inThreads(int count, const std::function<void(int)>& body);
 void awaitLockWait(pid_t thread);
 
 /// Waits until `thread` of this process stays inside one of the system calls `numbers` (SYS_write,
-/// ...).
+/// ...) or has ended.
 void awaitSystemCall(pid_t thread, std::initializer_list<long> numbers);
 
 /// A thread whose system calls can be watched. Joined at the latest with its object.
@@ -28,9 +28,11 @@ class WatchedThread {
   WatchedThread(const WatchedThread&) = delete;
   WatchedThread& operator=(const WatchedThread&) = delete;
 
-  /// Waits until the thread stays inside one of the system calls `numbers`.
+  /// Waits until the thread stays inside one of the system calls `numbers` or has ended.
   void await(std::initializer_list<long> numbers) const { awaitSystemCall(m_id, numbers); }
   void join();
+  /// Sends the thread a signal (pthread_kill(3)).
+  void signal(int number);
   /// Cancels the thread (pthread_cancel(3)) and joins it.
   void cancel();
 
