@@ -7,6 +7,7 @@
 #include <array>
 
 #include "settings/edit_distance.h"
+#include "settings/source_words.h"
 
 namespace settings {
 namespace {
@@ -138,6 +139,15 @@ std::string describe(const Accepted& accepted) {
       return "an IPv4 or IPv6 address";
   }
   return {};
+}
+
+std::string quotedWords(const Accepted& accepted) {
+  if (accepted.words.empty()) return describe(accepted);
+  std::vector<std::string> words;
+  for (const std::string_view word : accepted.words) words.push_back(quoted(word));
+  const std::vector<std::string_view> views(words.begin(), words.end());
+  const bool list = accepted.form == Form::wordList;
+  return (list ? "a comma-separated list of " : "") + joined(views, list ? " and " : " or ");
 }
 
 Verdict checkValue(const Accepted& accepted, std::string_view value) {

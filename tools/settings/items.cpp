@@ -410,20 +410,23 @@ std::vector<Item> storeParameters() {
   };
 }
 
-Item program(std::string_view name, std::string_view meaning,
+Item program(std::string_view path, std::string_view meaning,
              std::vector<std::string_view> readers) {
   return {.kind = Kind::program,
-          .name = name,
+          .name = path.substr(path.rfind('/') + 1),
           .meaning = meaning,
           .missing = "the operations fail",
           .readers = std::move(readers),
           .caching = Caching::perCall,
-          .when = "each call"};
+          .when = "each call",
+          .location = Location::fixed,
+          .rest = path};
 }
 
 std::vector<Item> programsAndLibraries() {
   const std::vector<std::string_view> network{"getNetmaskByIP", "GetNetmaskByIpUseifconfig",
-                                              "getInterfaceOfIPV6", "getMacAddrOfIPV6"};
+                                              "getInterfaceOfIPV6", "getMacAddrOfIPV6",
+                                              "GetLocalMACAddr"};
   return {
       {.kind = Kind::sharedLibrary,
        .name = "libsettingrest.so",
@@ -432,14 +435,13 @@ std::vector<Item> programsAndLibraries() {
        .readers = {"getSettingParamValue", "getSettingGroupParams"},
        .caching = Caching::cached,
        .when = "until loaded, then cached"},
-      program("ifconfig", "lists the interfaces", network),
-      program("grep", "selects lines of ifconfig", network),
-      program("awk", "selects fields of ifconfig", network),
-      program("tr", "removes characters from fields of ifconfig", network),
-      program("cat", "reads the terminal's owner", {"getLoginUser"}),
-      program("tty", "names the terminal", {"getLoginUser"}),
-      program("whoami", "names the user", {"getLoginUser"}),
-      program("who", "lists who is logged in", {"getLoginUser"}),
+      program("/sbin/ifconfig", "lists the interfaces", network),
+      program("/usr/bin/grep", "selects lines of ifconfig", network),
+      program("/usr/bin/awk", "selects fields of ifconfig", network),
+      program("/usr/bin/tr", "changes the case of fields of ifconfig", {"GetLocalMACAddr"}),
+      program("/usr/bin/tty", "names the terminal", {"getSessionDetails"}),
+      program("/usr/bin/whoami", "names the user", {"getSessionDetails"}),
+      program("/usr/bin/who", "names where the user logged in from", {"getSessionDetails"}),
   };
 }
 
