@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <string_view>
 
+#include "style.h"
+
 namespace {
 
 bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
@@ -57,31 +59,6 @@ std::string toUtf8(std::string_view text) {
   return result;
 }
 
-Json::Value withUtf8(const Json::Value& value) {
-  if (value.isString()) return toUtf8(value.asString());
-  Json::Value result = value;
-  for (auto member = value.begin(); member != value.end(); ++member) {
-    if (value.isObject()) {
-      result.removeMember(member.name());
-      result[toUtf8(member.name())] = withUtf8(*member);
-    } else {
-      result[member.index()] = withUtf8(*member);
-    }
-  }
-  return result;
-}
-
-std::string printable(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    std::array<char, 5> escape{};
-    std::snprintf(escape.data(), escape.size(), "\\x%02x", byte);
-    byte < 0x20 || byte == 0x7F ? result += escape.data() : result += c;
-  }
-  return result;
-}
-
 std::string scalarText(const Json::Value& value) {
   if (value.isNull()) return "(not set)";
   if (value.isBool()) return value.asBool() ? "yes" : "no";
@@ -115,6 +92,20 @@ void writeTree(const Json::Value& tree, std::size_t depth) {
 }
 
 }  // namespace
+
+Json::Value withUtf8(const Json::Value& value) {
+  if (value.isString()) return toUtf8(value.asString());
+  Json::Value result = value;
+  for (auto member = value.begin(); member != value.end(); ++member) {
+    if (value.isObject()) {
+      result.removeMember(member.name());
+      result[toUtf8(member.name())] = withUtf8(*member);
+    } else {
+      result[member.index()] = withUtf8(*member);
+    }
+  }
+  return result;
+}
 
 void printBytes(std::string_view bytes) { std::fwrite(bytes.data(), 1, bytes.size(), stdout); }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 void Tool::parse(int argc, char** argv) {
+  commandLine.assign(argv, argv + argc);
   const auto taker = argc > 1 ? m_takers.find(argv[1]) : m_takers.end();
   if (taker == m_takers.end()) return app.parse(argc, argv);
   char** const end = argv + argc;

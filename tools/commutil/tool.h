@@ -16,6 +16,7 @@ struct Tool {
   CLI::App app{"Shows on a live host what a service gets from the common utility library.",
                "commutil"};
   std::function<int()> action;
+  std::vector<std::string> commandLine;  ///< the whole command line, the command's name first
 
   /// Adds a subcommand below `parent`. Its values live in an `Options` that `configure(subcommand,
   /// options)` binds to its options and that `run(options)`, which returns the exit code, reads.
@@ -51,8 +52,10 @@ void addOperand(CLI::App& subcommand, const char* name, std::string& value, cons
 
 // The families' subcommands, each from the source of its name.
 void addBase64(Tool& tool);
+void addCheck(Tool& tool);
 void addCommand(Tool& tool);
 void addConfig(Tool& tool);
+void addExplain(Tool& tool);
 void addIdentifiers(Tool& tool);
 void addNetwork(Tool& tool);
 void addPathSafety(Tool& tool);

@@ -1,0 +1,267 @@
+#include "pid_view.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+
+#include "output.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+[[noreturn]] void fail(const std::string& what) { throw std::runtime_error(what); }
+
+/// The running process, held by descriptors so that another one with its number is not taken for
+/// it.
+struct Process {
+  int pid = 0;
+  int directory = -1;
+  int environment = -1;
+  int root = -1;
+  int workingDirectory = -1;
+  uid_t user = 0;
+  gid_t group = 0;
+  std::vector<gid_t> groups;
+  std::time_t started = 0;
+  bool sameRoot = false;
+};
+
+std::string readDescriptor(int fd) {
+  std::string text;
+  std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
+  while (true) {
+    const ssize_t count = ::read(fd, piece.data(), piece.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) fail(std::string("its environment cannot be read: ") + std::strerror(errno));
+    if (count == 0) return text;
+    text.append(piece.data(), static_cast<std::size_t>(count));
+  }
+}
+
+int openOf(const Process& process, const char* name, int flags) {
+  const int fd = ::openat(process.directory, name, flags | O_CLOEXEC);
+  if (fd < 0) {
+    fail("process " + std::to_string(process.pid) + ": " + name + ": " + std::strerror(errno) +
+         "; run as root or as the user of the process");
+  }
+  return fd;
+}
+
+/// The fourth field of a "Uid:" line is the file system's identity; the second the effective one.
+void readIdentity(Process& process) {
+  const int fd = openOf(process, "status", O_RDONLY);
+  std::istringstream lines(readDescriptor(fd));
+  ::close(fd);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream fields(line);
+    std::string name;
+    long real = 0;
+    fields >> name;
+    if (name == "Uid:") fields >> real >> process.user;
+    if (name == "Gid:") fields >> real >> process.group;
+    if (name != "Groups:") continue;
+    for (gid_t id = 0; fields >> id;) process.groups.push_back(id);
+  }
+}
+
+/// When the process was started: its 22nd field, in ticks after the start of the system.
+std::time_t startOf(const Process& process) {
+  constexpr int kFieldsBefore = 19;  // after the name, which may hold anything but ends at ')'
+  const int fd = openOf(process, "stat", O_RDONLY);
+  const std::string text = readDescriptor(fd);
+  ::close(fd);
+  std::istringstream fields(text.substr(std::min(text.rfind(')'), text.size() - 2) + 1));
+  std::string skipped;
+  for (int i = 0; i < kFieldsBefore; ++i) fields >> skipped;
+  long long ticks = 0;
+  fields >> ticks;
+  std::timespec now{};
+  std::timespec up{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  ::clock_gettime(CLOCK_BOOTTIME, &up);
+  return now.tv_sec - up.tv_sec + ticks / ::sysconf(_SC_CLK_TCK);
+}
+
+std::string namespaceOf(int directory) {
+  std::array<char, 64> text{};
+  return ::readlinkat(directory, "ns/mnt", text.data(), text.size() - 1) > 0 ? text.data() : "";
+}
+
+bool hasOwnRoot(const Process& process) {
+  struct stat theirs {};
+  struct stat ours {};
+  if (::fstat(process.root, &theirs) != 0 || ::stat("/", &ours) != 0) return false;
+  const int self = ::open("/proc/self", O_PATH | O_DIRECTORY | O_CLOEXEC);
+  const bool sameMounts = namespaceOf(process.directory) == namespaceOf(self);
+  ::close(self);
+  return sameMounts && theirs.st_dev == ours.st_dev && theirs.st_ino == ours.st_ino;
+}
+
+Process openProcess(int pid) {
+  Process process;
+  process.pid = pid;
+  const std::string path = "/proc/" + std::to_string(pid);
+  process.directory = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (process.directory < 0) fail("there is no process " + std::to_string(pid));
+  process.environment = openOf(process, "environ", O_RDONLY);
+  process.root = openOf(process, "root", O_PATH);
+  process.workingDirectory = openOf(process, "cwd", O_PATH);
+  process.sameRoot = hasOwnRoot(process);
+  readIdentity(process);
+  process.started = startOf(process);
+  return process;
+}
+
+bool hasIdentity(const Process& process) {
+  return ::geteuid() == process.user && ::getegid() == process.group;
+}
+
+/// Becomes the user of the process, for good: no step back is left.
+void becomeUser(const Process& process) {
+  if (::geteuid() == 0 && ::setgroups(process.groups.size(), process.groups.data()) != 0)
+    fail(std::string("its groups cannot be taken: ") + std::strerror(errno));
+  const bool taken = ::setresgid(process.group, process.group, process.group) == 0 &&
+                     ::setresuid(process.user, process.user, process.user) == 0;
+  if (!taken || !hasIdentity(process)) {
+    fail("process " + std::to_string(process.pid) +
+         " runs as another user; run as root or as that user");
+  }
+  if (process.user != 0 && ::setuid(0) == 0) fail("the user cannot be given up");
+  ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+}
+
+/// Its strings, without what would load code into this command.
+std::vector<std::string> environmentOf(const Process& process) {
+  std::vector<std::string> all;
+  std::istringstream entries(readDescriptor(process.environment));
+  for (std::string entry; std::getline(entries, entry, '\0');) {
+    if (entry.rfind("LD_PRELOAD=", 0) == 0 || entry.rfind("LD_AUDIT=", 0) == 0) continue;
+    all.push_back(std::move(entry));
+  }
+  return all;
+}
+
+settings::Environment asMap(const std::vector<std::string>& entries) {
+  settings::Environment map;
+  for (const std::string& entry : entries) {
+    const std::size_t equals = entry.find('=');
+    if (equals != std::string::npos) map.emplace(entry.substr(0, equals), entry.substr(equals + 1));
+  }
+  return map;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& strings) {
+  std::vector<char*> pointers;
+  for (std::string& string : strings) pointers.push_back(string.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+[[noreturn]] void startAnew(int program, std::vector<std::string> words,
+                            std::vector<std::string> environment) {
+  ::fexecve(program, pointersTo(words).data(), pointersTo(environment).data());
+  fail(std::string("this command cannot be started as that user: ") + std::strerror(errno));
+}
+
+/// The child: nothing of the service's is read before its identity is taken.
+int showAsProcess(const ViewOptions& options, const std::function<int(const View&)>& show) {
+  const Process process = openProcess(*options.pid);
+  const int program = ::open("/proc/self/exe", O_RDONLY | O_CLOEXEC);
+  becomeUser(process);
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (::fchdir(process.workingDirectory) != 0 && ::chdir("/") != 0)
+    fail("its working directory cannot be entered");
+  const std::vector<std::string> environment = environmentOf(process);
+  const std::string title = "process " + std::to_string(process.pid) + ", user id " +
+                            std::to_string(process.user) +
+                            "; its environment is the one that it was started with";
+  if (!process.sameRoot) {
+    const View view{asMap(environment), title + "; its root directory is another one", process.root,
+                    "other root", process.started};
+    return show(view);
+  }
+  std::vector<std::string> words = options.commandLine;
+  words.insert(words.begin() + 2,
+               {"--switched-view", title, "--switched-start", std::to_string(process.started)});
+  startAnew(program, std::move(words), environment);
+}
+
+[[noreturn]] void runChild(std::array<int, 2> out, std::array<int, 2> err,
+                           const ViewOptions& options,
+                           const std::function<int(const View&)>& show) {
+  ::setsid();  // no terminal that the service's user could write to
+  const int null = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+  ::dup2(null, STDIN_FILENO);
+  ::dup2(out[1], STDOUT_FILENO);
+  ::dup2(err[1], STDERR_FILENO);
+  int code = 2;
+  try {
+    code = showAsProcess(options, show);
+  } catch (const std::exception& error) {
+    complain(error.what());
+  }
+  std::fflush(nullptr);
+  ::_exit(code);
+}
+
+/// Copies what the child writes until it closes both ends. Returns whether it did in time.
+bool relay(int out, int err, Clock::time_point deadline) {
+  std::array<pollfd, 2> ends{{{out, POLLIN, 0}, {err, POLLIN, 0}}};
+  const std::array<std::FILE*, 2> streams{stdout, stderr};
+  while (ends[0].fd >= 0 || ends[1].fd >= 0) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0) return false;
+    ::poll(ends.data(), ends.size(), static_cast<int>(std::min<long>(left.count(), INT_MAX)));
+    for (std::size_t i = 0; i < ends.size(); ++i) {
+      if (ends[i].fd < 0 || ends[i].revents == 0) continue;
+      std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
+      const ssize_t count = ::read(ends[i].fd, piece.data(), piece.size());
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) ends[i].fd = -1;
+      if (count > 0) std::fwrite(piece.data(), 1, static_cast<std::size_t>(count), streams[i]);
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+int inViewOfProcess(const ViewOptions& options, const std::function<int(const View&)>& show) {
+  constexpr int kRounds = 3;
+  std::array<int, 2> out{};
+  std::array<int, 2> err{};
+  if (::pipe2(out.data(), O_CLOEXEC) != 0 || ::pipe2(err.data(), O_CLOEXEC) != 0)
+    fail(std::string("no pipe: ") + std::strerror(errno));
+  std::fflush(nullptr);
+  const pid_t child = ::fork();
+  if (child == 0) runChild(out, err, options, show);
+  ::close(out[1]);
+  ::close(err[1]);
+  if (child < 0) fail(std::string("no process: ") + std::strerror(errno));
+  const std::chrono::milliseconds patience(static_cast<long>(options.timeout * 1000 * kRounds) +
+                                           5000);
+  const bool inTime = relay(out[0], err[0], Clock::now() + patience);
+  if (!inTime) ::kill(child, SIGKILL);
+  int status = 0;
+  if (inTime) ::waitpid(child, &status, 0);
+  if (inTime && WIFEXITED(status)) return WEXITSTATUS(status);
+  complain("the view of process " + std::to_string(*options.pid) +
+           " cannot be shown: " + (inTime ? "its command was killed" : "no answer in time"));
+  return kNo;
+}
