@@ -39,6 +39,9 @@ struct Tool {
   /// @throws CLI::ParseError for wrong use, help and version
   void parse(int argc, char** argv);
 
+  /// Prints the help of the subcommand that `words` name. Returns the exit code.
+  int printHelp(const std::vector<std::string>& words) const;
+
  private:
   std::map<std::string, std::vector<std::string>*> m_takers;
 };
@@ -53,6 +56,7 @@ void addOperand(CLI::App& subcommand, const char* name, std::string& value, cons
 void addBase64(Tool& tool);
 void addCommand(Tool& tool);
 void addConfig(Tool& tool);
+void addHelp(Tool& tool);
 void addIdentifiers(Tool& tool);
 void addNetwork(Tool& tool);
 void addPathSafety(Tool& tool);
