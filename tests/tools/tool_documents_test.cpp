@@ -119,8 +119,14 @@ TEST_F(Documents, ManPageExplainsTheCommonOptions) {
 }
 
 TEST_F(Documents, CompletionOffersTheOptionsOfEverySubcommand) {
+  m_leaves.erase("help");
   for (const auto& [subcommand, options] : m_leaves)
     EXPECT_EQ(options, completed(subcommand)) << subcommand;
+}
+
+TEST_F(Documents, CompletionOffersTheSubcommandsAfterHelp) {
+  EXPECT_EQ(completed(""), completed("help"));
+  EXPECT_EQ(completed("ip"), completed("help ip"));
 }
 
 TEST_F(Documents, CompletionOffersTheSubcommands) {

@@ -71,7 +71,6 @@ void printText(const CheckOptions& options, const View& view, const Checks& chec
 void printJson(const CheckOptions& options, const View& view, const Checks& checks,
                Severity worst) {
   Json::Value document;
-  document["schema"] = 1;
   if (!view.title.empty()) document["view"] = view.title;
   document["status"] = std::string(wordFor(worst));
   document["checks"] = Json::arrayValue;

@@ -38,10 +38,10 @@ void addSource(const SourceState& source, const settings::Facts& facts, Checks& 
     checks.push_back({severityOf(note, source, facts), theme, source.place, message, note.remedy});
     noted = true;
   }
-  if (!noted) checks.push_back({Severity::ok, theme, source.place, source.state, ""});
+  if (!noted && source.state != "missing")
+    checks.push_back({Severity::ok, theme, source.place, source.state, ""});
 }
 
-/// Notes with text and the state they belong to make one line for each place.
 void addAnswer(const ExplainedAnswer& answer, const settings::Facts& facts, Checks& checks) {
   const settings::Explanation& explanation = answer.explanation;
   for (const SourceState& source : explanation.sources)

@@ -62,20 +62,21 @@ struct ExplainOptions : ViewOptions {
   std::vector<std::string> names;
 };
 
-/// The answers that the names choose, all of them without a name; empty for an unknown name.
+/// Why `name` names no answer, "" if it does.
+std::string problemOf(const std::string& name) {
+  if (settings::findAnswer(name) != nullptr) return {};
+  const std::string near(settings::suggestAnswer(name));
+  return "nothing to explain is named " + name +
+         (near.empty() ? "; commutil explain lists all" : "; did you mean " + near + "?");
+}
+
+/// The answers that the names choose, all of them without a name.
 std::vector<const settings::Answer*> chosen(const std::vector<std::string>& names) {
   std::vector<const settings::Answer*> all;
   if (names.empty())
     for (const settings::Answer& answer : settings::answers()) all.push_back(&answer);
   for (const std::string& name : names) {
-    const settings::Answer* const answer = settings::findAnswer(name);
-    if (answer == nullptr) {
-      const std::string near(settings::suggestAnswer(name));
-      complain("nothing to explain is named " + name +
-               (near.empty() ? "; commutil explain lists all" : "; did you mean " + near + "?"));
-      return {};
-    }
-    all.push_back(answer);
+    all.push_back(settings::findAnswer(name));
   }
   return all;
 }
@@ -83,11 +84,9 @@ std::vector<const settings::Answer*> chosen(const std::vector<std::string>& name
 int show(const ExplainOptions& options, const View& view) {
   Request request;
   request.answers = chosen(options.names);
-  if (request.answers.empty()) return kWrongUse;
   const Collection collection = collect(view, options, request);
   const settings::Explainer explainer(collection.facts);
   Json::Value document;
-  document["schema"] = 1;
   if (!view.title.empty()) document["view"] = view.title;
   document["answers"] = Json::arrayValue;
   int code = kOk;
@@ -174,7 +173,8 @@ void addExplain(Tool& tool) {
         subcommand
             .add_option("NAME", options.names,
                         "Switches, options, paths and lists; all without a name")
-            ->type_name("");
+            ->type_name("")
+            ->check(CLI::Validator(problemOf, ""));
         addViewOptions(tool, subcommand, options);
       },
       [](const ExplainOptions& options) {

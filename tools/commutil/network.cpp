@@ -8,8 +8,12 @@
 #include <json/value.h>
 #include <netinet/in.h>
 #include <netpacket/packet.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <list>
 #include <map>
@@ -19,6 +23,7 @@
 #include <vector>
 
 #include "output.h"
+#include "settings/json_document.h"
 #include "tool.h"
 
 namespace {
@@ -126,15 +131,38 @@ Json::Value macAddresses() {
   return result;
 }
 
-/// The cluster's remote-client nodes, null when there is no list of nodes.
-Json::Value clusterNodes() {
-  std::list<std::string> nodes;
-  try {
-    if (VexaCommonUtils_i::GetAllWebswingNodeIPs(nodes) == 0) return jsonList(nodes);
-  } catch (const std::exception& error) {
-    complain(std::string("the list of nodes has the wrong form: ") + error.what());
+/// The cluster's remote-client nodes; `nodes` is null where there is no list of nodes.
+struct Cluster {
+  Json::Value nodes;
+  std::string problem;  ///< why the list cannot be read, "" if it can or none is configured
+};
+
+/// Why the library has no answer, for the list of nodes at `path`.
+std::string clusterProblem(const std::string& path, const std::string& exception) {
+  std::string text;
+  if (VexaCommonUtils::readFile(path, text) != 0) {
+    const bool readable = ::access(path.c_str(), R_OK) == 0;
+    return path + ": " + (readable ? "not a regular file" : std::strerror(errno));
   }
-  return {};
+  const settings::JsonDocument document(text, settings::JsonRules::lenient);
+  if (!document.fault()) return path + ": a value is of the wrong kind: " + exception;
+  const settings::Finding& fault = *document.fault();
+  return path + ":" + std::to_string(fault.place.line) + ":" + std::to_string(fault.place.column) +
+         ": " + fault.message;
+}
+
+Cluster cluster() {
+  const char* const root = std::getenv("QORV_ROOT");
+  if (root == nullptr) return {};
+  const std::string path = std::string(root) + "/etc/sysconf/nodelists.json";
+  std::list<std::string> nodes;
+  std::string exception;
+  try {
+    if (VexaCommonUtils_i::GetAllWebswingNodeIPs(nodes) == 0) return {jsonList(nodes), ""};
+  } catch (const std::exception& error) {
+    exception = error.what();
+  }
+  return {Json::Value(), clusterProblem(path, exception)};
 }
 
 struct NetOptions {
@@ -144,6 +172,7 @@ struct NetOptions {
 int net(const NetOptions& options) {
   std::list<std::string> listed;
   VexaCommonUtils_i::getAllIPAddr(listed);
+  const Cluster nodes = cluster();
   Json::Value document;
   document["host"]["address"] = VexaCommonUtils::hostipaddr();
   document["host"]["name"] = VexaCommonUtils::hostname();
@@ -151,9 +180,12 @@ int net(const NetOptions& options) {
   document["addresses"] = addresses();
   document["addressesAsListed"] = jsonList(listed);
   document["macAddresses"] = macAddresses();
-  document["clusterNodes"] = clusterNodes();
+  document["clusterNodes"] = nodes.nodes;
+  if (options.json && !nodes.problem.empty()) document["clusterNodesProblem"] = nodes.problem;
   printDocument(document, options.json);
-  return kOk;
+  if (nodes.problem.empty()) return kOk;
+  if (!options.json) complain(nodes.problem);
+  return kNo;
 }
 
 struct AddressOptions {
@@ -161,10 +193,7 @@ struct AddressOptions {
   std::string text;
 };
 
-int noAddress(const std::string& text) {
-  complain("no address: " + text);
-  return kNo;
-}
+int noAddress(const std::string& text) { return fail("not an address: " + text); }
 
 int printAddress(const std::string& address, int family, bool json) {
   if (!json) {
@@ -190,9 +219,9 @@ int check(const AddressOptions& options) {
   const int family = VexaCommonUtils_i::formatStringIP(address);
   Json::Value document;
   document["family"] = family;
-  document["isValidIP"] = VexaCommonUtils::isValidIP(options.text);
-  document["CheckIp"] = CheckIp(options.text.c_str());
-  document["validateIPv4"] = VexaCommonUtils_i::validateIPv4(options.text, octets) == 0;
+  document["strict"] = VexaCommonUtils::isValidIP(options.text);
+  document["lax"] = CheckIp(options.text.c_str());
+  document["parsable"] = VexaCommonUtils_i::validateIPv4(options.text, octets) == 0;
   printDocument(document, options.json);
   return family == 0 ? kNo : kOk;
 }
@@ -216,10 +245,7 @@ int resolve(const AddressOptions& options) {
 
 int mac(const AddressOptions& options) {
   const Json::Value found = macOf(options.text);
-  if (found.isNull()) {
-    complain("no interface with a MAC address carries " + options.text);
-    return kNo;
-  }
+  if (found.isNull()) return fail("no interface with a MAC address has " + options.text);
   printText("mac", found.asString(), options.json);
   return kOk;
 }

@@ -12,6 +12,8 @@
 
 namespace {
 
+bool jsonFailures = false;
+
 bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 
 /// Returns the length of the UTF-8 sequence at the front of `text`, which is not empty; 0 where
@@ -107,13 +109,17 @@ Json::Value withUtf8(const Json::Value& value) {
   return result;
 }
 
+void setJson(bool json) { jsonFailures = json; }
+
 void printBytes(std::string_view bytes) { std::fwrite(bytes.data(), 1, bytes.size(), stdout); }
 
 void printDocument(const Json::Value& document, bool json) {
   if (!json) return writeTree(document, 0);
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "  ";
-  printBytes(Json::writeString(builder, withUtf8(document)) + "\n");
+  Json::Value printed = withUtf8(document);
+  printed["schema"] = kSchema;
+  printBytes(Json::writeString(builder, printed) + "\n");
 }
 
 void printText(const char* name, const std::string& text, bool json) {
@@ -125,4 +131,15 @@ void printText(const char* name, const std::string& text, bool json) {
 
 void complain(const std::string& message) {
   std::fprintf(stderr, "commutil: %s\n", message.c_str());
+}
+
+int fail(const std::string& message, int code) {
+  if (!jsonFailures) {
+    complain(message);
+    return code;
+  }
+  Json::Value document;
+  document["error"] = message;
+  printDocument(document, true);
+  return code;
 }

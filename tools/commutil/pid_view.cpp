@@ -24,7 +24,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-[[noreturn]] void fail(const std::string& what) { throw std::runtime_error(what); }
+[[noreturn]] void giveUp(const std::string& what) { throw std::runtime_error(what); }
 
 /// The running process, held by descriptors so that another one with its number is not taken for
 /// it.
@@ -47,7 +47,7 @@ std::string readDescriptor(int fd) {
   while (true) {
     const ssize_t count = ::read(fd, piece.data(), piece.size());
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) fail(std::string("its environment cannot be read: ") + std::strerror(errno));
+    if (count < 0) giveUp(std::string("its environment cannot be read: ") + std::strerror(errno));
     if (count == 0) return text;
     text.append(piece.data(), static_cast<std::size_t>(count));
   }
@@ -56,8 +56,8 @@ std::string readDescriptor(int fd) {
 int openOf(const Process& process, const char* name, int flags) {
   const int fd = ::openat(process.directory, name, flags | O_CLOEXEC);
   if (fd < 0) {
-    fail("process " + std::to_string(process.pid) + ": " + name + ": " + std::strerror(errno) +
-         "; run as root or as the user of the process");
+    giveUp("process " + std::to_string(process.pid) + ": " + name + ": " + std::strerror(errno) +
+           "; run as root or as the user of the process");
   }
   return fd;
 }
@@ -117,7 +117,7 @@ Process openProcess(int pid) {
   process.pid = pid;
   const std::string path = "/proc/" + std::to_string(pid);
   process.directory = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (process.directory < 0) fail("there is no process " + std::to_string(pid));
+  if (process.directory < 0) giveUp("there is no process " + std::to_string(pid));
   process.environment = openOf(process, "environ", O_RDONLY);
   process.root = openOf(process, "root", O_PATH);
   process.workingDirectory = openOf(process, "cwd", O_PATH);
@@ -134,14 +134,14 @@ bool hasIdentity(const Process& process) {
 /// Becomes the user of the process, for good: no step back is left.
 void becomeUser(const Process& process) {
   if (::geteuid() == 0 && ::setgroups(process.groups.size(), process.groups.data()) != 0)
-    fail(std::string("its groups cannot be taken: ") + std::strerror(errno));
+    giveUp(std::string("its groups cannot be taken: ") + std::strerror(errno));
   const bool taken = ::setresgid(process.group, process.group, process.group) == 0 &&
                      ::setresuid(process.user, process.user, process.user) == 0;
   if (!taken || !hasIdentity(process)) {
-    fail("process " + std::to_string(process.pid) +
-         " runs as another user; run as root or as that user");
+    giveUp("process " + std::to_string(process.pid) +
+           " runs as another user; run as root or as that user");
   }
-  if (process.user != 0 && ::setuid(0) == 0) fail("the user cannot be given up");
+  if (process.user != 0 && ::setuid(0) == 0) giveUp("the user cannot be given up");
   ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
 }
 
@@ -175,7 +175,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& strings) {
 [[noreturn]] void startAnew(int program, std::vector<std::string> words,
                             std::vector<std::string> environment) {
   ::fexecve(program, pointersTo(words).data(), pointersTo(environment).data());
-  fail(std::string("this command cannot be started as that user: ") + std::strerror(errno));
+  giveUp(std::string("this command cannot be started as that user: ") + std::strerror(errno));
 }
 
 /// The child: nothing of the service's is read before its identity is taken.
@@ -185,7 +185,7 @@ int showAsProcess(const ViewOptions& options, const std::function<int(const View
   becomeUser(process);
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::fchdir(process.workingDirectory) != 0 && ::chdir("/") != 0)
-    fail("its working directory cannot be entered");
+    giveUp("its working directory cannot be entered");
   const std::vector<std::string> environment = environmentOf(process);
   const std::string title = "process " + std::to_string(process.pid) + ", user id " +
                             std::to_string(process.user) +
@@ -213,7 +213,7 @@ int showAsProcess(const ViewOptions& options, const std::function<int(const View
   try {
     code = showAsProcess(options, show);
   } catch (const std::exception& error) {
-    complain(error.what());
+    code = fail(error.what(), code);
   }
   std::fflush(nullptr);
   ::_exit(code);
@@ -247,13 +247,13 @@ int inViewOfProcess(const ViewOptions& options, const std::function<int(const Vi
   std::array<int, 2> out{};
   std::array<int, 2> err{};
   if (::pipe2(out.data(), O_CLOEXEC) != 0 || ::pipe2(err.data(), O_CLOEXEC) != 0)
-    fail(std::string("no pipe: ") + std::strerror(errno));
+    giveUp(std::string("no pipe: ") + std::strerror(errno));
   std::fflush(nullptr);
   const pid_t child = ::fork();
   if (child == 0) runChild(out, err, options, show);
   ::close(out[1]);
   ::close(err[1]);
-  if (child < 0) fail(std::string("no process: ") + std::strerror(errno));
+  if (child < 0) giveUp(std::string("no process: ") + std::strerror(errno));
   const std::chrono::milliseconds patience(static_cast<long>(options.timeout * 1000 * kRounds) +
                                            5000);
   const bool inTime = relay(out[0], err[0], Clock::now() + patience);

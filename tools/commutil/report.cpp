@@ -2,16 +2,20 @@
 // of this host, and where each answer comes from.
 #include <VexaCommonUtils_i.h>
 
+#include <fcntl.h>
 #include <json/reader.h>
 #include <json/value.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
+#include "child_call.h"
 #include "explain.h"
 #include "output.h"
 #include "settings/catalog.h"
@@ -65,7 +69,6 @@ Json::Value reportOf(const View& view, const Collection& collection) {
   const settings::Facts& facts = collection.facts;
   const settings::Explainer explainer(facts);
   Json::Value document;
-  document["schema"] = 1;
   if (!view.title.empty()) document["view"] = view.title;
   document["user"] = facts.user;
   document["environment"] = environment(facts);
@@ -87,17 +90,41 @@ void printAnswers(const View& view, const Collection& collection) {
 
 struct ReportOptions : ViewOptions {
   std::string saved;
+  int descriptor = -1;  ///< of the saved report, opened before a service's view is taken
 };
 
-Json::Value readSaved(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw std::runtime_error(path + ": cannot be read");
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
+/// Reads the saved report in a child, as everything else.
+std::string readSaved(const ReportOptions& options) {
+  std::string text;
+  std::string fault;
+  ChildCalls calls(timeoutOf(options));
+  calls.start(
+      "the file " + options.saved,
+      [&options] {
+        const std::string path = options.descriptor < 0
+                                     ? options.saved
+                                     : "/proc/self/fd/" + std::to_string(options.descriptor);
+        std::ifstream file(path, std::ios::binary);
+        if (!file) throw std::runtime_error("cannot be read");
+        return std::string{std::istreambuf_iterator<char>(file), {}};
+      },
+      [&](const CallResult& result) {
+        text = result.bytes;
+        fault = result.fault;
+      });
+  calls.finish();
+  if (!fault.empty()) throw std::runtime_error(options.saved + ": " + fault);
+  return text;
+}
+
+Json::Value savedReport(const ReportOptions& options) {
+  const std::string text = readSaved(options);
   Json::Value document;
   const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  if (!reader->parse(text.data(), text.data() + text.size(), &document, nullptr) ||
-      !document.isObject() || !document["answers"].isArray())
-    throw std::runtime_error(path + ": not a report of commutil report --json");
+  const bool parsed = reader->parse(text.data(), text.data() + text.size(), &document, nullptr);
+  if (!parsed || !document.isObject() || !document["answers"].isArray())
+    throw std::runtime_error(options.saved + ": not a report of commutil report --json");
+  document.removeMember("schema");
   return document;
 }
 
@@ -140,9 +167,8 @@ void compare(const std::string& place, const Json::Value& before, const Json::Va
 
 int showDifference(const ReportOptions& options, const Json::Value& document) {
   Json::Value result;
-  result["schema"] = 1;
   result["differences"] = Json::arrayValue;
-  compare("", readSaved(options.saved), withUtf8(document), result["differences"]);
+  compare("", savedReport(options), withUtf8(document), result["differences"]);
   if (options.json) printDocument(result, true);
   if (!options.json)
     for (const Json::Value& row : result["differences"])
@@ -162,10 +188,21 @@ int show(const ReportOptions& options, const View& view) {
     return kOk;
   }
   document.removeMember("answers");
-  document.removeMember("schema");
   printDocument(document, false);
   printAnswers(view, collection);
   return kOk;
+}
+
+/// A saved report is opened by the caller's user, not by that of the service.
+int run(const ReportOptions& given) {
+  ReportOptions options = given;
+  if (options.pid && !options.saved.empty() && options.switchedView.empty()) {
+    options.descriptor = ::open(options.saved.c_str(), O_RDONLY | O_NONBLOCK);
+    if (options.descriptor < 0) return fail(options.saved + ": " + std::strerror(errno));
+    const std::string number = std::to_string(options.descriptor);
+    options.commandLine.insert(options.commandLine.begin() + 2, {"--diff-descriptor", number});
+  }
+  return inView(options, [&](const View& view) { return show(options, view); });
 }
 
 }  // namespace
@@ -179,8 +216,7 @@ void addReport(Tool& tool) {
             .add_option("--diff", options.saved,
                         "Compare with a report saved with --json; exit code 1 if they differ")
             ->type_name("FILE");
+        subcommand.add_option("--diff-descriptor", options.descriptor)->group("");
       },
-      [](const ReportOptions& options) {
-        return inView(options, [&](const View& view) { return show(options, view); });
-      });
+      run);
 }

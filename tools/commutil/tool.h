@@ -40,6 +40,9 @@ struct Tool {
   /// @throws CLI::ParseError for wrong use, help and version
   void parse(int argc, char** argv);
 
+  /// Prints the help of the subcommand that `words` name. Returns the exit code.
+  int printHelp(const std::vector<std::string>& words) const;
+
  private:
   std::map<std::string, std::vector<std::string>*> m_takers;
 };
@@ -56,6 +59,7 @@ void addCheck(Tool& tool);
 void addCommand(Tool& tool);
 void addConfig(Tool& tool);
 void addExplain(Tool& tool);
+void addHelp(Tool& tool);
 void addIdentifiers(Tool& tool);
 void addNetwork(Tool& tool);
 void addPathSafety(Tool& tool);

@@ -24,10 +24,14 @@ void addViewOptions(Tool& tool, CLI::App& subcommand, ViewOptions& options) {
   subcommand.parse_complete_callback([&tool, &options] { options.commandLine = tool.commandLine; });
 }
 
-Collection collect(const View& view, const ViewOptions& options, Request request) {
+std::chrono::milliseconds timeoutOf(const ViewOptions& options) {
   constexpr double kMilliseconds = 1000;
-  const auto timeout = static_cast<long>(options.timeout * kMilliseconds);
-  request.timeout = std::chrono::milliseconds(std::max(1L, timeout));
+  return std::chrono::milliseconds(
+      std::max(1L, static_cast<long>(options.timeout * kMilliseconds)));
+}
+
+Collection collect(const View& view, const ViewOptions& options, Request request) {
+  request.timeout = timeoutOf(options);
   request.root = view.root;
   request.storeNotAsked = view.storeNotAsked;
   return collect(view.environment, request);

@@ -26,6 +26,9 @@ struct ViewOptions {
 /// Adds --json, --timeout and --pid.
 void addViewOptions(Tool& tool, CLI::App& subcommand, ViewOptions& options);
 
+/// The deadline of a call.
+std::chrono::milliseconds timeoutOf(const ViewOptions& options);
+
 struct View {
   settings::Environment environment;
   std::string title;          ///< of a service's view, else ""
