@@ -34,7 +34,9 @@ TEST(JsonDocument, AgreesWithTheLibrary) {
     const bool wellFormed = JsonReader(false).parse(text, root);
     const JsonDocument document(text, JsonRules::lenient);
     ASSERT_EQ(wellFormed, !document.fault());
-    if (wellFormed) ASSERT_EQ(root, document.root());
+    if (wellFormed) {
+      ASSERT_EQ(root, document.root());
+    }
   }
 }
 

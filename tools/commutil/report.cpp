@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <json/reader.h>
 #include <json/value.h>
+#include <json/writer.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -51,6 +52,16 @@ Json::Value files(const settings::Facts& facts) {
     rows.append(row);
   }
   return rows;
+}
+
+/// The same as names and lines, for people.
+Json::Value linesOf(const Json::Value& rows) {
+  Json::Value lines(Json::objectValue);
+  for (const Json::Value& row : rows) {
+    const std::string path = row["path"].isNull() ? "" : row["path"].asString() + ": ";
+    lines[row["name"].asString()] = path + row["state"].asString();
+  }
+  return lines;
 }
 
 Json::Value store(const settings::Facts& facts, const settings::Explainer& explainer) {
@@ -117,13 +128,13 @@ std::string readSaved(const ReportOptions& options) {
   return text;
 }
 
-Json::Value savedReport(const ReportOptions& options) {
-  const std::string text = readSaved(options);
+/// Parses what `commutil report --json` printed.
+Json::Value parsedReport(const std::string& text, const std::string& name) {
   Json::Value document;
   const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
   const bool parsed = reader->parse(text.data(), text.data() + text.size(), &document, nullptr);
   if (!parsed || !document.isObject() || !document["answers"].isArray())
-    throw std::runtime_error(options.saved + ": not a report of commutil report --json");
+    throw std::runtime_error(name + ": not a report of commutil report --json");
   document.removeMember("schema");
   return document;
 }
@@ -168,7 +179,10 @@ void compare(const std::string& place, const Json::Value& before, const Json::Va
 int showDifference(const ReportOptions& options, const Json::Value& document) {
   Json::Value result;
   result["differences"] = Json::arrayValue;
-  compare("", savedReport(options), withUtf8(document), result["differences"]);
+  // Both as they are after printing.
+  const Json::Value now =
+      parsedReport(Json::writeString(Json::StreamWriterBuilder(), withUtf8(document)), "report");
+  compare("", parsedReport(readSaved(options), options.saved), now, result["differences"]);
   if (options.json) printDocument(result, true);
   if (!options.json)
     for (const Json::Value& row : result["differences"])
@@ -188,6 +202,7 @@ int show(const ReportOptions& options, const View& view) {
     return kOk;
   }
   document.removeMember("answers");
+  document["files"] = linesOf(document["files"]);
   printDocument(document, false);
   printAnswers(view, collection);
   return kOk;
