@@ -86,7 +86,7 @@ class VEXA_EXPORT VexaCommonUtils {
   /// first element under the first name, in byte order, of "databases", unchanged. The first type
   /// read is kept for the life of the process. Returns "sybase", and keeps nothing, when the
   /// variable is empty, the file cannot be read or parsed, or the type is missing, empty or no
-  /// text.
+  /// text. Lack of memory while reading and parsing counts as a failure to read.
   static std::string getDBType();
 
   /// @}
@@ -109,6 +109,7 @@ class VEXA_EXPORT VexaCommonUtils {
   /// text is not searched again. An empty `from` is a caller's error and leaves `s` alone. `from`
   /// and `to` are not modified.
   /// @return a copy of the modified `s`
+  /// @throws std::length_error  no string can hold the result; `s` is unchanged
   static std::string Vexareplace(std::string& s, std::string& from, std::string& to);
   /// Replaces every `from` in `s` by `to` as `Vexareplace` does; the text to change comes last.
   static void stringReplace(const std::string& from, const std::string& to, std::string& s);

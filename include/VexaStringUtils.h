@@ -28,6 +28,7 @@ VEXA_EXPORT bool StringIsRight(const std::string& s);
 /// may be empty or of any length; inserted text is not searched again.
 ///
 ///     ReplaceChar("50%", '%', "\\%")  ->  "50\\%"
+/// @throws std::length_error  no string can hold the result
 VEXA_EXPORT std::string ReplaceChar(const std::string& s, char c, const std::string& rep);
 
 /// Converts the hexadecimal digits of `hex` (up to its first NUL, no prefix, sign or blank) into
