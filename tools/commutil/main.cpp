@@ -22,8 +22,8 @@ int parseAndRun(int argc, char** argv) {
   tool.app.set_version_flag("--version", "commutil " VEXA_COMMUTIL_VERSION);
   tool.app.require_subcommand(1);
   tool.app.footer(kFooter);
-  for (const auto add : {addReport, addConfig, addQueryText, addNetwork, addCommand, addPathSafety,
-                         addProcessLock, addBase64, addIdentifiers, addHelp})
+  for (const auto add : {addReport, addSettings, addConfig, addQueryText, addNetwork, addCommand,
+                         addPathSafety, addProcessLock, addBase64, addIdentifiers, addHelp})
     add(tool);
   try {
     tool.parse(argc, argv);

@@ -22,6 +22,9 @@ void printBytes(std::string_view bytes);
 /// control characters are written as \xXX.
 void printDocument(const Json::Value& document, bool json);
 
+/// Returns `text` with control characters written as \xXX.
+std::string printable(std::string_view text);
+
 /// Prints one text as the member `name` of a JSON document, or byte for byte with a line end.
 void printText(const char* name, const std::string& text, bool json);
 
