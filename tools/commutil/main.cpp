@@ -24,8 +24,8 @@ int parseAndRun(int argc, char** argv) {
   tool.app.require_subcommand(1);
   tool.app.footer(kFooter);
   for (const auto add :
-       {addReport, addExplain, addCheck, addConfig, addQueryText, addNetwork, addCommand,
-        addPathSafety, addProcessLock, addBase64, addIdentifiers, addHelp})
+       {addReport, addExplain, addCheck, addSettings, addConfig, addQueryText, addNetwork,
+        addCommand, addPathSafety, addProcessLock, addBase64, addIdentifiers, addHelp})
     add(tool);
   try {
     tool.parse(argc, argv);

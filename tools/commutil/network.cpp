@@ -8,22 +8,22 @@
 #include <json/value.h>
 #include <netinet/in.h>
 #include <netpacket/packet.h>
-#include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "output.h"
+#include "progress.h"
 #include "settings/json_document.h"
+#include "settings_store/read_file.h"
 #include "tool.h"
 
 namespace {
@@ -139,12 +139,14 @@ struct Cluster {
 
 /// Why the library has no answer, for the list of nodes at `path`.
 std::string clusterProblem(const std::string& path, const std::string& exception) {
-  std::string text;
-  if (VexaCommonUtils::readFile(path, text) != 0) {
-    const bool readable = ::access(path.c_str(), R_OK) == 0;
-    return path + ": " + (readable ? "not a regular file" : std::strerror(errno));
+  std::optional<std::string> text;
+  try {
+    text = settings::readRegularFile(path);
+  } catch (const std::exception& error) {
+    return error.what();
   }
-  const settings::JsonDocument document(text, settings::JsonRules::lenient);
+  if (!text) return path + ": No such file or directory";
+  const settings::JsonDocument document(*text, settings::JsonRules::lenient);
   if (!document.fault()) return path + ": a value is of the wrong kind: " + exception;
   const settings::Finding& fault = *document.fault();
   return path + ":" + std::to_string(fault.place.line) + ":" + std::to_string(fault.place.column) +
@@ -170,6 +172,7 @@ struct NetOptions {
 };
 
 int net(const NetOptions& options) {
+  const Progress progress("reading this host's names and addresses");
   std::list<std::string> listed;
   VexaCommonUtils_i::getAllIPAddr(listed);
   const Cluster nodes = cluster();
@@ -227,6 +230,7 @@ int check(const AddressOptions& options) {
 }
 
 int resolve(const AddressOptions& options) {
+  const Progress progress("resolving " + options.text);
   std::string address = options.text;
   const int family = VexaCommonUtils_i::formatStringIP_DNS(address);
   if (family == 0) return noAddress(options.text);

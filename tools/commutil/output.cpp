@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "style.h"
+#include "progress.h"
 
 namespace {
 
@@ -109,9 +109,23 @@ Json::Value withUtf8(const Json::Value& value) {
   return result;
 }
 
+std::string printable(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    std::array<char, 5> escape{};
+    std::snprintf(escape.data(), escape.size(), "\\x%02x", byte);
+    byte < 0x20 || byte == 0x7F ? result += escape.data() : result += c;
+  }
+  return result;
+}
+
 void setJson(bool json) { jsonFailures = json; }
 
-void printBytes(std::string_view bytes) { std::fwrite(bytes.data(), 1, bytes.size(), stdout); }
+void printBytes(std::string_view bytes) {
+  Progress::hide();
+  std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+}
 
 void printDocument(const Json::Value& document, bool json) {
   if (!json) return writeTree(document, 0);
@@ -130,6 +144,7 @@ void printText(const char* name, const std::string& text, bool json) {
 }
 
 void complain(const std::string& message) {
+  Progress::hide();
   std::fprintf(stderr, "commutil: %s\n", message.c_str());
 }
 

@@ -25,6 +25,9 @@ void printDocument(const Json::Value& document, bool json);
 /// Returns `value` with each byte that is not UTF-8 as the character of its number.
 Json::Value withUtf8(const Json::Value& value);
 
+/// Returns `text` with control characters written as \xXX.
+std::string printable(std::string_view text);
+
 /// Prints one text as the member `name` of a JSON document, or byte for byte with a line end.
 void printText(const char* name, const std::string& text, bool json);
 

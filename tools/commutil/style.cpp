@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -46,15 +44,4 @@ std::string_view wordFor(settings::Severity severity) {
       return "error";
   }
   return {};
-}
-
-std::string printable(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    std::array<char, 5> escape{};
-    std::snprintf(escape.data(), escape.size(), "\\x%02x", byte);
-    byte < 0x20 || byte == 0x7F ? result += escape.data() : result += c;
-  }
-  return result;
 }

@@ -12,6 +12,3 @@ std::string colored(settings::Severity severity, std::string_view text);
 
 /// Returns "ok", "warning" or "error".
 std::string_view wordFor(settings::Severity severity);
-
-/// Returns `text` with control characters written as \xXX.
-std::string printable(std::string_view text);

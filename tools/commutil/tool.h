@@ -66,3 +66,4 @@ void addPathSafety(Tool& tool);
 void addProcessLock(Tool& tool);
 void addQueryText(Tool& tool);
 void addReport(Tool& tool);
+void addSettings(Tool& tool);
