@@ -716,6 +716,7 @@ void cancelAWriter(Random& random) {
   FullPipe pipe;
   std::FILE* const file = std::fopen(pipe.path().c_str(), "w");
   std::vector<Put> puts;
+  puts.reserve(400);
   for (int number = 0; number < 400; ++number) puts.push_back({line(random, 0, number)});
   WatchedThread writer([&] {
     for (Put& put : puts)
