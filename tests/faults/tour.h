@@ -45,6 +45,12 @@ std::string shortName(std::string demangled, bool overloaded);
 
 // Answers as text. Strings appear between quotes; a long one by its size and the sum of its bytes.
 
+/// The text of an array that ends at its first NUL.
+template <class Character>
+std::basic_string<Character> upToNul(const std::basic_string<Character>& array) {
+  return array.substr(0, array.find(Character{}));
+}
+
 std::string shown(const std::string& text);
 std::string shown(const std::wstring& text);
 inline std::string shown(const char* text) {

@@ -227,7 +227,7 @@ Tour charsetTour() {
        [](Attempt& attempt) {
          std::wstring text(kUtf8.size() + 1, L'x');
          attempt([&] { Utils::STR2WSTR(kUtf8.c_str(), text.data()); });
-         return show(std::wstring(text.c_str()));
+         return show(upToNul(text));
        },
        {show(std::wstring(kUtf8.size(), L'x'))},
        all},

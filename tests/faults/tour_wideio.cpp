@@ -225,7 +225,7 @@ Operation extractingLine(const std::string& of, const char* type) {
                          [](Attempt& attempt, Stream& stream) {
                            std::basic_string<Character> line(4097, Character{});
                            attempt([&] { stream >> line.data(); });
-                           return show(std::basic_string<Character>(line.c_str()));
+                           return show(upToNul(line));
                          },
                          {show(kFailedLine)});
 }
@@ -379,21 +379,21 @@ Tour widePrintTour() {
        [](Attempt& attempt) {
          std::wstring text = room();
          attempt([&] { formatInto(text.data(), L"%d of %ls", 7, L"a text"); });
-         return show(std::wstring(text.c_str()));
+         return show(upToNul(text));
        },
        {show(std::wstring())}},
       {"Vexaswprintf",
        [](Attempt& attempt) {
          std::wstring text = room();
          attempt([&] { Vexaswprintf(text.data(), L"%d of %ls", 7, L"a text"); });
-         return show(std::wstring(text.c_str()));
+         return show(upToNul(text));
        },
        {show(std::wstring())}},
       {"Vexaswprintf [wide field]",
        [](Attempt& attempt) {
          std::wstring text = room();
          attempt([&] { Vexaswprintf(text.data(), L"%.2000f", 0.5); });
-         return show(std::wstring(text.c_str()));
+         return show(upToNul(text));
        },
        {show(std::wstring())}},
       {"Vexawprintf",
@@ -409,7 +409,7 @@ Tour widePrintTour() {
          std::FILE* const file = std::fopen(outputPath().c_str(), "w");
          attempt([&] { Vexafwprintf(file, text.data(), L"%d of %ls", 7, L"a text"); });
          std::fclose(file);
-         return show(std::wstring(text.c_str()), commutil_test::readFile(outputPath()));
+         return show(upToNul(text), commutil_test::readFile(outputPath()));
        }},
   };
 }
