@@ -1,7 +1,6 @@
 // The cluster's node list and the application configuration: documents composed from the input, of
 // right and wrong kinds, beside what they must give; and any text at all.
-#include "config/settings.cpp"  // NOLINT(bugprone-suspicious-include): for what is hidden in it
-
+#include <json/value.h>
 #include <json/writer.h>
 
 #include <list>
@@ -9,6 +8,9 @@
 #include <optional>
 #include <string>
 
+#include "VexaCommonUtils_i.h"
+#include "config/uncached.h"
+#include "platform/json_reader.h"
 #include "support/expect.h"
 #include "support/input.h"
 #include "support/scratch.h"
@@ -168,7 +170,7 @@ void checkDatabaseType(Input& input) {
   }
   const std::string expected = types.empty() ? "" : types.begin()->second;
   deployment().write("application.json", written(root));
-  const commutil::Answer<std::string> answer = findDatabaseType();
+  const commutil::Answer<std::string> answer = commutil::findDatabaseType();
   expectEqual(answer.value, expected.empty() ? "sybase" : expected, "the database type");
   expectEqual(answer.keep, !expected.empty(), "a database type that was read is kept");
 }
@@ -192,7 +194,7 @@ void checkText(Input& input) {
   expectEqual(addresses.front(), "before", "addresses are appended");
   if (!isJson) expectEqual(addresses.size(), 1U, "no document, no address");
 
-  const commutil::Answer<std::string> answer = findDatabaseType();
+  const commutil::Answer<std::string> answer = commutil::findDatabaseType();
   if (!isJson) expect(!answer.keep, "no document, no type to keep");
   if (!answer.keep) expectEqual(answer.value, "sybase", "the default type");
   expect(!answer.value.empty(), "there is always a type");

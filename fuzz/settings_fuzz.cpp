@@ -1,12 +1,12 @@
 // The deployment switches on settings files of any bytes and any answer of the settings store,
 // beside a model of the files. What the library keeps for the life of a process is asked below its
-// cache, in the sources themselves; the store is this program.
-#include "config/paths.cpp"     // NOLINT(bugprone-suspicious-include): for what is hidden in it
-#include "config/settings.cpp"  // NOLINT(bugprone-suspicious-include): for what is hidden in it
-
+// cache; the store is this program.
 #include <algorithm>
 #include <string>
 
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "config/uncached.h"
 #include "models/ini_model.h"
 #include "support/expect.h"
 #include "support/input.h"
@@ -14,6 +14,7 @@
 
 namespace {
 
+using commutil::TsMode;
 using commutil_fuzz::IniModel;
 using commutil_fuzz::Input;
 using commutil_fuzz::Scratch;
@@ -100,12 +101,13 @@ void commutil_fuzz::testInput(Input& input) {
               "isListenAllIp");
   expectEqual(VexaCommonUtils_i::isListenLoopback(), modelListens(model, "ListenLoopbackIP"),
               "isListenLoopback");
-  expectEqual(findTraceDirectory().value, modelTraceDirectory(model), "the trace directory");
+  expectEqual(commutil::findTraceDirectory().value, modelTraceDirectory(model),
+              "the trace directory");
   expectEqual(VexaCommonUtils_i::isCorbaSSLOnly(), modelStore("disable") == "disable",
               "isCorbaSSLOnly");
 
   scratch.write("etc/conf/TSSetting.cfg", file);
-  expectEqual(static_cast<int>(readTsMode()),
+  expectEqual(static_cast<int>(commutil::readTsMode()),
               static_cast<int>(model.value("TS", "ts_mode") == "true" ? TsMode::on : TsMode::off),
               "the TS mode");
 

@@ -1,13 +1,16 @@
 // The SSL option file made of any template and any answers of the settings store, beside the steps
-// that make it. The library generates one file in a process's life, so what generates it is called
-// in the source itself; the store is this program.
-#include "config/ssl_conf.cpp"  // NOLINT(bugprone-suspicious-include): for what is hidden in it
+// that make it. The library generates one file in a process's life, so what generates it is called;
+// the store is this program.
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
+#include "VexaCommonUtils_i.h"
+#include "config/uncached.h"
 #include "support/expect.h"
 #include "support/input.h"
 #include "support/scratch.h"
@@ -82,7 +85,7 @@ void commutil_fuzz::testInput(Input& input) {
   const std::string source = scratch.write("svc_ssl.conf", text);
   const std::string target = scratch.write("svc_ssl_1.conf", "an older file");
   try {
-    expect(generate(source, target), "the file is generated");
+    expect(commutil::generateSslConf(source, target), "the file is generated");
     expect(expected.has_value(), "an option without a place throws");
     expectEqual(contentOf(target), *expected, "the option file");
     expectEqual(modeOf(target), static_cast<mode_t>(0640), "the option file's mode");

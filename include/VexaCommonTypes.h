@@ -1,9 +1,6 @@
 #ifndef VEXA_COMMON_TYPES_H
 #define VEXA_COMMON_TYPES_H
 
-/// @file
-/// Types that several families share.
-
 /// Plain types that several families of operations share.
 namespace Vexacommon {
 

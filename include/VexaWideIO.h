@@ -164,7 +164,9 @@ class VEXA_EXPORT Vexawofstream : public std::ostream {
   std::size_t write(const void* buf, std::size_t size, std::size_t count);
 
  private:
+  /// @cond
   friend VEXA_EXPORT std::ostream& wflush(std::ostream& stream);
+  /// @endcond
 
   std::FILE* m_file;
 };

@@ -7,6 +7,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "config/uncached.h"
 #include "platform/ini_reader.h"
 #include "platform/lazy_value.h"
 
@@ -18,8 +19,9 @@ std::string configDirectory(const char* rootVariable) {
 
 bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
 
-/// The trace directory, to be kept only when the settings file could be read.
-commutil::Answer<std::string> findTraceDirectory() {
+}  // namespace
+
+commutil::Answer<std::string> commutil::findTraceDirectory() {
   std::string directory = VexaCommonUtils::Vexagetenv("_APP_LOG_DIR").append("/log/");
   VexaIniReader settings(VexaCommonUtils_i::getConfFile("setting.cfg"));
   if (settings.initialize(false) != 0) return {std::move(directory), false};
@@ -29,8 +31,6 @@ commutil::Answer<std::string> findTraceDirectory() {
   if (directory.back() != '/') directory += '/';
   return {std::move(directory), true};
 }
-
-}  // namespace
 
 std::string VexaCommonUtils::getCommonConfigPath() { return configDirectory("COMMON_LIB_PATH"); }
 
@@ -42,7 +42,7 @@ std::string VexaCommonUtils::getAPPShareConfigPath() { return configDirectory("_
 
 std::string VexaCommonUtils::getTracePath() {
   static commutil::LazyValue<std::string> directory;
-  return directory.get(findTraceDirectory);
+  return directory.get(commutil::findTraceDirectory);
 }
 
 std::string VexaCommonUtils::getDumpAllLocksFile() {

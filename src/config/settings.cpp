@@ -9,6 +9,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "config/store_keys.h"
+#include "config/uncached.h"
 #include "platform/file_text.h"
 #include "platform/handles.h"
 #include "platform/ini_reader.h"
@@ -41,15 +42,17 @@ bool isListenSwitchOn(const std::string& parameter) {
   return value == "enable";
 }
 
-enum class TsMode { unknown, on, off };
+}  // namespace
 
-TsMode readTsMode() {
+commutil::TsMode commutil::readTsMode() {
   std::string directory = VexaCommonUtils::Vexagetenv("COMMON_SHARE_PATH");
   if (directory.empty()) directory = kDefaultShare;
   VexaIniReader settings(directory + "/etc/conf/TSSetting.cfg");
   if (settings.initialize(false) != 0) return TsMode::unknown;
   return settings.getParamValue("[TS]", "ts_mode") == "true" ? TsMode::on : TsMode::off;
 }
+
+namespace {
 
 /// Reads the next line with its line feed, or the next piece of a longer one, into `piece`. Returns
 /// whether there was one.
@@ -75,7 +78,9 @@ std::string readDatabaseType(const std::string& path) {
   return type.isString() ? type.asString() : std::string();
 }
 
-commutil::Answer<std::string> findDatabaseType() {
+}  // namespace
+
+commutil::Answer<std::string> commutil::findDatabaseType() {
   std::string type;
   try {
     const std::string path = VexaCommonUtils::Vexagetenv("APP_CONF_FILE");
@@ -87,8 +92,6 @@ commutil::Answer<std::string> findDatabaseType() {
   return {std::move(type), true};
 }
 
-}  // namespace
-
 bool VexaCommonUtils::isListenAllIp() { return isListenSwitchOn("ListenAllIp"); }
 
 bool VexaCommonUtils::isCorbaSSLOnly() { return VexaCommonUtils_i::isCorbaSSLOnly(); }
@@ -97,7 +100,7 @@ bool VexaCommonUtils::IsGlobalVersion() { return true; }
 
 std::string VexaCommonUtils::getDBType() {
   static commutil::LazyValue<std::string> type;
-  return type.get(findDatabaseType);
+  return type.get(commutil::findDatabaseType);
 }
 
 bool VexaCommonUtils_i::isListenLoopback() { return isListenSwitchOn("ListenLoopbackIP"); }
@@ -109,11 +112,12 @@ bool VexaCommonUtils_i::isCorbaSSLOnly() {
 }
 
 bool VexaCommonUtils_i::isTsMode() {
+  using commutil::TsMode;
   // Without a lock: concurrent first calls may each read the file and store the same answer.
   static constinit std::atomic<TsMode> known{TsMode::unknown};
   TsMode mode = known.load(std::memory_order_relaxed);
   if (mode == TsMode::unknown) {
-    mode = readTsMode();
+    mode = commutil::readTsMode();
     if (mode != TsMode::unknown) known.store(mode, std::memory_order_relaxed);
   }
   return mode == TsMode::on;

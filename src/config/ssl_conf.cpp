@@ -13,6 +13,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "config/store_keys.h"
+#include "config/uncached.h"
 #include "platform/file_io.h"
 #include "platform/handles.h"
 
@@ -60,7 +61,9 @@ bool writeGenerated(const std::string& path, std::string_view text) {
   return false;
 }
 
-bool generate(const std::string& source, const std::string& target) {
+}  // namespace
+
+bool commutil::generateSslConf(const std::string& source, const std::string& target) {
   // Whatever the name stands for goes, a dangling link too, so that nothing is written through it.
   ::unlink(target.c_str());
   std::string text;
@@ -68,8 +71,6 @@ bool generate(const std::string& source, const std::string& target) {
   addMissingOptions(text);
   return writeGenerated(target, text);
 }
-
-}  // namespace
 
 std::string VexaCommonUtils_i::get_svc_ssl_conf(const std::string& fileName) {
   std::string source = getConfFile(fileName);
@@ -80,7 +81,7 @@ std::string VexaCommonUtils_i::get_svc_ssl_conf(const std::string& fileName) {
   static ACE_Thread_Mutex mutex;
   // The flag is not tested again: callers that waited here write the same file once more.
   const ACE_Guard<ACE_Thread_Mutex> guard(mutex);
-  if (!generate(source, target)) return {};
+  if (!commutil::generateSslConf(source, target)) return {};
   generated.store(true, std::memory_order_release);
   return target;
 }

@@ -1,6 +1,6 @@
 // The classes that processes were compiled against: sizes, alignment, bases and public fields, and
 // what only shows at run time, the places of bases and virtual operations. Private fields are
-// compared with structures of the same fields; their names and offsets are in abi/layouts.txt.
+// compared with structures of the same fields; their names and offsets are in abi/libcommutil.abi.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

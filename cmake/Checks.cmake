@@ -1,0 +1,61 @@
+# What ./dev check runs beside the tests: tests of the label "check", and of one that says what they
+# check. Only the preset dev registers them, for they need more packages than the tests.
+cmake_minimum_required(VERSION 3.25)
+
+# commutil_check(NAME LABEL COMMAND...): a test that builds takes one processor, as any other.
+function(commutil_check name label)
+  add_test(NAME ${name} COMMAND ${ARGN} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(${name} PROPERTIES
+    LABELS "check;${label}"
+    TIMEOUT 1800
+    ENVIRONMENT CMAKE_BUILD_PARALLEL_LEVEL=1)
+endfunction()
+
+set(work ${PROJECT_BINARY_DIR}/checks)
+
+commutil_check(abi.Contract abi abi/check $<TARGET_FILE:commutil>)
+commutil_check(abi.Changes abi tests/contract/abi_changes ${work}/abi-changes)
+commutil_check(docs.Whole docs cmake/dev/docs)
+commutil_check(install.Consumed install
+  tests/consumer/check-install ${PROJECT_BINARY_DIR} ${work}/install)
+commutil_check(parent.Unchanged parent tests/consumer/check-parent ${work}/parent)
+commutil_check(stand_in.Called stand-in tests/stand_in/check ${work}/stand-in)
+commutil_check(shell.Scripts shell cmake/dev/check-scripts)
+commutil_check(format.Sources format cmake/dev/check-format)
+
+# Static analysis, a test for each source: "check" of what is shipped, "full" of the rest. The tree
+# lint holds the compile commands of clang, of benchmarks and fuzz targets too.
+commutil_check(lint.Configure lint ${CMAKE_COMMAND} --preset lint)
+set_tests_properties(lint.Configure PROPERTIES FIXTURES_SETUP lint_tree)
+file(GLOB_RECURSE sources RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
+  src/*.cpp tools/*.cpp providers/*.cpp examples/*.cpp tests/*.cpp bench/*.cpp fuzz/*.cpp)
+# Projects of their own, and the one source that is C++23, on which clang-tidy 14 crashes.
+list(FILTER sources EXCLUDE REGEX "^tests/(consumer|stand_in)/|/raw_text[.]cpp$")
+foreach(source IN LISTS sources)
+  commutil_check(lint.${source} lint clang-tidy --quiet -p build/lint ${source})
+  set_tests_properties(lint.${source} PROPERTIES FIXTURES_REQUIRED lint_tree)
+  if(source MATCHES "^(tests|bench|fuzz)/")
+    set_tests_properties(lint.${source} PROPERTIES LABELS "full;lint")
+  endif()
+endforeach()
+
+# Every public header alone. The option names the standard: a header set's check does not take it
+# from CXX_STANDARD.
+file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/*.h)
+foreach(standard 14 17 20 2b)
+  set(target headers_cxx${standard})
+  add_library(${target} INTERFACE)
+  set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+  target_sources(${target} INTERFACE
+    FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/include FILES ${headers})
+  target_compile_options(${target} INTERFACE
+    -std=c++${standard} -Wall -Wextra -Wpedantic -Werror)
+endforeach()
+commutil_check(headers.GCC headers ${CMAKE_COMMAND} --build --preset headers)
+commutil_check(headers.Clang headers ${CMAKE_COMMAND} --build --preset lint)
+set_tests_properties(headers.Clang PROPERTIES FIXTURES_REQUIRED lint_tree)
+
+# The long ones first.
+foreach(check abi.Changes parent.Unchanged stand_in.Called headers.GCC headers.Clang docs.Whole)
+  set_tests_properties(${check} PROPERTIES COST 1000)
+endforeach()

@@ -1,0 +1,115 @@
+# What the commands of ./dev share. Sourced, at the root of the project.
+# shellcheck shell=bash
+
+jobs=$(nproc)
+readonly jobs root=$PWD
+# Lets a build share ccache's results with builds in other clones.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+
+say() { printf '==> %s\n' "$*"; }
+fail() {
+  printf '==> FAILED: %s\n' "$*" >&2
+  exit 1
+}
+
+# Packages
+
+packages_of() {
+  local group
+  for group in "$@"; do
+    awk -v group="$group" '$1 !~ /^#/ && $2 == group {print $1}' packages.txt
+  done
+}
+
+is_installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+
+# Runs a command of `need` as root.
+as_root() {
+  if [ "$(id -u)" = 0 ]; then
+    env "$@"
+  elif command -v sudo >/dev/null; then
+    sudo env "$@"
+  else
+    fail "not root, and there is no sudo; as root, run: apt-get update &&" \
+      "apt-get install ${missing[*]}"
+  fi
+}
+
+# Installs the packages of groups of packages.txt.
+need() {
+  local missing=() package
+  for package in $(packages_of "$@" | sort -u); do
+    is_installed "$package" || missing+=("$package")
+  done
+  if [ ${#missing[@]} -gt 0 ]; then
+    say "Installing ${#missing[@]} packages: ${missing[*]}"
+    as_root apt-get -q update >/dev/null || fail "apt-get update; is the network up?"
+    # Another installation may be running on a machine that has just started.
+    as_root DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 install -y \
+      --no-install-recommends "${missing[@]}" >/dev/null || fail "apt-get install"
+  fi
+  ! command -v ccache >/dev/null || export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+}
+
+# Builds
+
+configure() {
+  local preset=$1 log=build/$1-configure.log
+  say "Configuring build/$preset"
+  mkdir -p build
+  cmake --preset "$@" >"$log" 2>&1 || { cat "$log"; fail "configuring build/$preset"; }
+}
+
+# Passes on what a build prints, but of ninja's status lines only one for every 10 %.
+every_tenth() {
+  awk '/^@/ {
+         tenth = int(substr($1, 2) / 10)
+         if (tenth > shown) { shown = tenth; printf "    %d%%\n", shown * 10; fflush() }
+         next
+       }
+       !/^ninja: (no work to do|Entering)/ { print; fflush() }'
+}
+
+# build PRESET [BUILD-PRESET]: the whole tree of a preset, or what another build preset names of it.
+build() {
+  local preset=$1
+  say "Building build/$preset"
+  if [ -t 1 ]; then
+    cmake --build --preset "${2:-$preset}"
+  else
+    NINJA_STATUS='@%p ' cmake --build --preset "${2:-$preset}" | every_tenth
+  fi || fail "building build/$preset"
+}
+
+# Tests
+
+passed=0
+failed=0
+summary() { printf '%d passed, %d failed\n' "$passed" "$failed"; }
+
+# run_tests TEST-PRESET [CTEST-OPTION...]
+run_tests() {
+  local preset=$1 log=build/ctest-$1.log status=0 all=0
+  shift
+  say "Running the tests of $preset"
+  if [ -t 1 ]; then
+    ctest --preset "$preset" -j "$jobs" --no-tests=error --progress -O "$log" "$@" || status=$?
+  else
+    ctest --preset "$preset" -j "$jobs" --no-tests=error "$@" >"$log" 2>&1 || status=$?
+  fi
+  [ "$status" = 0 ] || [ -t 1 ] || grep -vE '^ *Start +[0-9]+: |\.\.   Passed ' "$log" || true
+  read -r lost all < <(sed -n 's/.*, \([0-9]*\) tests failed out of \([0-9]*\)$/\1 \2/p' "$log") ||
+    fail "tests of $preset; the whole log is $log"
+  failed=$((failed + lost))
+  passed=$((passed + all - lost))
+  if grep '(Skipped)\|(Disabled)\|(Not Run)' "$log"; then
+    status=1
+    say "A test that cannot run must fail, not skip"
+  fi
+  if [ "$status" != 0 ]; then
+    printf '==> FAILED: tests of %s; the whole log is %s\n' "$preset" "$log" >&2
+    summary
+    exit 1
+  fi
+  grep 'tests passed' "$log"
+}
