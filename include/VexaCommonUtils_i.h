@@ -222,8 +222,8 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// Prints the address field of `sockaddr`, a `sockaddr_in` or `sockaddr_in6` by `family` (the
   /// record's own is not read), to `buf` as inet_ntop(3) does, "::" not expanded.
   /// @return 0; -1, `buf` unchanged, for another family, a null pointer or a negative `len`
-  /// @sharp{addresses} -1 if `bufLen` is below 48, IPv4 or not; any `len` will do. @instead Pass
-  /// 48.
+  /// @sharp{addresses} -1 if `bufLen` is below 48, for IPv4 too; `len` is not compared. @instead
+  /// Pass 48.
   static int addressToStringIP(int family, void* sockaddr, int len, char* buf, int bufLen);
 
   /// Appends all IPv4 and IPv6 addresses of the interfaces to `addresses`, in the order of
