@@ -284,7 +284,6 @@ class VEXA_EXPORT VexaCommonUtils_i {
 
   /// @}
   /// @name Commands
-  /// The shell gets a command as it is: check untrusted input in it, or use `runCommand`.
   /// @{
 
   /// Returns `VexaCommonUtils::system` of `command`; -1, nothing done, if that is null or empty.

@@ -29,9 +29,9 @@ class VEXA_EXPORT CMACAddress {
   CMACAddress& operator=(const unsigned char* mac);
 
   /// Returns whether `text` equals that of `other`, ignoring case, see strcasecmp(3).
-  /// @sharp{mac} Does not compare `bytes`. @instead Compare those yourself if only they are set.
-  /// @sharp{mac} Not const, so C++20 finds `a == b` ambiguous if neither is. @instead Compare with
-  /// a const object on the right.
+  /// @sharp{mac} Does not compare `bytes`.
+  /// @sharp{mac} Not const: some C++20 compilers warn of an ambiguous comparison of two non-const
+  /// objects. @instead Compare with a const object on the right.
   bool operator==(const CMACAddress& other);
 
   char text[19];           ///< six pairs of hexadecimal digits joined by ":", NUL-terminated
@@ -57,8 +57,8 @@ VEXA_EXPORT bool CheckIp(const char* ip);
 VEXA_EXPORT void FullNameIp(std::string& ip);
 
 /// Cuts the NUL-terminated string in `buf` in place to the bare address: "[fe80::1]:80" to what is
-/// between the brackets (all of it without "]"), or else "10.1.1.1:80" to what is before the first
-/// ":". Expands the former, and strings without "[" and ".", by `FullNameIp`.
+/// between the brackets (without a "]" it stays), another string with a "." ("10.1.1.1:80") to what
+/// is before its first ":". Then expands it by `FullNameIp`.
 /// @param size  bytes of `buf` that may be written; all of them are zeroed before the copy
 /// @return 0; -1 if `buf` is null or `size` is below 1, nothing written, or if the result is longer
 ///         than `size`, the bytes left zero
@@ -75,7 +75,7 @@ VEXA_EXPORT int TrimStringIp(char* buf, int size);
 /// match counts; interfaces that are down are included.
 /// @param netmask  set to the dotted mask, or to "" on failure
 /// @return 0; -1 if no address is `ip` or a system call fails
-/// @sharp{interfaces} Sees 50 addresses of the machine, and only the kernel's spelling, without
+/// @sharp{interfaces} Sees the machine's first 50 addresses, and only the kernel's spelling, no
 /// spaces or leading zeros; reads `ip` up to a NUL. @instead Normalize `ip` first.
 VEXA_EXPORT int GetNetmaskByIpUseioctl(const std::string& ip, std::string& netmask);
 
@@ -131,8 +131,7 @@ VEXA_EXPORT void GetMac(const std::string& line, std::string& name);
 /// of a larger value, nothing after the digits. @instead Pass lines of the tool only.
 VEXA_EXPORT int GetEther(std::string line, Vexacommon::LocalMACAddress* mac);
 
-/// Reads, as `GetEther` does, the field of `line` after the first field "ether"; spaces separate
-/// fields.
+/// Reads the field of `line` after the first field "ether", between spaces, as `GetEther` does.
 /// @return 0; -1, `*mac` unchanged, if there is no such field or it has not exactly six parts
 VEXA_EXPORT int GetZirelEther(const std::string& line, Vexacommon::LocalMACAddress* mac);
 
