@@ -10,7 +10,8 @@
 
 #include "VexaExport.h"
 
-/// The first of the two utility classes: static operations, grouped by family.
+/// The first of the two utility classes: static operations, grouped by family. `VexaCommonUtils_i`
+/// is the second.
 ///
 /// Unless a member says otherwise, it is thread-safe, reports failure only by its result, throws
 /// nothing but `std::bad_alloc`, and must not be passed a null pointer.
@@ -27,7 +28,7 @@ class VEXA_EXPORT VexaCommonUtils {
   /// ("/conf"). @instead Check the deployment's variables at start, or use getenv(3).
   static std::string Vexagetenv(const char* name);
 
-  /// Returns `text` with each reference `$(NAME)` replaced by the value of that environment
+  /// Returns `text` with each reference `$(`NAME`)` replaced by the value of that environment
   /// variable.
   ///
   ///     replaceEnvVar("$(HOME)/x")  ->  "/home/u/x"
@@ -38,9 +39,9 @@ class VEXA_EXPORT VexaCommonUtils {
   /// not expanded again. @instead Search the result for the opening token.
   static std::string replaceEnvVar(const std::string& text);
 
-  /// Returns `text` with each `%NAME%` replaced, by the rules of `replaceEnvVar`.
-  /// @sharp{environment} Percent signs pair from left to right: `%A%B%C%` refers to A and C.
-  /// @instead Keep single percent signs out of such strings.
+  /// Returns `text` with each name between percent signs replaced, by the rules of `replaceEnvVar`.
+  /// @sharp{environment} Percent signs pair from left to right: between the second and the third
+  /// one there is plain text. @instead Keep single percent signs out of such strings.
   static std::string replEnvVar(const std::string& text);
 
   /// Returns `COMMON_LIB_PATH` + "/conf".
@@ -153,6 +154,7 @@ class VEXA_EXPORT VexaCommonUtils {
 
   /// Writes `value` in decimal and a NUL to `buf`.
   /// @param buf  at least 22 bytes
+  /// @return `buf`, which may be null
   static char* ultoa(unsigned long value, char* buf);
 
   /// Returns the spaces that pad `s` to 32 columns; "" if `s` has 32 bytes or more.
