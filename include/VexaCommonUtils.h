@@ -327,7 +327,8 @@ class VEXA_EXPORT VexaCommonUtils {
   /// Runs `command` in the shell, its input at its end, output and error the process's, and waits
   /// for it.
   /// @return the raw wait status, see wait(2); -1 if the shell cannot be started or waited for
-  /// @process{permanent} `SIGCHLD` takes its default disposition. @instead Set the handler again.
+  /// @process{permanent} `SIGCHLD` takes its default disposition, by `VexaCommonUtils_i::execve_s`
+  /// too. @instead Set the handler again.
   /// @process{temporary} The calling thread's signal mask is empty while the command runs, for the
   /// command too. It stays empty if no process can be created. @instead Set the mask again after a
   /// failure.

@@ -105,13 +105,13 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// @sharp{ssl} An option in a comment of the template, or as the start of a longer word, counts
   /// as present. @instead Keep option names out of comments.
   /// @sharp{ssl} Later removals and changed settings go unnoticed. @instead Restart the process.
-  /// @sharp{ssl} If the store fails, the file holds the defaults until the process ends. @instead
-  /// Check the store at start; restart the process after an outage.
+  /// @sharp{ssl} If the store fails, the file holds the defaults ("-SSLAuthenticate NONE") until
+  /// the process ends. @instead Check the store at start; restart the process after an outage.
   /// @sharp{ssl} Threads that call first at once each create the file, which is missing in between.
   /// @instead Call it once before threads start.
   /// @sharp{ssl} ACE's classic Service Configurator ends a quoted string at a line's end, where
   /// this file goes on. @instead Use another reader, such as one that splits with `ACE_ARGV`.
-  /// @process{permanent} Writes that file.
+  /// @process{permanent} Writes the SSL option file below `_APP_SHARE_DIR`.
   static std::string get_svc_ssl_conf(const std::string& fileName);
 
   /// Returns the platform's SSL mode code, always 2.
