@@ -20,6 +20,7 @@ commutil_check(install.Consumed install
   tests/consumer/check-install ${PROJECT_BINARY_DIR} ${work}/install)
 commutil_check(parent.Unchanged parent tests/consumer/check-parent ${work}/parent)
 commutil_check(stand_in.Called stand-in tests/stand_in/check ${work}/stand-in)
+commutil_check(shell.Commands shell tests/contract/dev_commands)
 commutil_check(shell.Scripts shell cmake/dev/check-scripts)
 commutil_check(format.Sources format cmake/dev/check-format)
 

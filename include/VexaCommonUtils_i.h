@@ -86,12 +86,15 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// `_APP_SHARE_DIR` + "/svc_ssl_" + `PROCESS_INSTANCE_ID` + ".conf", mode 0640 under any umask.
   ///
   /// The first successful call generates that file; later ones return its path and touch nothing.
+  /// A settings store that fails meanwhile leaves the defaults in it for the life of the process.
   /// Of "-SSLAuthenticate", "-SSLVersion" and "-SSLNoProtection" each one that the template does
   /// not name anywhere is inserted, on a line of its own, before the first double quote behind
   /// "-SSLCAfile", with its value from the settings store or "NONE", "TLSv1.2" and "disable" (the
   /// last one is added for "enable" only, and has no value).
   ///
-  /// An older file is removed first.
+  /// What is at the path is removed first and a new file is created; links are never followed. If
+  /// the directory does not let it be removed, an existing file is overwritten: a regular file of
+  /// this user or root with no other name, whose mode can be set to 0640 before it is written.
   /// @return the path; "" when the template cannot be read or the file cannot be written, no file
   ///         being left then; the next call tries again
   /// @throws std::out_of_range ("basic_string::replace") when an option must be added and there is
@@ -171,6 +174,8 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// `VexaCommonUtils::transDBUpdateString`, with the wildcards of `mode`, between single quotes,
   /// followed by `VexaCommonUtils::getEscapeString`. The database type is asked twice, once for an
   /// empty `text`. A `mode` outside the enumeration adds no wildcard.
+  /// If only one of the two reads fails, escapes and clause are those of different dialects, and a
+  /// `%` in `text` may be a wildcard; a type that was read once is kept and cannot fail.
   ///
   ///     TransferLikeSql("a_b'c", FUZZY_QUERY_BOTH)  ->  "'%a\\_b''c%' escape '\\' "  Oracle family
   ///                                                     "'%a[_]b''c%'"                any other
@@ -392,13 +397,15 @@ class VEXA_EXPORT VexaCommonUtils_i {
   /// emptied first; links are followed at both ends. Both paths are split by `getParentDirectory`,
   /// so both directories must exist and blanks around the paths are dropped.
   ///
-  /// A copy that fails half-way is removed, with what the target held before; so is what stands at
-  /// `target`, be it a link or a device. A pipe as source is read to its end.
+  /// Only the files that were opened are read and changed, whatever other processes put at their
+  /// paths meanwhile. A copy that fails half-way is removed, with what the target held before; so
+  /// is a link that leads to it, or a device, but nothing that was put at `target` after the
+  /// opening. A pipe as source is read to its end.
   /// @param noOverwrite     fail when `target` exists; a link that leads nowhere does not
   /// @param keepAttributes  afterwards set the source's times (whole seconds), mode, then owner and
   ///                        group as far as the system allows; set-user-ID bits get lost on the way
   /// @return 0; -1 on any failure and when both are the same file, by whatever path or link: that
-  ///         is noticed before anything is touched
+  ///         is noticed before the file is changed or removed
   /// @throws std::out_of_range for an empty or all-blank path
   static int copyFile(const std::string& source, const std::string& target, bool noOverwrite,
                       bool keepAttributes);

@@ -30,6 +30,7 @@ VEXA_EXPORT bool StringIsRight(const std::string& s);
 /// are not searched again.
 ///
 ///     ReplaceChar("50%", '%', "\\%")  ->  "50\\%"
+/// @throws std::length_error  no string can hold the result
 VEXA_EXPORT std::string ReplaceChar(const std::string& s, char c, const std::string& rep);
 
 /// Converts one byte from two hexadecimal digits to decimal.

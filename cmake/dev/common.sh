@@ -62,12 +62,16 @@ configure() {
 
 # Passes on what a build prints, but of ninja's status lines only one for every 10 %.
 every_tenth() {
-  awk '/^@/ {
-         tenth = int(substr($1, 2) / 10)
-         if (tenth > shown) { shown = tenth; printf "    %d%%\n", shown * 10; fflush() }
-         next
-       }
-       !/^ninja: (no work to do|Entering)/ { print; fflush() }'
+  local line shown=0
+  while IFS= read -r line; do
+    if [[ $line =~ ^@\ *([0-9]+)% ]]; then
+      [ $((BASH_REMATCH[1] / 10)) -gt "$shown" ] || continue
+      shown=$((BASH_REMATCH[1] / 10))
+      printf '    %d%%\n' $((shown * 10))
+    elif [[ $line != "ninja: no work to do." ]]; then
+      printf '%s\n' "$line"
+    fi
+  done
 }
 
 # build PRESET [BUILD-PRESET]: the whole tree of a preset, or what another build preset names of it.

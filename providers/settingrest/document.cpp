@@ -2,12 +2,12 @@
 // Used by the backends; a document is immutable and may be read by any number of threads.
 #include "document.h"
 
-#include <json/reader.h>
 #include <json/value.h>
 
-#include <memory>
 #include <stdexcept>
 #include <string_view>
+
+#include "platform/json_parse.h"
 
 namespace settingrest {
 namespace {
@@ -28,12 +28,21 @@ std::string placeOf(const std::string& complaint) {
   return complaint.substr(begin, complaint.find('\n', begin) - begin);
 }
 
-Json::Value parse(std::string_view text) {
-  Json::Value root;
-  std::string complaint;
-  const std::unique_ptr<Json::CharReader> reader(strictBuilder().newCharReader());
-  if (!reader->parse(text.data(), text.data() + text.size(), &root, &complaint))
+/// Parses `text` as jsoncpp does, but for lack of memory, which is std::bad_alloc.
+Json::Value parseValue(std::string_view text) {
+  try {
+    Json::Value root;
+    std::string complaint;
+    if (commutil::parseJson(strictBuilder(), text, root, &complaint)) return root;
     throw std::runtime_error(placeOf(complaint));
+  } catch (const Json::Exception& error) {
+    commutil::throwIfOutOfMemory(error);
+    throw;
+  }
+}
+
+Json::Value parse(std::string_view text) {
+  Json::Value root = parseValue(text);
   if (!root.isObject()) throw std::runtime_error("not an object");
   // The parser overlooks what is no JSON token behind the document.
   const auto end = static_cast<std::size_t>(root.getOffsetLimit());

@@ -14,6 +14,7 @@ class Document {
  public:
   /// Reads the settings from `text`.
   /// @throws std::runtime_error (or another std::exception) saying where `text` is malformed
+  /// @throws std::bad_alloc  out of memory
   explicit Document(const std::string& text);
 
   /// Returns the value of `key`, null when there is none. A "/" in front of it may be left out.

@@ -41,8 +41,7 @@ std::string VexaCommonUtils::getAppConfigPath() { return configDirectory("APP_RO
 std::string VexaCommonUtils::getAPPShareConfigPath() { return configDirectory("_APP_SHARE_DIR"); }
 
 std::string VexaCommonUtils::getTracePath() {
-  static commutil::LazyValue<std::string> directory;
-  return directory.get(commutil::findTraceDirectory);
+  return commutil::lazyUntilExit<commutil::findTraceDirectory>();
 }
 
 std::string VexaCommonUtils::getDumpAllLocksFile() {

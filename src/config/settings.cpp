@@ -78,16 +78,21 @@ std::string readDatabaseType(const std::string& path) {
   return type.isString() ? type.asString() : std::string();
 }
 
+/// The same, but "" for every failure to read or parse, lack of memory included.
+std::string tryDatabaseType(const std::string& path) {
+  try {
+    return readDatabaseType(path);
+  } catch (const std::exception&) {
+    return {};
+  }
+}
+
 }  // namespace
 
 commutil::Answer<std::string> commutil::findDatabaseType() {
-  std::string type;
-  try {
-    const std::string path = VexaCommonUtils::Vexagetenv("APP_CONF_FILE");
-    if (!path.empty()) type = readDatabaseType(path);
-  } catch (const std::exception&) {
-    type.clear();
-  }
+  const std::string path = VexaCommonUtils::Vexagetenv("APP_CONF_FILE");
+  if (path.empty()) return {kDefaultDatabaseType, false};
+  std::string type = tryDatabaseType(path);
   if (type.empty()) return {kDefaultDatabaseType, false};
   return {std::move(type), true};
 }
@@ -99,8 +104,7 @@ bool VexaCommonUtils::isCorbaSSLOnly() { return VexaCommonUtils_i::isCorbaSSLOnl
 bool VexaCommonUtils::IsGlobalVersion() { return true; }
 
 std::string VexaCommonUtils::getDBType() {
-  static commutil::LazyValue<std::string> type;
-  return type.get(commutil::findDatabaseType);
+  return commutil::lazyUntilExit<commutil::findDatabaseType>();
 }
 
 bool VexaCommonUtils_i::isListenLoopback() { return isListenSwitchOn("ListenLoopbackIP"); }

@@ -9,6 +9,8 @@
 #include <link.h>
 
 #include <atomic>
+#include <cerrno>
+#include <new>
 
 #include "VexaCommonUtils_i.h"
 
@@ -17,33 +19,68 @@ namespace {
 constexpr const char* kStoreLibrary = "libsettingrest.so";
 constexpr int kUnavailable = -1;
 
-/// Opens the store. ACE makes its manager of libraries on first use without a barrier between
-/// threads, and each entry point has a lock of its own: the static's guard stands in for one.
+/// Reaches what ACE keeps from its users: the table of loaded libraries.
+class LibraryTable : public ACE_DLL_Manager {
+ public:
+  static bool allocate(ACE_DLL_Manager& manager) {
+    return (manager.*&LibraryTable::open)(DEFAULT_SIZE) == 0;
+  }
+};
+
+/// Creates ACE's manager of libraries; throws std::bad_alloc if that takes more memory than there
+/// is. ACE itself would leave a manager without its table, which opens nothing.
+bool createManager() {
+  static constinit bool lacksTable = false;  // guarded by the caller's static
+  errno = 0;
+  ACE_DLL_Manager* const manager = ACE_DLL_Manager::instance();
+  if (manager == nullptr) throw std::bad_alloc();
+  lacksTable = lacksTable || errno == ENOMEM;
+  if (lacksTable && !LibraryTable::allocate(*manager)) throw std::bad_alloc();
+  lacksTable = false;
+  return true;
+}
+
+/// The library that `store` has opened; null if the system cannot tell.
+const link_map* libraryOf(const ACE_DLL& store) {
+  link_map* library = nullptr;
+  const int result = ::dlinfo(store.get_handle(), RTLD_DI_LINKMAP, &library);
+  return result == 0 ? library : nullptr;
+}
+
+/// Opens the store. Throws std::bad_alloc if ACE could not copy the name and opened the program in
+/// the store's place, which it would then do for every later call.
 bool open(ACE_DLL& store) {
-  static const ACE_DLL_Manager* const manager = ACE_DLL_Manager::instance();
-  return manager != nullptr && store.open(kStoreLibrary) == 0;
+  // ACE creates its manager without a barrier between threads, and each entry point has its own
+  // lock: the static's guard replaces it.
+  [[maybe_unused]] static const bool hasManager = createManager();
+  if (store.open(kStoreLibrary) != 0) return false;
+  const link_map* const library = libraryOf(store);
+  if (library == nullptr || *library->l_name != '\0') return true;
+  ::dlclose(store.get_handle(true));
+  throw std::bad_alloc();
 }
 
 /// Keeps the library of `store` mapped for the life of the process: ACE unloads it with the last of
-/// its handle objects, under the entry points that are kept.
-void pin(const ACE_DLL& store) {
-  link_map* library = nullptr;
-  if (::dlinfo(store.get_handle(), RTLD_DI_LINKMAP, &library) != 0) return;
-  void* const again = ::dlopen(library->l_name, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-  if (again != nullptr) ::dlclose(again);
+/// its handle objects, under the cached entry points. Returns whether it could.
+bool pin(const ACE_DLL& store) {
+  const link_map* const library = libraryOf(store);
+  return library != nullptr && ::dlopen(library->l_name, RTLD_LAZY | RTLD_NOLOAD) != nullptr;
 }
 
 /// Loads the store and calls the entry point `name`, which is left in `resolved` before the call:
-/// the store may come back to the same look-up from inside it. Nothing is kept of a library that
+/// the store may come back to the same lookup from inside it. Nothing is kept of a library that
 /// lacks the entry point, so that a better one is found later.
 template <class Function, class Output>
-int loadAndCall(std::atomic<Function>& resolved, const char* name, const std::string& key,
-                Output& output) {
+int loadAndCall(std::atomic<Function>& resolved, ACE_Guard<ACE_Thread_Mutex>& guard,
+                const char* name, const std::string& key, Output& output) {
   ACE_DLL store;
   if (!open(store)) return kUnavailable;
   const auto function = reinterpret_cast<Function>(store.symbol(name));
-  if (function != nullptr) pin(store);
-  resolved.store(function, std::memory_order_release);
+  if (function == nullptr || pin(store)) {
+    resolved.store(function, std::memory_order_release);
+  } else {
+    guard.release();  // the lookup that comes back from inside the call must load the store again
+  }
   return function != nullptr ? function(key, output) : kUnavailable;
 }
 
@@ -56,8 +93,8 @@ int ask(const char* name, const std::string& key, Output& output) {
   if (const auto function = resolved.load(std::memory_order_acquire)) return function(key, output);
   static ACE_Thread_Mutex mutex;
   // The entry point is not tested again: callers that waited here load the store once more.
-  const ACE_Guard<ACE_Thread_Mutex> guard(mutex);
-  return loadAndCall(resolved, name, key, output);
+  ACE_Guard<ACE_Thread_Mutex> guard(mutex);
+  return loadAndCall(resolved, guard, name, key, output);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <string_view>
 
 #include "VexaCommonUtils.h"
@@ -19,9 +20,12 @@
 
 namespace {
 
+using commutil::Descriptor;
+
 constexpr const char* kTemplateName = "svc_ssl.conf";
 constexpr const char* kSettingsTree = "/vexa/common/svc_ssl_conf/";
 constexpr mode_t kMode = 0640;
+constexpr int kMostTries = 100;
 
 std::string generatedPath() {
   return VexaCommonUtils::Vexagetenv("_APP_SHARE_DIR") + "/svc_ssl_" +
@@ -49,13 +53,54 @@ void addMissingOptions(std::string& text) {
     add("\n-SSLNoProtection");
 }
 
-/// Writes the file at `path`, or leaves none there. Its mode is set apart from its creation because
-/// the umask must not narrow it.
+/// Returns whether the file may be overwritten: its own, and under no other name.
+bool isReplaceable(int fd) {
+  struct stat status = {};
+  if (::fstat(fd, &status) != 0) return false;
+  const bool isTrusted = status.st_uid == ::geteuid() || status.st_uid == 0;
+  return isTrusted && S_ISREG(status.st_mode) && status.st_nlink == 1;
+}
+
+/// Opens and empties the file at `path`, for a directory that does not let it be removed. Empty if
+/// what is there is not replaceable, or cannot be closed to other readers before it is written.
+Descriptor openExisting(const std::string& path) {
+  Descriptor file(::open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!file || !isReplaceable(file.get())) return {};
+  if (::fchmod(file.get(), kMode) != 0 || ::ftruncate(file.get(), 0) != 0) return {};
+  return file;
+}
+
+/// Creates a file at `path`, which is neither opened nor followed if it exists. Its mode is set
+/// apart from its creation because the umask must not narrow it.
+Descriptor createNew(const std::string& path) {
+  Descriptor file(
+      ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
+  if (file) ::fchmod(file.get(), kMode);
+  return file;
+}
+
+/// Returns whether an unlink(2) failed for want of a right, or because the file is a mount point.
+bool isRemovalDenied(int error) {
+  return error == EACCES || error == EPERM || error == EROFS || error == EBUSY;
+}
+
+/// Opens an empty file at `path` in place of what is there. Another process may put something there
+/// between the steps, so they are tried again, but not without end.
+Descriptor openTarget(const std::string& path) {
+  for (int tries = 0; tries < kMostTries; ++tries) {
+    if (::unlink(path.c_str()) != 0 && errno != ENOENT)
+      return isRemovalDenied(errno) ? openExisting(path) : Descriptor();
+    Descriptor file = createNew(path);
+    if (file || errno != EEXIST) return file;
+  }
+  return {};
+}
+
+/// Writes the file at `path`, or leaves none there.
 bool writeGenerated(const std::string& path, std::string_view text) {
-  commutil::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode));
+  Descriptor file = openTarget(path);
   if (!file) return false;
   const bool written = commutil::writeAll(file.get(), text);
-  ::fchmod(file.get(), kMode);
   if (commutil::closeWritten(file) && written) return true;
   ::unlink(path.c_str());
   return false;
@@ -64,7 +109,7 @@ bool writeGenerated(const std::string& path, std::string_view text) {
 }  // namespace
 
 bool commutil::generateSslConf(const std::string& source, const std::string& target) {
-  // Whatever the name stands for goes, a dangling link too, so that nothing is written through it.
+  // Remove whatever is at `target`, so that none is left if the template cannot be used.
   ::unlink(target.c_str());
   std::string text;
   if (VexaCommonUtils::readFile(source, text) != 0) return false;

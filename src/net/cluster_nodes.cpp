@@ -39,8 +39,9 @@ int VexaCommonUtils_i::GetAllWebswingNodeIPs(std::list<std::string>& ipList) {
   if (root == nullptr) return -1;
   std::string text;
   commutil::readFileText(std::string(root) + kNodeList, text);
-  Json::Value document;
-  if (!JsonReader(false).parse(text, document)) return -1;
+  Json::Value parsed;
+  if (!JsonReader(false).parse(text, parsed)) return -1;
+  const Json::Value& document = parsed;  // looking a member up in a constant one adds none
   const Json::Value& nodes = document["nodeList"];
   for (const std::string& name : nodes.getMemberNames()) {
     const Json::Value& node = nodes[name];

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/checked_size.h"
+
 // Classifying, counting and rewriting the bytes of a text in blocks of 16 (SSE2, which every x86-64
 // has; g++ -O2 vectorises none of these loops). A class of bytes is a type with two call operators:
 // one tells whether a byte belongs to it, one turns a block into 0xFF where a byte belongs to it
@@ -181,7 +183,7 @@ std::string rewriteBytes(std::string_view text, const Set& set, std::size_t widt
   if (text.size() <= kShortText) return rewriteShort(text, set, write);
   const std::size_t hits = countBytes(text, set);
   if (hits == 0) return std::string(text);
-  std::string result(text.size() - hits + hits * width, '\0');
+  std::string result(checkedSize(text.size() - hits, hits, width), '\0');
   rewriteInto(result.data(), text, set, write);
   return result;
 }

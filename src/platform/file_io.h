@@ -3,7 +3,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <string_view>
@@ -26,13 +26,20 @@ ssize_t uninterrupted(const Transfer& transfer) {
 }
 
 /// Appends what is left to read to `text`. Returns whether the end was reached; of a read that
-/// fails what came before it stays appended.
+/// fails what came before it stays appended. Reads into the string itself: callers' stacks may be
+/// small.
 inline bool readAll(int fd, std::string& text) {
-  std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
+  constexpr std::size_t kLeastRoom = 4096;
+  std::size_t size = text.size();
   while (true) {
-    const ssize_t count = uninterrupted([&] { return ::read(fd, piece.data(), piece.size()); });
-    if (count <= 0) return count == 0;
-    text.append(piece.data(), static_cast<std::size_t>(count));
+    if (size == text.size()) text.resize(size + std::max(size, kLeastRoom));
+    const ssize_t count =
+        uninterrupted([&] { return ::read(fd, text.data() + size, text.size() - size); });
+    if (count <= 0) {
+      text.resize(size);
+      return count == 0;
+    }
+    size += static_cast<std::size_t>(count);
   }
 }
 

@@ -4,8 +4,10 @@
 
 namespace commutil {
 
-/// Reads all of the file at `path` into `text`. Returns whether it could be opened and read to its
-/// end; a directory cannot. `text` is unchanged on failure.
+/// Reads all of the file at `path` into `text`. Returns false, `text` unchanged, if it cannot be
+/// opened and read to its end, or is neither a regular file nor the null device (which reads as an
+/// empty file): a FIFO, socket, directory or device is not opened.
+/// @throws std::bad_alloc  out of memory
 bool readFileText(const std::string& path, std::string& text);
 
 }  // namespace commutil

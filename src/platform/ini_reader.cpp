@@ -7,6 +7,7 @@
 #include <SimpleIni.h>
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <vector>
 
@@ -38,7 +39,9 @@ int VexaIniReader::initialize(bool /*flag*/) {
   std::string text;
   if (!commutil::readFileText(m_path, text)) return -1;
   auto content = std::make_unique<Content>();
-  if (content->ini.LoadData(text.data(), text.size()) < 0) return -1;
+  const SI_Error error = content->ini.LoadData(text.data(), text.size());
+  if (error == SI_NOMEM) throw std::bad_alloc();
+  if (error < 0) return -1;
   m_content = std::move(content);
   return 0;
 }

@@ -23,8 +23,9 @@ class VexaIniReader {
   VexaIniReader& operator=(const VexaIniReader&) = delete;
 
   /// Reads the file, anew on each call. The flag is the platform's and means nothing here. Returns
-  /// 0; -1 when the file cannot be read (a directory never can), and then nothing is held. An empty
-  /// file is readable.
+  /// 0; -1 when the file cannot be read or is not a regular file, and then nothing is held. An
+  /// empty file is readable, and so is the null device.
+  /// @throws std::bad_alloc  out of memory; nothing is held
   int initialize(bool flag);
 
   /// Returns the value of `key` in `section`, which is named with its brackets ("[IP]"): the first

@@ -2,11 +2,10 @@
 // Re-entrant; no state beyond the object.
 #include "platform/json_reader.h"
 
-#include <json/reader.h>
-
 #include <algorithm>
-#include <memory>
 #include <string_view>
+
+#include "platform/json_parse.h"
 
 namespace {
 
@@ -43,12 +42,11 @@ bool JsonReader::parse(const std::string& text, Json::Value& root) const {
   std::string_view document = text;
   if (document.substr(0, kByteOrderMark.size()) == kByteOrderMark)
     document.remove_prefix(kByteOrderMark.size());
-  const char* const begin = document.data();
   try {
-    const std::unique_ptr<Json::CharReader> reader(builderFor(m_strict).newCharReader());
-    if (!reader->parse(begin, begin + document.size(), &root, nullptr)) return false;
-  } catch (const Json::Exception&) {  // nested too deep
-    return false;
+    if (!commutil::parseJson(builderFor(m_strict), document, root, nullptr)) return false;
+  } catch (const Json::Exception& error) {
+    commutil::throwIfOutOfMemory(error);
+    return false;  // nested too deep
   }
   return isBlankOrComment(document.substr(static_cast<std::size_t>(root.getOffsetLimit())));
 }

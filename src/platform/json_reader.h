@@ -12,8 +12,9 @@ class JsonReader {
   explicit JsonReader(bool strict);
 
   /// Parses `text` into `root`. Returns false for malformed text, which includes text nested deeper
-  /// than 1000 levels and anything but blanks or comments behind the document; never throws for it.
-  /// `root` is unspecified then.
+  /// than 1000 levels and anything but blanks or comments after the document. `root` is unspecified
+  /// then.
+  /// @throws std::bad_alloc  out of memory
   bool parse(const std::string& text, Json::Value& root) const;
 
  private:

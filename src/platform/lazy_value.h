@@ -40,4 +40,22 @@ class LazyValue {
   ACE_Thread_Mutex m_mutex;
 };
 
+/// Returns the value of `compute`, a function that returns an `Answer`, from a `LazyValue` that is
+/// destroyed at process exit. A call from a later exit handler finds the mark that the destructor
+/// left, and computes the value without cache or lock.
+template <auto compute>
+auto lazyUntilExit() {
+  using Value = decltype(compute().value);
+  static constinit std::atomic<bool> released{false};  // never destroyed
+  struct Releasing : LazyValue<Value> {
+    Releasing() = default;
+    ~Releasing() { released.store(true, std::memory_order_release); }
+    Releasing(const Releasing&) = delete;
+    Releasing& operator=(const Releasing&) = delete;
+  };
+  if (released.load(std::memory_order_acquire)) return compute().value;
+  static Releasing value;
+  return value.get(compute);
+}
+
 }  // namespace commutil

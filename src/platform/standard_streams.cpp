@@ -2,6 +2,7 @@
 // that does. For operations that print. No state of its own.
 #include "platform/standard_streams.h"
 
+#include <exception>
 #include <iostream>
 
 namespace commutil {
@@ -11,9 +12,15 @@ namespace {
 /// Through the stream's buffer: only there do a caller's settings of the stream not count.
 void writeLine(std::streambuf* buffer, std::string_view text) {
   if (buffer == nullptr) return;
-  buffer->sputn(text.data(), static_cast<std::streamsize>(text.size()));
-  buffer->sputc('\n');
-  buffer->pubsync();
+  try {
+    buffer->sputn(text.data(), static_cast<std::streamsize>(text.size()));
+    buffer->sputc('\n');
+    buffer->pubsync();
+  } catch (...) {
+    // Like any failed write it is not reported. Only the unwinding of a canceled thread, which no
+    // exception stands for, must go on.
+    if (std::current_exception() == nullptr) throw;
+  }
 }
 
 }  // namespace

@@ -4,7 +4,8 @@
 
 // Messages to the standard streams, in order with what the process prints there through std::cout,
 // std::cerr or stdio. Neither a field width nor an earlier failed write nor an exception mask that
-// a caller left on the stream reaches them; a write that fails is not reported.
+// a caller left on the stream reaches them. A write that fails is not reported, nor is an exception
+// of a caller's stream buffer.
 
 namespace commutil {
 

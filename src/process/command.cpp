@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "VexaCommonUtils.h"
@@ -48,6 +49,27 @@ int waitForExitCode(pid_t child) {
   ::waitpid(child, &status, 0);
   return exitCode(status);
 }
+
+/// How a command is started. Throws std::bad_alloc where ACE's class would go on without a buffer.
+class CommandOptions : public ACE_Process_Options {
+ public:
+  explicit CommandOptions(bool inheritEnvironment)
+      : ACE_Process_Options(inheritEnvironment, kCommandLineSize, kEnvironmentSize,
+                            kEnvironmentEntries, kArguments) {
+    if (command_line_argv_ != nullptr) return;  // the last one
+    // ACE leaves this pointer unset if an earlier buffer is missing, and frees it all the same.
+    if (environment_buf_ == nullptr) environment_argv_ = nullptr;
+    throw std::bad_alloc();
+  }
+
+  /// Returns whether `command` has a word.
+  bool setCommandLine(const char* command) {
+    command_line("%s", command);
+    const bool hasWord = command_line_argv()[0] != nullptr;
+    if (command_line_copy_ == nullptr) throw std::bad_alloc();
+    return hasWord;
+  }
+};
 
 /// Occupies the standard descriptors that are closed: ACE would put its copies of `fd` there, and
 /// its child closes the copies once they stand on 0, 1 and 2.
@@ -145,18 +167,17 @@ int VexaCommonUtils_i::execve_s(const char* command) {
 int VexaCommonUtils_i::runCommand(const char* command, bool inheritEnvironment,
                                   bool inheritHandles) {
   if (command == nullptr || *command == '\0') return -1;
-  ACE_Process_Options options(inheritEnvironment, kCommandLineSize, kEnvironmentSize,
-                              kEnvironmentEntries, kArguments);
-  options.command_line("%s", command);
-  if (options.command_line_argv()[0] == nullptr) return -1;  // blanks only: ACE would crash
-  options.handle_inheritance(inheritHandles ? 1 : 0);
+  // Not on the stack: it takes 9 KiB.
+  const auto options = std::make_unique<CommandOptions>(inheritEnvironment);
+  if (!options->setCommandLine(command)) return -1;  // ACE would crash
+  options->handle_inheritance(inheritHandles ? 1 : 0);
   Descriptor null(ACE_OS::open("/dev/null", O_RDWR, 0644));
-  if (!setStandardHandles(options, null.get())) {
+  if (!setStandardHandles(*options, null.get())) {
     null.release();  // stays open on this path
     return -1;
   }
   ACE_Process process;
-  const pid_t child = process.spawn(options);
+  const pid_t child = process.spawn(*options);
   null.reset();
   return waitForExitCode(child);  // a failed spawn waits for any child
 }

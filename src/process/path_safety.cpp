@@ -12,6 +12,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "platform/checked_size.h"
 #include "platform/ini_reader.h"
 #include "platform/raw_text.h"
 #include "platform/standard_streams.h"
@@ -95,10 +96,10 @@ constexpr std::array<char, 256> specialsOfLetters() {
 
 constexpr std::array<char, 256> kSpecialOf = specialsOfLetters();
 
-std::size_t escapedLength(std::string_view name) {
-  std::size_t length = 0;
-  for (const char byte : name) length += written(byte).length;
-  return length;
+std::size_t countSpecials(std::string_view name) {
+  std::size_t count = 0;
+  for (const char byte : name) count += written(byte).length - 1U;
+  return count;
 }
 
 /// Writes `name` with its special characters escaped, and a byte more. Returns the length.
@@ -139,10 +140,11 @@ bool VexaCommonUtils::checkPath(const std::string& path, const std::string& base
 }
 
 std::string VexaCommonUtils::specialName2FileName(const std::string& name) {
-  const std::size_t length = escapedLength(name);
-  if (length == name.size()) return name;
+  const std::size_t specials = countSpecials(name);
+  if (specials == 0) return name;
   return commutil::writtenText(
-      length + 1, [&name](char* data, std::size_t /*room*/) { return escapeInto(data, name); });
+      commutil::checkedSize(name.size() + 1, specials, 1),
+      [&name](char* data, std::size_t /*room*/) { return escapeInto(data, name); });
 }
 
 std::string VexaCommonUtils::fileName2SpecialName(const std::string& name) {

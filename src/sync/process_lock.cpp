@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <new>
 
 #include "VexaCommonUtils.h"
 #include "VexaLocks.h"
@@ -39,6 +40,14 @@ int setRecordLock(int fd, short type) {
   lock.l_type = type;
   lock.l_whence = SEEK_SET;
   return ::fcntl(fd, F_SETLK, &lock);
+}
+
+bool hasShareDirectory() {
+  try {
+    return !VexaCommonUtils::Vexagetenv(kShareVariable).empty();
+  } catch (const std::bad_alloc&) {
+    return true;  // an empty value takes no memory
+  }
 }
 
 bool isHeldElsewhere(int error) { return error == EAGAIN || error == EACCES; }
@@ -86,7 +95,7 @@ int VexaProcessLock::EnterProcessMutex() {
 }
 
 int VexaProcessLock::ExitProcessMutex() {
-  if (VexaCommonUtils::Vexagetenv(kShareVariable).empty()) {
+  if (!hasShareDirectory()) {
     OutputScreen(kNoShareDirectory);
     return kFailed;
   }

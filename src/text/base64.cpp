@@ -8,6 +8,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "platform/checked_size.h"
 #include "platform/raw_text.h"
 #include "text/base64_blocks.h"
 
@@ -109,7 +110,8 @@ std::size_t decodeInto(const unsigned char* in, std::size_t size, unsigned char*
 std::string decode(const std::string& encoded) {
   const auto* const in = reinterpret_cast<const unsigned char*>(encoded.data());
   const std::size_t size = static_cast<std::uint32_t>(encoded.size());  // the length wraps at 4 GiB
-  std::string bytes = commutil::writtenText(size / 4 * 3 + 3, [=](char* out, std::size_t) {
+  const std::size_t most = commutil::checkedSize(3, size / 4, 3);
+  std::string bytes = commutil::writtenText(most, [=](char* out, std::size_t) {
     return decodeInto(in, size, reinterpret_cast<unsigned char*>(out));
   });
   // A long text that ended early must not hold on to the room for all of it.
@@ -126,7 +128,8 @@ std::string VexaCommonUtils::base64Decode(const std::string& encoded) { return d
 std::string VexaCommonUtils_i::encodeData(const char* data, unsigned int length) {
   const auto* const in = reinterpret_cast<const unsigned char*>(data);
   const std::size_t size = length;
-  return commutil::writtenText((size + 2) / 3 * 4, [=](char* out, std::size_t room) {
+  const std::size_t encoded = commutil::checkedSize(0, (size + 2) / 3, 4);
+  return commutil::writtenText(encoded, [=](char* out, std::size_t room) {
     encode(in, size, out);
     return room;
   });

@@ -14,6 +14,7 @@
 #include "VexaCommonUtils_i.h"
 #include "platform/bounded.h"
 #include "platform/byte_blocks.h"
+#include "platform/checked_size.h"
 #include "text/ascii.h"
 #include "text/search.h"
 #include "text/tokens.h"
@@ -60,10 +61,12 @@ class Occurrences {
   std::array<std::size_t, 8> m_kept{};
 };
 
-// Returns `text` with what was found replaced by `to`.
+// Returns `text` with what was found replaced by `to`. Throws std::length_error, before anything is
+// written, when no string could hold the result.
 std::string replaced(std::string_view text, const Finder& finder, const Occurrences& found,
                      std::string_view to) {
-  std::string result(text.size() - found.size() * finder.length() + found.size() * to.size(), '\0');
+  const std::size_t kept = text.size() - found.size() * finder.length();
+  std::string result(commutil::checkedSize(kept, found.size(), to.size()), '\0');
   const commutil::RunCopier copy(text, result);
   char* out = result.data();
   std::size_t begin = 0;
@@ -154,7 +157,7 @@ unsigned long VexaCommonUtils::splitAll(const std::string& s, const std::string&
   // At least doubled, so that many calls on one vector do not copy it every time.
   const std::size_t size = out.size() + tokens.size();
   if (size > out.capacity()) out.reserve(std::max(size, 2 * out.capacity()));
-  for (const Token& token : tokens) out.emplace_back(token.text, token.length);
+  for (const Token& token : tokens) out.emplace_back(tokens.text(token));
   return size;
 }
 
@@ -188,9 +191,8 @@ std::string VexaCommonUtils_i::trimString(const std::string& s, const char* char
 
 void VexaCommonUtils_i::splitAll(const std::string& s, const std::string& delims,
                                  std::set<std::string>& out) {
-  for (const Token& token : Tokens(s, delims)) {
-    out.emplace_hint(out.end(), token.text, token.length);
-  }
+  const Tokens tokens(s, delims);
+  for (const Token& token : tokens) out.emplace_hint(out.end(), tokens.text(token));
 }
 
 char* VexaCommonUtils_i::ulltoa(unsigned long long value, char* buf) {

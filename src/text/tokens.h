@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/bounded.h"
 
@@ -10,9 +12,10 @@ namespace commutil {
 
 constexpr std::size_t kSplitLimit = 1024;  // `splitAll` sees no more of its input
 
+/// Where a token is in its text. Small, since the stacks of callers may be too.
 struct Token {
-  const char* text;
-  std::size_t length;
+  std::uint16_t begin;
+  std::uint16_t length;
 };
 
 /// The tokens of a text as strtok_r(3) finds them, of a copy that ends at its first NUL.
@@ -28,6 +31,7 @@ class Tokens {
   std::size_t size() const { return m_count; }
   const Token* begin() const { return m_tokens.data(); }
   const Token* end() const { return begin() + m_count; }
+  std::string_view text(const Token& token) const { return {m_text + token.begin, token.length}; }
 
  private:
   void find(const char* delims) {
@@ -40,7 +44,8 @@ class Tokens {
       if (*at == '\0') return;
       const char* const begin = at;
       while (!ends[index(*at)]) ++at;
-      m_tokens[m_count++] = {begin, static_cast<std::size_t>(at - begin)};
+      m_tokens[m_count++] = {static_cast<std::uint16_t>(begin - m_text),
+                             static_cast<std::uint16_t>(at - begin)};
     }
   }
 

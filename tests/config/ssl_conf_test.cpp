@@ -250,6 +250,17 @@ TEST_F(SslConf, TheDefaultsHoldWithoutAStore) {
   });
 }
 
+TEST_F(SslConf, TheDefaultsStayAfterAStoreThatFailedDuringTheFirstCall) {
+  writeTemplate("\"-SSLCAfile a\"");
+  const std::string defaults = "\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\"";
+  runInChild([&] {
+    EXPECT_EQ(defaults, readFile(generate()));
+    fakeStore().answers[kApplication + "SSLAuthenticate"] = {0, "SERVER"};
+    fakeStore().answers[kApplication + "SSLVersion"] = {0, "TLSv1.3"};
+    EXPECT_EQ(defaults, readFile(generate()));
+  });
+}
+
 TEST_F(SslConf, CopiesABigTemplate) {
   const std::string filling(5'000'000, '#');
   writeTemplate(filling + "\"-SSLCAfile a\"" + filling);

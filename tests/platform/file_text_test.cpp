@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <thread>
-
 #include "support/fixtures.h"
 
 namespace {
@@ -34,17 +32,6 @@ TEST(ReadFileText, LeavesTheTextOnFailure) {
     EXPECT_FALSE(readFileText(path, text));
     EXPECT_EQ("junk", text);
   }
-}
-
-TEST(ReadFileText, ReadsAPipeToItsEnd) {
-  const TempDir dir;
-  const std::string path = dir / "pipe";
-  ASSERT_EQ(0, ::mkfifo(path.c_str(), 0600));
-  std::thread writer([&] { commutil_test::writeFile(path, std::string(100'000, 'p')); });
-  std::string text;
-  EXPECT_TRUE(readFileText(path, text));
-  writer.join();
-  EXPECT_EQ(std::string(100'000, 'p'), text);
 }
 
 TEST(ReadFileText, LeavesNoDescriptorOpen) {

@@ -140,6 +140,30 @@ TEST(CommandCalls, ExecResultTriesAgainAfterAReadThatFailed) {
   }
 }
 
+TEST(CommandCalls, ExecResultOutlastsAnyNumberOfInterruptedReads) {
+  Reads stream{{{"one\n"}}};
+  stream.reads.insert(stream.reads.end(), 5000, {"", EINTR});
+  stream.reads.push_back({"two\n"});
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  std::string result;
+  EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+  EXPECT_EQ("one\ntwo\n", result);
+}
+
+TEST(CommandCalls, ExecResultCountsFailedReadsAnewAfterData) {
+  Reads stream;
+  for (int round = 0; round < 5; ++round) {
+    stream.reads.push_back({"line\n"});
+    stream.reads.insert(stream.reads.end(), 900, {"", EIO});
+  }
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  std::string result;
+  EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+  EXPECT_EQ("line\nline\nline\nline\nline\n", result);
+}
+
 TEST(CommandCalls, ExecResultEndsWhereTheEndIsOutOfReach) {
   Reads stream{{{"one\n"}}, true};
   FakeShell shell("");

@@ -1,0 +1,75 @@
+// The reference settings store with each of its allocations failing: a lookup may fail, but the
+// next one finds the settings, and no document is called malformed.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <filesystem>
+#include <string>
+
+#include "support/failing_allocations.h"
+#include "support/fixtures.h"
+
+namespace {
+
+using commutil_test::CapturedOutput;
+using commutil_test::Failing;
+using commutil_test::FailingAllocations;
+using commutil_test::ScopedEnv;
+using commutil_test::TempDir;
+
+using ValueFunction = int (*)(const std::string&, std::string&);
+
+ValueFunction paramValue() {
+  void* const library = ::dlopen(SETTINGREST_LIBRARY, RTLD_LAZY);
+  return reinterpret_cast<ValueFunction>(::dlsym(library, "getSettingParamValue"));
+}
+
+/// Replaces the document by one that holds `value`, last written `age` seconds after a time long
+/// ago: what was read of it is then cached.
+void store(const std::string& path, const std::string& value, std::size_t age) {
+  const std::string next = path + ".new";
+  commutil_test::writeFile(next, R"({"real": 5.25, "large": 123456789012345678901234567890,
+      "a": {"key that is long": ")" + value +
+                                     R"(", "list": [true, null]}})");
+  const timespec time{1'000'000'000 + static_cast<std::time_t>(age), 0};
+  const timespec times[2] = {time, time};
+  ASSERT_EQ(0, ::utimensat(AT_FDCWD, next.c_str(), times, 0));
+  std::filesystem::rename(next, path);
+}
+
+TEST(SettingRestWithoutMemory, TheNextLookupFindsTheSettings) {
+  const TempDir dir;
+  const std::string path = dir / "store.json";
+  const ScopedEnv url("SETTINGREST_URL", "file://" + path);
+  const ValueFunction lookUp = paramValue();
+  ASSERT_NE(nullptr, lookUp);
+  const std::string key = "/a/key that is long";
+  CapturedOutput errors(STDERR_FILENO);
+  std::size_t failed = 0;
+  for (const Failing failing : {Failing::once, Failing::fromThenOn}) {
+    bool happened = true;
+    for (std::size_t passing = 0; happened; ++passing) {
+      const std::string stored = "a value of some length, number " + std::to_string(passing);
+      store(path, stored, passing);
+      std::string value = "before";
+      int result = 0;
+      {
+        const FailingAllocations failures(passing, failing);
+        result = lookUp(key, value);
+        happened = failures.happened();
+      }
+      if (result != 0) ++failed;
+      EXPECT_EQ(result == 0 ? stored : "before", value) << passing;
+      EXPECT_EQ(0, lookUp(key, value)) << passing;
+      EXPECT_EQ(stored, value) << passing;
+    }
+  }
+  EXPECT_LT(0U, failed);
+  EXPECT_EQ("", errors.stop());
+}
+
+}  // namespace
