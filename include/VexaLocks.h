@@ -25,10 +25,11 @@ enum OUTPUT_TYPE : int {
 /// A named mutex between the processes of one host: a write record lock (fcntl(2), F_SETLK) on a
 /// whole file.
 ///
-/// The file is `_APP_SHARE_DIR` + directory + name + "_PROCESSMUTEX", created if it is missing (mode
-/// 0666 less the umask), never written and never removed. The variable is read on every enter and
-/// exit. Copies of an object stand for the same lock. Messages above 1022 bytes are not printed.
-/// Throws nothing but `std::bad_alloc`. Not thread-safe: one thread at a time uses an object.
+/// The file is `_APP_SHARE_DIR` + directory + name + "_PROCESSMUTEX", created if it is missing
+/// (mode 0666 less the umask), never written and never removed. The variable is read on every enter
+/// and exit. Copies of an object stand for the same lock. Messages above 1022 bytes are not
+/// printed. Throws nothing but `std::bad_alloc`. Not thread-safe: one thread at a time uses an
+/// object.
 /// @sharp{lock} Belongs to the process: a second object on the same file succeeds, threads are not
 /// excluded, and closing any descriptor of the file drops the lock. @instead Keep one object for
 /// each lock, and open the file nowhere else.
@@ -246,8 +247,8 @@ class VEXA_EXPORT VexaToken_Message_Queue : public ACE_Message_Queue<ACE_MT_SYNC
 
   /// Sets the `token` in which threads reserve, null for none, and returns 0. The token is not
   /// owned. Not thread-safe.
-  /// @sharp{token} Without a token, `VexaToken_Message_Queue::dequeue_head` takes the message and
-  /// returns -1. @instead Set the token before the first worker starts.
+  /// @sharp{token} Without a token, `VexaToken_Message_Queue::dequeue_head` takes the message,
+  /// hands it out and returns -1. @instead Set the token before the first worker starts.
   int setToken(VexaToken* token);
 
   /// Takes the first message, waiting for one with the virtual `wait_not_empty_cond`, and reserves
