@@ -112,9 +112,8 @@ class VEXA_EXPORT Vexawifstream : public std::istream {
   void get(char* buf, std::size_t n, int delim);
 
   /// Reads a decimal number. The byte after it stays unread, but a line feed is consumed.
-  /// @return its value by strtol(3): 0 without digits, LONG_MAX beyond the range; -1 if closed or
-  /// if
-  ///         the byte after it cannot be put back, as on a pipe
+  /// @return its value, see strtol(3): 0 without digits, LONG_MAX beyond the range; -1 if closed,
+  ///         or if the byte after it cannot be put back, as on a pipe
   /// @sharp{wide} Accepts no sign or leading space, and -1 may be a failure, as for
   /// `Vexawifstream::getd` and the `>>` of numbers. @instead Skip spaces first, or read lines and
   /// parse them.
@@ -123,14 +122,13 @@ class VEXA_EXPORT Vexawifstream : public std::istream {
   /// multibyte character too (see `Vexawifstream::fseekg`). @instead Use a handle of bytes.
   long getn();
   /// Reads digits and points as `getn` reads digits.
-  /// @return their value by strtod(3), which ends at a second point; -1.0 if `getn` would return -1
+  /// @return their value, see strtod(3), up to a second point; -1.0 if `getn` would return -1
   /// @sharp{wide} Follows the locale's decimal point, as does the `<<` of reals. @instead Write and
   /// read in one locale.
   double getd();
 
   /// Reads up to `count` records of `size` bytes into `buf`.
-  /// @return the number of whole records read, see fread(3); 0 if `buf` is null or the stream
-  /// closed
+  /// @return the number of whole records, see fread(3); 0 if `buf` is null or the stream is closed
   std::size_t read(void* buf, std::size_t size, std::size_t count);
 
  private:
