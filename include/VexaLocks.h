@@ -27,7 +27,7 @@ enum OUTPUT_TYPE : int {
 ///
 /// The file is `_APP_SHARE_DIR` + directory + name + "_PROCESSMUTEX", created if it is missing
 /// (mode 0666 less the umask), never written and never removed. The variable is read on every enter
-/// and exit. Copies of an object stand for the same lock. Messages above 1022 bytes are not
+/// and exit. Copies of an object refer to the same lock. Messages above 1022 bytes are not
 /// printed. Throws nothing but `std::bad_alloc`. Not thread-safe: one thread at a time uses an
 /// object.
 /// @sharp{lock} Belongs to the process: a second object on the same file succeeds, threads are not

@@ -26,7 +26,7 @@
 /// `Vexaswprintf()`.
 class VEXA_EXPORT Vexawifstream : public std::istream {
  public:
-  /// A closed stream.
+  /// Creates a closed stream.
   Vexawifstream();
   /// Closes an open handle.
   ~Vexawifstream() override;
@@ -139,7 +139,7 @@ class VEXA_EXPORT Vexawifstream : public std::istream {
 /// the destructor. The remarks at `Vexawifstream` apply. Not thread-safe.
 class VEXA_EXPORT Vexawofstream : public std::ostream {
  public:
-  /// A closed stream.
+  /// Creates a closed stream.
   Vexawofstream();
   /// Closes an open handle.
   ~Vexawofstream() override;
@@ -194,7 +194,7 @@ class VEXA_EXPORT Vexawofstream : public std::ostream {
 /// `Vexawfstream::fail`, or name the side: `Vexawifstream::isValid`.
 class VEXA_EXPORT Vexawfstream : public Vexawifstream, public Vexawofstream {
  public:
-  /// A closed stream.
+  /// Creates a closed stream.
   Vexawfstream();
   /// Closes an open handle of either side.
   ~Vexawfstream() override;
@@ -275,9 +275,10 @@ VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, wchar_t c);        
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, const char* s);     ///< byte string
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, char c);            ///< byte
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, int value);         ///< decimal
-/// @sharp{wide} Prints values beyond the signed range as negative, as does the one of an unsigned
-/// long. @instead Format them yourself.
-VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, unsigned int value);    ///< decimal
+/// Decimal.
+/// @sharp{wide} Prints values beyond the signed range as negative, as does the form for
+/// unsigned long. @instead Format them yourself.
+VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, unsigned int value);
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, short value);           ///< decimal
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, unsigned short value);  ///< decimal
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, long value);            ///< decimal
@@ -310,17 +311,19 @@ VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, double value);       
 /// from an open reader; integers by `getn` and reals by `getd`, converted to their type. Not
 /// thread-safe, as the stream.
 /// @{
-/// @sharp{wide} Takes the array to hold 4097 elements, as does the one of bytes. @instead Pass
-/// 4097.
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t* buf);  ///< line
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t& c);    ///< wide
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char* buf);     ///< line
-/// @sharp{wide} Discards the byte and leaves the variable unchanged. @instead Use
-/// `Vexawifstream::get`.
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char& c);       ///< skips a byte
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, int& value);    ///< by `getn`
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, short& value);  ///< by `getn`
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, long& value);   ///< by `getn`
+
+/// A line.
+/// @sharp{wide} Takes the array to hold 4097 elements, as does the form for bytes. @instead Pass
+/// that many.
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t* buf);
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t& c);  ///< wide
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char* buf);   ///< line
+/// Skips a byte.
+/// @sharp{wide} The variable is unchanged. @instead Use `Vexawifstream::get`.
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char& c);
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, int& value);             ///< by `getn`
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, short& value);           ///< by `getn`
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, long& value);            ///< by `getn`
 VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, unsigned int& value);    ///< by `getn`
 VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, unsigned short& value);  ///< by `getn`
 VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, unsigned long& value);   ///< by `getn`
