@@ -128,7 +128,7 @@ class VEXA_EXPORT VexaCommonUtils {
   /// Replaces every `from` in `s` by `to`, in place, left to right, without overlap. Inserted bytes
   /// are not searched again.
   /// @return a copy of the modified `s`
-  /// @throws std::length_error if no string can hold the result; `s` is unchanged then
+  /// @throws std::length_error  no string can hold the result; `s` is unchanged
   /// @sharp{strings} An empty `from` changes nothing.
   static std::string Vexareplace(std::string& s, std::string& from, std::string& to);
   /// Replaces every `from` in `s` by `to`, as `Vexareplace` does.
