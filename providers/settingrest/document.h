@@ -20,6 +20,9 @@ class Document {
   /// Returns the value of `key`, null when there is none. A "/" in front of it may be left out.
   const std::string* find(const std::string& key) const;
 
+  /// Returns every setting by its path.
+  const std::map<std::string, std::string>& values() const { return m_values; }
+
   /// Returns the parameters directly below `group`, with or without a "/" at its end.
   std::map<std::string, std::string> below(const std::string& group) const;
 

@@ -3,9 +3,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <json/reader.h>
+#include <pty.h>
+#include <sys/ptrace.h>
+#include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -21,21 +26,31 @@ void redirect(int fd, const std::string& path, int flags) {
   ::close(file);
 }
 
-[[noreturn]] void become(const std::vector<std::string>& words, const Environment& environment,
-                         const TempDir& dir) {
+[[noreturn]] void become(const std::vector<std::string>& words, const Environment& environment) {
   for (const auto& [name, value] : environment)
     value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
   // ACE takes the two locks of its library loader in both orders. The command has one thread.
   ::setenv("TSAN_OPTIONS", "detect_deadlocks=0", 0);
-  redirect(0, dir / "in", O_RDONLY);
-  redirect(1, dir / "out", O_WRONLY | O_CREAT);
-  redirect(2, dir / "err", O_WRONLY | O_CREAT);
   std::vector<char*> arguments;
   arguments.reserve(words.size() + 1);
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   ::execv(arguments[0], arguments.data());
   ::_exit(kCannotRun);
+}
+
+[[noreturn]] void become(const std::vector<std::string>& words, const Environment& environment,
+                         const TempDir& dir) {
+  redirect(0, dir / "in", O_RDONLY);
+  redirect(1, dir / "out", O_WRONLY | O_CREAT);
+  redirect(2, dir / "err", O_WRONLY | O_CREAT);
+  become(words, environment);
+}
+
+int codeOf(pid_t child) {
+  int status = 0;
+  EXPECT_EQ(child, ::waitpid(child, &status, 0));
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
 }  // namespace
@@ -54,10 +69,60 @@ ProcessResult runProcess(const std::vector<std::string>& words, const Environmen
   dir.write("in", input);
   const pid_t child = ::fork();
   if (child == 0) become(words, environment, dir);
+  const int code = codeOf(child);
+  return {code, readFile(dir / "out"), readFile(dir / "err")};
+}
+
+TerminalRun::TerminalRun(const std::vector<std::string>& words, const Environment& environment) {
+  m_child = ::forkpty(&m_terminal, nullptr, nullptr, nullptr);
+  if (m_child == 0) become(words, environment);
+}
+
+TerminalRun::~TerminalRun() { ::close(m_terminal); }
+
+bool TerminalRun::readPiece() {
+  std::array<char, 4096> piece{};
+  const ssize_t count = ::read(m_terminal, piece.data(), piece.size());
+  if (count > 0) m_output.append(piece.data(), static_cast<std::size_t>(count));
+  return count > 0;  // EIO: the other side is closed
+}
+
+void TerminalRun::waitFor(const std::string& text) {
+  while (m_output.find(text) == std::string::npos)
+    if (!readPiece()) FAIL() << "the command ended with: " << m_output;
+}
+
+ProcessResult TerminalRun::finish() {
+  while (readPiece()) {
+  }
+  return {codeOf(m_child), m_output, ""};
+}
+
+bool runUntilCall(const std::vector<std::string>& words, const Environment& environment,
+                  const std::set<long>& calls, int count) {
+  const TempDir dir;
+  dir.write("in", "");
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1);  // it needs the tracing for itself
+    if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(kCannotRun);
+    become(words, environment, dir);
+  }
   int status = 0;
   EXPECT_EQ(child, ::waitpid(child, &status, 0));
-  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-  return {code, readFile(dir / "out"), readFile(dir / "err")};
+  EXPECT_TRUE(WIFSTOPPED(status));
+  ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+  for (bool isEntry = false; WIFSTOPPED(status);) {
+    ::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+    EXPECT_EQ(child, ::waitpid(child, &status, 0));
+    if (!WIFSTOPPED(status) || WSTOPSIG(status) != (SIGTRAP | 0x80)) continue;
+    isEntry = !isEntry;
+    user_regs_struct registers{};
+    ::ptrace(PTRACE_GETREGS, child, nullptr, &registers);
+    if (isEntry && calls.count(static_cast<long>(registers.orig_rax)) != 0 && --count == 0)
+      ::kill(child, SIGKILL);
+  }
+  return WIFSIGNALED(status);
 }
 
 Deployment::Deployment()

@@ -37,30 +37,52 @@ TEST(Base64, EncodesAndDecodesStreams) {
   }
 }
 
-TEST(Base64, StopsAtTheFirstByteThatIsNoData) {
+TEST(Base64, FailsForInputThatIsLeftOver) {
   const Deployment deployment;
   const std::string pieces(64 * 1024, 'A');  // decodes to zeros, a whole piece of input
   const std::string zeros(48 * 1024, '\0');
   const struct {
     std::string text;
     std::string data;
+    std::size_t leftFrom;  // counted from 1, 0 if nothing is left over
   } rows[] = {
-      {"TQ==TWFu", "M"},
-      {"TWFu\nTWFu", "Man"},
-      {"TWFu TWFu", "Man"},
-      {"TWE", "Ma"},
-      {"T", ""},
-      {"-", ""},
-      {pieces + "TWE=TWFu", zeros + "Ma"},
-      {pieces + "\n" + pieces, zeros},
-      {pieces.substr(1) + "=" + pieces, zeros.substr(1)},
-      {pieces.substr(2) + "TQ" + "==" + pieces, zeros.substr(3) + std::string("\0\x04\xd0", 3)},
+      {"", "", 0},
+      {"TWFu\n", "Man", 0},
+      {"TWFu\r\n\n", "Man", 0},
+      {"TWE", "Ma", 0},
+      {"TQ=", "M", 0},
+      {"TQ==\n", "M", 0},
+      {"TQ==TWFu", "M", 5},
+      {"TQ===", "M", 5},
+      {"TWE==", "Ma", 5},
+      {"TWFu=", "Man", 5},
+      {"TQ\n==", "M", 4},
+      {"TWFu\nTWFu", "Man", 6},
+      {"TWFu TWFu", "Man", 5},
+      {"T", "", 1},
+      {"TWFuT\n", "Man", 5},
+      {"T=", "", 2},
+      {"-", "", 1},
+      {"=", "", 1},
+      {pieces + "\n", zeros, 0},
+      {pieces + std::string(70000, '\n'), zeros, 0},
+      {pieces + std::string(70000, '\n') + "x", zeros, 65537 + 70000},
+      {pieces + "TWE=TWFu", zeros + "Ma", 65541},
+      {pieces + "\n" + pieces, zeros, 65538},
+      {pieces + "T" + "=" + pieces, zeros, 65538},
+      {pieces.substr(1) + "=" + pieces, zeros.substr(1), 65537},
+      {pieces.substr(2) + "TQ" + "==" + pieces, zeros.substr(3) + std::string("\0\x04\xd0", 3),
+       65537},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text.substr(0, 20));
     const ProcessResult result = deployment.run({"base64", "decode"}, row.text);
-    EXPECT_EQ(0, result.code);
+    EXPECT_EQ(row.leftFrom == 0 ? 0 : 1, result.code);
     EXPECT_TRUE(row.data == result.out);
+    const std::string message = "commutil: standard input is left over from byte " +
+                                std::to_string(row.leftFrom) +
+                                " on: only what precedes it was decoded\n";
+    EXPECT_EQ(row.leftFrom == 0 ? "" : message, result.err);
   }
 }
 

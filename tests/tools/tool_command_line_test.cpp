@@ -14,6 +14,15 @@ using commutil_test::ProcessResult;
 using Words = std::vector<std::string>;
 
 const std::vector<Words> kSubcommands{{"report"},
+                                      {"explain"},
+                                      {"check"},
+                                      {"settings"},
+                                      {"settings", "show"},
+                                      {"settings", "check"},
+                                      {"settings", "put"},
+                                      {"settings", "delete"},
+                                      {"settings", "import"},
+                                      {"settings", "export"},
                                       {"ssl-conf"},
                                       {"expand"},
                                       {"escape"},
@@ -33,7 +42,8 @@ const std::vector<Words> kSubcommands{{"report"},
                                       {"base64", "encode"},
                                       {"base64", "decode"},
                                       {"uuid"},
-                                      {"timestamp"}};
+                                      {"timestamp"},
+                                      {"help"}};
 
 TEST(CommandLine, EverySubcommandHasHelp) {
   const Deployment deployment;
@@ -75,6 +85,13 @@ const Words kWrongUses[] = {
     {"report", "--unknown"},
     {"report", "operand"},
     {"report", "report"},
+    {"report", "--diff"},
+    {"report", "--pid", "0"},
+    {"explain", "unknown"},
+    {"explain", "--timeout", "0"},
+    {"explain", "--timeout", "soon"},
+    {"check", "operand"},
+    {"check", "--pid", "none"},
     {"expand"},
     {"expand", "text"},
     {"expand", "--syntax", "paren"},
@@ -110,6 +127,19 @@ const Words kWrongUses[] = {
     {"base64", "encode", "text"},
     {"uuid", "text"},
     {"timestamp", "--dts"},
+    {"settings"},
+    {"settings", "puts"},
+    {"settings", "put", "ListenAllIp"},
+    {"settings", "put", "ListenAllIp", "enable", "more"},
+    {"settings", "put", "ListenAllIp", "enable", "--wait", "soon"},
+    {"settings", "put", "ListenAllIp", "enable", "--wait", "-1"},
+    {"settings", "delete"},
+    {"settings", "check"},
+    {"settings", "import"},
+    {"settings", "export", "file"},
+    {"help", "unknown"},
+    {"help", "ip", "unknown"},
+    {"help", "report", "more"},
 };
 
 TEST(CommandLine, RefusesWrongUse) {
@@ -121,6 +151,67 @@ TEST(CommandLine, RefusesWrongUse) {
     EXPECT_EQ("", result.out);
     EXPECT_NE("", result.err);
   }
+}
+
+TEST(CommandLine, HelpPrintsTheHelpOfASubcommand) {
+  const Deployment deployment;
+  for (Words words : kSubcommands) {
+    Words asked = words;
+    asked.insert(asked.begin(), "help");
+    words.emplace_back("--help");
+    const ProcessResult result = deployment.run(asked);
+    EXPECT_EQ(0, result.code);
+    EXPECT_EQ(deployment.run(words).out, result.out);
+  }
+  EXPECT_EQ(deployment.run({"--help"}).out, deployment.run({"help"}).out);
+}
+
+TEST(CommandLine, SuggestsWhatAMistypedWordMayHaveMeant) {
+  const Deployment deployment;
+  const struct {
+    Words words;
+    std::string message;
+  } rows[] = {
+      {{"reprot"}, "there is no subcommand \"reprot\"; did you mean \"report\"?"},
+      {{"Report"}, "there is no subcommand \"Report\"; did you mean \"report\"?"},
+      {{"ip", "chek", "1.2.3.4"}, "there is no subcommand \"ip chek\"; did you mean \"ip check\"?"},
+      {{"help", "base46"}, "there is no subcommand \"base46\"; did you mean \"base64\"?"},
+      {{"frobnicate"}, "there is no subcommand \"frobnicate\""},
+      {{""}, "there is no subcommand \"\""},
+      {{"report", "--jsn"}, "The following argument was not expected: --jsn; did you mean --json?"},
+      {{"ip", "check", "--helf", "x"},
+       "The following argument was not expected: --helf; did you mean --help?"},
+  };
+  for (const auto& row : rows) {
+    const ProcessResult result = deployment.run(row.words);
+    EXPECT_EQ(2, result.code);
+    EXPECT_EQ("commutil: " + row.message + "\n", result.err);
+    if (row.words.front() == "help") continue;  // has no --json
+    Words json = row.words;
+    json.emplace_back("--json");
+    const ProcessResult failed = deployment.run(json);
+    EXPECT_EQ(2, failed.code);
+    EXPECT_EQ("", failed.err);
+    EXPECT_EQ(row.message, failed.json()["error"].asString());
+  }
+}
+
+TEST(CommandLine, FailsWhenItsStandardStreamsAreClosed) {
+  const Deployment deployment;
+  const auto run = [&](const std::string& line) {
+    return commutil_test::runProcess({"/bin/sh", "-c", "exec \"$0\" " + line, deployment.tool()},
+                                     deployment.environment);
+  };
+  for (const std::string words : {"report", "uuid --json", "help", "--version"}) {
+    SCOPED_TRACE(words);
+    const ProcessResult result = run(words + " >&-");
+    EXPECT_EQ(1, result.code);
+    EXPECT_EQ("commutil: standard output cannot be written\n", result.err);
+    EXPECT_EQ(1, run(words + " >&- 2>&-").code);
+  }
+  const ProcessResult input = run("base64 encode <&-");
+  EXPECT_EQ(1, input.code);
+  EXPECT_EQ("commutil: standard input cannot be read\n", input.err);
 }
 
 TEST(CommandLine, FailsWhenItsOutputCannotBeWritten) {

@@ -1,6 +1,8 @@
 // commutil run.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -34,6 +36,56 @@ TEST(Run, PrintsTheDecodedExitCode) {
     words.insert(words.begin() + 1, "--json");
     EXPECT_EQ(row.code, deployment.run(words).json()["exitCode"].asInt());
   }
+}
+
+TEST(Run, TellsAProgramThatCannotBeStartedFromItsExitCode) {
+  Deployment deployment;
+  deployment.write("bin/plain", "");
+  deployment.write("bin/script", "#!/nosuch/interpreter\n");
+  std::filesystem::permissions(deployment / "bin/script", std::filesystem::perms::owner_all);
+  ASSERT_EQ(0, ::mkfifo((deployment / "bin/pipe").c_str(), 0700));
+  deployment.environment["PATH"] = deployment / "bin:/usr/bin:/bin";
+  const struct {
+    std::string program;
+    int code;
+    std::string message;
+  } rows[] = {
+      {"nosuch", 127, "nosuch: not found in the directories of PATH"},
+      {"/nosuch", 127, "/nosuch: No such file or directory"},
+      {"/etc/passwd/nosuch", 127, "/etc/passwd/nosuch: Not a directory"},
+      {"plain", 126, (deployment / "bin/plain") + ": Permission denied"},
+      {"/etc", 126, "/etc: not a regular file"},
+      {"pipe", 126, (deployment / "bin/pipe") + ": not a regular file"},
+      {deployment / "bin/script", 127,
+       (deployment / "bin/script") +
+           ": its interpreter /nosuch/interpreter: No such file or directory"},
+  };
+  for (const auto& row : rows) {
+    const ProcessResult result = deployment.run({"run", "--", row.program});
+    EXPECT_EQ(row.code, result.code);
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ("commutil: " + row.message + "\n", result.err);
+    const ProcessResult json = deployment.run({"run", "--json", "--", row.program});
+    EXPECT_EQ(row.code, json.code);
+    EXPECT_EQ("", json.err);
+    EXPECT_EQ(row.message, json.json()["error"].asString());
+  }
+  // These are the exit codes with which the library reports such programs.
+  EXPECT_EQ("exitCode  2\n", deployment.run({"run", "--", "sh", "-c", "exit 2"}).out);
+  EXPECT_EQ("exitCode  13\n", deployment.run({"run", "--", "sh", "-c", "exit 13"}).out);
+}
+
+TEST(Run, FindsAProgramBehindOneThatCannotBeStarted) {
+  Deployment deployment;
+  deployment.write("bin/true", "");
+  deployment.environment["PATH"] = deployment / "bin:/usr/bin:/bin";
+  EXPECT_EQ(0, deployment.run({"run", "--", "true"}).code);
+}
+
+TEST(Run, NamesAProgramByItsPathWithoutAnEnvironment) {
+  const ProcessResult result = Deployment().run({"run", "--clean-env", "--", "sh", "-c", "exit 0"});
+  EXPECT_EQ(127, result.code);
+  EXPECT_EQ("commutil: sh: No such file or directory\n", result.err);
 }
 
 TEST(Run, PassesEveryWordAsItIs) {

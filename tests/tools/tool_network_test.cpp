@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -81,13 +82,40 @@ TEST(Net, ShowsThatThereIsNoListOfNodes) {
   EXPECT_TRUE(deployment.run({"net", "--json"}).json()["clusterNodes"].isNull());
 }
 
-TEST(Net, SurvivesAListOfNodesOfTheWrongForm) {
+TEST(Net, SaysWhichListOfNodesCannotBeRead) {
   const Deployment deployment;
-  deployment.write("cluster/etc/sysconf/nodelists.json", R"({"nodeList": {"a": "text"}})");
-  const ProcessResult result = deployment.run({"net", "--json"});
-  EXPECT_EQ(0, result.code);
-  EXPECT_EQ(0U, result.err.find("commutil: the list of nodes has the wrong form: "));
-  EXPECT_TRUE(result.json()["clusterNodes"].isNull());
+  const std::string path = deployment / "cluster/etc/sysconf/nodelists.json";
+  const struct {
+    std::string text;
+    std::string problem;
+  } rows[] = {
+      {R"({"nodeList": {"a": "text"}})", ": a value is of the wrong kind: "},
+      {"{\n  \"nodeList\": nothing}", ":2:15: Syntax error: value, object or array expected"},
+      {"", ":1:1: empty"},
+      {"{}\n{}", ":2:1: "},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    deployment.write("cluster/etc/sysconf/nodelists.json", row.text);
+    const ProcessResult text = deployment.run({"net"});
+    EXPECT_EQ(1, text.code);
+    EXPECT_EQ(0U, text.err.find("commutil: " + path + row.problem)) << text.err;
+    EXPECT_NE(std::string::npos, text.out.find("clusterNodes  (not set)\n")) << text.out;
+    const ProcessResult result = deployment.run({"net", "--json"});
+    EXPECT_EQ(1, result.code);
+    EXPECT_EQ("", result.err);
+    EXPECT_TRUE(result.json()["clusterNodes"].isNull());
+    EXPECT_EQ(0U, result.json()["clusterNodesProblem"].asString().find(path + row.problem));
+  }
+}
+
+TEST(Net, SaysWhichListOfNodesIsNoFile) {
+  const Deployment deployment;
+  const std::string path = deployment / "cluster/etc/sysconf/nodelists.json";
+  std::filesystem::remove(path);
+  EXPECT_EQ("commutil: " + path + ": No such file or directory\n", deployment.run({"net"}).err);
+  std::filesystem::create_directory(path);
+  EXPECT_EQ("commutil: " + path + ": not a regular file\n", deployment.run({"net"}).err);
 }
 
 TEST(Ip, Normalises) {
@@ -111,7 +139,7 @@ TEST(Ip, Normalises) {
   const ProcessResult refused = deployment.run({"ip", "normalise", "host"});
   EXPECT_EQ(1, refused.code);
   EXPECT_EQ("", refused.out);
-  EXPECT_EQ("commutil: no address: host\n", refused.err);
+  EXPECT_EQ("commutil: not an address: host\n", refused.err);
 }
 
 TEST(Ip, ShowsWhatEachCheckSays) {
@@ -132,11 +160,11 @@ TEST(Ip, ShowsWhatEachCheckSays) {
     EXPECT_EQ(row.code, result.code);
     const Json::Value json = result.json();
     EXPECT_EQ(row.family, json["family"].asInt());
-    EXPECT_EQ(row.strict, json["isValidIP"].asBool());
-    EXPECT_EQ(row.lax, json["CheckIp"].asBool());
-    EXPECT_EQ(row.parsed, json["validateIPv4"].asBool());
+    EXPECT_EQ(row.strict, json["strict"].asBool());
+    EXPECT_EQ(row.lax, json["lax"].asBool());
+    EXPECT_EQ(row.parsed, json["parsable"].asBool());
   }
-  EXPECT_EQ("CheckIp       yes\nfamily        2\nisValidIP     yes\nvalidateIPv4  yes\n",
+  EXPECT_EQ("family    2\nlax       yes\nparsable  yes\nstrict    yes\n",
             deployment.run({"ip", "check", "1.2.3.4"}).out);
 }
 
@@ -154,7 +182,7 @@ TEST(Ip, Resolves) {
     EXPECT_TRUE(json["hostName"].isNull());
     const ProcessResult refused = deployment.run({"ip", "resolve", "other.host"});
     EXPECT_EQ(1, refused.code);
-    EXPECT_EQ("commutil: no address: other.host\n", refused.err);
+    EXPECT_EQ("commutil: not an address: other.host\n", refused.err);
   });
 }
 
@@ -168,7 +196,7 @@ TEST(Mac, FindsTheInterfaceOfAnIpv6Address) {
       const ProcessResult refused = deployment.run({"mac", text});
       EXPECT_EQ(1, refused.code);
       EXPECT_EQ("", refused.out);
-      EXPECT_EQ("commutil: no interface with a MAC address carries " + text + "\n", refused.err);
+      EXPECT_EQ("commutil: no interface with a MAC address has " + text + "\n", refused.err);
     }
   });
 }

@@ -10,7 +10,9 @@ namespace {
 using commutil_test::Deployment;
 using commutil_test::ProcessResult;
 
-std::string jsonOf(const std::string& text) { return "{\n  \"text\" : \"" + text + "\"\n}\n"; }
+std::string jsonOf(const std::string& text) {
+  return "{\n  \"schema\" : 1,\n  \"text\" : \"" + text + "\"\n}\n";
+}
 
 TEST(Output, WritesBytesThatAreNotUtf8ByNumber) {
   const struct {

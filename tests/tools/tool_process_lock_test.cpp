@@ -100,17 +100,46 @@ TEST(Lock, WaitsForAFreeLockWithoutAWord) {
   EXPECT_EQ("ran\n", result.out);
 }
 
-TEST(Lock, FailsWhereNoLockCanBe) {
+TEST(Lock, RefusesADirectoryWithoutBothSlashes) {
+  const Deployment deployment;
+  const std::string share = deployment / "share";
+  const std::string meant = share + "/lock/job_PROCESSMUTEX\n";
+  const struct {
+    std::string directory;
+    std::string file;
+  } rows[] = {{"lock", share + "lockjob_PROCESSMUTEX"},
+              {"/lock", share + "/lockjob_PROCESSMUTEX"},
+              {"lock/", share + "lock/job_PROCESSMUTEX"}};
+  for (const auto& row : rows) {
+    const ProcessResult result =
+        deployment.run({"lock", "job", "--dir", row.directory, "--", "echo", "ran"});
+    EXPECT_EQ(2, result.code);
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ("commutil: --dir " + row.directory +
+                  ": a slash is missing at its start or end; the lock file would be " + row.file +
+                  ", and with --dir /lock/ " + meant,
+              result.err);
+    EXPECT_FALSE(std::filesystem::exists(row.file));
+  }
+  EXPECT_EQ(2, deployment.run({"lock", "job", "--dir", "", "--", "true"}).code);
+  EXPECT_EQ(0, deployment.run({"lock", "job", "--dir", "/", "--", "true"}).code);
+  EXPECT_TRUE(std::filesystem::exists(share + "/job_PROCESSMUTEX"));
+}
+
+TEST(Lock, SaysWhyThereCanBeNoLock) {
   Deployment deployment;
+  const ProcessResult missing =
+      deployment.run({"lock", "job", "--dir", "/no/parent/", "--", "echo", "ran"});
+  EXPECT_EQ(1, missing.code);
+  EXPECT_EQ("commutil: the lock job cannot be taken: " +
+                (deployment / "share/no/parent/job_PROCESSMUTEX: No such file or directory\n"),
+            missing.err);
   deployment.environment["_APP_SHARE_DIR"] = std::nullopt;
   for (const Words& options : {Words{}, Words{"--wait", "5"}}) {
     const ProcessResult result = deployment.run(lockLine(options, {"echo", "ran"}));
     EXPECT_EQ(1, result.code);
     EXPECT_EQ("Getting the envionment variable _APP_SHARE_DIR failed.\n", result.out);
-    EXPECT_EQ(
-        "commutil: the lock job cannot be taken; is _APP_SHARE_DIR set, and does DIR have a slash "
-        "at both ends?\n",
-        result.err);
+    EXPECT_EQ("commutil: the lock job cannot be taken: _APP_SHARE_DIR is not set\n", result.err);
   }
 }
 

@@ -2,8 +2,11 @@
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "output.h"
 #include "tool.h"
@@ -21,12 +24,8 @@ std::string readPiece(std::size_t size) {
   return piece;
 }
 
-/// Returns the exit code after reading; a failed write is told by the caller of all subcommands.
-int inputRead() {
-  if (std::ferror(stdin) == 0) return kOk;
-  complain("standard input cannot be read");
-  return kNo;
-}
+/// Returns the exit code after reading. main() reports a failed write.
+int inputRead() { return std::ferror(stdin) == 0 ? kOk : fail("standard input cannot be read"); }
 
 struct NoOptions {};
 
@@ -39,20 +38,76 @@ int encode(const NoOptions& /*options*/) {
   return inputRead();
 }
 
-/// Tells whether decoding ends inside `piece`, at a byte that is no data character.
-bool endsIn(const std::string& piece) {
-  for (const char c : piece)
-    if (!VexaCommonUtils::isBase64(static_cast<unsigned char>(c))) return true;
-  return false;
+/// Follows the input of a decoding, piece by piece, and finds what decoding ignores. The padding
+/// that completes the last group and line ends after it are not left over.
+class LeftOver {
+ public:
+  /// Takes the next piece. Returns whether it belongs to the data to its end.
+  bool add(std::string_view piece) {
+    for (const char c : piece) {
+      if (m_firstLeft) return false;
+      if (!accept(c)) m_firstLeft = m_position;
+      ++m_position;
+    }
+    return m_state == State::data;
+  }
+
+  /// Returns where the left-over input begins, counted from 0; nothing if there is none.
+  std::optional<std::uint64_t> position() const {
+    if (m_firstLeft) return m_firstLeft;
+    return m_data % 4 == 1 ? std::optional(m_lastData) : std::nullopt;
+  }
+
+ private:
+  enum class State { data, padding, lineEnds };
+
+  bool accept(char c) {
+    if (m_state == State::data && VexaCommonUtils::isBase64(static_cast<unsigned char>(c))) {
+      m_lastData = m_position;
+      ++m_data;
+      return true;
+    }
+    if (c == '\n' || c == '\r') {
+      m_state = State::lineEnds;
+      return true;
+    }
+    if (c != '=' || m_state == State::lineEnds || m_data % 4 < 2) return false;
+    m_state = State::padding;
+    return m_data % 4 + ++m_pads <= 4;
+  }
+
+  State m_state = State::data;
+  std::uint64_t m_position = 0;
+  std::uint64_t m_data = 0;      // data characters so far
+  std::uint64_t m_lastData = 0;  // position of the last one
+  unsigned m_pads = 0;
+  std::optional<std::uint64_t> m_firstLeft;
+};
+
+/// Reads on after the data, until something is left over or the input ends.
+void readOn(LeftOver& leftOver) {
+  while (!leftOver.position()) {
+    const std::string piece = readPiece(kDecodePiece);
+    if (piece.empty()) return;
+    leftOver.add(piece);
+  }
 }
 
 int decode(const NoOptions& /*options*/) {
+  LeftOver leftOver;
   while (std::ferror(stdout) == 0) {
     const std::string piece = readPiece(kDecodePiece);
     printBytes(VexaCommonUtils::base64Decode(piece));
-    if (piece.size() < kDecodePiece || endsIn(piece)) break;
+    if (!leftOver.add(piece)) {
+      readOn(leftOver);
+      break;
+    }
+    if (piece.size() < kDecodePiece) break;
   }
-  return inputRead();
+  const int code = inputRead();
+  if (code != kOk || !leftOver.position()) return code;
+  return fail("standard input is left over from byte " + std::to_string(*leftOver.position() + 1) +
+              " on: only what precedes it was decoded");
 }
 
 }  // namespace
@@ -67,7 +122,7 @@ void addBase64(Tool& tool) {
                       encode);
   tool.add<NoOptions>(
       *base64, "decode",
-      "Decode; everything from the first \"=\" or other byte that is no data character is\n"
-      "ignored, line breaks included.",
+      "Decode up to the first \"=\" or other byte that is not base64, a line break included.\n"
+      "Exit code 1 if input is left over there, other than padding and line ends.",
       noOptions, decode);
 }

@@ -8,9 +8,18 @@
 #include <vector>
 
 #include "output.h"
+#include "program.h"
 #include "tool.h"
 
 namespace {
+
+// As a shell's.
+constexpr int kNotExecutable = 126;
+constexpr int kNotFound = 127;
+
+constexpr const char* kFooter =
+    "Exit codes: 0 if the command's is 0, else 1; 127 for a command that cannot be found, 126 for\n"
+    "one that cannot be run; 2 for wrong use.";
 
 /// Writes `word` so that the splitting of a command line gives it back: quotes group, nothing
 /// escapes.
@@ -34,6 +43,10 @@ struct RunOptions {
 };
 
 int run(const RunOptions& options) {
+  // The library's exit code of a program that cannot be started may be the program's own, too.
+  const Program program = findProgram(options.command.front(), !options.cleanEnvironment);
+  if (!program.problem.empty())
+    return fail(program.problem, program.isMissing ? kNotFound : kNotExecutable);
   const std::string line = commandLine(options.command);
   const int code = VexaCommonUtils_i::runCommand(line.c_str(), !options.cleanEnvironment, false);
   Json::Value document;
@@ -48,11 +61,12 @@ void addCommand(Tool& tool) {
   tool.add<RunOptions>(
       tool.app, "run",
       "Run a command without a shell and print its exit code: run [--clean-env] -- COMMAND...\n"
-      "Its standard input and outputs are /dev/null. 4 stands for death by a signal too.",
+      "Its standard input and outputs are /dev/null. 4 also means that a signal killed it.",
       [&tool](CLI::App& subcommand, RunOptions& options) {
         subcommand.add_flag("--clean-env", options.cleanEnvironment,
                             "Give the command no environment; it is named by its path then");
         addJsonFlag(subcommand, options.json);
+        subcommand.footer(kFooter);
         tool.takeCommand(subcommand, options.command);
       },
       run);

@@ -10,10 +10,7 @@
 namespace {
 
 int printUnlessEmpty(const char* name, const std::string& text, bool json) {
-  if (text.empty()) {
-    complain(std::string("no ") + name + " can be made");
-    return kNo;
-  }
+  if (text.empty()) return fail(std::string("no ") + name + " can be created");
   printText(name, text, json);
   return kOk;
 }

@@ -1,6 +1,10 @@
 // The operator's command: parses the command line and runs the chosen subcommand. For one thread.
 #include <VexaVersion.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 
@@ -19,29 +23,44 @@ int parseAndRun(int argc, char** argv) {
   tool.app.set_version_flag("--version", "commutil " VEXA_COMMUTIL_VERSION);
   tool.app.require_subcommand(1);
   tool.app.footer(kFooter);
-  for (const auto add : {addReport, addConfig, addQueryText, addNetwork, addCommand, addPathSafety,
-                         addProcessLock, addBase64, addIdentifiers})
+  for (const auto add :
+       {addReport, addExplain, addCheck, addSettings, addConfig, addQueryText, addNetwork,
+        addCommand, addPathSafety, addProcessLock, addBase64, addIdentifiers, addHelp})
     add(tool);
   try {
     tool.parse(argc, argv);
+  } catch (const CLI::Success& request) {
+    return tool.app.exit(request);
   } catch (const CLI::ParseError& error) {
-    return tool.app.exit(error) == 0 ? kOk : kWrongUse;
+    return fail(error.what(), kWrongUse);
   }
   return tool.action();
 }
 
-/// Tells whether all that was printed has reached standard output.
+/// Opens what is closed of the standard descriptors, so that no file of the library or the command
+/// gets one of their numbers. Reading or writing there fails as if they were still closed.
+void occupyStandardDescriptors() {
+  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (::fcntl(fd, F_GETFD) < 0) ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
+/// Returns whether everything that was printed was written to standard output.
 bool isWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
+
+int run(int argc, char** argv) {
+  try {
+    return parseAndRun(argc, argv);
+  } catch (const std::exception& error) {
+    return fail(error.what());
+  }
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    const int code = parseAndRun(argc, argv);
-    if (isWritten()) return code;
-    complain("standard output cannot be written");
-  } catch (const std::exception& error) {
-    complain(error.what());
-  }
-  return kNo;
+  occupyStandardDescriptors();
+  const int code = run(argc, argv);
+  if (isWritten()) return code;
+  complain("standard output cannot be written");
+  return std::max<int>(code, kNo);
 }

@@ -10,15 +10,20 @@
 #include <netpacket/packet.h>
 
 #include <array>
+#include <cstdlib>
 #include <exception>
 #include <list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "output.h"
+#include "progress.h"
+#include "settings/json_document.h"
+#include "settings_store/read_file.h"
 #include "tool.h"
 
 namespace {
@@ -126,15 +131,40 @@ Json::Value macAddresses() {
   return result;
 }
 
-/// The cluster's remote-client nodes, null when there is no list of nodes.
-Json::Value clusterNodes() {
-  std::list<std::string> nodes;
+/// The cluster's remote-client nodes; `nodes` is null where there is no list of nodes.
+struct Cluster {
+  Json::Value nodes;
+  std::string problem;  ///< why the list cannot be read, "" if it can or none is configured
+};
+
+/// Why the library has no answer, for the list of nodes at `path`.
+std::string clusterProblem(const std::string& path, const std::string& exception) {
+  std::optional<std::string> text;
   try {
-    if (VexaCommonUtils_i::GetAllWebswingNodeIPs(nodes) == 0) return jsonList(nodes);
+    text = settings::readRegularFile(path);
   } catch (const std::exception& error) {
-    complain(std::string("the list of nodes has the wrong form: ") + error.what());
+    return error.what();
   }
-  return {};
+  if (!text) return path + ": No such file or directory";
+  const settings::JsonDocument document(*text, settings::JsonRules::lenient);
+  if (!document.fault()) return path + ": a value is of the wrong kind: " + exception;
+  const settings::Finding& fault = *document.fault();
+  return path + ":" + std::to_string(fault.place.line) + ":" + std::to_string(fault.place.column) +
+         ": " + fault.message;
+}
+
+Cluster cluster() {
+  const char* const root = std::getenv("QORV_ROOT");
+  if (root == nullptr) return {};
+  const std::string path = std::string(root) + "/etc/sysconf/nodelists.json";
+  std::list<std::string> nodes;
+  std::string exception;
+  try {
+    if (VexaCommonUtils_i::GetAllWebswingNodeIPs(nodes) == 0) return {jsonList(nodes), ""};
+  } catch (const std::exception& error) {
+    exception = error.what();
+  }
+  return {Json::Value(), clusterProblem(path, exception)};
 }
 
 struct NetOptions {
@@ -142,8 +172,10 @@ struct NetOptions {
 };
 
 int net(const NetOptions& options) {
+  const Progress progress("reading this host's names and addresses");
   std::list<std::string> listed;
   VexaCommonUtils_i::getAllIPAddr(listed);
+  const Cluster nodes = cluster();
   Json::Value document;
   document["host"]["address"] = VexaCommonUtils::hostipaddr();
   document["host"]["name"] = VexaCommonUtils::hostname();
@@ -151,9 +183,12 @@ int net(const NetOptions& options) {
   document["addresses"] = addresses();
   document["addressesAsListed"] = jsonList(listed);
   document["macAddresses"] = macAddresses();
-  document["clusterNodes"] = clusterNodes();
+  document["clusterNodes"] = nodes.nodes;
+  if (options.json && !nodes.problem.empty()) document["clusterNodesProblem"] = nodes.problem;
   printDocument(document, options.json);
-  return kOk;
+  if (nodes.problem.empty()) return kOk;
+  if (!options.json) complain(nodes.problem);
+  return kNo;
 }
 
 struct AddressOptions {
@@ -161,10 +196,7 @@ struct AddressOptions {
   std::string text;
 };
 
-int noAddress(const std::string& text) {
-  complain("no address: " + text);
-  return kNo;
-}
+int noAddress(const std::string& text) { return fail("not an address: " + text); }
 
 int printAddress(const std::string& address, int family, bool json) {
   if (!json) {
@@ -190,14 +222,15 @@ int check(const AddressOptions& options) {
   const int family = VexaCommonUtils_i::formatStringIP(address);
   Json::Value document;
   document["family"] = family;
-  document["isValidIP"] = VexaCommonUtils::isValidIP(options.text);
-  document["CheckIp"] = CheckIp(options.text.c_str());
-  document["validateIPv4"] = VexaCommonUtils_i::validateIPv4(options.text, octets) == 0;
+  document["strict"] = VexaCommonUtils::isValidIP(options.text);
+  document["lax"] = CheckIp(options.text.c_str());
+  document["parsable"] = VexaCommonUtils_i::validateIPv4(options.text, octets) == 0;
   printDocument(document, options.json);
   return family == 0 ? kNo : kOk;
 }
 
 int resolve(const AddressOptions& options) {
+  const Progress progress("resolving " + options.text);
   std::string address = options.text;
   const int family = VexaCommonUtils_i::formatStringIP_DNS(address);
   if (family == 0) return noAddress(options.text);
@@ -216,10 +249,7 @@ int resolve(const AddressOptions& options) {
 
 int mac(const AddressOptions& options) {
   const Json::Value found = macOf(options.text);
-  if (found.isNull()) {
-    complain("no interface with a MAC address carries " + options.text);
-    return kNo;
-  }
+  if (found.isNull()) return fail("no interface with a MAC address has " + options.text);
   printText("mac", found.asString(), options.json);
   return kOk;
 }

@@ -8,7 +8,11 @@
 #include <cstdio>
 #include <string_view>
 
+#include "progress.h"
+
 namespace {
+
+bool jsonFailures = false;
 
 bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 
@@ -57,31 +61,6 @@ std::string toUtf8(std::string_view text) {
   return result;
 }
 
-Json::Value withUtf8(const Json::Value& value) {
-  if (value.isString()) return toUtf8(value.asString());
-  Json::Value result = value;
-  for (auto member = value.begin(); member != value.end(); ++member) {
-    if (value.isObject()) {
-      result.removeMember(member.name());
-      result[toUtf8(member.name())] = withUtf8(*member);
-    } else {
-      result[member.index()] = withUtf8(*member);
-    }
-  }
-  return result;
-}
-
-std::string printable(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    std::array<char, 5> escape{};
-    std::snprintf(escape.data(), escape.size(), "\\x%02x", byte);
-    byte < 0x20 || byte == 0x7F ? result += escape.data() : result += c;
-  }
-  return result;
-}
-
 std::string scalarText(const Json::Value& value) {
   if (value.isNull()) return "(not set)";
   if (value.isBool()) return value.asBool() ? "yes" : "no";
@@ -116,13 +95,45 @@ void writeTree(const Json::Value& tree, std::size_t depth) {
 
 }  // namespace
 
-void printBytes(std::string_view bytes) { std::fwrite(bytes.data(), 1, bytes.size(), stdout); }
+Json::Value withUtf8(const Json::Value& value) {
+  if (value.isString()) return toUtf8(value.asString());
+  Json::Value result = value;
+  for (auto member = value.begin(); member != value.end(); ++member) {
+    if (value.isObject()) {
+      result.removeMember(member.name());
+      result[toUtf8(member.name())] = withUtf8(*member);
+    } else {
+      result[member.index()] = withUtf8(*member);
+    }
+  }
+  return result;
+}
+
+std::string printable(std::string_view text) {
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    std::array<char, 5> escape{};
+    std::snprintf(escape.data(), escape.size(), "\\x%02x", byte);
+    byte < 0x20 || byte == 0x7F ? result += escape.data() : result += c;
+  }
+  return result;
+}
+
+void setJson(bool json) { jsonFailures = json; }
+
+void printBytes(std::string_view bytes) {
+  Progress::hide();
+  std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+}
 
 void printDocument(const Json::Value& document, bool json) {
   if (!json) return writeTree(document, 0);
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "  ";
-  printBytes(Json::writeString(builder, withUtf8(document)) + "\n");
+  Json::Value printed = withUtf8(document);
+  printed["schema"] = kSchema;
+  printBytes(Json::writeString(builder, printed) + "\n");
 }
 
 void printText(const char* name, const std::string& text, bool json) {
@@ -133,5 +144,17 @@ void printText(const char* name, const std::string& text, bool json) {
 }
 
 void complain(const std::string& message) {
+  Progress::hide();
   std::fprintf(stderr, "commutil: %s\n", message.c_str());
+}
+
+int fail(const std::string& message, int code) {
+  if (!jsonFailures) {
+    complain(message);
+    return code;
+  }
+  Json::Value document;
+  document["error"] = message;
+  printDocument(document, true);
+  return code;
 }

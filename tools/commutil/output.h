@@ -7,15 +7,33 @@
 
 // How results are printed: as plain text for people, or as one JSON document for programs.
 
-/// Writes the bytes to standard output as they are. Whether they arrive is asked once, at the end.
+/// The version of the JSON documents: the member "schema" of each. commutil-json(5) describes them,
+/// commutil.schema.json defines them.
+inline constexpr int kSchema = 1;
+
+/// Chooses how failures are printed. Called once, before anything is printed.
+void setJson(bool json);
+
+/// Writes the bytes to standard output as they are. main() checks once, at the end, that they were
+/// written.
 void printBytes(std::string_view bytes);
 
-/// Prints a document: as JSON, or as indented names and values in which control characters are
-/// written as \xXX.
+/// Prints a document: as JSON with the member "schema", or as indented names and values in which
+/// control characters are written as \xXX.
 void printDocument(const Json::Value& document, bool json);
+
+/// Returns `value` with each byte that is not UTF-8 as the character of its number.
+Json::Value withUtf8(const Json::Value& value);
+
+/// Returns `text` with control characters written as \xXX.
+std::string printable(std::string_view text);
 
 /// Prints one text as the member `name` of a JSON document, or byte for byte with a line end.
 void printText(const char* name, const std::string& text, bool json);
 
-/// Says on standard error why a subcommand failed.
+/// Prints a message on standard error.
 void complain(const std::string& message);
+
+/// Prints why a subcommand failed: on standard error, or as the JSON document on standard output.
+/// Nothing else is printed before or after. Returns `code`.
+int fail(const std::string& message, int code = 1);

@@ -1,8 +1,12 @@
 // The subcommand lock: a command run while this process holds a named lock between processes.
+#include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 #include <VexaLocks.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "output.h"
@@ -15,7 +19,7 @@ constexpr int kLockIsHeld = 75;  // our exit code for it; EX_TEMPFAIL of sysexit
 constexpr int kNoWait = -1;
 
 constexpr const char* kFooter =
-    "Exit codes: the command's own, where 4 stands for death by a signal too, 127 for a command\n"
+    "Exit codes: the command's own, where 4 also means that a signal killed it, 127 for a command\n"
     "that cannot be found and 126 for one that cannot be run; 75 when another process holds the\n"
     "lock, 1 when it cannot be taken for another reason, 2 for wrong use.";
 
@@ -27,7 +31,7 @@ struct LockOptions {
   std::vector<std::string> command;
 };
 
-/// Takes the lock. Waiting in vain does not tell why, so it is tried once more then, silently.
+/// Takes the lock. A failed wait does not say why: one more attempt, a silent one, does.
 int enter(VexaProcessLock& lock, const LockOptions& options) {
   if (options.wait < 0) return lock.EnterProcessMutex();
   if (lock.WaitMaxTime(options.wait, options.message) == 0) return 0;
@@ -35,7 +39,7 @@ int enter(VexaProcessLock& lock, const LockOptions& options) {
   return lock.EnterProcessMutex();
 }
 
-/// Runs the command as the shell finds it and returns its exit code, 4 for death by a signal.
+/// Runs the command as the shell finds it and returns its exit code; 4 if a signal killed it.
 int runCommand(const std::vector<std::string>& command) {
   std::vector<std::string> words{"sh", "-c", "exec \"$@\"", "sh"};
   words.insert(words.end(), command.begin(), command.end());
@@ -46,21 +50,48 @@ int runCommand(const std::vector<std::string>& command) {
   return VexaCommonUtils_i::runCommand("/bin/sh", arguments.data());
 }
 
+/// Returns the path that the library composes.
+std::string lockFile(const LockOptions& options, const std::string& directory) {
+  return VexaCommonUtils::Vexagetenv("_APP_SHARE_DIR") + directory + options.name + "_PROCESSMUTEX";
+}
+
+bool hasBothSlashes(const std::string& directory) {
+  return !directory.empty() && directory.front() == '/' && directory.back() == '/';
+}
+
+std::string withBothSlashes(std::string directory) {
+  if (directory.empty() || directory.front() != '/') directory.insert(0, "/");
+  return directory.back() == '/' ? directory : directory + "/";
+}
+
+int refuseDirectory(const LockOptions& options) {
+  const std::string meant = withBothSlashes(options.directory);
+  return fail("--dir " + options.directory + ": a slash is missing at its start or end; the lock " +
+                  "file would be " + lockFile(options, options.directory) + ", and with --dir " +
+                  meant + " " + lockFile(options, meant),
+              kWrongUse);
+}
+
+/// Why the library cannot take a lock that no other process holds.
+std::string failure(const LockOptions& options) {
+  const std::string prefix = "the lock " + options.name + " cannot be taken: ";
+  if (VexaCommonUtils::Vexagetenv("_APP_SHARE_DIR").empty())
+    return prefix + "_APP_SHARE_DIR is not set";
+  const std::string path = lockFile(options, options.directory);
+  const bool accessible = ::access(path.c_str(), R_OK | W_OK) == 0;
+  return prefix + path + (accessible ? "" : ": " + std::generic_category().message(errno));
+}
+
 int lock(const LockOptions& options) {
+  if (!hasBothSlashes(options.directory)) return refuseDirectory(options);
   VexaProcessLock mutex(options.name, options.directory);
   const int entered = enter(mutex, options);
-  if (entered != 0) {
-    complain("the lock " + options.name +
-             (entered == kHeld ? " is held by another process"
-                               : " cannot be taken; is _APP_SHARE_DIR set, and does DIR have a "
-                                 "slash at both ends?"));
-    return entered == kHeld ? kLockIsHeld : kNo;
-  }
+  if (entered == kHeld)
+    return fail("the lock " + options.name + " is held by another process", kLockIsHeld);
+  if (entered != 0) return fail(failure(options));
   const int code = runCommand(options.command);
   if (mutex.ExitProcessMutex() != 0) complain("the lock " + options.name + " is not released");
-  if (code >= 0) return code;
-  complain("the command cannot be started");
-  return kNo;
+  return code >= 0 ? code : fail("the command cannot be started");
 }
 
 }  // namespace

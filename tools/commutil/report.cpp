@@ -1,162 +1,241 @@
 // The subcommand report: what the environment, the configuration files and the settings store make
 // of this host, and where each answer comes from.
-#include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
-#include <dlfcn.h>
+#include <fcntl.h>
+#include <json/reader.h>
 #include <json/value.h>
-#include <unistd.h>
+#include <json/writer.h>
 
-#include <cstdlib>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
 #include <string>
 
+#include "child_call.h"
+#include "explain.h"
 #include "output.h"
+#include "platform/handles.h"
+#include "settings/catalog.h"
+#include "settings/paths.h"
 #include "tool.h"
+#include "view.h"
 
 namespace {
 
-constexpr const char* kVariables[] = {
-    "COMMON_LIB_PATH",
-    "APP_ROOT",
-    "_APP_SHARE_DIR",
-    "_APP_LOG_DIR",
-    "APP_NAME",
-    "APP_CONF_FILE",
-    "VEXA_DUMP_ALL_LOCKS_FILE",
-    "COMMON_SHARE_PATH",
-    "PROCESS_INSTANCE_ID",
-    "QORV_ROOT",
-    "SETTINGREST_URL",
-};
-constexpr const char* kSettingsTree = "/vexa/common/setting_cfg/";
-constexpr const char* kSslTree = "/vexa/common/svc_ssl_conf/";
-
 /// The variables with their values: null where one is not set, "" where it is set to nothing.
-Json::Value environment() {
+Json::Value environment(const settings::Facts& facts) {
   Json::Value result(Json::objectValue);
-  for (const char* const name : kVariables) {
-    const char* const value = std::getenv(name);
-    result[name] = value == nullptr ? Json::Value() : Json::Value(value);
+  for (const settings::Item* const item : settings::itemsOf(settings::Kind::variable)) {
+    const std::string name(item->name);
+    if (name.find(' ') != std::string::npos) continue;  // any variable that a text refers to
+    result[name] = facts.isSet(name) ? Json::Value(facts.variable(name)) : Json::Value();
   }
   return result;
 }
 
-/// The file of the settings store, null when it cannot be loaded. Its symbols are global.
-Json::Value settingsLibrary() {
-  std::string ignored;
-  VexaCommonUtils_i::getSettingParamValue("/", ignored);
-  void* const entryPoint = ::dlsym(RTLD_DEFAULT, "getSettingParamValue");
-  Dl_info info{};
-  if (entryPoint == nullptr || ::dladdr(entryPoint, &info) == 0) return {};
-  return info.dli_fname;
+/// Every configuration file with its path and state.
+Json::Value files(const settings::Facts& facts) {
+  Json::Value rows(Json::arrayValue);
+  for (const settings::Item* const item : settings::itemsOf(settings::Kind::file)) {
+    const bool searched = item->location == settings::Location::search;
+    const std::string path = searched ? settings::chosenPath(item->name, facts)
+                                      : settings::pathOf(*item, facts.environment);
+    Json::Value row;
+    row["name"] = std::string(item->name);
+    row["path"] = path.empty() ? Json::Value() : Json::Value(path);
+    row["state"] = path.empty() ? "not named by the environment"
+                                : settings::stateOf(facts.file(path), facts.user).text;
+    rows.append(row);
+  }
+  return rows;
 }
 
-Json::Value paths() {
+/// The same as names and lines, for people.
+Json::Value linesOf(const Json::Value& rows) {
+  Json::Value lines(Json::objectValue);
+  for (const Json::Value& row : rows) {
+    const std::string path = row["path"].isNull() ? "" : row["path"].asString() + ": ";
+    lines[row["name"].asString()] = path + row["state"].asString();
+  }
+  return lines;
+}
+
+Json::Value store(const settings::Facts& facts, const settings::Explainer& explainer) {
+  const settings::StoreLibrary& library = facts.library;
   Json::Value result;
-  result["applicationConfig"] = VexaCommonUtils::getAppConfigPath();
-  result["commonConfig"] = VexaCommonUtils::getCommonConfigPath();
-  result["config"] = VexaCommonUtils::getConfigPath();
-  result["lockDump"] = VexaCommonUtils::getDumpAllLocksFile();
-  result["settingsLibrary"] = settingsLibrary();
-  result["shareConfig"] = VexaCommonUtils::getAPPShareConfigPath();
-  result["trace"] = VexaCommonUtils::getTracePath();
+  result["library"] = library.path.empty() ? Json::Value() : Json::Value(library.path);
+  result["realPath"] = library.realPath.empty() ? Json::Value() : Json::Value(library.realPath);
+  const std::string error = library.fault.empty() ? library.error : library.fault;
+  result["error"] = error.empty() ? Json::Value() : Json::Value(error);
+  const std::string& document = explainer.document().path();
+  result["document"] = document.empty() ? Json::Value() : Json::Value(document);
   return result;
 }
 
-std::string tsSettingsPath() {
-  const std::string share = VexaCommonUtils::Vexagetenv("COMMON_SHARE_PATH");
-  return (share.empty() ? "/export/home/omc" : share) + "/etc/conf/TSSetting.cfg";
+Json::Value reportOf(const View& view, const Collection& collection) {
+  const settings::Facts& facts = collection.facts;
+  const settings::Explainer explainer(facts);
+  Json::Value document;
+  if (!view.title.empty()) document["view"] = view.title;
+  document["user"] = facts.user;
+  document["environment"] = environment(facts);
+  document["files"] = files(facts);
+  document["store"] = store(facts, explainer);
+  document["sslMode"] = VexaCommonUtils_i::VexaGetSSLMode();
+  document["answers"] = Json::arrayValue;
+  for (const settings::Answer& answer : settings::answers())
+    document["answers"].append(jsonOf(explained(explainer, answer, collection)));
+  return document;
 }
 
-/// Where each configuration file is looked for, apart by whether it is there.
-Json::Value configurationFiles() {
-  Json::Value result;
-  result["found"] = Json::objectValue;
-  result["missing"] = Json::objectValue;
-  const auto add = [&](const std::string& name, const std::string& path) {
-    result[::access(path.c_str(), F_OK) == 0 ? "found" : "missing"][name] = path;
-  };
-  for (const char* const name : {"setting.cfg", "svc_ssl.conf", "secure.cfg"})
-    add(name, VexaCommonUtils_i::getConfFile(name));
-  add("APP_CONF_FILE", VexaCommonUtils::Vexagetenv("APP_CONF_FILE"));
-  add("TSSetting.cfg", tsSettingsPath());
-  add("nodelists.json", VexaCommonUtils::Vexagetenv("QORV_ROOT") + "/etc/sysconf/nodelists.json");
-  add("os-release", "/etc/os-release");
-  return result;
+void printAnswers(const View& view, const Collection& collection) {
+  const settings::Explainer explainer(collection.facts);
+  printBytes("answers" + std::string(view.title.empty() ? "" : " to " + view.title) + "\n");
+  for (const settings::Answer& answer : settings::answers())
+    printBytes(textOf(explained(explainer, answer, collection)));
 }
 
-Json::Value stored(const std::string& key) {
-  std::string value;
-  if (VexaCommonUtils_i::getSettingParamValue(key, value) != 0) return {};
-  return value;
-}
-
-/// What the store holds for a parameter under the application's key and under the global one.
-Json::Value storedValues(const std::string& tree, const std::string& parameter) {
-  const std::string application = tree + VexaCommonUtils::Vexagetenv("APP_NAME") + "/" + parameter;
-  const std::string global = tree + "global/" + parameter;
-  Json::Value result;
-  result["applicationKey"] = application;
-  result["applicationValue"] = stored(application);
-  result["globalKey"] = global;
-  result["globalValue"] = stored(global);
-  return result;
-}
-
-/// An answer with the configuration file consulted for it, if one is.
-Json::Value answer(const Json::Value& value, const Json::Value& file,
-                   Json::Value result = Json::objectValue) {
-  result["answer"] = value;
-  if (!file.isNull()) result["configurationFile"] = file;
-  return result;
-}
-
-Json::Value switches() {
-  const std::string settings = VexaCommonUtils_i::getConfFile("setting.cfg");
-  Json::Value result;
-  result["isListenAllIp"] = answer(VexaCommonUtils::isListenAllIp(), settings,
-                                   storedValues(kSettingsTree, "ListenAllIp"));
-  result["isListenLoopback"] = answer(VexaCommonUtils_i::isListenLoopback(), settings,
-                                      storedValues(kSettingsTree, "ListenLoopbackIP"));
-  result["isCorbaSSLOnly"] = answer(VexaCommonUtils::isCorbaSSLOnly(), Json::Value(),
-                                    storedValues(kSslTree, "SSLNoProtection"));
-  result["isTsMode"] = answer(VexaCommonUtils_i::isTsMode(), tsSettingsPath());
-  result["isZirel"] = answer(VexaCommonUtils_i::isZirel(), "/etc/os-release");
-  result["isGlobalVersion"] = answer(VexaCommonUtils::IsGlobalVersion(), Json::Value());
-  return result;
-}
-
-/// What the SSL option file takes from the store, beside the permission among the switches.
-Json::Value sslOptions() {
-  Json::Value result;
-  for (const char* const parameter : {"SSLAuthenticate", "SSLVersion"})
-    result[parameter] = storedValues(kSslTree, parameter);
-  result["mode"] = VexaCommonUtils_i::VexaGetSSLMode();
-  return result;
-}
-
-struct ReportOptions {
-  bool json = false;
+struct ReportOptions : ViewOptions {
+  std::string saved;
+  int descriptor = -1;  ///< of the saved report, opened before a service's view is taken
 };
 
-int report(const ReportOptions& options) {
+/// Reads the saved report in a child, as everything else.
+std::string readSaved(const ReportOptions& options) {
+  std::string text;
+  std::string fault;
+  ChildCalls calls(timeoutOf(options));
+  calls.start(
+      "the file " + options.saved,
+      [&options] {
+        const std::string path = options.descriptor < 0
+                                     ? options.saved
+                                     : "/proc/self/fd/" + std::to_string(options.descriptor);
+        std::ifstream file(path, std::ios::binary);
+        if (!file) throw std::runtime_error("cannot be read");
+        return std::string{std::istreambuf_iterator<char>(file), {}};
+      },
+      [&](const CallResult& result) {
+        text = result.bytes;
+        fault = result.fault;
+      });
+  calls.finish();
+  if (!fault.empty()) throw std::runtime_error(options.saved + ": " + fault);
+  return text;
+}
+
+/// Parses what `commutil report --json` printed.
+Json::Value parsedReport(const std::string& text, const std::string& name) {
   Json::Value document;
-  document["environment"] = environment();
-  document["paths"] = paths();
-  document["configurationFiles"] = configurationFiles();
-  document["switches"] = switches();
-  document["sslOptions"] = sslOptions();
-  document["databaseType"] =
-      answer(VexaCommonUtils::getDBType(), VexaCommonUtils::Vexagetenv("APP_CONF_FILE"));
-  printDocument(document, options.json);
+  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+  const bool parsed = reader->parse(text.data(), text.data() + text.size(), &document, nullptr);
+  if (!parsed || !document.isObject() || !document["answers"].isArray())
+    throw std::runtime_error(name + ": not a report of commutil report --json");
+  document.removeMember("schema");
+  return document;
+}
+
+/// The name of an element of an array of named objects, else its position.
+std::string nameOf(const Json::Value& element, Json::ArrayIndex index) {
+  for (const char* const member : {"operation", "name", "place"})
+    if (element.isObject() && element[member].isString()) return element[member].asString();
+  return std::to_string(index);
+}
+
+std::string scalar(const Json::Value& value) {
+  if (value.isObject() || value.isArray()) return value.empty() ? "(none)" : "(some)";
+  return value.isNull() ? "(not set)" : valueText(value.isNumeric() ? value.asString() : value);
+}
+
+/// Appends a row for each leaf in which the two differ.
+void compare(const std::string& place, const Json::Value& before, const Json::Value& now,
+             Json::Value& rows) {
+  if (before == now) return;
+  if (before.isObject() && now.isObject()) {
+    Json::Value::Members names = before.getMemberNames();
+    for (const std::string& name : now.getMemberNames())
+      if (!before.isMember(name)) names.push_back(name);
+    for (const std::string& name : names)
+      compare(place.empty() ? name : place + "." + name, before[name], now[name], rows);
+    return;
+  }
+  if (before.isArray() && now.isArray() && before.size() == now.size() && !now.empty() &&
+      now[0U].isObject()) {
+    for (Json::ArrayIndex i = 0; i < now.size(); ++i)
+      compare(place + "." + nameOf(now[i], i), before[i], now[i], rows);
+    return;
+  }
+  Json::Value row;
+  row["place"] = place;
+  row["before"] = before;
+  row["now"] = now;
+  rows.append(row);
+}
+
+int showDifference(const ReportOptions& options, const Json::Value& document) {
+  Json::Value result;
+  result["differences"] = Json::arrayValue;
+  // Both as they are after printing.
+  const Json::Value now =
+      parsedReport(Json::writeString(Json::StreamWriterBuilder(), withUtf8(document)), "report");
+  compare("", parsedReport(readSaved(options), options.saved), now, result["differences"]);
+  if (options.json) printDocument(result, true);
+  if (!options.json)
+    for (const Json::Value& row : result["differences"])
+      printBytes(row["place"].asString() + ": " + scalar(row["before"]) + " -> " +
+                 scalar(row["now"]) + "\n");
+  return result["differences"].empty() ? kOk : kNo;
+}
+
+int show(const ReportOptions& options, const View& view) {
+  Request request;
+  for (const settings::Answer& answer : settings::answers()) request.answers.push_back(&answer);
+  const Collection collection = collect(view, options, request);
+  Json::Value document = reportOf(view, collection);
+  if (!options.saved.empty()) return showDifference(options, document);
+  if (options.json) {
+    printDocument(document, true);
+    return kOk;
+  }
+  document.removeMember("answers");
+  document["files"] = linesOf(document["files"]);
+  printDocument(document, false);
+  printAnswers(view, collection);
   return kOk;
+}
+
+/// A saved report is opened by the caller's user, not by that of the service.
+int run(const ReportOptions& given) {
+  ReportOptions options = given;
+  commutil::Descriptor saved;
+  if (options.pid && !options.saved.empty() && options.switchedView.empty()) {
+    // Inherited by the command that is started anew as the service's user.
+    saved.reset(::open(options.saved.c_str(), O_RDONLY | O_NONBLOCK));
+    if (!saved) return fail(options.saved + ": " + std::strerror(errno));
+    options.descriptor = saved.get();
+    const std::string number = std::to_string(options.descriptor);
+    options.commandLine.insert(options.commandLine.begin() + 2, {"--diff-descriptor", number});
+  }
+  return inView(options, [&](const View& view) { return show(options, view); });
 }
 
 }  // namespace
 
 void addReport(Tool& tool) {
   tool.add<ReportOptions>(
-      tool.app, "report", "Show every environment variable, location, switch and their sources.",
-      [](CLI::App& subcommand, ReportOptions& options) { addJsonFlag(subcommand, options.json); },
-      report);
+      tool.app, "report", "Show every environment variable, file, answer and what decided it.",
+      [&tool](CLI::App& subcommand, ReportOptions& options) {
+        addViewOptions(tool, subcommand, options);
+        subcommand
+            .add_option("--diff", options.saved,
+                        "Compare with a report saved with --json; exit code 1 if they differ")
+            ->type_name("FILE");
+        subcommand.add_option("--diff-descriptor", options.descriptor)->group("");
+      },
+      run);
 }

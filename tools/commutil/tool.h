@@ -16,6 +16,7 @@ struct Tool {
   CLI::App app{"Shows on a live host what a service gets from the common utility library.",
                "commutil"};
   std::function<int()> action;
+  std::vector<std::string> commandLine;  ///< the whole command line, the command's name first
 
   /// Adds a subcommand below `parent`. Its values live in an `Options` that `configure(subcommand,
   /// options)` binds to its options and that `run(options)`, which returns the exit code, reads.
@@ -39,6 +40,9 @@ struct Tool {
   /// @throws CLI::ParseError for wrong use, help and version
   void parse(int argc, char** argv);
 
+  /// Prints the help of the subcommand that `words` name. Returns the exit code.
+  int printHelp(const std::vector<std::string>& words) const;
+
  private:
   std::map<std::string, std::vector<std::string>*> m_takers;
 };
@@ -51,11 +55,15 @@ void addOperand(CLI::App& subcommand, const char* name, std::string& value, cons
 
 // The families' subcommands, each from the source of its name.
 void addBase64(Tool& tool);
+void addCheck(Tool& tool);
 void addCommand(Tool& tool);
 void addConfig(Tool& tool);
+void addExplain(Tool& tool);
+void addHelp(Tool& tool);
 void addIdentifiers(Tool& tool);
 void addNetwork(Tool& tool);
 void addPathSafety(Tool& tool);
 void addProcessLock(Tool& tool);
 void addQueryText(Tool& tool);
 void addReport(Tool& tool);
+void addSettings(Tool& tool);

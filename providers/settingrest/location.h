@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace settingrest {
+
+inline constexpr const char* kUrlVariable = "SETTINGREST_URL";
+
+/// A store: a URL as the environment has it, or the path of a file that was found.
+struct Location {
+  bool isUrl;
+  std::string text;
+
+  bool operator==(const Location& other) const {
+    return isUrl == other.isUrl && text == other.text;
+  }
+};
+
+/// Returns the store that the environment names at this moment; nothing if it names none.
+std::optional<Location> findLocation();
+
+/// Returns the file that a "file:" URL names; nothing if `url` is not one or is malformed.
+std::optional<std::string> filePath(std::string_view url);
+
+}  // namespace settingrest

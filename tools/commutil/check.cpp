@@ -1,0 +1,113 @@
+// The subcommand check: every check an engineer would make of this host's configuration.
+#include "check.h"
+
+#include <json/value.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "explain.h"
+#include "output.h"
+#include "style.h"
+#include "tool.h"
+#include "view.h"
+
+namespace {
+
+using settings::Severity;
+
+struct CheckOptions : ViewOptions {
+  bool quiet = false;
+};
+
+std::size_t countOf(const Checks& checks, Severity severity) {
+  return static_cast<std::size_t>(
+      std::count_if(checks.begin(), checks.end(),
+                    [&](const Check& check) { return check.severity == severity; }));
+}
+
+/// The same finding reaches a file from several answers.
+void removeDuplicates(Checks& checks) {
+  Checks kept;
+  for (Check& check : checks) {
+    const bool known = std::any_of(kept.begin(), kept.end(), [&](const Check& other) {
+      return other.subject == check.subject && other.message == check.message;
+    });
+    if (!known) kept.push_back(std::move(check));
+  }
+  checks.swap(kept);
+}
+
+Json::Value jsonOf(const Check& check) {
+  Json::Value row;
+  row["status"] = std::string(wordFor(check.severity));
+  row["theme"] = check.theme;
+  row["subject"] = check.subject;
+  row["message"] = check.message;
+  row["remedy"] = check.remedy.empty() ? Json::Value() : Json::Value(check.remedy);
+  return row;
+}
+
+std::string lineOf(const Check& check) {
+  constexpr std::size_t kColumn = 9;
+  const std::string_view word = wordFor(check.severity);
+  std::string line = colored(check.severity, word) + std::string(kColumn - word.size(), ' ') +
+                     printable(check.subject + ": " + check.message);
+  if (!check.remedy.empty()) line += "; " + printable(check.remedy);
+  return line + "\n";
+}
+
+void printText(const CheckOptions& options, const View& view, const Checks& checks) {
+  if (!options.quiet && !view.title.empty()) printBytes("view of " + view.title + "\n");
+  for (const Check& check : checks)
+    if (!options.quiet || check.severity != Severity::ok) printBytes(lineOf(check));
+  if (options.quiet) return;
+  printBytes(std::to_string(countOf(checks, Severity::error)) + " errors, " +
+             std::to_string(countOf(checks, Severity::warning)) + " warnings, " +
+             std::to_string(countOf(checks, Severity::ok)) + " ok\n");
+}
+
+void printJson(const CheckOptions& options, const View& view, const Checks& checks,
+               Severity worst) {
+  Json::Value document;
+  if (!view.title.empty()) document["view"] = view.title;
+  document["status"] = std::string(wordFor(worst));
+  document["checks"] = Json::arrayValue;
+  for (const Check& check : checks)
+    if (!options.quiet || check.severity != Severity::ok) document["checks"].append(jsonOf(check));
+  printDocument(document, true);
+}
+
+int show(const CheckOptions& options, const View& view) {
+  Request request;
+  request.host = true;
+  for (const settings::Answer& answer : settings::answers()) request.answers.push_back(&answer);
+  const Collection collection = collect(view, options, request);
+  const settings::Explainer explainer(collection.facts);
+  const CheckInput input{collection, explainer, view.started};
+  Checks checks;
+  for (const auto theme : {checkEnvironment, checkFiles, checkStore, checkHost})
+    theme(input, checks);
+  removeDuplicates(checks);
+  Severity worst = Severity::ok;
+  for (const Check& check : checks) worst = std::max(worst, check.severity);
+  options.json ? printJson(options, view, checks, worst) : printText(options, view, checks);
+  return static_cast<int>(worst);
+}
+
+}  // namespace
+
+void addCheck(Tool& tool) {
+  CLI::App* const check = tool.add<CheckOptions>(
+      tool.app, "check", "Check this host's configuration; each check is ok, warning or error.",
+      [&tool](CLI::App& subcommand, CheckOptions& options) {
+        addViewOptions(tool, subcommand, options);
+        subcommand.add_flag("--quiet", options.quiet, "Show warnings and errors only");
+      },
+      [](const CheckOptions& options) {
+        return inView(options, [&](const View& view) { return show(options, view); });
+      });
+  check->footer(
+      "Exit codes: 0 everything is ok; 1 there are warnings; 2 there are errors, or wrong use.");
+}

@@ -1,0 +1,125 @@
+// The subcommand settings show: what the settings store answers, whichever store it is.
+#include <VexaCommonUtils_i.h>
+#include <dlfcn.h>
+
+#include <json/value.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "output.h"
+#include "progress.h"
+#include "settings.h"
+#include "settings_keys.h"
+
+namespace {
+
+constexpr int kNoStore = -1;  // the library's answer without a store, and some stores' own
+constexpr const char* kStoreLibrary = "libsettingrest.so";
+
+struct ShowOptions {
+  bool json = false;
+  std::optional<std::string> app;
+  std::string name;
+};
+
+using Row = std::pair<std::string, std::optional<std::string>>;
+
+/// Why there is no store, "" if there is one. Only asked after a look-up, which loads it.
+std::string storeProblem() {
+  if (::dlopen(kStoreLibrary, RTLD_LAZY) != nullptr) return {};
+  const char* const reason = ::dlerror();
+  return std::string("there is no settings store: ") + (reason != nullptr ? reason : kStoreLibrary);
+}
+
+std::optional<std::string> stored(const std::string& key, int& result) {
+  std::string value;
+  result = VexaCommonUtils_i::getSettingParamValue(key, value);
+  return result == 0 ? std::optional(value) : std::nullopt;
+}
+
+Json::Value toJson(const std::vector<Row>& rows) {
+  Json::Value list(Json::arrayValue);
+  for (const auto& [key, value] : rows) {
+    Json::Value row;
+    row["key"] = key;
+    row["value"] = value ? Json::Value(*value) : Json::Value();
+    list.append(row);
+  }
+  return list;
+}
+
+void print(const std::vector<Row>& rows, bool json) {
+  Json::Value document;
+  if (json) {
+    document["settings"] = toJson(rows);
+  } else {
+    for (const auto& [key, value] : rows)
+      document[key] = value ? Json::Value(*value) : Json::Value();
+  }
+  printDocument(document, json);
+}
+
+int noAnswer(int result, const std::string& name) {
+  const std::string problem = result == kNoStore ? storeProblem() : "";
+  return fail(problem.empty() ? name + " is not set" : problem);
+}
+
+int showGroup(const ShowOptions& options) {
+  std::map<std::string, std::string> params;
+  const int result = VexaCommonUtils_i::getSettingGroupParams(options.name, params);
+  if (result != 0) return noAnswer(result, options.name);
+  std::vector<Row> rows;
+  for (const auto& [name, value] : params) rows.emplace_back(options.name + name, value);
+  print(rows, options.json);
+  return kOk;
+}
+
+int showKey(const ShowOptions& options) {
+  const std::string key = settingKey(options.name, options.app);
+  int result = 0;
+  const std::optional<std::string> value = stored(key, result);
+  if (!value) return noAnswer(result, key);
+  options.json ? print({{key, value}}, true) : printText("value", *value, false);
+  return kOk;
+}
+
+int showAll(const ShowOptions& options) {
+  std::vector<Row> rows;
+  int result = 0;
+  for (const std::string& key : allSettingKeys(options.app)) {
+    const std::optional<std::string> value = stored(key, result);
+    rows.emplace_back(key, value);
+  }
+  const std::string problem = result == kNoStore ? storeProblem() : "";
+  if (!problem.empty()) return fail(problem);
+  print(rows, options.json);
+  return kOk;
+}
+
+int show(const ShowOptions& options) {
+  const Progress progress("asking the settings store");
+  if (options.name.empty()) return showAll(options);
+  return options.name.back() == '/' ? showGroup(options) : showKey(options);
+}
+
+}  // namespace
+
+void addSettingsShow(Tool& tool, CLI::App& settings) {
+  tool.add<ShowOptions>(
+      settings, "show",
+      "Print a setting, those of a GROUP/, or every setting that the library reads.",
+      [](CLI::App& subcommand, ShowOptions& options) {
+        subcommand
+            .add_option("NAME", options.name,
+                        "A key, a parameter such as ListenAllIp, or a group with \"/\" at its end")
+            ->type_name("");
+        subcommand.add_option("--app", options.app, "The application's branch, not the shared one")
+            ->type_name("NAME");
+        addJsonFlag(subcommand, options.json);
+      },
+      show);
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "settings/facts.h"
+
+// A file's state in words.
+
+namespace settings {
+
+enum class Severity { ok, warning, error };
+
+/// Something to say about a source or a file, and what to do about it.
+struct Note {
+  Severity severity = Severity::ok;
+  std::string text;    ///< without a final period
+  std::string remedy;  ///< "" if there is nothing to do
+};
+
+/// Whether the library's readers of INI and JSON files can read the file: regular files, and
+/// /dev/null, which is empty.
+bool isReadableText(const FileFacts& file);
+
+/// Returns what keeps `file` from being read, or "readable": "missing", "a directory, not a file",
+/// "not readable by user omc (mode 0600, owner root)".
+Note stateOf(const FileFacts& file, const std::string& user);
+
+/// The same for a directory in which files are to be created.
+Note writableState(const FileFacts& directory, const std::string& user);
+
+/// Returns the size in the largest unit that keeps it whole numbers readable: "65 MiB".
+std::string sizeText(std::uintmax_t size);
+
+}  // namespace settings

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "settings/place.h"
+
+namespace settings {
+
+/// Which texts are well-formed.
+enum class JsonRules {
+  lenient,  ///< the application configuration and the node list: comments are allowed
+  strict,   ///< the settings document: an object and nothing else
+};
+
+/// JSON text, parsed by the rules of its reader.
+class JsonDocument {
+ public:
+  JsonDocument(std::string_view text, JsonRules rules);
+
+  /// Where and why the text is malformed; nothing if it is well-formed.
+  const std::optional<Finding>& fault() const { return m_fault; }
+
+  /// The document; null if it is malformed.
+  const Json::Value& root() const { return m_root; }
+
+  /// Where `value`, which belongs to `root()`, begins.
+  Place placeOf(const Json::Value& value) const;
+
+  /// The text of `value`, which belongs to `root()`, as the document spells it.
+  std::string_view spellingOf(const Json::Value& value) const;
+
+ private:
+  void parse(JsonRules rules);
+  void fail(std::size_t offset, std::string message);
+
+  std::string m_text;  // without a byte-order mark
+  Json::Value m_root;
+  std::optional<Finding> m_fault;
+};
+
+}  // namespace settings

@@ -1,0 +1,64 @@
+#include "settings_store/file_target.h"
+
+#include "settings_store/document_text.h"
+#include "settings_store/read_file.h"
+#include "settings_store/replace_file.h"
+#include "settings_store/write_lock.h"
+
+namespace settings {
+namespace {
+
+/// Reads the document; an absent one has no settings.
+DocumentText load(const std::string& path) {
+  try {
+    return DocumentText(readRegularFile(path).value_or("{}"));
+  } catch (const MalformedDocument& error) {
+    throw std::runtime_error(path + ":" + error.what());
+  }
+}
+
+/// Changes `document` and returns the effects, in the order of the keys.
+std::vector<Effect> applyTo(const std::vector<Change>& changes, DocumentText& document) {
+  const Values before = document.values();
+  Values wanted = before;
+  for (const Change& change : changes) {
+    if (change.value) {
+      wanted[change.key] = *change.value;
+      document.set(change.key, *change.value);
+    } else {
+      wanted.erase(change.key);
+      document.erase(change.key);
+    }
+  }
+  if (document.values() != wanted)
+    throw std::runtime_error("the document cannot hold a setting of this name");
+  const auto find = [](const Values& values, const std::string& key) {
+    const auto found = values.find(key);
+    return found == values.end() ? std::nullopt : std::optional(found->second);
+  };
+  std::map<std::string, Effect> effects;
+  for (const Change& change : changes) {
+    const Effect effect{change.key, find(before, change.key), find(wanted, change.key)};
+    if (effect.before != effect.after) effects.insert_or_assign(change.key, effect);
+  }
+  std::vector<Effect> result;
+  for (const auto& [key, effect] : effects) result.push_back(effect);
+  return result;
+}
+
+}  // namespace
+
+FileTarget::FileTarget(const std::string& path) : m_path(resolveLinks(path)) {}
+
+Values FileTarget::read() { return load(m_path).values(); }
+
+std::vector<Effect> FileTarget::write(const Plan& plan, const WriteOptions& options) {
+  std::optional<WriteLock> lock;
+  if (!options.dryRun) lock.emplace(m_path + ".lock", options);
+  DocumentText document = load(m_path);
+  std::vector<Effect> effects = applyTo(plan(document.values()), document);
+  if (!effects.empty() && !options.dryRun) replaceFile(m_path, document.text());
+  return effects;
+}
+
+}  // namespace settings

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "settings_store/target.h"
+
+namespace settings {
+
+/// The JSON document of the reference store. Replaced by rename, so that a service reads the old
+/// one or the new one; "<document>.lock" beside it keeps out other writers.
+class FileTarget : public Target {
+ public:
+  /// @param path  of the document, which need not exist; links are followed
+  explicit FileTarget(const std::string& path);
+
+  std::string name() const override { return m_path; }
+  Values read() override;
+  std::vector<Effect> write(const Plan& plan, const WriteOptions& options) override;
+
+ private:
+  std::string m_path;  // without links in its last component
+};
+
+}  // namespace settings

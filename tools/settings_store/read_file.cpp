@@ -1,0 +1,34 @@
+#include "settings_store/read_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+
+#include "platform/file_io.h"
+#include "platform/handles.h"
+
+namespace settings {
+namespace {
+
+[[noreturn]] void fail(const std::string& path) {
+  throw std::runtime_error(path + ": " + std::generic_category().message(errno));
+}
+
+}  // namespace
+
+std::optional<std::string> readRegularFile(const std::string& path) {
+  // Not blocking: a pipe in the file's place must not hold the caller.
+  const commutil::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file && errno == ENOENT) return std::nullopt;
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0) fail(path);
+  if (!S_ISREG(status.st_mode)) throw std::runtime_error(path + ": not a regular file");
+  std::string text;
+  if (!commutil::readAll(file.get(), text)) fail(path);
+  return text;
+}
+
+}  // namespace settings

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace settings {
+
+/// Returns what the regular file at `path` holds; nothing if there is no such file.
+/// @throws std::runtime_error if it cannot be read
+std::optional<std::string> readRegularFile(const std::string& path);
+
+}  // namespace settings

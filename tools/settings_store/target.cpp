@@ -1,0 +1,36 @@
+#include "settings_store/target.h"
+
+#include <cstdlib>
+
+#include "settingrest/location.h"
+#include "settings/catalog.h"
+#include "settings_store/file_target.h"
+
+namespace settings {
+namespace {
+
+/// The document to create where there is none: in the first directory tree that is configured.
+std::string newDocument() {
+  for (const std::string_view name : searchVariables()) {
+    const char* const root = std::getenv(std::string(name).c_str());
+    if (root != nullptr && *root != '\0') return std::string(root) + "/conf/settings.json";
+  }
+  throw std::runtime_error(
+      "there is no settings document: neither SETTINGREST_URL nor _APP_SHARE_DIR, APP_ROOT or "
+      "COMMON_LIB_PATH is set");
+}
+
+std::string documentPath() {
+  const std::optional<settingrest::Location> location = settingrest::findLocation();
+  if (!location) return newDocument();
+  if (!location->isUrl) return location->text;
+  const std::optional<std::string> path = settingrest::filePath(location->text);
+  if (path) return *path;
+  throw std::runtime_error("SETTINGREST_URL: no settings can be written to " + location->text);
+}
+
+}  // namespace
+
+std::unique_ptr<Target> openTarget() { return std::make_unique<FileTarget>(documentPath()); }
+
+}  // namespace settings

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "platform/handles.h"
+#include "settings_store/target.h"
+
+namespace settings {
+
+/// Keeps other writers out while it lives. The lock file stays: removing it would let two writers
+/// lock two files of one name.
+class WriteLock {
+ public:
+  /// @throws TargetBusy, std::runtime_error
+  WriteLock(const std::string& path, const WriteOptions& options);
+
+ private:
+  commutil::Descriptor m_file;
+};
+
+}  // namespace settings
