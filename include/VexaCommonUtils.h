@@ -94,8 +94,8 @@ class VEXA_EXPORT VexaCommonUtils {
   /// Returns the database type: "type" of the first element under the first name of "databases" in
   /// the JSON file `APP_CONF_FILE`, unchanged; "sybase", not cached, if the variable is empty, the
   /// file cannot be read or parsed, or the type is missing, empty or not a string.
-  /// @sharp{settings} "sybase" is returned for every failure, lack of memory included. @instead
-  /// Deploy `APP_CONF_FILE` before the first query.
+  /// @sharp{settings} "sybase" also stands for a failure to read or parse the file, lack of memory
+  /// included. @instead Deploy `APP_CONF_FILE` before the first query.
   /// @sharp{settings} The first name in byte order counts: "Main" before "backup".
   /// @sharp{settings} Caches the first type read. @instead Restart the process after a change.
   static std::string getDBType();
