@@ -62,17 +62,18 @@ std::size_t beforeLast(const char* text, std::size_t size) {
   return size;
 }
 
-/// The number of characters before the first line feed or `delim`, `size` without one.
-std::size_t plainLength(const wchar_t* text, std::size_t size, std::wint_t delim) {
+/// The number of characters up to the first line feed or `delim`, `size` without one.
+std::size_t lineLength(const wchar_t* text, std::size_t size, std::wint_t delim) {
   const wchar_t* const end = text + size;
   if (delim == L'\n') {
     const wchar_t* const lineFeed = std::wmemchr(text, L'\n', size);
-    return lineFeed == nullptr ? size : static_cast<std::size_t>(lineFeed - text);
+    return lineFeed == nullptr ? size : static_cast<std::size_t>(lineFeed + 1 - text);
   }
   const auto ends = [delim](wchar_t c) {
     return c == L'\n' || static_cast<std::wint_t>(c) == delim;
   };
-  return static_cast<std::size_t>(std::find_if(text, end, ends) - text);
+  const wchar_t* const last = std::find_if(text, end, ends);
+  return static_cast<std::size_t>(last - text) + (last == end ? 0 : 1);
 }
 
 /// A wide handle whose internal layout is known: the only way to that layout.
@@ -228,7 +229,7 @@ bool WideHandle::writePending() const {
 std::size_t WideHandle::takeDecoded(wchar_t* buf, std::size_t limit, std::wint_t delim) const {
   const auto ready = static_cast<std::size_t>(m_wide->readEnd - m_wide->readNext);
   if (ready == 0) return 0;
-  const std::size_t count = plainLength(m_wide->readNext, std::min(ready, limit), delim);
+  const std::size_t count = lineLength(m_wide->readNext, std::min(ready, limit), delim);
   std::wmemcpy(buf, m_wide->readNext, count);
   m_wide->readNext += count;
   return count;

@@ -120,7 +120,7 @@ char* encode(std::uint32_t c, char* out) {
 
 constexpr std::ptrdiff_t kLongest = 4;  // bytes of a character
 
-bool isForeign(std::uint32_t c) { return c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF); }
+bool isForeign(wchar_t c) { return c < 0 || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF); }
 
 }  // namespace
 
@@ -207,9 +207,8 @@ Converted narrowUtf8(const wchar_t* wide, std::size_t size, char* text, std::siz
       }
     }
     for (const std::size_t stop = std::min(size, i + kBlockSize); i < stop; ++i) {
-      const auto c = static_cast<std::uint32_t>(wide[i]);
-      if (isForeign(c) || end - out < kLongest) return result(i);
-      out = encode(c, out);
+      if (isForeign(wide[i]) || end - out < kLongest) return result(i);
+      out = encode(static_cast<std::uint32_t>(wide[i]), out);
     }
   }
   return result(size);
