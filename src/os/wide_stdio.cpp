@@ -23,7 +23,6 @@ namespace {
 // The C library whose structures these are. With any other, plain stdio does all the work.
 constexpr std::string_view kKnownLibrary = "2.36";
 constexpr std::string_view kUtf8 = "ISO-10646/UTF8/";
-constexpr std::size_t kLongestUtf8 = 4;
 // After at least as many converted bytes, the library appends to its block and writes the block
 // whole; with fewer it writes pieces of this size.
 constexpr std::size_t kPiece = 16;
@@ -52,26 +51,29 @@ struct Conversions {
   Conversion out;
 };
 
-/// How many characters fit into `room` bytes: a cheap lower bound.
-std::size_t fitting(const wchar_t* text, std::size_t size, std::size_t room) {
-  const std::size_t most = std::min(size, room);
-  const std::size_t bytes = measureUtf8(text, most);
-  if (bytes <= room) return most;
-  const std::size_t share = most * room / bytes;
-  return measureUtf8(text, share) <= room ? share : room / kLongestUtf8;
+/// The number of bytes before the last character of some UTF-8.
+std::size_t beforeLast(const char* text, std::size_t size) {
+  const auto continues = [text](std::size_t i) {
+    return (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80;
+  };
+  do {
+    --size;
+  } while (continues(size));
+  return size;
 }
 
-/// The number of characters before the first line feed or `delim`, `size` without one.
-std::size_t plainLength(const wchar_t* text, std::size_t size, std::wint_t delim) {
+/// The number of characters up to the first line feed or `delim`, `size` without one.
+std::size_t lineLength(const wchar_t* text, std::size_t size, std::wint_t delim) {
   const wchar_t* const end = text + size;
   if (delim == L'\n') {
     const wchar_t* const lineFeed = std::wmemchr(text, L'\n', size);
-    return lineFeed == nullptr ? size : static_cast<std::size_t>(lineFeed - text);
+    return lineFeed == nullptr ? size : static_cast<std::size_t>(lineFeed + 1 - text);
   }
   const auto ends = [delim](wchar_t c) {
     return c == L'\n' || static_cast<std::wint_t>(c) == delim;
   };
-  return static_cast<std::size_t>(std::find_if(text, end, ends) - text);
+  const wchar_t* const last = std::find_if(text, end, ends);
+  return static_cast<std::size_t>(last - text) + (last == end ? 0 : 1);
 }
 
 /// A wide handle whose internal layout is known: the only way to that layout.
@@ -175,27 +177,28 @@ bool WideHandle::isRegularFile() const {
   return regular;
 }
 
-/// Writes a block from the front of `text`: all but its last character are converted here, and the
-/// library writes them with that one. Text that is too short for that is a piece of the library's.
-/// Returns the number of characters, 0 if the write fails.
+/// Writes a block from the front of `text`, up to the first character that UTF-8 does not encode:
+/// all but its last character are converted here, and the library writes them with that one. Text
+/// that is too short for that is a piece of the library's. Returns the number of characters, 0 if
+/// the write fails.
 std::size_t WideHandle::writeBlock(wchar_t* text, std::size_t size) const {
   char* const block = m_file->_IO_buf_base;
-  // A pipe takes all of a block of this size or nothing.
-  const std::size_t room = std::min<std::size_t>(byteBufferSize(), PIPE_BUF) - kPiece;
-  std::size_t count = fitting(text, size, room);
+  // A pipe takes all of a block of this size or nothing. The last character needs room, too.
+  const std::size_t room = std::min<std::size_t>(byteBufferSize(), PIPE_BUF);
   Unwritten unwritten(*this, text, text + size);
-  char* const end = narrowUtf8(text, count - 1, block);
+  Converted converted = narrowUtf8(text, size, block, room);
+  const std::size_t bytes = beforeLast(block, converted.written);
   m_wide->pending = text;
-  if (static_cast<std::size_t>(end - block) >= kPiece) {
-    m_file->_IO_write_ptr = end;
-    m_wide->pending += count - 1;
+  if (bytes >= kPiece) {
+    m_file->_IO_write_ptr = block + bytes;
+    m_wide->pending += converted.read - 1;
   } else {
-    count = fitting(text, count, kPiece);
+    converted = narrowUtf8(text, converted.read, block, kPiece);
   }
-  m_wide->next = text + count;
+  m_wide->next = text + converted.read;
   if (::fflush_unlocked(m_file) != 0) return 0;
   unwritten.setWritten();
-  return count;
+  return converted.read;
 }
 
 /// Writes what is pending if that can be done in blocks; false if a write failed. What is pending
@@ -205,9 +208,14 @@ bool WideHandle::writePending() const {
   const std::size_t size = pendingSize();
   if (size == 0 || !writesBlocks() || !hasEmptyByteBuffer() || !writesUtf8()) return true;
   wchar_t* const text = m_wide->pending;
-  const std::size_t bytes = measureUtf8(text, size);
-  if (bytes <= kPiece || bytes == kNoUtf8 || !waitsForRoom()) return true;
+  if ((size <= kPiece && measureUtf8(text, size) <= kPiece) || !waitsForRoom()) return true;
   for (std::size_t done = 0; done < size;) {
+    if (measureUtf8(text + done, 1) == kNoUtf8) {
+      // Left to the library, which reports it.
+      m_wide->pending = text + done;
+      m_wide->next = text + size;
+      return true;
+    }
     const std::size_t count = writeBlock(text + done, size - done);
     if (count == 0) {
       if (isRegularFile()) m_wide->pending = text;
@@ -221,7 +229,7 @@ bool WideHandle::writePending() const {
 std::size_t WideHandle::takeDecoded(wchar_t* buf, std::size_t limit, std::wint_t delim) const {
   const auto ready = static_cast<std::size_t>(m_wide->readEnd - m_wide->readNext);
   if (ready == 0) return 0;
-  const std::size_t count = plainLength(m_wide->readNext, std::min(ready, limit), delim);
+  const std::size_t count = lineLength(m_wide->readNext, std::min(ready, limit), delim);
   std::wmemcpy(buf, m_wide->readNext, count);
   m_wide->readNext += count;
   return count;

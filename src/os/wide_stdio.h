@@ -31,7 +31,7 @@ int flushWide(std::FILE* file);
 /// fclose(3).
 int closeWide(std::FILE* file);
 
-/// Reads up to `limit` characters that `file` has already decoded, stopping before a line feed or
+/// Reads up to `limit` characters that `file` has already decoded, stopping after a line feed or
 /// `delim`. Returns their number, which is 0 where fgetwc(3) must be called. The caller holds the
 /// handle's lock.
 std::size_t takeDecoded(std::FILE* file, wchar_t* buf, std::size_t limit, std::wint_t delim);

@@ -97,6 +97,12 @@ Decoded decode(const char* text) {
 /// Writes one character and returns the position behind it.
 char* encode(std::uint32_t c, char* out) {
   const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
+  if (c >= 0x800 && c < 0x10000) {
+    put(0xE0 | c >> 12);
+    put(0x80 | (c >> 6 & 0x3F));
+    put(0x80 | (c & 0x3F));
+    return out;
+  }
   if (c < 0x80) {
     put(c);
     return out;
@@ -104,17 +110,17 @@ char* encode(std::uint32_t c, char* out) {
   if (c < 0x800) {
     put(0xC0 | c >> 6);
   } else {
-    if (c < 0x10000) {
-      put(0xE0 | c >> 12);
-    } else {
-      put(0xF0 | c >> 18);
-      put(0x80 | (c >> 12 & 0x3F));
-    }
+    put(0xF0 | c >> 18);
+    put(0x80 | (c >> 12 & 0x3F));
     put(0x80 | (c >> 6 & 0x3F));
   }
   put(0x80 | (c & 0x3F));
   return out;
 }
+
+constexpr std::ptrdiff_t kLongest = 4;  // bytes of a character
+
+bool isForeign(wchar_t c) { return c < 0 || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF); }
 
 }  // namespace
 
@@ -182,6 +188,30 @@ char* narrowUtf8(const wchar_t* wide, std::size_t size, char* text) {
     }
   }
   return text;
+}
+
+Converted narrowUtf8(const wchar_t* wide, std::size_t size, char* text, std::size_t room) {
+  char* out = text;
+  const char* const end = text + room;
+  const auto result = [&](std::size_t i) {
+    return Converted{i, static_cast<std::size_t>(out - text)};
+  };
+  for (std::size_t i = 0; i < size;) {
+    if (size - i >= kBlockSize && end - out >= static_cast<std::ptrdiff_t>(kBlockSize)) {
+      const WideBlock block(wide + i);
+      if (block.isAscii()) {
+        storeBlock(out, block.bytes());
+        out += kBlockSize;
+        i += kBlockSize;
+        continue;
+      }
+    }
+    for (const std::size_t stop = std::min(size, i + kBlockSize); i < stop; ++i) {
+      if (isForeign(wide[i]) || end - out < kLongest) return result(i);
+      out = encode(static_cast<std::uint32_t>(wide[i]), out);
+    }
+  }
+  return result(size);
 }
 
 }  // namespace commutil

@@ -29,4 +29,8 @@ constexpr std::size_t kNoUtf8 = static_cast<std::size_t>(-1);
 /// behind the last byte.
 char* narrowUtf8(const wchar_t* wide, std::size_t size, char* text);
 
+/// Converts text into an array of `room` bytes, up to the first value that is left to the caller or
+/// until fewer than four bytes are free.
+Converted narrowUtf8(const wchar_t* wide, std::size_t size, char* text, std::size_t room);
+
 }  // namespace commutil

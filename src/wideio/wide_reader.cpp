@@ -25,11 +25,11 @@ std::size_t readWide(std::FILE* file, wchar_t* buf, std::size_t limit, std::wint
   const HandleLock lock(file);
   std::size_t i = 0;
   while (i != limit && ::feof_unlocked(file) == 0) {
-    const std::wint_t c = ::fgetwc_unlocked(file);
-    buf[i] = static_cast<wchar_t>(c);
-    if (c == L'\n' || c == delim) return i;
-    ++i;
-    i += commutil::takeDecoded(file, buf + i, limit - i, delim);
+    const std::size_t taken = commutil::takeDecoded(file, buf + i, limit - i, delim);
+    i += taken;
+    if (taken == 0) buf[i++] = static_cast<wchar_t>(::fgetwc_unlocked(file));
+    const wchar_t last = buf[i - 1];
+    if (last == L'\n' || static_cast<std::wint_t>(last) == delim) return i - 1;
   }
   return i;
 }
