@@ -140,6 +140,8 @@ void compareInDeployment(const std::string& directory, unsigned seed) {
 class Deployments : public testing::TestWithParam<unsigned> {};
 
 TEST_P(Deployments, AnswerAsTheCatalogPredicts) {
+  // In memory, where files cost a third of the time.
+  const commutil_test::ScopedEnv inMemory("TMPDIR", "/dev/shm");
   const TempDir scratch;
   ASSERT_EQ(0, ::chmod(scratch.path().c_str(), 0777));
   std::string ignored;  // loads the store while its folder can be searched
