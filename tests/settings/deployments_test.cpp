@@ -83,7 +83,7 @@ void compareAnswers(const Explainer& explainer, const Facts& facts) {
     SCOPED_TRACE(std::string(answer.name));
     const Json::Value expected = explainer.explain(answer).value;
     if (answer.name == "GetAllWebswingNodeIPs") {
-      EXPECT_EQ(clusterNodes(), expected);
+      EXPECT_EQ(clusterNodes().toStyledString(), expected.toStyledString());
     } else if (answer.name == "checkUnSafeStr") {
       // A file holds each of its words, and others that are no unsafe words.
       const std::string path = settings::chosenPath("secure.cfg", facts);
@@ -91,7 +91,7 @@ void compareAnswers(const Explainer& explainer, const Facts& facts) {
       for (const Json::Value& word : expected)
         EXPECT_FALSE(VexaCommonUtils_i::checkUnSafeStr("x" + word.asString()));
     } else if (answer.kind != settings::AnswerKind::option) {
-      EXPECT_EQ(answerOf(answer), expected);
+      EXPECT_EQ(answerOf(answer).toStyledString(), expected.toStyledString());
     }
   }
 }
