@@ -4,18 +4,18 @@
 /// Plain types that several families of operations share.
 namespace Vexacommon {
 
-/// Where `VexaCommonUtils_i::TransferLikeSql` puts wildcards around the text of a LIKE operand.
-/// A value outside the enumerators counts as `FUZZY_QUERY_NONE`.
+/// Where `VexaCommonUtils_i::TransferLikeSql` puts wildcards around a LIKE operand. A value outside
+/// the enumerators counts as `FUZZY_QUERY_NONE`.
 enum FuzzyQueryMode : int {
-  FUZZY_QUERY_NONE = 0,   ///< the text alone: equal texts match
-  FUZZY_QUERY_LEFT = 1,   ///< "%" before the text: texts that end with it match
-  FUZZY_QUERY_RIGHT = 2,  ///< "%" behind the text: texts that begin with it match
-  FUZZY_QUERY_BOTH = 3    ///< "%" on both sides: texts that contain it match
+  FUZZY_QUERY_NONE = 0,   ///< no wildcard: matches equal strings
+  FUZZY_QUERY_LEFT = 1,   ///< "%" before the string: matches strings that end with it
+  FUZZY_QUERY_RIGHT = 2,  ///< "%" after the string: matches strings that begin with it
+  FUZZY_QUERY_BOTH = 3    ///< "%" on both sides: matches strings that contain it
 };
 
 /// A hardware address as six bytes in transmission order.
 struct LocalMACAddress {
-  unsigned char mac[6];  ///< the address; filled whole or not at all
+  unsigned char mac[6];  ///< the address; set whole or not at all
 };
 
 }  // namespace Vexacommon

@@ -8,31 +8,33 @@
 /// @file
 /// The record that the process locale is set.
 
-/// The process-wide record that the process locale has been taken from the environment. The first
-/// wide/multibyte conversion of the library creates it; a process may do so earlier by calling
-/// `Instance`. It holds no state: that it exists is what it tells. Threads: each member says.
+/// The process-wide record that the process locale was set from the environment; without state.
 class VEXA_EXPORT VexaLocale {
  public:
-  /// Returns the single instance, never null. The first call creates it and calls `SetLocale("")`,
-  /// so that every locale category follows the environment (`LC_ALL`, the other `LC_` variables and
-  /// `LANG`; see locale(7)). When that fails, the line "SetLocale return NULL" goes to standard
-  /// output, flushed, and the locale stays as it was; there is no second attempt.
+  /// Returns the single instance, never null. The first call, or the first wide/multibyte
+  /// conversion, creates it and calls `SetLocale("")`.
   ///
-  /// Threads: any, but not while `Destory` runs. The instance is published before
-  /// the locale is set: another thread may convert while `setlocale` runs. A lock that cannot be
-  /// taken or released leaves its error code in `errno`, and the work goes on without it. Throws
-  /// nothing but `std::bad_alloc`.
+  /// Thread-safe unless `Destory` runs. If the lock fails, `errno` is set and the work goes on
+  /// without it. Throws nothing but `std::bad_alloc`.
+  /// @sharp{encodings} If the locale is not installed, prints "SetLocale return NULL" and a line
+  /// end to standard output, flushed; keeps the old locale, and never tries again. @instead Install
+  /// the locale; expect the line in filters.
+  /// @sharp{encodings} Publishes the instance before the locale is set: other threads may convert
+  /// meanwhile. @instead Call it before threads start.
   static VexaLocale* Instance();
 
-  /// Calls setlocale(3) for `LC_ALL` and returns its result: the name of the locale now set, or
-  /// null when `name` is not installed and nothing changed. "" takes the names from the
-  /// environment; a null `name` only asks. Changes the whole process. Threads: not while another
-  /// one uses the locale.
+  /// Sets all categories of the process locale, see setlocale(3).
+  /// @param name  "" for `LC_ALL`, the other `LC_` variables and `LANG`, see locale(7); null only
+  ///              queries
+  /// @return the name of the locale now set; null, nothing changed, if `name` is not installed
+  /// @note Thread-safe unless another thread uses the locale.
+  /// @process{permanent} The process locale changes.
   static char* SetLocale(const char* name);
 
-  /// Deletes the instance, if there is one; the next `Instance` makes another and sets the locale
-  /// again. The locale itself stays. The spelling is part of the contract. Threads: takes no lock,
-  /// so not while another one is in `Instance` or a conversion.
+  /// Deletes the instance, if any; the next `Instance` creates another and sets the locale again.
+  /// @sharp{encodings} Keeps the locale, and takes no lock. @instead Do not call it, or call it
+  /// last: no other thread may be in `VexaLocale::Instance` or a conversion.
+  /// @sharp{encodings} The name is misspelled by contract. @instead Search for that spelling.
   static void Destory();
 
  private:

@@ -13,154 +13,171 @@
 /// @file
 /// The wide streams, their manipulators and operators, and wide printing.
 
-/// Reads wide text, bytes and numbers from a stdio file handle. Wide characters are decoded by the
-/// C library under the process locale that is set when the handle is first read wide.
+/// Reads wide text, bytes and numbers from a stdio file handle. The C library decodes wide
+/// characters in the process locale that is set when the handle is first read wide.
 ///
-/// The standard base has no stream buffer: nothing may be read, formatted or tested through it;
-/// every operation is one of the members and operators below. As in stdio, the first operation on a
-/// handle makes it wide or one of bytes (fwide(3)); operations of the other kind then fail in the C
-/// library's own way until the file is opened anew. A wide read of bytes gives WEOF each time.
-///
-/// Texts and arrays must not be null unless an operation says otherwise. No operation throws.
-/// Threads: one object is used by one at a time.
+/// Strings and arrays must not be null unless a member says otherwise. Throws nothing. Not
+/// thread-safe: one thread at a time uses a stream.
+/// @sharp{wide} The standard base has no stream buffer: nothing can be read, written, formatted or
+/// tested through it. @instead Use only the members and operators of the wide streams.
+/// @sharp{wide} The first operation makes a handle wide or one of bytes, see fwide(3). Operations
+/// of the other kind, numbers being bytes, fail until the file is opened anew; a wide read returns
+/// WEOF each time, and `Vexawifstream::fail` does not tell. @instead Format numbers with
+/// `Vexaswprintf()`.
 class VEXA_EXPORT Vexawifstream : public std::istream {
  public:
-  /// A closed stream.
+  /// Creates a closed stream.
   Vexawifstream();
   /// Closes an open handle.
   ~Vexawifstream() override;
 
-  /// Opens the file `path`, closing an open handle first: `mode` 8 (`std::ios::in`) as "r", every
-  /// other value as "r+" (fopen(3)). A failure leaves the stream closed and the reason in `errno`.
-  /// A null `path` does nothing at all.
+  /// Opens the file `path` after closing an open handle: as "r" for `mode` 8 (`std::ios::in`), as
+  /// "r+" for any other, see fopen(3). On failure the stream is closed and `errno` is set. Does
+  /// nothing if `path` is null.
+  /// @sharp{wide} Every stream compares the whole mode: `std::ios::in` with `binary` opens for
+  /// update, `std::ios::out` with `trunc` appends. @instead Pass 8, 16 or 1.
   void open(const char* path, int mode);
-  /// Closes an open handle; else does nothing.
+  /// Closes an open handle.
   void close();
-  /// Tells whether a handle is open.
+  /// Returns whether a handle is open.
   bool isValid();
-  /// Returns feof(3), non-zero once a read has met the end; -1 when closed.
+  /// Returns feof(3), nonzero once a read has met the end; -1 if closed.
   int eof();
-  /// Returns ferror(3), non-zero once a read has failed; 1 when closed.
+  /// Returns ferror(3), nonzero once a read has failed; 1 if closed.
   int fail();
 
-  /// Moves to `offset` bytes from the start: on a handle that was read wide to 0 or to what
-  /// `ftellg` gave, since from a place inside a character, or behind one cut at the end of the
-  /// file, the C library does not come back.
-  /// @return the result of fseek(3), 0 on success; -1 when closed
+  /// Moves to `offset` bytes from the start, see fseek(3).
+  /// @return 0; -1 on failure or if closed
+  /// @sharp{wide} On a handle that was read wide, the C library never returns from a seek into a
+  /// multibyte character, or after one that is cut at the end of the file. @instead Seek to 0 or to
+  /// a result of `Vexawifstream::ftellg`.
   int fseekg(long offset);
-  /// Returns the position in bytes with ftell(3); -1 when closed.
+  /// Returns the position in bytes, see ftell(3); -1 if closed.
   long ftellg();
 
-  /// Reads one wide character. The stream must be open.
+  /// Reads one wide character.
   /// @return the result of fgetwc(3): the character; WEOF at the end and, with `errno` EILSEQ, for
-  /// an invalid sequence
+  ///         an invalid sequence
+  /// @sharp{wide} Crashes on a closed stream, as do the `get` and the `>>` of a wide character, and
+  /// the `put` and the `<<` of wide text. @instead Check `Vexawifstream::isValid` after an open.
+  /// @sharp{wide} Wide reads stay at an invalid sequence: a loop until `Vexawifstream::eof` never
+  /// ends. @instead End the loop on `Vexawifstream::fail` too.
   std::wint_t get();
-  /// Reads one wide character as `get` does, and stores what it returns, WEOF too, in `c`.
+  /// Reads one wide character as `get` does and sets `c` to the result, WEOF included.
   /// @return the same value
   int get(wchar_t& c);
 
   /// @name Lines of wide text
-  /// The four reads store what fgetwc(3) gives, value by value, into `buf` until a line feed is
-  /// read, the end is met or `n` - 1 values are stored. The WEOF of the read that meets the end is
-  /// stored as well. An invalid sequence is WEOF without an end: reading stays there and the array
-  /// is filled with WEOF up to the limit. NULs of the file are data. With `n` of 0 there is no
-  /// limit. Elements that are not named stay as they were; a closed stream writes none.
+  /// The four reads store the results of fgetwc(3) in `buf` until a line feed, the end of the file,
+  /// or `n` - 1 values; `n` of 0 is no limit. An invalid sequence fills `buf` with WEOF up to the
+  /// limit. NULs in the file are data. Other elements stay unchanged; a closed stream changes none.
   /// @{
 
-  /// Reads a line, dropping its line feed: the NUL is written over it, else behind the last value.
-  /// `buf` holds `n` elements. With `n` of 1 nothing is read and `buf[0]` becomes the NUL.
+  /// Reads a line without its line feed; the NUL replaces it, or follows the last value.
+  /// @param buf  `n` elements
+  /// @param n    1 reads nothing and sets `buf[0]` to NUL
+  /// @sharp{wide} The WEOF of a read that meets the end of the file stays before the NUL, as in
+  /// `Vexawifstream::getline`. @instead Search for WEOF, or test `Vexawifstream::eof`.
   void get(wchar_t* buf, std::size_t n);
-  /// Reads a line of up to `n` - 1 values into `buf` as the `get` above, also ending at the value
-  /// `delim`, which is dropped.
+  /// Reads a line of up to `n` - 1 values into `buf` as the `get` above; `delim` ends it too, and
+  /// is replaced.
   void get(wchar_t* buf, std::size_t n, unsigned int delim);
 
-  /// Reads a line, keeping its line feed: the NUL is written behind it. Without one the NUL leaves
-  /// an element out: after `n` - 1 values it is `buf[n]`, and `buf[n - 1]` stays unwritten; after
-  /// the end of the file it is the second element behind the last value. `buf` holds `n` + 1
-  /// elements. With `n` of 1 nothing is read and `buf[1]` becomes the NUL.
+  /// Reads a line with its line feed, and sets the element after that to NUL.
+  /// @param buf  `n` + 1 elements
+  /// @param n    1 reads nothing and sets `buf[1]` to NUL
+  /// @sharp{wide} Without a line feed, the NUL leaves out an element, which stays as it was: it is
+  /// `buf[n]` after `n` - 1 values, else the second one after the last value. @instead Fill an
+  /// array of `n` + 1 elements with zeros.
   void getline(wchar_t* buf, std::size_t n);
-  /// Reads a line into `buf` as the `getline` above, also ending at the value `delim`, over which
-  /// the NUL is written. When neither ends the read, or `n` is 1 and nothing is read, the element
-  /// behind the last value is looked at: a line feed that the array held there before stays, with
-  /// the NUL behind it, else it becomes the NUL.
+  /// Reads a line into `buf` of `n` + 1 elements as the `getline` above; `delim` ends it too, and
+  /// is replaced by the NUL.
+  /// @sharp{wide} If neither ends the read, or `n` is 1 and nothing is read, the NUL is the element
+  /// after the last value, or the next one if that holds a line feed from before. @instead Fill the
+  /// array with zeros.
   void getline(wchar_t* buf, std::size_t n, unsigned int delim);
 
   /// @}
 
   /// Reads one byte into `c`.
-  /// @return the byte as a signed char value: 255 gives -1; 0, `c` left alone, when closed, at the
-  ///         end of the file and on the read that meets it
+  /// @return the byte as a signed char; 0, `c` unchanged, if closed or if there is no byte to read
+  /// @sharp{wide} Returns -1 for the byte 255, and 0 for a NUL byte as well as for the end.
+  /// @instead Test `Vexawifstream::eof`.
   int get(char& c);
-  /// Reads a line of bytes into `buf` of `n` elements, dropping its line feed, as the wide `get`
+  /// Reads a line of bytes into `buf` of `n` elements without its line feed, as the wide `get`
   /// does; the end is not stored.
   void get(char* buf, std::size_t n);
-  /// Reads a line of bytes into `buf` of `n` elements as the `get` above, also ending at the byte
-  /// `delim`, which is dropped; compared as signed char values.
+  /// Reads a line of bytes into `buf` of `n` elements as the `get` above; the byte `delim`,
+  /// compared as a signed char, ends it too.
   void get(char* buf, std::size_t n, int delim);
 
-  /// Reads decimal digits. No sign and no blank may lead. The byte behind the digits stays unread,
-  /// but a line feed is consumed. Of 100 digits in a row the last is dropped, and what follows is
-  /// left.
-  /// @return their value by strtol(3): 0 without any, LONG_MAX beyond the range; -1 when closed and
-  ///         where the byte behind cannot be given back, as on a pipe
+  /// Reads a decimal number. The byte after it stays unread, but a line feed is consumed.
+  /// @return its value, see strtol(3): 0 without digits, LONG_MAX beyond the range; -1 if closed,
+  ///         or if the byte after it cannot be put back, as on a pipe
+  /// @sharp{wide} Accepts no sign or leading space, and -1 may be a failure, as for
+  /// `Vexawifstream::getd` and the `>>` of numbers. @instead Skip spaces first, or read lines and
+  /// parse them.
+  /// @sharp{wide} Of 100 digits in a row the last is dropped, and what follows stays unread.
+  /// @sharp{wide} On a handle that was read wide, reads nothing but steps back a byte, into a
+  /// multibyte character too (see `Vexawifstream::fseekg`). @instead Use a handle of bytes.
   long getn();
-  /// Reads digits and points as `getn` does digits.
-  /// @return their value by strtod(3), which takes the locale's decimal point and ends at a second
-  ///         one; -1.0 where `getn` gives -1
+  /// Reads digits and points as `getn` reads digits.
+  /// @return their value, see strtod(3), up to a second point; -1.0 if `getn` would return -1
+  /// @sharp{wide} Follows the locale's decimal point, as does the `<<` of reals. @instead Write and
+  /// read in one locale.
   double getd();
 
   /// Reads up to `count` records of `size` bytes into `buf`.
-  /// @return the number of whole records read, see fread(3); 0 when `buf` is null or the stream
-  ///         closed
+  /// @return the number of whole records, see fread(3); 0 if `buf` is null or the stream is closed
   std::size_t read(void* buf, std::size_t size, std::size_t count);
 
  private:
   std::FILE* m_file;
 };
 
-/// Writes wide text, bytes and numbers to a stdio file handle. The remarks at `Vexawifstream` hold
-/// here too: nothing may be written through the standard base, and a handle that began with wide
-/// text refuses bytes, numbers among them, as one that began with bytes refuses wide text.
-///
-/// What is written is buffered until a flush, `close` or the destructor. Texts and arrays must not
-/// be null unless an operation says otherwise. Threads: one object is used by one at a time.
+/// Writes wide text, bytes and numbers to a stdio file handle, buffered until a flush, `close` or
+/// the destructor. The remarks at `Vexawifstream` apply. Not thread-safe.
 class VEXA_EXPORT Vexawofstream : public std::ostream {
  public:
-  /// A closed stream.
+  /// Creates a closed stream.
   Vexawofstream();
   /// Closes an open handle.
   ~Vexawofstream() override;
 
-  /// Opens the file `path`, closing an open handle first: `mode` 16 (`std::ios::out`) as "w", which
-  /// empties it, every other value as "a" (fopen(3)). A failure leaves the stream closed and the
-  /// reason in `errno`. A null `path` does nothing at all.
+  /// Opens the file `path` after closing an open handle: as "w", which truncates it, for `mode` 16
+  /// (`std::ios::out`), as "a" for any other, see fopen(3). On failure the stream is closed and
+  /// `errno` is set. Does nothing if `path` is null.
   void open(const char* path, int mode);
-  /// Flushes and closes an open handle; else does nothing. A write that fails here is not reported:
-  /// flush and ask `fail` first where that matters.
+  /// Flushes and closes an open handle.
+  /// @sharp{wide} Does not report a failed write, nor does the destructor. @instead Call `wflush()`
+  /// and `Vexawofstream::fail` first.
   void close();
-  /// Tells whether a handle is open.
+  /// Returns whether a handle is open.
   bool isValid();
-  /// Returns feof(3); -1 when closed.
+  /// Returns feof(3); -1 if closed.
   int eof();
-  /// Returns ferror(3), non-zero once a write has failed; 1 when closed.
+  /// Returns ferror(3), nonzero once a write has failed; 1 if closed.
   int fail();
 
-  /// Writes the wide character `c`. The stream must be open.
+  /// Writes the wide character `c` to the open stream.
   /// @return the result of fputwc(3): `c`; WEOF on failure
   std::wint_t put(wchar_t c);
-  /// Writes the wide text `s`. The stream must be open.
+  /// Writes the wide string `s` to the open stream.
   /// @return the result of fputws(3): -1 on failure
+  /// @sharp{wide} As slow as fputws(3) in an encoding other than UTF-8, to a pipe that does not
+  /// wait, and with a C library other than glibc 2.36, as is the `<<` of wide text; glibc
+  /// before 2.39 then writes 16 bytes per system call. @instead Convert large strings with
+  /// `VexaCommonUtils::WSTR2STR` and write bytes.
   int put(const wchar_t* s);
   /// Writes the byte `c`.
-  /// @return the result of fputc(3): the byte as an unsigned char value, EOF on failure; 0 when
-  ///         closed
+  /// @return the result of fputc(3): the byte as an unsigned char, EOF on failure; 0 if closed
   int put(char c);
-  /// Writes the text `s`.
-  /// @return the result of fputs(3): EOF on failure; 0 when closed
+  /// Writes the string `s`.
+  /// @return the result of fputs(3): EOF on failure; 0 if closed
   int put(const char* s);
 
   /// Writes `count` records of `size` bytes from `buf`.
-  /// @return the number of whole records written, see fwrite(3); 0 when closed
+  /// @return the number of whole records written, see fwrite(3); 0 if closed
   std::size_t write(const void* buf, std::size_t size, std::size_t count);
 
  private:
@@ -171,20 +188,19 @@ class VEXA_EXPORT Vexawofstream : public std::ostream {
   std::FILE* m_file;
 };
 
-/// Either a reader or a writer of one file, by the mode it was opened with. The members it
-/// inherits from one side only (`fseekg`, `ftellg`, `getn`, `getd`) are the reader's. `isValid` is
-/// ambiguous, as both sides have it: ask `fail`, or a side by its name. Threads: one object is used
-/// by one at a time.
+/// Reads or writes one file, by the mode of `open`. `fseekg`, `ftellg`, `getn` and `getd` are the
+/// reader's. Not thread-safe.
+/// @sharp{wide} `isValid` is ambiguous, because both sides have it. @instead Use
+/// `Vexawfstream::fail`, or name the side: `Vexawifstream::isValid`.
 class VEXA_EXPORT Vexawfstream : public Vexawifstream, public Vexawofstream {
  public:
-  /// A closed stream.
+  /// Creates a closed stream.
   Vexawfstream();
   /// Closes an open handle of either side.
   ~Vexawfstream() override;
 
-  /// Closes the side in use, then opens `path`: `mode` 8 for reading ("r"), mode 16 for writing
-  /// from the start ("w"), every other value for appending ("a"). The mode is taken even when the
-  /// file cannot be opened or `path` is null: the stream is then a closed reader or writer.
+  /// Opens `path` after closing the side in use: as "r" for `mode` 8, as "w" for 16, as "a" for any
+  /// other. A failure, or a null `path`, leaves a closed stream of the new mode.
   void open(const char* path, int mode);
   /// Closes the side in use.
   void close();
@@ -194,7 +210,7 @@ class VEXA_EXPORT Vexawfstream : public Vexawifstream, public Vexawofstream {
   int fail();
 
   /// @name The reader's operations
-  /// On the reader's side, as `Vexawifstream` has them.
+  /// As `Vexawifstream` has them.
   /// @{
   std::wint_t get();    ///< @copydoc Vexawifstream::get()
   int get(wchar_t& c);  ///< @copydoc Vexawifstream::get(wchar_t&)
@@ -216,7 +232,7 @@ class VEXA_EXPORT Vexawfstream : public Vexawifstream, public Vexawofstream {
   /// @}
 
   /// @name The writer's operations
-  /// On the writer's side, as `Vexawofstream` has them.
+  /// As `Vexawofstream` has them.
   /// @{
   std::wint_t put(wchar_t c);  ///< @copydoc Vexawofstream::put(wchar_t)
   int put(const wchar_t* s);   ///< @copydoc Vexawofstream::put(const wchar_t*)
@@ -231,38 +247,38 @@ class VEXA_EXPORT Vexawfstream : public Vexawifstream, public Vexawofstream {
 };
 
 /// @name Manipulators of Vexawofstream
-/// `stream` must be a Vexawofstream; a closed one is left alone. They return the std::ostream
-/// inside it, so what is chained behind one does not reach the operators below and is lost: start a
-/// new statement after a manipulator.
+/// `stream` must be a Vexawofstream; a closed one stays unchanged. Not thread-safe, as the stream.
 ///
 ///     out << L"first" << wendl;
 ///     out << L"second" << wendl;
 ///
-/// Threads: as the stream.
 /// @{
 
-/// Writes a wide line feed, then flushes; returns `stream`.
+/// Writes a wide line feed, flushes and returns `stream`.
+/// @sharp{wide} Returns `std::ostream&`, as do `wends()` and `wflush()`: wide text chained after it
+/// is printed as a pointer, and lost. @instead Start a new statement after a manipulator.
 VEXA_EXPORT std::ostream& wendl(std::ostream& stream);
-/// Writes a wide NUL; returns `stream`.
+/// Writes a wide NUL and returns `stream`.
 VEXA_EXPORT std::ostream& wends(std::ostream& stream);
-/// Flushes; returns `stream`.
+/// Flushes and returns `stream`.
 VEXA_EXPORT std::ostream& wflush(std::ostream& stream);
 
 /// @}
 
 /// @name Output of Vexawofstream
-/// Each operator returns the stream it was given, which must be open. Text is written as by `put`;
-/// numbers are bytes, also on a handle that is wide and refuses them, cut at 99 characters; an
-/// unsigned int from 2^31 on and an unsigned long from 2^63 on come out negative, and reals have
-/// the locale's decimal point. Byte text is flushed, a char only when it was written; wide text and
-/// numbers are not. Threads: as the stream.
+/// Each operator returns its stream, which must be open. Numbers are bytes, cut at 99 characters.
+/// Byte strings are flushed, and a char if it was written; wide text and numbers are not. Not
+/// thread-safe, as the stream.
 /// @{
-VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, const wchar_t* s);      ///< wide text
-VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, wchar_t c);             ///< wide
-VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, const char* s);         ///< text
-VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, char c);                ///< a byte
-VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, int value);             ///< decimal
-VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, unsigned int value);    ///< decimal
+VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, const wchar_t* s);  ///< wide string
+VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, wchar_t c);         ///< wide
+VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, const char* s);     ///< byte string
+VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, char c);            ///< byte
+VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, int value);         ///< decimal
+/// Decimal.
+/// @sharp{wide} Prints values beyond the signed range as negative, as does the form for
+/// unsigned long. @instead Format them yourself.
+VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, unsigned int value);
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, short value);           ///< decimal
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, unsigned short value);  ///< decimal
 VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, long value);            ///< decimal
@@ -272,14 +288,14 @@ VEXA_EXPORT Vexawofstream& operator<<(Vexawofstream& stream, double value);     
 /// @}
 
 /// @name Output of Vexawfstream
-/// Each operator returns the stream it was given. Nothing is flushed. Wide text needs an open
-/// writer; anything else is dropped when there is none. Numbers are written as by Vexawofstream.
-/// Threads: as the stream.
+/// Each operator returns its stream and does not flush. Wide text needs an open writer; anything
+/// else is dropped without one. Numbers are written as by Vexawofstream. Not thread-safe, as the
+/// stream.
 /// @{
-VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, const wchar_t* s);      ///< wide text
+VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, const wchar_t* s);      ///< wide string
 VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, wchar_t c);             ///< wide
-VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, const char* s);         ///< text
-VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, char c);                ///< a byte
+VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, const char* s);         ///< byte string
+VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, char c);                ///< byte
 VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, int value);             ///< decimal
 VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, unsigned int value);    ///< decimal
 VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, short value);           ///< decimal
@@ -291,18 +307,23 @@ VEXA_EXPORT Vexawfstream& operator<<(Vexawfstream& stream, double value);       
 /// @}
 
 /// @name Input of Vexawifstream
-/// Each operator returns the stream it was given. Lines and characters are read by `get`; an array
-/// must hold 4097 elements, whatever the line, and a wide character needs an open reader. Integers
-/// come from `getn`, reals from `getd`, converted to their type. A char is left as it is: one byte
-/// is read and discarded. Threads: as the stream.
+/// Each operator returns its stream. Lines and characters are read by `get`, a wide character only
+/// from an open reader; integers by `getn` and reals by `getd`, converted to their type. Not
+/// thread-safe, as the stream.
 /// @{
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t* buf);  ///< a line
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t& c);    ///< wide
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char* buf);     ///< a line
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char& c);       ///< skips a byte
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, int& value);    ///< by `getn`
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, short& value);  ///< by `getn`
-VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, long& value);   ///< by `getn`
+
+/// A line.
+/// @sharp{wide} Takes the array to hold 4097 elements, as does the form for bytes. @instead Pass
+/// that many.
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t* buf);
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, wchar_t& c);  ///< wide
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char* buf);   ///< line
+/// Skips a byte.
+/// @sharp{wide} The variable is unchanged. @instead Use `Vexawifstream::get`.
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, char& c);
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, int& value);             ///< by `getn`
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, short& value);           ///< by `getn`
+VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, long& value);            ///< by `getn`
 VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, unsigned int& value);    ///< by `getn`
 VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, unsigned short& value);  ///< by `getn`
 VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, unsigned long& value);   ///< by `getn`
@@ -311,12 +332,11 @@ VEXA_EXPORT Vexawifstream& operator>>(Vexawifstream& stream, double& value);    
 /// @}
 
 /// @name Input of Vexawfstream
-/// As for Vexawifstream, on the reader's side; each returns the stream it was given. Threads: as
-/// the stream.
+/// As for Vexawifstream, on the reader's side; each returns its stream. Not thread-safe.
 /// @{
-VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, wchar_t* buf);         ///< a line
+VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, wchar_t* buf);         ///< line
 VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, wchar_t& c);           ///< wide
-VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, char* buf);            ///< a line
+VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, char* buf);            ///< line
 VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, char c);               ///< skips a byte
 VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, int& value);           ///< by `getn`
 VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, short& value);         ///< by `getn`
@@ -329,23 +349,30 @@ VEXA_EXPORT Vexawfstream& operator>>(Vexawfstream& stream, double& value);      
 /// @}
 
 /// @name Wide printing
-/// None of these returns a status or throws but `std::bad_alloc` (`Vexawprintf`); formats are those
-/// of vswprintf(3). Threads: any; output of several to one stream may interleave between calls.
+/// Formats are those of vswprintf(3). None returns a status; only `Vexawprintf` throws, and nothing
+/// but `std::bad_alloc`. Thread-safe; output to one stream may interleave between calls.
 /// @{
 
-/// Formats `args` by `format` into `buf`, which is taken to hold 4096 wide characters, whatever it
-/// holds. An output that does not fit with its NUL, or cannot be formatted, leaves the empty text.
-/// A null `format` or `buf` writes nothing.
+/// Formats `args` by `format` into `buf`. Does nothing if `format` or `buf` is null.
+/// @sharp{wide} Takes `buf` to hold 4096 wide characters, as do `Vexaswprintf()` and
+/// `Vexafwprintf()`; it is empty if the output and its NUL do not fit or cannot be formatted.
+/// @instead Pass 4096.
+/// @sharp{wide} In an optimized build, wide printing ends the process for "%n" in a format in
+/// writable memory, and for positional arguments ("%2$d") that skip one: glibc's fortified checks.
+/// @instead Pass literal formats that name every argument.
 VEXA_EXPORT void Vexavswprintf(wchar_t* buf, const wchar_t* format, std::va_list args);
-/// Formats its variable arguments by `format` into `buf` as `Vexavswprintf` does.
+/// Formats its variable arguments by `format` into `buf`, as `Vexavswprintf` does.
 VEXA_EXPORT void Vexaswprintf(wchar_t* buf, const wchar_t* format, ...);
 /// Formats at most 4095 wide characters by `format`, writes them to standard output with fputws(3)
-/// and flushes it. A longer output and a null `format` write the empty text. Makes a standard
-/// output that is neither yet a wide one, which refuses bytes from then on (fwide(3)).
+/// and flushes it. Longer output and a null `format` write the empty string.
+/// @process{permanent} Standard output becomes wide, if it is neither wide nor one of bytes yet.
+/// @sharp{wide} Standard output refuses bytes from then on. @instead Print everything with it, or
+/// nothing.
+/// @sharp{wide} Characters that the locale cannot encode are lost without a report, as in
+/// `Vexafwprintf()`. @instead Call `VexaLocale::Instance` first.
 VEXA_EXPORT void Vexawprintf(const wchar_t* format, ...);
-/// Formats into `buf` by `format` as `Vexaswprintf` does, then writes `buf` to `stream` with
-/// fputws(3), without a flush; with a null `format` it is written as it stands. `stream` and `buf`
-/// must not be null.
+/// Formats by `format` into `buf`, as `Vexaswprintf` does, and writes `buf` to `stream` with
+/// fputws(3), without a flush. A null `format` writes `buf` as it is; the others must not be null.
 VEXA_EXPORT void Vexafwprintf(std::FILE* stream, wchar_t* buf, const wchar_t* format, ...);
 
 /// @}

@@ -5,11 +5,10 @@
 #include <array>
 #include <cstdlib>
 
-#include "wideio/handle_lock.h"
-#include "wideio/wide_lines.h"
+#include "os/wide_stdio.h"
+#include "platform/handle_lock.h"
 
 using commutil::HandleLock;
-using commutil::readWide;
 
 namespace {
 
@@ -17,6 +16,23 @@ constexpr int kReadMode = 8;
 
 /// The bytes of a number: 99 that count and the byte that ends it.
 using NumberText = std::array<char, 100>;
+
+/// Reads values with fgetwc(3) into `buf` until the handle is at its end, a line feed or `delim`
+/// was stored, or `limit` values (at least 1) are. A read that fails stores WEOF and, unless it met
+/// the end, the next one is tried. Returns the index of the line feed or delimiter that ended the
+/// read, or else the number of values; elements from there on stay unwritten.
+std::size_t readWide(std::FILE* file, wchar_t* buf, std::size_t limit, std::wint_t delim) {
+  const HandleLock lock(file);
+  std::size_t i = 0;
+  while (i != limit && ::feof_unlocked(file) == 0) {
+    const std::wint_t c = ::fgetwc_unlocked(file);
+    buf[i] = static_cast<wchar_t>(c);
+    if (c == L'\n' || c == delim) return i;
+    ++i;
+    i += commutil::takeDecoded(file, buf + i, limit - i, delim);
+  }
+  return i;
+}
 
 void readByteLine(std::FILE* file, char* buf, std::size_t n, signed char delim) {
   if (n == 1) {

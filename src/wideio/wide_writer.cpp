@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cwchar>
 
-#include "wideio/wide_blocks.h"
+#include "os/wide_stdio.h"
 
 namespace {
 

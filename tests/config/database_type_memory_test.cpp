@@ -24,6 +24,9 @@ int passing = kNever;  ///< allocations until one fails
   if (void* const block = std::malloc(size == 0 ? 1 : size)) return block;
   throw std::bad_alloc();
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return std::malloc(size == 0 ? 1 : size);
+}
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
@@ -92,7 +95,7 @@ TEST_F(DatabaseTypeMemory, ReadsAgainAfterAFailedAllocation) {
 /// A quoted LIKE operand for a percent sign, whose first read of the type fails.
 std::string operandAfterAFailedRead() {
   passing = 1;  // the path's allocation
-  const std::string operand = VexaCommonUtils_i::TransferLikeSql("%", Vexacommon::FUZZY_QUERY_NONE);
+  std::string operand = VexaCommonUtils_i::TransferLikeSql("%", Vexacommon::FUZZY_QUERY_NONE);
   passing = kNever;
   return operand;
 }

@@ -58,13 +58,15 @@ void fakeStoreUnloaded() {
 }
 }
 
-/// Starts the program once more with the current directory in the library path, which the dynamic
-/// linker reads at the start only; each test then changes into a directory that holds its store.
+/// Starts the program once more with the library path, which the dynamic linker reads at the start
+/// only: the current directory, into which each test changes that has a store, then a file that is
+/// no library, at which the search ends. A store that is installed on the system is not found.
 int main(int argc, char** argv) {
   constexpr const char* kLibraryPath = "LD_LIBRARY_PATH";
+  constexpr std::string_view kStores = ".:" FAKE_STORES "/none:";
   const char* const path = std::getenv(kLibraryPath);
-  if (path == nullptr || std::string_view(path).substr(0, 2) != ".:") {
-    ::setenv(kLibraryPath, std::string(".:").append(path != nullptr ? path : "").c_str(), 1);
+  if (path == nullptr || std::string_view(path).substr(0, kStores.size()) != kStores) {
+    ::setenv(kLibraryPath, std::string(kStores).append(path != nullptr ? path : "").c_str(), 1);
     ::execv("/proc/self/exe", argv);
     std::abort();
   }

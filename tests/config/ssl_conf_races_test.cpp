@@ -23,7 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 using commutil_test::dropRoot;
 using commutil_test::FailingCalls;
-using commutil_test::modeOf;
 using commutil_test::readFile;
 using commutil_test::ScopedEnv;
 using commutil_test::ScopedUmask;

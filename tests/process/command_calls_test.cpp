@@ -140,6 +140,30 @@ TEST(CommandCalls, ExecResultTriesAgainAfterAReadThatFailed) {
   }
 }
 
+TEST(CommandCalls, ExecResultOutlastsAnyNumberOfInterruptedReads) {
+  Reads stream{{{"one\n"}}};
+  stream.reads.insert(stream.reads.end(), 5000, {"", EINTR});
+  stream.reads.push_back({"two\n"});
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  std::string result;
+  EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+  EXPECT_EQ("one\ntwo\n", result);
+}
+
+TEST(CommandCalls, ExecResultCountsFailedReadsAnewAfterData) {
+  Reads stream;
+  for (int round = 0; round < 5; ++round) {
+    stream.reads.push_back({"line\n"});
+    stream.reads.insert(stream.reads.end(), 900, {"", EIO});
+  }
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  std::string result;
+  EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+  EXPECT_EQ("line\nline\nline\nline\nline\n", result);
+}
+
 TEST(CommandCalls, ExecResultEndsWhereTheEndIsOutOfReach) {
   Reads stream{{{"one\n"}}, true};
   FakeShell shell("");
@@ -147,6 +171,39 @@ TEST(CommandCalls, ExecResultEndsWhereTheEndIsOutOfReach) {
   std::string result;
   EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
   EXPECT_EQ("one\n", result);
+}
+
+TEST(CommandCalls, ExecResultCountsFailedReadsInARowOnly) {
+  constexpr std::size_t kAlmostTooMany = 999;
+  Reads stream;
+  for (const char* const text : {"one ", "two ", "three"}) {
+    stream.reads.push_back({text});
+    stream.reads.insert(stream.reads.end(), kAlmostTooMany, {"", EIO});
+  }
+  stream.reads.push_back({" and the end"});
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  std::string result;
+  EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+  EXPECT_EQ("one two three and the end", result);
+}
+
+TEST(CommandCalls, ExecResultCutsAtANulAcrossReads) {
+  struct Case {
+    std::size_t before;    // bytes of the read in front of the NUL, which begins the next one
+    const char* expected;  // what is left of "abc", in pieces of 127 bytes
+  };
+  for (const Case& row : {Case{124, "c\n"}, Case{125, "bc\n"}, Case{126, "abc\n"}, Case{127, ""},
+                          Case{128, ""}, Case{2 * 127 - 1, "abc\n"}, Case{2 * 127, ""}}) {
+    SCOPED_TRACE(row.before);
+    const std::string before(row.before, 'x');
+    Reads stream{{{before}, {"", EINTR}, {std::string("\0abc\n", 5)}, {"", EINTR}, {"next\n"}}};
+    FakeShell shell("");
+    shell.opens = [&stream] { return stream.open(); };
+    std::string result;
+    EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+    EXPECT_EQ(before + row.expected + "next\n", result);
+  }
 }
 
 TEST(CommandCalls, ExecResultReadsAnyStream) {

@@ -8,6 +8,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,6 +36,7 @@ struct Faults {
   std::function<int(int)> close;
   std::function<dirent*(DIR*)> readdir;
   std::function<int(DIR*)> closedir;
+  std::function<int()> madvise;
 };
 
 Faults faults;
@@ -84,6 +86,11 @@ ssize_t write(int fd, const void* data, std::size_t size) {
 ssize_t sendfile(int out, int in, off_t* offset, std::size_t size) noexcept {
   static auto* const function = cLibrary<ssize_t(int, int, off_t*, std::size_t)>("sendfile");
   return faults.sendfile ? faults.sendfile(out, in) : function(out, in, offset, size);
+}
+
+int madvise(void* data, std::size_t size, int advice) noexcept {
+  static auto* const function = cLibrary<int(void*, std::size_t, int)>("madvise");
+  return faults.madvise ? faults.madvise() : function(data, size, advice);
 }
 
 int close(int fd) { return faults.close ? faults.close(fd) : realClose(fd); }
@@ -189,6 +196,24 @@ TEST_F(FilesFaults, ReadFileReadsUpToTwoGibibytesLessOne) {
     EXPECT_EQ(1, readWithFaults());
     EXPECT_EQ(test.reads, reads);
   }
+}
+
+TEST_F(FilesFaults, ReadFileKeepsErrnoWhenMemoryCannotBeAdvised) {
+  constexpr off_t kLarge = off_t{64} << 20;
+  ASSERT_EQ(0, ::truncate(source.c_str(), kLarge));
+  int calls = 0;
+  faults.madvise = [&calls] {
+    ++calls;
+    return static_cast<int>(failWith(EINVAL));
+  };
+  errno = 0;
+  const int result = VexaCommonUtils::readFile(source, content);
+  const int after = errno;
+  faults = {};
+  EXPECT_EQ(0, result);
+  EXPECT_EQ(0, after);
+  EXPECT_EQ(1, calls);
+  EXPECT_EQ(std::size_t{kLarge}, content.size());
 }
 
 TEST_F(FilesFaults, CopyFileRemovesTheTargetOnAReadError) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 
 // Makes allocations fail. A program that links failing_allocations.cpp has its malloc replaced, and
 // operator new with it; under a sanitizer, which keeps malloc to itself, operator new alone.

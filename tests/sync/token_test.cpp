@@ -9,6 +9,7 @@
 #include <future>
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -294,6 +295,43 @@ TEST(Token, HookIsCalledUnderTheMutexThoughNothingWaits) {
   EXPECT_EQ(1, seen.calls);
   EXPECT_EQ(-1, seen.tried);
   seen.token.release();
+}
+
+TEST(Token, HookThatThrowsKeepsTheReservationAndReleasesTheMutex) {
+  const auto hook = [](void*) { throw std::runtime_error("the caller's"); };
+  VexaToken token;
+  EXPECT_THROW(token.acquire(hook, nullptr, nullptr), std::runtime_error) << "nothing reserved";
+  ASSERT_EQ(0, fieldsOf(token).lock.tryacquire());
+  fieldsOf(token).lock.release();
+  reserve(token);
+  EXPECT_THROW(token.acquire(hook, nullptr, nullptr), std::runtime_error);
+  ASSERT_EQ(0, fieldsOf(token).lock.tryacquire());
+  fieldsOf(token).lock.release();
+  EXPECT_EQ(1, fieldsOf(token).waiterCount);
+  EXPECT_EQ(0, fieldsOf(token).inUse);
+  EXPECT_EQ(ACE_OS::NULL_thread, fieldsOf(token).owner);
+  EXPECT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
+  token.release();
+  expectFree(token);
+}
+
+TEST(Token, HookThatThrowsBehindAHolderKeepsItsPlace) {
+  const auto hook = [](void*) { throw std::runtime_error("the caller's"); };
+  VexaToken token;
+  reserve(token);
+  ASSERT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
+  std::promise<void> thrown;
+  std::thread first([&] {
+    reserve(token);
+    EXPECT_THROW(token.acquire(hook, nullptr, nullptr), std::runtime_error);
+    thrown.set_value();
+    EXPECT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
+    token.release();
+  });
+  thrown.get_future().wait();
+  token.release();
+  first.join();
+  expectFree(token);
 }
 
 TEST(Token, PassedDeadlineDoesNotMatterWhenNothingWaits) {

@@ -29,15 +29,45 @@
 #include <vector>
 
 #include "VexaCommonUtils.h"
+#include "support/c_library.h"
 #include "support/fixtures.h"
 #include "support/namespaces.h"
 
+using commutil_test::cLibrary;
 using commutil_test::enterNamespaces;
 using commutil_test::mountTmpfs;
 using commutil_test::readFile;
 using commutil_test::replaceFile;
 using commutil_test::runInChild;
 using commutil_test::ScopedUmask;
+
+namespace {
+
+/// Runs first in each call that changes the identity of the process.
+std::function<void(const std::string& call)> onIdentityCall;
+
+}  // namespace
+
+extern "C" {
+
+int setgid(gid_t group) noexcept {
+  static auto* const real = cLibrary<int(gid_t)>("setgid");
+  if (onIdentityCall) onIdentityCall("setgid");
+  return real(group);
+}
+
+int initgroups(const char* user, gid_t group) {
+  static auto* const real = cLibrary<int(const char*, gid_t)>("initgroups");
+  if (onIdentityCall) onIdentityCall("initgroups");
+  return real(user, group);
+}
+
+int setuid(uid_t user) noexcept {
+  static auto* const real = cLibrary<int(uid_t)>("setuid");
+  if (onIdentityCall) onIdentityCall("setuid");
+  return real(user);
+}
+}
 
 namespace {
 
@@ -147,6 +177,22 @@ TEST(SwitchUser, OpensASessionAndTakesTheIdentity) {
     EXPECT_EQ(-1, ::setuid(0)) << "the way back is open";
     EXPECT_EQ(0, VexaCommonUtils::switchOmcUser());
     EXPECT_EQ(kSetcred + kOpen, host.log()) << "nothing is done for a caller that is not root";
+  });
+}
+
+TEST(SwitchUser, ChangesTheIdentityUnderTheCallersMask) {
+  runInChild([] {
+    const Host host;
+    const ScopedUmask mask(031);
+    std::vector<std::string> seen;
+    onIdentityCall = [&](const std::string& call) {
+      EXPECT_EQ(031U, currentMask()) << call;
+      EXPECT_EQ(kSetcred + kOpen, host.log()) << call;
+      seen.push_back(call);
+    };
+    EXPECT_EQ(0, VexaCommonUtils::switchOmcUser());
+    onIdentityCall = nullptr;
+    EXPECT_THAT(seen, testing::ElementsAre("setgid", "initgroups", "setuid"));
   });
 }
 

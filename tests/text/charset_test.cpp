@@ -218,6 +218,25 @@ TEST(Charset, AgreesWithTheCLibrary) {
   }
 }
 
+TEST(Charset, SurrogatesEndAString) {
+  runInChild([] {
+    nameLocale("C.UTF-8");
+    for (const char* const surrogate :
+         {"\xED\xA0\x80", "\xED\xAF\xBF", "\xED\xB0\x80", "\xED\xBF\xBF"}) {
+      const std::string text = std::string("ab") + surrogate + "cd";
+      EXPECT_EQ(L"ab", VexaCommonUtils::STR2WSTR(text)) << surrogate;
+      std::wstring array(text.size() + 1, kJunk);
+      VexaCommonUtils::STR2WSTR(text.c_str(), array.data());
+      EXPECT_EQ(L"ab", array.substr(0, 2)) << surrogate;
+      EXPECT_EQ(kJunk, array[2]) << surrogate;
+    }
+    for (const wchar_t surrogate : {L'\xD800', L'\xDBFF', L'\xDC00', L'\xDFFF'}) {
+      const std::wstring wide = L"ab" + std::wstring(1, surrogate) + L"cd";
+      EXPECT_EQ("", VexaCommonUtils::WSTR2STR(wide.c_str())) << +surrogate;
+    }
+  });
+}
+
 TEST(Charset, ConvertsEveryCharacterBothWays) {
   runInChild([] {
     nameLocale("C.UTF-8");

@@ -1,6 +1,7 @@
 #include "VexaLocale.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <cerrno>
 #include <clocale>
@@ -30,6 +31,9 @@ using commutil_test::setLocale;
 
 /// What `setlocale` is told to do before its work.
 std::function<void()> g_beforeSetlocale;
+
+/// What releasing a read/write lock fails with; 0 when it succeeds.
+int g_unlockError = 0;
 
 TEST(Locale, IsCreatedOnceAndFollowsTheEnvironment) {
   runInChild([] {
@@ -141,6 +145,18 @@ TEST(Locale, GoesOnUnlockedWhenTheLockFails) {
   });
 }
 
+TEST(Locale, AFailedReleaseOfTheLockIsLeftInErrno) {
+  runInChild([] {
+    nameLocale("C");
+    errno = 0;
+    g_unlockError = EPERM;
+    VexaLocale* const instance = VexaLocale::Instance();
+    EXPECT_EQ(EPERM, errno);
+    EXPECT_NE(nullptr, instance);
+    EXPECT_EQ(instance, localeInstance());
+  });
+}
+
 TEST(Locale, TheKnownInstanceIsReturnedWithoutTheLock) {
   runInChild([] {
     nameLocale("C.UTF-8");
@@ -197,4 +213,11 @@ extern "C" char* setlocale(int category, const char* name) noexcept {
   if (g_beforeSetlocale) g_beforeSetlocale();
   static auto* const real = commutil_test::cLibrary<char*(int, const char*)>("setlocale");
   return real(category, name);
+}
+
+extern "C" int pthread_rwlock_unlock(pthread_rwlock_t* lock) noexcept {
+  static auto* const real =
+      commutil_test::cLibrary<int(pthread_rwlock_t*)>("pthread_rwlock_unlock");
+  const int result = real(lock);
+  return g_unlockError != 0 ? g_unlockError : result;
 }

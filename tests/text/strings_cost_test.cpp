@@ -57,6 +57,15 @@ TEST(StringAllocations, NoneForACheckOrInPlace) {
   EXPECT_EQ(0U, allocationsOf([&] { VexaCommonUtils::stringReplace("12", "xy", text); }));
 }
 
+TEST(StringAllocations, FewForManyCallsOnOneVector) {
+  std::vector<std::string> out;
+  const std::size_t allocations = allocationsOf([&out] {
+    for (int call = 0; call < 1000; ++call) VexaCommonUtils::splitAll("a b c", " ", out);
+  });
+  EXPECT_EQ(3000U, out.size());
+  EXPECT_LE(allocations, 12U);  // 3 doubled ten times is more than 3000
+}
+
 TEST(StringGrowth, ReplacingAMillionMatchesIsLinear) {
   for (const std::string to : {"<replaced>", "=====", "=", ""}) {
     SCOPED_TRACE(to);
@@ -82,6 +91,18 @@ TEST(StringGrowth, SearchingForANearMatchIsLinear) {
   VexaCommonUtils::split("x" + text, wanted, out);
   ASSERT_EQ(out.size(), 1U);
   EXPECT_EQ(out.front().size(), 16 * kMiB + 1);
+}
+
+// The wanted text, which as the text repeats itself in each block, differs in its last byte but
+// one: a block has one place with its first and its last byte, and a comparison there runs to the
+// end.
+TEST(StringGrowth, SearchingWithALikelyStartInEveryBlockIsLinear) {
+  const std::string text = repeated("a--------------b", 64 * kMiB);
+  std::string wanted = text.substr(0, 8 * kMiB);
+  wanted[wanted.size() - 2] = 'x';
+  std::string s = text;
+  VexaCommonUtils::stringReplace(wanted, std::string(wanted.size(), '='), s);
+  EXPECT_TRUE(text == s);
 }
 
 TEST(StringGrowth, SplittingIsLinear) {

@@ -121,6 +121,9 @@ TEST(Report, ShowsEachAnswerWithWhatDecidedIt) {
 TEST(Report, WorksOnAHostWithNothing) {
   Deployment deployment;
   for (auto& [name, value] : deployment.environment) value = std::nullopt;
+  // The search for a store ends here: one may be installed on the system.
+  deployment.write("no_store/libsettingrest.so", "no library");
+  deployment.environment["LD_LIBRARY_PATH"] = deployment / "no_store";
   const ProcessResult result = deployment.run({"report", "--json"});
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("", result.err);

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -193,6 +195,38 @@ TEST(WideWriter, PutsNothingOnDiskBeforeAFlush) {
   EXPECT_EQ("", writer.onDisk());
   wflush(writer.stream);
   EXPECT_EQ("ab", writer.onDisk());
+}
+
+/// Makes files empty until the first write that is refused, and any size from then on.
+void refuseOneWrite() {
+  struct sigaction action {};
+  action.sa_handler = [](int /*signal*/) {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  };
+  ASSERT_EQ(0, ::sigaction(SIGXFSZ, &action, nullptr));
+  rlimit limit{};
+  ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
+  limit.rlim_cur = 0;
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+}
+
+TEST(WideWriter, ClosingGivesUpWhatCouldNotBeWritten) {
+  for (const std::size_t size : {100, 1000}) {
+    SCOPED_TRACE(size);
+    runInChild([size] {
+      setLocale("C.UTF-8");
+      OpenWriter writer;
+      writer.stream.put(std::wstring(size, L'\u00e4').c_str());
+      refuseOneWrite();
+      EXPECT_EQ("", writer.written());
+      rlimit limit{};
+      ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
+      EXPECT_EQ(limit.rlim_max, limit.rlim_cur) << "nothing was written in closing";
+    });
+  }
 }
 
 TEST(WideWriter, ManipulatorsActOnTheHandle) {

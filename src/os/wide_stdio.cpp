@@ -1,0 +1,302 @@
+#include "os/wide_stdio.h"
+
+#if COMMUTIL_HAS_WIDE_STDIO
+
+#include <fcntl.h>
+#include <gconv.h>
+#include <gnu/libc-version.h>
+#include <stdio_ext.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <optional>
+#include <string_view>
+
+#include "platform/handle_lock.h"
+#include "platform/utf8.h"
+
+namespace commutil {
+namespace {
+
+// The C library whose structures these are. With any other, plain stdio does all the work.
+constexpr std::string_view kKnownLibrary = "2.36";
+constexpr std::string_view kUtf8 = "ISO-10646/UTF8/";
+constexpr std::size_t kLongestUtf8 = 4;
+// After at least as many converted bytes, the library appends to its block and writes the block
+// whole; with fewer it writes pieces of this size.
+constexpr std::size_t kPiece = 16;
+// The smallest byte buffer that is worth a block.
+constexpr std::size_t kSmallestBuffer = 64;
+
+/// The first members of glibc's `_IO_wide_data`.
+struct WideData {
+  wchar_t* readNext;  ///< decoded text that is not read yet
+  wchar_t* readEnd;
+  wchar_t* readBase;
+  wchar_t* pending;  ///< text that waits to be converted and written
+  wchar_t* next;     ///< after it
+  wchar_t* end;      ///< of the room for it
+  wchar_t* buffer;
+  wchar_t* bufferEnd;
+};
+
+/// The first members of glibc's `_IO_codecvt`.
+struct Conversion {
+  __gconv_step* step;
+  __gconv_step_data data;
+};
+struct Conversions {
+  Conversion in;
+  Conversion out;
+};
+
+/// How many characters fit into `room` bytes: a cheap lower bound.
+std::size_t fitting(const wchar_t* text, std::size_t size, std::size_t room) {
+  const std::size_t most = std::min(size, room);
+  const std::size_t bytes = measureUtf8(text, most);
+  if (bytes <= room) return most;
+  const std::size_t share = most * room / bytes;
+  return measureUtf8(text, share) <= room ? share : room / kLongestUtf8;
+}
+
+/// The number of characters before the first line feed or `delim`, `size` without one.
+std::size_t plainLength(const wchar_t* text, std::size_t size, std::wint_t delim) {
+  const wchar_t* const end = text + size;
+  if (delim == L'\n') {
+    const wchar_t* const lineFeed = std::wmemchr(text, L'\n', size);
+    return lineFeed == nullptr ? size : static_cast<std::size_t>(lineFeed - text);
+  }
+  const auto ends = [delim](wchar_t c) {
+    return c == L'\n' || static_cast<std::wint_t>(c) == delim;
+  };
+  return static_cast<std::size_t>(std::find_if(text, end, ends) - text);
+}
+
+/// A wide handle whose internal layout is known: the only way to that layout.
+class WideHandle {
+ public:
+  /// Returns nothing, without having touched its layout, if `file` is not wide or belongs to an
+  /// unknown C library.
+  static std::optional<WideHandle> of(std::FILE* file) {
+    static const bool known = ::gnu_get_libc_version() == kKnownLibrary;
+    if (!known || ::fwide(file, 0) <= 0) return std::nullopt;
+    return WideHandle(file);
+  }
+
+  std::size_t room() const { return static_cast<std::size_t>(m_wide->end - m_wide->next); }
+  bool writesBlocks() const;
+  void append(const wchar_t* text, std::size_t size) const {
+    m_wide->next = std::wmemcpy(m_wide->next, text, size) + size;
+  }
+  bool writePending() const;
+  std::size_t takeDecoded(wchar_t* buf, std::size_t limit, std::wint_t delim) const;
+
+ private:
+  class Unwritten;
+
+  explicit WideHandle(std::FILE* file)
+      : m_file(file), m_wide(reinterpret_cast<WideData*>(file->_wide_data)) {}
+
+  std::size_t pendingSize() const {
+    return static_cast<std::size_t>(m_wide->next - m_wide->pending);
+  }
+  std::size_t byteBufferSize() const {
+    return static_cast<std::size_t>(m_file->_IO_buf_end - m_file->_IO_buf_base);
+  }
+  bool hasEmptyByteBuffer() const;
+  bool writesUtf8() const;
+  bool waitsForRoom() const;
+  bool isRegularFile() const;
+  std::size_t writeBlock(wchar_t* text, std::size_t size) const;
+
+  std::FILE* m_file;
+  WideData* m_wide;
+};
+
+/// Makes text pending again unless it was written: a write that fails returns, and that of a
+/// canceled thread unwinds.
+class WideHandle::Unwritten {
+ public:
+  Unwritten(const WideHandle& handle, wchar_t* text, wchar_t* end)
+      : m_handle(handle), m_text(text), m_end(end) {}
+  ~Unwritten() {
+    if (m_written) return;
+    m_handle.m_file->_IO_write_ptr = m_handle.m_file->_IO_write_base;
+    m_handle.m_wide->pending = m_text;
+    m_handle.m_wide->next = m_end;
+  }
+  Unwritten(const Unwritten&) = delete;
+  Unwritten& operator=(const Unwritten&) = delete;
+
+  void setWritten() { m_written = true; }
+
+ private:
+  const WideHandle& m_handle;
+  wchar_t* const m_text;
+  wchar_t* const m_end;
+  bool m_written = false;
+};
+
+/// Whether blocks can be written: through full buffers of a useful size, where the layout agrees
+/// with what stdio reports.
+bool WideHandle::writesBlocks() const {
+  return m_wide->buffer != nullptr && ::__fwriting(m_file) != 0 && ::__flbf(m_file) == 0 &&
+         m_wide->end == m_wide->bufferEnd && pendingSize() == ::__fpending(m_file) &&
+         static_cast<std::size_t>(m_wide->bufferEnd - m_wide->buffer) == ::__fbufsize(m_file) &&
+         byteBufferSize() >= kSmallestBuffer;
+}
+
+/// Bytes put to a wide handle wait where the blocks would be converted.
+bool WideHandle::hasEmptyByteBuffer() const {
+  return m_file->_IO_write_ptr == m_file->_IO_buf_base &&
+         m_file->_IO_write_base == m_file->_IO_buf_base &&
+         m_file->_IO_read_end == m_file->_IO_buf_base;
+}
+
+/// The handle keeps the encoding that it began with, whatever the locale is now.
+bool WideHandle::writesUtf8() const {
+  const __gconv_step* const step = reinterpret_cast<Conversions*>(m_file->_codecvt)->out.step;
+  return step != nullptr && step->__to_name != nullptr && step->__to_name == kUtf8;
+}
+
+/// A pipe that does not wait takes fewer bytes in blocks than in pieces.
+bool WideHandle::waitsForRoom() const {
+  const int flags = ::fcntl(::fileno_unlocked(m_file), F_GETFL);
+  return flags >= 0 && (flags & O_NONBLOCK) == 0;
+}
+
+bool WideHandle::isRegularFile() const {
+  struct stat status = {};
+  const int error = errno;
+  const bool regular = ::fstat(::fileno_unlocked(m_file), &status) == 0 && S_ISREG(status.st_mode);
+  errno = error;
+  return regular;
+}
+
+/// Writes a block from the front of `text`: all but its last character are converted here, and the
+/// library writes them with that one. Text that is too short for that is a piece of the library's.
+/// Returns the number of characters, 0 if the write fails.
+std::size_t WideHandle::writeBlock(wchar_t* text, std::size_t size) const {
+  char* const block = m_file->_IO_buf_base;
+  // A pipe takes all of a block of this size or nothing.
+  const std::size_t room = std::min<std::size_t>(byteBufferSize(), PIPE_BUF) - kPiece;
+  std::size_t count = fitting(text, size, room);
+  Unwritten unwritten(*this, text, text + size);
+  char* const end = narrowUtf8(text, count - 1, block);
+  m_wide->pending = text;
+  if (static_cast<std::size_t>(end - block) >= kPiece) {
+    m_file->_IO_write_ptr = end;
+    m_wide->pending += count - 1;
+  } else {
+    count = fitting(text, count, kPiece);
+  }
+  m_wide->next = text + count;
+  if (::fflush_unlocked(m_file) != 0) return 0;
+  unwritten.setWritten();
+  return count;
+}
+
+/// Writes what is pending if that can be done in blocks; false if a write failed. What is pending
+/// then is what stdio leaves: on a full disk all of it, so that later calls fail alike. What a pipe
+/// has taken is not pending, since its reader must not get it twice.
+bool WideHandle::writePending() const {
+  const std::size_t size = pendingSize();
+  if (size == 0 || !writesBlocks() || !hasEmptyByteBuffer() || !writesUtf8()) return true;
+  wchar_t* const text = m_wide->pending;
+  const std::size_t bytes = measureUtf8(text, size);
+  if (bytes <= kPiece || bytes == kNoUtf8 || !waitsForRoom()) return true;
+  for (std::size_t done = 0; done < size;) {
+    const std::size_t count = writeBlock(text + done, size - done);
+    if (count == 0) {
+      if (isRegularFile()) m_wide->pending = text;
+      return false;
+    }
+    done += count;
+  }
+  return true;
+}
+
+std::size_t WideHandle::takeDecoded(wchar_t* buf, std::size_t limit, std::wint_t delim) const {
+  const auto ready = static_cast<std::size_t>(m_wide->readEnd - m_wide->readNext);
+  if (ready == 0) return 0;
+  const std::size_t count = plainLength(m_wide->readNext, std::min(ready, limit), delim);
+  std::wmemcpy(buf, m_wide->readNext, count);
+  m_wide->readNext += count;
+  return count;
+}
+
+bool writePending(std::FILE* file) {
+  const auto handle = WideHandle::of(file);
+  return !handle || handle->writePending();
+}
+
+/// Writes what is pending for the last time: text that cannot be written is dropped, so that
+/// fclose(3) does not try again.
+bool writeLast(std::FILE* file) {
+  const HandleLock lock(file);
+  const bool written = writePending(file);
+  if (!written) ::__fpurge(file);
+  return written;
+}
+
+/// The way of fputws(3) with the first text of a line-buffered handle: its line feeds are flushed
+/// one by one.
+int putCharacters(std::FILE* file, const wchar_t* text) {
+  for (; *text != L'\0'; ++text) {
+    if (::fputwc_unlocked(*text, file) == WEOF) return EOF;
+  }
+  return 1;
+}
+
+}  // namespace
+
+int putWideText(std::FILE* file, const wchar_t* text) {
+  const HandleLock lock(file);
+  std::size_t left = std::wcslen(text);
+  if (left > kPiece && ::fwide(file, 0) == 0) {
+    // The first character gives the handle its orientation and its buffers.
+    if (::fputwc_unlocked(*text, file) == WEOF) return EOF;
+    ++text;
+    --left;
+    if (::__flbf(file) != 0) return putCharacters(file, text);
+  }
+  if (const auto handle = WideHandle::of(file)) {
+    while (left > handle->room() && handle->writesBlocks()) {
+      const std::size_t count = handle->room();
+      handle->append(text, count);
+      text += count;
+      left -= count;
+      if (!handle->writePending()) return EOF;
+      if (handle->room() == 0) break;
+    }
+  }
+  return ::fputws_unlocked(text, file);
+}
+
+std::wint_t putWideCharacter(std::FILE* file, wchar_t c) {
+  const HandleLock lock(file);
+  const auto handle = WideHandle::of(file);
+  if (handle && handle->room() == 0 && !handle->writePending()) return WEOF;
+  return ::fputwc_unlocked(c, file);
+}
+
+int flushWide(std::FILE* file) {
+  const HandleLock lock(file);
+  return writePending(file) ? ::fflush_unlocked(file) : EOF;
+}
+
+int closeWide(std::FILE* file) {
+  const bool written = writeLast(file);
+  return std::fclose(file) == 0 && written ? 0 : EOF;
+}
+
+std::size_t takeDecoded(std::FILE* file, wchar_t* buf, std::size_t limit, std::wint_t delim) {
+  const auto handle = WideHandle::of(file);
+  return handle ? handle->takeDecoded(buf, limit, delim) : 0;
+}
+
+}  // namespace commutil
+
+#endif

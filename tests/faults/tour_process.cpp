@@ -1,0 +1,233 @@
+// Commands, users and sessions, files, checks of names.
+#include <pwd.h>
+#include <security/_pam_types.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "VexaCommonUtils.h"
+#include "VexaCommonUtils_i.h"
+#include "faults/host.h"
+#include "faults/tour.h"
+#include "support/fixtures.h"
+
+namespace commutil_faults {
+namespace {
+
+namespace fs = std::filesystem;
+using Utils = VexaCommonUtils;
+using Utils_i = VexaCommonUtils_i;
+
+constexpr const char* kCommand = "exit 7";
+
+/// A command that ends with 7, by one of the ways to run it.
+template <class Function>
+Operation running(const char* name, Function function, std::vector<std::string> failures) {
+  return {name, [=](Attempt& attempt) { return show(attempt(function)); }, std::move(failures)};
+}
+
+std::string readAll(std::FILE* stream) {
+  std::string text;
+  for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream)) text += static_cast<char>(c);
+  return text;
+}
+
+std::string shownUser(bool found, const passwd& entry) {
+  return found ? show(true, entry.pw_name, entry.pw_uid, entry.pw_gid) : show(false);
+}
+
+std::string sorted(std::list<std::string> files) {
+  files.sort();
+  return show(files);
+}
+
+}  // namespace
+
+Tour commandsTour() {
+  return {
+      running("VexaCommonUtils::system", [] { return Utils::system(kCommand); }, {show(-1)}),
+      running("VexaCommonUtils_i::execve_s", [] { return Utils_i::execve_s(kCommand); },
+              {show(-1)}),
+      running("VexaCommonUtils_i::runCommand(char const*, bool, bool)",
+              [] { return Utils_i::runCommand("/bin/sh -c 'exit 7'", true, true); }, {show(-1)}),
+      running("VexaCommonUtils_i::runCommand(char const*, bool, bool) [without environment]",
+              [] { return Utils_i::runCommand("/bin/sh -c 'exit 7'", false, false); }, {show(-1)}),
+      running("VexaCommonUtils_i::runCommand(char const*, char* const*)",
+              [] {
+                char* const words[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
+                                       const_cast<char*>(kCommand), nullptr};
+                return Utils_i::runCommand("/bin/sh", words);
+              },
+              {show(-1)}),
+      {"VexaCommonUtils_i::pipeline_s",
+       [](Attempt& attempt) {
+         std::FILE* const stream = attempt([] { return Utils_i::pipeline_s("echo a line"); });
+         if (stream == nullptr) return show("no stream");
+         const std::string text = readAll(stream);
+         return show(text, Utils_i::pclose_s(stream));
+       },
+       {show("no stream")}},
+      {"VexaCommonUtils_i::pclose_s",
+       [](Attempt& attempt) {
+         std::FILE* const stream = Utils_i::pipeline_s(kCommand);
+         return show(attempt([&] { return Utils_i::pclose_s(stream); }));
+       }},
+      {"VexaCommonUtils_i::getSystemExecResult",
+       [](Attempt& attempt) {
+         std::string output = "before";
+         const int result = attempt(
+             [&] { return Utils_i::getSystemExecResult("echo a line of some length", output); });
+         return show(result, output);
+       },
+       {show(-1, "")}},
+  };
+}
+
+Tour usersTour() {
+  return {
+      {"VexaCommonUtils::switchOmcUser",
+       [](Attempt& attempt) {
+         const mode_t mask = ::umask(031);
+         const int result = attempt([] { return Utils::switchOmcUser(); });
+         const mode_t after = ::umask(mask);
+         return show(result, after, ::getuid(), ::getgid());
+       },
+       // The user database, PAM or a change of the identity.
+       {show(-1, 031, 0, 0), show(PAM_BUF_ERR, 031, 0, 0), show(PAM_ABORT, 031, 0, 0),
+        show(-1, 031, 0, 4712)},
+       {"VexaCommonUtils_i::securityGetpwnam"}},
+      {"VexaCommonUtils::getSessionDetails",
+       [](Attempt& attempt) {
+         std::string user = "before";
+         std::string address = "before";
+         const int result = attempt([&] { return Utils::getSessionDetails(user, address); });
+         return show(result, user, address);
+       },
+       {show(-1, "before", "before"), show(-1, "", "before"),
+        show(-1, "a-user-with-a-long-name", "before")}},
+      {"VexaCommonUtils_i::securityGetpwnam",
+       [](Attempt& attempt) {
+         const std::string name = "ossuser";
+         std::array<char, 1024> buffer{};
+         passwd entry{};
+         const bool found = attempt(
+             [&] { return Utils_i::securityGetpwnam(name, entry, buffer.data(), buffer.size()); });
+         return shownUser(found, entry);
+       },
+       {show(false)}},
+      {"VexaCommonUtils_i::securityGetpwuid",
+       [](Attempt& attempt) {
+         std::array<char, 1024> buffer{};
+         passwd entry{};
+         const bool found = attempt(
+             [&] { return Utils_i::securityGetpwuid(4711, entry, buffer.data(), buffer.size()); });
+         return shownUser(found, entry);
+       },
+       {show(false)}},
+      {"VexaCommonUtils_i::getCommandLine",
+       [](Attempt& attempt) {
+         std::vector<std::string> words{"before"};
+         attempt([&] { Utils_i::getCommandLine(words); });
+         return show(words);
+       },
+       {show(std::vector<std::string>{"before"})}},
+      {"VexaCommonUtils::getKernelThreadIDForFS",
+       [](Attempt& attempt) {
+         return show(attempt([] { return Utils::getKernelThreadIDForFS(); }) == ::getpid());
+       }},
+      {"VexaCommonUtils::getProcessCPUAndMem",
+       [](Attempt& attempt) {
+         const std::string process = "a-process-with-a-long-name";
+         unsigned int cpu = 7;
+         unsigned int memory = 7;
+         const int result =
+             attempt([&] { return Utils::getProcessCPUAndMem(process, cpu, memory); });
+         return show(result, cpu, memory);
+       }},
+      {"VexaCommonUtils::printStackTrace",
+       [](Attempt& attempt) {
+         attempt([] { Utils::printStackTrace(); });
+         return show(takePrinted());
+       }},
+  };
+}
+
+Tour filesTour() {
+  const std::string one = Host::path("tree/file-of-the-root-directory");
+  const std::string other = Host::path("tree/one/file-of-the-first-directory");
+  using Files = std::list<std::string>;
+  return {
+      {"VexaCommonUtils::mkdir_all",
+       [](Attempt& attempt) {
+         const std::string path = Host::path("made/one/two");
+         fs::remove_all(Host::path("made"));
+         attempt([&] { Utils::mkdir_all(path); });
+         return show(fs::is_directory(path));
+       }},
+      {"VexaCommonUtils::readFile",
+       [](Attempt& attempt) {
+         const std::string path = Host::path("text");
+         std::string content = "before";
+         const int result = attempt([&] { return Utils::readFile(path, content); });
+         return show(result, content);
+       }},
+      {"VexaCommonUtils::getFilesByDir",
+       [](Attempt& attempt) {
+         const std::string directory = Host::path("tree");
+         std::list<std::string> files;
+         const int result =
+             attempt([&] { return Utils::getFilesByDir(directory, "file-of-the-", files); });
+         return show(result) + " " + sorted(files);
+       },
+       // Without the directory that could not be opened; an error shows if it came last.
+       {show(-1, Files()), show(-1, Files{one}), show(0, Files{one}), show(-1, Files{other})}},
+      {"VexaCommonUtils_i::getParentDirectory",
+       [](Attempt& attempt) {
+         const std::string path = Host::path("tree/one/a-file-with-a-long-name");
+         std::string name = "before";
+         const std::string directory =
+             attempt([&] { return Utils_i::getParentDirectory(path, name); });
+         return show(directory, name);
+       }},
+      {"VexaCommonUtils_i::copyFile",
+       [](Attempt& attempt) {
+         const std::string source = Host::path("text");
+         const std::string target = Host::path("copy-of-the-text");
+         fs::remove(target);
+         const int result = attempt([&] { return Utils_i::copyFile(source, target, false, true); });
+         return show(result, fs::exists(target) ? commutil_test::readFile(target) : "no file");
+       },
+       {show(-1, "no file")}},
+      {"VexaCommonUtils::checkPath",
+       [](Attempt& attempt) {
+         const std::string path = Host::path("tree/one");
+         const std::string base = Host::path("tree");
+         return show(attempt([&] { return Utils::checkPath(path, base); }));
+       }},
+      {"VexaCommonUtils::specialName2FileName",
+       [](Attempt& attempt) {
+         const std::string name = "a/name*with:special?characters";
+         return show(attempt([&] { return Utils::specialName2FileName(name); }));
+       }},
+      {"VexaCommonUtils::fileName2SpecialName",
+       [](Attempt& attempt) {
+         const std::string name = "a^bname^dwith^cspecial^echaracters";
+         return show(attempt([&] { return Utils::fileName2SpecialName(name); }));
+       }},
+      {"VexaCommonUtils_i::isSafeFileName",
+       [](Attempt& attempt) {
+         const std::string name = "a-safe-name-of-some-length";
+         return show(attempt([&] { return Utils_i::isSafeFileName(name); }));
+       }},
+      {"VexaCommonUtils_i::checkUnSafeStr",
+       [](Attempt& attempt) {
+         const std::string text = "a text with another unsafe word in it";
+         return show(attempt([&] { return Utils_i::checkUnSafeStr(text); }));
+       }},
+  };
+}
+
+}  // namespace commutil_faults
