@@ -46,7 +46,7 @@ TEST(JsonDocument, FindsThePlace) {
     std::string fault;
   } rows[] = {
       {"{\n  \"a\": 1,\n  \"b\" 2\n}", "3:7 Missing ':' after object member name"},
-      {"{\"a\": 1} x", "1:10 text after the document"},
+      {"{\"a\": 1} x", "1:10 Extra non-whitespace after JSON value"},
       {"{\"a\": 1}\n}", "2:1 Extra non-whitespace after JSON value"},
       {"", "1:1 empty"},
       {" \n", "1:1 empty"},

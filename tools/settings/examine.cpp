@@ -1,6 +1,5 @@
 // Examines one file. Never opens what could block: only regular files are opened.
 #include <fcntl.h>
-#include <grp.h>
 #include <linux/openat2.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -11,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <map>
 #include <vector>
 
 #include "platform/handles.h"
@@ -47,20 +47,19 @@ FileType typeOf(const struct stat& status) {
   return null ? FileType::nullDevice : FileType::device;
 }
 
-std::string userName(uid_t uid) {
-  std::vector<char> buffer(std::size_t{64} * 1024);
+std::string lookUpUser(uid_t uid) {
+  std::vector<char> buffer(std::size_t{16} * 1024);
   passwd entry{};
   passwd* found = nullptr;
   ::getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found);
   return found != nullptr ? found->pw_name : std::to_string(uid);
 }
 
-std::string groupName(gid_t gid) {
-  std::vector<char> buffer(std::size_t{64} * 1024);
-  group entry{};
-  group* found = nullptr;
-  ::getgrgid_r(gid, &entry, buffer.data(), buffer.size(), &found);
-  return found != nullptr ? found->gr_name : std::to_string(gid);
+/// Each user is looked up once: a process examines many files of few users. For one thread.
+const std::string& userName(uid_t uid) {
+  static std::map<uid_t, std::string> known;
+  const auto at = known.find(uid);
+  return at != known.end() ? at->second : known.emplace(uid, lookUpUser(uid)).first->second;
 }
 
 /// Whether this process may access the file behind `fd`, which was opened with O_PATH.
@@ -111,7 +110,6 @@ FileFacts examine(const std::string& path, int root) {
   facts.type = typeOf(status);
   facts.mode = status.st_mode & 07777U;
   facts.owner = userName(status.st_uid);
-  facts.group = groupName(status.st_gid);
   facts.size = static_cast<std::uintmax_t>(status.st_size);
   facts.modified = status.st_mtime;
   facts.realPath = linkTarget(ofDescriptor(handle.get()));

@@ -38,7 +38,6 @@ std::string packed(const FileFacts& facts) {
       .add(facts.executable)
       .add(static_cast<std::intmax_t>(facts.mode))
       .add(facts.owner)
-      .add(facts.group)
       .add(static_cast<std::intmax_t>(facts.size))
       .add(static_cast<std::intmax_t>(facts.modified))
       .add(facts.realPath)
@@ -58,7 +57,6 @@ FileFacts unpackedFile(std::string_view bytes) {
   facts.executable = unpacker.number() != 0;
   facts.mode = static_cast<mode_t>(unpacker.number());
   facts.owner = unpacker.text();
-  facts.group = unpacker.text();
   facts.size = static_cast<std::uintmax_t>(unpacker.number());
   facts.modified = static_cast<std::time_t>(unpacker.number());
   facts.realPath = unpacker.text();

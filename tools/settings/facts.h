@@ -40,7 +40,6 @@ struct FileFacts {
   bool executable = false;  ///< for directories: searchable
   mode_t mode = 0;
   std::string owner;  ///< name or number
-  std::string group;
   std::uintmax_t size = 0;
   std::time_t modified = 0;
   std::string realPath;  ///< without links
@@ -52,7 +51,7 @@ struct FileFacts {
 };
 
 /// Examines the file at `path`. `root` is a descriptor of the root directory in which paths are
-/// resolved, -1 for this process's own. Blocks as long as the file system does.
+/// resolved, -1 for this process's own. Blocks as long as the file system does. For one thread.
 FileFacts examine(const std::string& path, int root = -1);
 
 std::string packed(const FileFacts& facts);
