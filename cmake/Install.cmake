@@ -72,6 +72,9 @@ if(COMMUTIL_BUILD_TOOLS)
   install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/commutil.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/commutil
     COMPONENT tools)
+  install(FILES ${PROJECT_BINARY_DIR}/tools/settings/commutil.5
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man5
+    COMPONENT tools)
   install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/completion/commutil
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     COMPONENT tools)

@@ -14,6 +14,8 @@ using commutil_test::ProcessResult;
 using Words = std::vector<std::string>;
 
 const std::vector<Words> kSubcommands{{"report"},
+                                      {"explain"},
+                                      {"check"},
                                       {"settings"},
                                       {"settings", "show"},
                                       {"settings", "check"},
@@ -84,6 +86,13 @@ const Words kWrongUses[] = {
     {"report", "--unknown"},
     {"report", "operand"},
     {"report", "report"},
+    {"report", "--diff"},
+    {"report", "--pid", "0"},
+    {"explain", "unknown"},
+    {"explain", "--timeout", "0"},
+    {"explain", "--timeout", "soon"},
+    {"check", "operand"},
+    {"check", "--pid", "none"},
     {"expand"},
     {"expand", "text"},
     {"expand", "--syntax", "paren"},

@@ -21,7 +21,7 @@ TEST(Demo, ShowsTheMainJobAndCleansUp) {
   EXPECT_EQ(0, result.code) << result.err;
   EXPECT_EQ("", result.err);
   for (const std::string text :
-       {"  APP_NAME                  inventory\n", "    answer             yes\n",
+       {"  APP_NAME                  inventory\n", "isListenAllIp = yes       decided by: ",
         "+-SSLAuthenticate SERVER_AND_CLIENT\n+-SSLVersion TLSv1.2,TLSv1.3\"\n",
         "inventory logs to ", "'%100\\%\\_o''clock%' escape '\\' \n", "\nfe80:0:0:0:0:0:0:1\n",
         "\nclusterNodes\n  - 10.20.1.1\n", "\naccepted  yes\n", "\nnode^c7^btrace\n",

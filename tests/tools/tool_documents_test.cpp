@@ -137,4 +137,38 @@ TEST_F(Documents, CompletionOffersTheSubcommands) {
   }
 }
 
+/// What the generator prints of `kind`.
+std::string generated(const std::string& kind) {
+  const ProcessResult result = runProcess({COMMUTIL_CATALOG, kind}, {});
+  EXPECT_EQ(0, result.code) << kind;
+  return result.out;
+}
+
+TEST(GeneratedPages, AreThoseOfTheCatalog) {
+  EXPECT_EQ(generated("--markdown"), readFile(COMMUTIL_CONFIGURATION_PAGE))
+      << "write it anew: commutil-catalog --markdown >docs/configuration.md";
+  EXPECT_NE(std::string::npos, readFile(COMMUTIL_COMPLETION)
+                                   .find("# From the catalog of settings:\n" +
+                                         generated("--completion") + "# The end"))
+      << "take the lists of commutil-catalog --completion over";
+}
+
+TEST(GeneratedPages, AreManPagesWithoutWarnings) {
+  const std::string page = generated("--man");
+  for (const std::string text : {".TH COMMUTIL 5 ", "\\fBLC_ALL\\fR\n", ".SH INI FILES\n"})
+    EXPECT_NE(std::string::npos, page.find(text)) << text;
+  EXPECT_EQ(std::string::npos, page.find('`'));
+  EXPECT_EQ(2, runProcess({COMMUTIL_CATALOG}, {}).code);
+}
+
+TEST_F(Documents, CompletionOffersTheAnswers) {
+  const ProcessResult result =
+      runProcess({"/bin/bash", "-c",
+                  ". \"$0\" && COMP_WORDS=(commutil explain is) COMP_CWORD=2 && _commutil &&"
+                  " printf '%s\\n' \"${COMPREPLY[@]}\"",
+                  COMMUTIL_COMPLETION},
+                 {});
+  EXPECT_EQ("isCorbaSSLOnly\nisListenAllIp\nisListenLoopback\nisTsMode\nisZirel\n", result.out);
+}
+
 }  // namespace

@@ -31,80 +31,91 @@ TEST(Report, TellsSetUnsetAndEmptyVariablesApart) {
   }
 }
 
+/// The answer of `operation` in a report.
+Json::Value answerOf(const Json::Value& report, const std::string& operation) {
+  for (const Json::Value& answer : report["answers"])
+    if (answer["operation"] == operation) return answer;
+  ADD_FAILURE() << "no answer of " << operation;
+  return {};
+}
+
+/// The file `name` in a report.
+Json::Value fileOf(const Json::Value& report, const std::string& name) {
+  for (const Json::Value& file : report["files"])
+    if (file["name"] == name) return file;
+  ADD_FAILURE() << "no file " << name;
+  return {};
+}
+
 TEST(Report, ShowsLocations) {
   const Deployment deployment;
   const ProcessResult result = deployment.run({"report", "--json"});
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("", result.err);
-  const Json::Value paths = result.json()["paths"];
-  EXPECT_EQ(deployment / "app/conf", paths["applicationConfig"].asString());
-  EXPECT_EQ(deployment / "common/conf", paths["commonConfig"].asString());
-  EXPECT_EQ(deployment / "common/conf", paths["config"].asString());
-  EXPECT_EQ(deployment / "share/conf", paths["shareConfig"].asString());
-  EXPECT_EQ(deployment / "logs/trace/", paths["trace"].asString());
-  EXPECT_EQ("/tmp/lockInfo.dump", paths["lockDump"].asString());
+  const Json::Value report = result.json();
+  const struct {
+    std::string operation;
+    std::string path;
+  } rows[] = {{"getAppConfigPath", deployment / "app/conf"},
+              {"getCommonConfigPath", deployment / "common/conf"},
+              {"getConfigPath", deployment / "common/conf"},
+              {"getAPPShareConfigPath", deployment / "share/conf"},
+              {"getTracePath", deployment / "logs/trace/"},
+              {"getDumpAllLocksFile", "/tmp/lockInfo.dump"}};
+  for (const auto& row : rows)
+    EXPECT_EQ(row.path, answerOf(report, row.operation)["answer"].asString());
   EXPECT_EQ("libsettingrest.so",
-            std::filesystem::path(paths["settingsLibrary"].asString()).filename());
+            std::filesystem::path(report["store"]["library"].asString()).filename());
+  EXPECT_EQ(deployment / "share/conf/settings.json", report["store"]["document"].asString());
 }
 
-TEST(Report, ShowsWhereConfigurationFilesAre) {
+TEST(Report, ShowsWhereConfigurationFilesAreAndTheirState) {
   const Deployment deployment;
   deployment.write("share/conf/setting.cfg", "");
   std::filesystem::remove(deployment / "common/conf/secure.cfg");
-  std::filesystem::remove(deployment / "omc/etc/conf/TSSetting.cfg");
-  const Json::Value files = deployment.run({"report", "--json"}).json()["configurationFiles"];
-  EXPECT_EQ(deployment / "share/conf/setting.cfg", files["found"]["setting.cfg"].asString());
-  EXPECT_EQ(deployment / "common/conf/svc_ssl.conf", files["found"]["svc_ssl.conf"].asString());
-  EXPECT_EQ(deployment / "app/conf/inventory.json", files["found"]["APP_CONF_FILE"].asString());
-  EXPECT_EQ(deployment / "cluster/etc/sysconf/nodelists.json",
-            files["found"]["nodelists.json"].asString());
-  EXPECT_EQ(deployment / "common/conf/secure.cfg", files["missing"]["secure.cfg"].asString());
-  EXPECT_EQ(deployment / "omc/etc/conf/TSSetting.cfg",
-            files["missing"]["TSSetting.cfg"].asString());
-  EXPECT_EQ(2U, files["missing"].size());
+  const Json::Value report = deployment.run({"report", "--json"}).json();
+  const struct {
+    std::string name;
+    std::string path;
+    std::string state;
+  } rows[] = {{"setting.cfg", deployment / "share/conf/setting.cfg", "empty"},
+              {"svc_ssl.conf", deployment / "common/conf/svc_ssl.conf", "readable"},
+              {"secure.cfg", deployment / "common/conf/secure.cfg", "missing"},
+              {"application configuration", deployment / "app/conf/inventory.json", "readable"},
+              {"nodelists.json", deployment / "cluster/etc/sysconf/nodelists.json", "readable"},
+              {"TSSetting.cfg", deployment / "omc/etc/conf/TSSetting.cfg", "readable"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(row.path, fileOf(report, row.name)["path"].asString());
+    EXPECT_EQ(row.state, fileOf(report, row.name)["state"].asString());
+  }
 }
 
-TEST(Report, ShowsEachSwitchWithItsSources) {
+TEST(Report, ShowsEachAnswerWithWhatDecidedIt) {
   Deployment deployment;
   const Json::Value before = deployment.run({"report", "--json"}).json();
-  Json::Value row = before["switches"]["isListenAllIp"];
-  EXPECT_TRUE(row["answer"].asBool());
-  EXPECT_EQ(deployment / "app/conf/setting.cfg", row["configurationFile"].asString());
-  EXPECT_EQ("/vexa/common/setting_cfg/inventory/ListenAllIp", row["applicationKey"].asString());
-  EXPECT_TRUE(row["applicationValue"].isNull());
-  EXPECT_EQ("/vexa/common/setting_cfg/global/ListenAllIp", row["globalKey"].asString());
-  EXPECT_EQ("disable", row["globalValue"].asString());
-  row = before["switches"]["isListenLoopback"];
-  EXPECT_TRUE(row["answer"].asBool());
-  EXPECT_EQ("enable", row["applicationValue"].asString());
-  EXPECT_EQ("disable", row["globalValue"].asString());
-  row = before["switches"]["isCorbaSSLOnly"];
-  EXPECT_TRUE(row["answer"].asBool());
-  EXPECT_EQ("/vexa/common/svc_ssl_conf/inventory/SSLNoProtection",
-            row["applicationKey"].asString());
-  EXPECT_FALSE(row.isMember("configurationFile"));
-  EXPECT_TRUE(before["switches"]["isTsMode"]["answer"].asBool());
-  EXPECT_EQ(deployment / "omc/etc/conf/TSSetting.cfg",
-            before["switches"]["isTsMode"]["configurationFile"].asString());
-  EXPECT_FALSE(before["switches"]["isZirel"]["answer"].asBool());
-  EXPECT_EQ("/etc/os-release", before["switches"]["isZirel"]["configurationFile"].asString());
-  EXPECT_TRUE(before["switches"]["isGlobalVersion"]["answer"].asBool());
-  EXPECT_EQ("oracle", before["databaseType"]["answer"].asString());
-  EXPECT_EQ(2, before["sslOptions"]["mode"].asInt());
-  EXPECT_EQ("SERVER_AND_CLIENT",
-            before["sslOptions"]["SSLAuthenticate"]["applicationValue"].asString());
-  EXPECT_EQ("TLSv1.2,TLSv1.3", before["sslOptions"]["SSLVersion"]["globalValue"].asString());
+  EXPECT_TRUE(answerOf(before, "isListenAllIp")["answer"].asBool());
+  EXPECT_EQ(deployment / "app/conf/setting.cfg",
+            answerOf(before, "isListenAllIp")["decidedBy"].asString());
+  EXPECT_EQ("store /vexa/common/setting_cfg/inventory/ListenLoopbackIP",
+            answerOf(before, "isListenLoopback")["decidedBy"].asString());
+  EXPECT_TRUE(answerOf(before, "isCorbaSSLOnly")["answer"].asBool());
+  EXPECT_TRUE(answerOf(before, "isTsMode")["answer"].asBool());
+  EXPECT_FALSE(answerOf(before, "isZirel")["answer"].asBool());
+  EXPECT_TRUE(answerOf(before, "IsGlobalVersion")["answer"].asBool());
+  EXPECT_EQ("oracle", answerOf(before, "getDBType")["answer"].asString());
+  EXPECT_EQ("SERVER_AND_CLIENT", answerOf(before, "-SSLAuthenticate")["answer"].asString());
+  EXPECT_EQ("TLSv1.2,TLSv1.3", answerOf(before, "-SSLVersion")["answer"].asString());
+  EXPECT_EQ(2, before["sslMode"].asInt());
 
   deployment.write("share/conf/settings.json",
                    R"({"/vexa/common/svc_ssl_conf/global/SSLNoProtection": "enable"})");
   deployment.write("app/conf/setting.cfg", "[IP]\nListenAllIp = Enable\n");
   deployment.write("omc/etc/conf/TSSetting.cfg", "[TS]\nts_mode = TRUE\n");
-  const Json::Value after = deployment.run({"report", "--json"}).json()["switches"];
-  EXPECT_FALSE(after["isListenAllIp"]["answer"].asBool());
-  EXPECT_FALSE(after["isListenLoopback"]["answer"].asBool());
-  EXPECT_FALSE(after["isCorbaSSLOnly"]["answer"].asBool());
-  EXPECT_EQ("enable", after["isCorbaSSLOnly"]["globalValue"].asString());
-  EXPECT_FALSE(after["isTsMode"]["answer"].asBool());
+  const Json::Value after = deployment.run({"report", "--json"}).json();
+  for (const std::string operation :
+       {"isListenAllIp", "isListenLoopback", "isCorbaSSLOnly", "isTsMode"})
+    EXPECT_FALSE(answerOf(after, operation)["answer"].asBool()) << operation;
 }
 
 TEST(Report, WorksOnAHostWithNothing) {
@@ -114,27 +125,26 @@ TEST(Report, WorksOnAHostWithNothing) {
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("", result.err);
   const Json::Value report = result.json();
-  EXPECT_TRUE(report["paths"]["settingsLibrary"].isNull());
-  EXPECT_EQ("/conf", report["paths"]["commonConfig"].asString());
-  EXPECT_EQ("/log/", report["paths"]["trace"].asString());
-  EXPECT_EQ("/conf/setting.cfg", report["configurationFiles"]["missing"]["setting.cfg"].asString());
+  EXPECT_TRUE(report["store"]["library"].isNull());
+  EXPECT_EQ("/conf", answerOf(report, "getCommonConfigPath")["answer"].asString());
+  EXPECT_EQ("/log/", answerOf(report, "getTracePath")["answer"].asString());
+  EXPECT_EQ("/conf/setting.cfg", fileOf(report, "setting.cfg")["path"].asString());
   EXPECT_EQ("/export/home/omc/etc/conf/TSSetting.cfg",
-            report["switches"]["isTsMode"]["configurationFile"].asString());
-  EXPECT_EQ("sybase", report["databaseType"]["answer"].asString());
-  EXPECT_TRUE(report["switches"]["isCorbaSSLOnly"]["answer"].asBool());
-  EXPECT_FALSE(report["switches"]["isListenAllIp"]["answer"].asBool());
+            fileOf(report, "TSSetting.cfg")["path"].asString());
+  EXPECT_TRUE(fileOf(report, "nodelists.json")["path"].isNull());
+  EXPECT_EQ("sybase", answerOf(report, "getDBType")["answer"].asString());
+  EXPECT_TRUE(answerOf(report, "isCorbaSSLOnly")["answer"].asBool());
+  EXPECT_FALSE(answerOf(report, "isListenAllIp")["answer"].asBool());
+  EXPECT_TRUE(answerOf(report, "GetAllWebswingNodeIPs")["answer"].isNull());
 }
 
 TEST(Report, PrintsTheSameInText) {
   const Deployment deployment;
   const std::string text = deployment.run({"report"}).out;
-  EXPECT_NE(std::string::npos, text.find("\n  isListenAllIp\n"
-                                         "    answer             yes\n"
-                                         "    applicationKey     /vexa/common/setting_cfg/"
-                                         "inventory/ListenAllIp\n"
-                                         "    applicationValue   (not set)\n"))
-      << text;
-  EXPECT_NE(std::string::npos, text.find("\n  missing (none)\n")) << text;
+  for (const std::string line :
+       {"\n  setting.cfg                " + (deployment / "app/conf/setting.cfg") + ": readable\n",
+        "\nisListenAllIp = yes       decided by: " + (deployment / "app/conf/setting.cfg") + "\n"})
+    EXPECT_NE(std::string::npos, text.find(line)) << line << "\nis not in\n" << text;
 }
 
 }  // namespace

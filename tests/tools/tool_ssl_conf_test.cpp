@@ -73,7 +73,7 @@ TEST(SslConf, ShowsTheDifferenceFromTheFileThatIsThere) {
   const ProcessResult result = deployment.run({"ssl-conf"});
   EXPECT_NE(std::string::npos,
             result.out.find("difference:\n--- " + (deployment / kTarget) + "\n+++ " +
-                            (deployment / kTarget) + "\n@@ -3,5 +3,5 @@\n"))
+                            (deployment / kTarget) + "\n@@ -3,6 +3,6 @@\n"))
       << result.out;
   EXPECT_NE(std::string::npos, result.out.find("\n--SSLVersion TLSv1.2,TLSv1.3\"\n"
                                                "+-SSLVersion TLSv1.3\"\n \n static"))

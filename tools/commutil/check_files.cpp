@@ -38,8 +38,10 @@ void addSource(const SourceState& source, const settings::Facts& facts, Checks& 
     checks.push_back({severityOf(note, source, facts), theme, source.place, message, note.remedy});
     noted = true;
   }
-  if (!noted && source.state != "missing")
-    checks.push_back({Severity::ok, theme, source.place, source.state, ""});
+  if (noted || source.state == "missing") return;
+  std::string message = source.state;
+  for (const Note& note : source.notes) message += "; " + note.text;
+  checks.push_back({Severity::ok, theme, source.place, message, ""});
 }
 
 void addAnswer(const ExplainedAnswer& answer, const settings::Facts& facts, Checks& checks) {

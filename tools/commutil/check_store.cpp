@@ -84,7 +84,10 @@ void checkDocument(const CheckInput& input, Checks& checks) {
          note.text.rfind(subject + ": ", 0) == 0 ? note.text.substr(subject.size() + 2) : note.text,
          note.remedy});
   if (document.path().empty() && document.notes().empty())
-    checks.push_back({Severity::ok, kTheme, subject, "none: every lookup gives the default", ""});
+    checks.push_back({Severity::warning, kTheme, subject,
+                      "no conf/settings.json below _APP_SHARE_DIR, APP_ROOT or COMMON_LIB_PATH: "
+                      "every lookup gives the default",
+                      "create one or set SETTINGREST_URL"});
   for (const auto& [key, value] : document.values()) {
     const bool own = std::any_of(
         settings::trees().begin(), settings::trees().end(),

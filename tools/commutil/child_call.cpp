@@ -14,7 +14,8 @@
 #include <cstring>
 #include <exception>
 
-#include "settings/pack.h"
+#include "pipe.h"
+#include "platform/handles.h"
 
 using Clock = std::chrono::steady_clock;
 
@@ -22,7 +23,7 @@ struct ChildCalls::Call {
   std::string name;
   std::function<void(CallResult)> done;
   pid_t child = -1;
-  int fd = -1;  // -1 once the call is over
+  commutil::Descriptor pipe;  // empty once the call is over
   Clock::time_point deadline;
   std::string bytes;
 };
@@ -42,9 +43,9 @@ std::string secondsText(std::chrono::milliseconds time) {
 }
 
 void discardOutput() {
-  const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-  for (const int fd : {0, 1, 2})
-    if (null >= 0) ::dup2(null, fd);
+  const commutil::Descriptor null(::open("/dev/null", O_RDWR | O_CLOEXEC));
+  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (null) ::dup2(null.get(), fd);
 }
 
 void writeAll(int fd, const std::string& bytes) {
@@ -71,15 +72,22 @@ void writeAll(int fd, const std::string& bytes) {
   ::_exit(0);
 }
 
-/// Reaps the child unless it is stuck inside the kernel, where no signal reaches it.
+/// Ends the child's group, which holds the programs that the call started, and reaps the child.
+/// Gives up on one that is stuck inside the kernel, where no signal reaches it. Returns its wait
+/// status.
 int reap(pid_t child) {
   constexpr int kTries = 50;
-  int status = 0;
   for (int i = 0; i < kTries; ++i) {
-    const pid_t ended = ::waitpid(child, &status, WNOHANG);
-    if (ended == child) return status;
-    if (ended < 0 && errno != EINTR) return 0;
-    ::poll(nullptr, 0, 1);
+    siginfo_t ended{};
+    ::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT);
+    if (ended.si_pid != child) {
+      ::poll(nullptr, 0, 1);
+      continue;
+    }
+    ::kill(-child, SIGKILL);  // the group's number is not given anew before the child is reaped
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return status;
   }
   return 0;
 }
@@ -105,44 +113,35 @@ ChildCalls::ChildCalls(std::chrono::milliseconds deadline)
 
 ChildCalls::~ChildCalls() {
   for (Call& call : m_calls)
-    if (call.fd >= 0) expire(call);
+    if (call.pipe) expire(call);
 }
 
 void ChildCalls::start(std::string name, const std::function<std::string()>& body,
                        std::function<void(CallResult)> done) {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-    return done({{}, std::string("no pipe: ") + std::strerror(errno)});
+  Pipe pipe;
   std::fflush(nullptr);
   const pid_t child = ::fork();
-  if (child == 0) runChild(ends[1], body);
-  const int error = errno;
-  ::close(ends[1]);
-  if (child < 0) {
-    ::close(ends[0]);
-    return done({{}, std::string("no process: ") + std::strerror(error)});
-  }
+  if (child == 0) runChild(pipe.out.get(), body);
+  if (child < 0) return done({{}, std::string("no process: ") + std::strerror(errno)});
   ::setpgid(child, child);
   m_calls.push_back(
-      {std::move(name), std::move(done), child, ends[0], Clock::now() + m_deadline, {}});
+      {std::move(name), std::move(done), child, std::move(pipe.in), Clock::now() + m_deadline, {}});
 }
 
 void ChildCalls::close(Call& call, CallResult result) {
-  ::close(call.fd);
-  call.fd = -1;
+  call.pipe.reset();
   call.done(std::move(result));
 }
 
 void ChildCalls::receive(Call& call) {
   std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
-  const ssize_t count = ::read(call.fd, piece.data(), piece.size());
+  const ssize_t count = ::read(call.pipe.get(), piece.data(), piece.size());
   if (count < 0 && errno == EINTR) return;
   if (count > 0) {
     call.bytes.append(piece.data(), static_cast<std::size_t>(count));
     return;
   }
   const int status = reap(call.child);
-  ::kill(-call.child, SIGKILL);  // programs that the call left behind
   close(call, resultOf(std::move(call.bytes), status));
 }
 
@@ -156,7 +155,7 @@ void ChildCalls::expire(Call& call) {
 int ChildCalls::untilNextDeadline() const {
   Clock::time_point next = Clock::now() + kProgressStep;
   for (const Call& call : m_calls)
-    if (call.fd >= 0) next = std::min(next, call.deadline);
+    if (call.pipe) next = std::min(next, call.deadline);
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(next - Clock::now());
   return std::max(0, static_cast<int>(left.count()) + 1);
 }
@@ -166,7 +165,7 @@ void ChildCalls::showProgress() {
   std::size_t left = 0;
   std::string first;
   for (const Call& call : m_calls) {
-    if (call.fd < 0) continue;
+    if (!call.pipe) continue;
     if (left++ == 0) first = call.name;
   }
   if (left == 0) return;
@@ -185,8 +184,8 @@ void ChildCalls::finish() {
     std::vector<pollfd> waiting;
     std::vector<Call*> calls;
     for (Call& call : m_calls) {
-      if (call.fd < 0) continue;
-      waiting.push_back({call.fd, POLLIN, 0});
+      if (!call.pipe) continue;
+      waiting.push_back({call.pipe.get(), POLLIN, 0});
       calls.push_back(&call);
     }
     if (waiting.empty()) break;

@@ -19,9 +19,12 @@
 #include <stdexcept>
 
 #include "output.h"
+#include "pipe.h"
+#include "platform/handles.h"
 
 namespace {
 
+using commutil::Descriptor;
 using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void giveUp(const std::string& what) { throw std::runtime_error(what); }
@@ -30,10 +33,10 @@ using Clock = std::chrono::steady_clock;
 /// it.
 struct Process {
   int pid = 0;
-  int directory = -1;
-  int environment = -1;
-  int root = -1;
-  int workingDirectory = -1;
+  Descriptor directory;
+  Descriptor environment;
+  Descriptor root;
+  Descriptor workingDirectory;
   uid_t user = 0;
   gid_t group = 0;
   std::vector<gid_t> groups;
@@ -41,11 +44,11 @@ struct Process {
   bool sameRoot = false;
 };
 
-std::string readDescriptor(int fd) {
+std::string readAll(const Descriptor& file) {
   std::string text;
   std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
   while (true) {
-    const ssize_t count = ::read(fd, piece.data(), piece.size());
+    const ssize_t count = ::read(file.get(), piece.data(), piece.size());
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) giveUp(std::string("its environment cannot be read: ") + std::strerror(errno));
     if (count == 0) return text;
@@ -53,20 +56,18 @@ std::string readDescriptor(int fd) {
   }
 }
 
-int openOf(const Process& process, const char* name, int flags) {
-  const int fd = ::openat(process.directory, name, flags | O_CLOEXEC);
-  if (fd < 0) {
+Descriptor openOf(const Process& process, const char* name, int flags) {
+  Descriptor file(::openat(process.directory.get(), name, flags | O_CLOEXEC));
+  if (!file) {
     giveUp("process " + std::to_string(process.pid) + ": " + name + ": " + std::strerror(errno) +
            "; run as root or as the user of the process");
   }
-  return fd;
+  return file;
 }
 
 /// The fourth field of a "Uid:" line is the file system's identity; the second the effective one.
 void readIdentity(Process& process) {
-  const int fd = openOf(process, "status", O_RDONLY);
-  std::istringstream lines(readDescriptor(fd));
-  ::close(fd);
+  std::istringstream lines(readAll(openOf(process, "status", O_RDONLY)));
   for (std::string line; std::getline(lines, line);) {
     std::istringstream fields(line);
     std::string name;
@@ -82,9 +83,7 @@ void readIdentity(Process& process) {
 /// When the process was started: its 22nd field, in ticks after the start of the system.
 std::time_t startOf(const Process& process) {
   constexpr int kFieldsBefore = 19;  // after the name, which may hold anything but ends at ')'
-  const int fd = openOf(process, "stat", O_RDONLY);
-  const std::string text = readDescriptor(fd);
-  ::close(fd);
+  const std::string text = readAll(openOf(process, "stat", O_RDONLY));
   std::istringstream fields(text.substr(std::min(text.rfind(')'), text.size() - 2) + 1));
   std::string skipped;
   for (int i = 0; i < kFieldsBefore; ++i) fields >> skipped;
@@ -97,18 +96,18 @@ std::time_t startOf(const Process& process) {
   return now.tv_sec - up.tv_sec + ticks / ::sysconf(_SC_CLK_TCK);
 }
 
-std::string namespaceOf(int directory) {
+std::string namespaceOf(const Descriptor& directory) {
   std::array<char, 64> text{};
-  return ::readlinkat(directory, "ns/mnt", text.data(), text.size() - 1) > 0 ? text.data() : "";
+  return ::readlinkat(directory.get(), "ns/mnt", text.data(), text.size() - 1) > 0 ? text.data()
+                                                                                   : "";
 }
 
 bool hasOwnRoot(const Process& process) {
   struct stat theirs {};
   struct stat ours {};
-  if (::fstat(process.root, &theirs) != 0 || ::stat("/", &ours) != 0) return false;
-  const int self = ::open("/proc/self", O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (::fstat(process.root.get(), &theirs) != 0 || ::stat("/", &ours) != 0) return false;
+  const Descriptor self(::open("/proc/self", O_PATH | O_DIRECTORY | O_CLOEXEC));
   const bool sameMounts = namespaceOf(process.directory) == namespaceOf(self);
-  ::close(self);
   return sameMounts && theirs.st_dev == ours.st_dev && theirs.st_ino == ours.st_ino;
 }
 
@@ -116,8 +115,8 @@ Process openProcess(int pid) {
   Process process;
   process.pid = pid;
   const std::string path = "/proc/" + std::to_string(pid);
-  process.directory = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (process.directory < 0) giveUp("there is no process " + std::to_string(pid));
+  process.directory.reset(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!process.directory) giveUp("there is no process " + std::to_string(pid));
   process.environment = openOf(process, "environ", O_RDONLY);
   process.root = openOf(process, "root", O_PATH);
   process.workingDirectory = openOf(process, "cwd", O_PATH);
@@ -148,7 +147,7 @@ void becomeUser(const Process& process) {
 /// Its strings, without what would load code into this command.
 std::vector<std::string> environmentOf(const Process& process) {
   std::vector<std::string> all;
-  std::istringstream entries(readDescriptor(process.environment));
+  std::istringstream entries(readAll(process.environment));
   for (std::string entry; std::getline(entries, entry, '\0');) {
     if (entry.rfind("LD_PRELOAD=", 0) == 0 || entry.rfind("LD_AUDIT=", 0) == 0) continue;
     all.push_back(std::move(entry));
@@ -181,34 +180,34 @@ std::vector<char*> pointersTo(std::vector<std::string>& strings) {
 /// The child: nothing of the service's is read before its identity is taken.
 int showAsProcess(const ViewOptions& options, const std::function<int(const View&)>& show) {
   const Process process = openProcess(*options.pid);
-  const int program = ::open("/proc/self/exe", O_RDONLY | O_CLOEXEC);
+  const Descriptor program(::open("/proc/self/exe", O_RDONLY | O_CLOEXEC));
   becomeUser(process);
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (::fchdir(process.workingDirectory) != 0 && ::chdir("/") != 0)
-    giveUp("its working directory cannot be entered");
+  const bool entered = ::fchdir(process.workingDirectory.get()) == 0;
+  if (!entered && ::chdir("/") != 0) giveUp("no working directory can be entered");
   const std::vector<std::string> environment = environmentOf(process);
   const std::string title = "process " + std::to_string(process.pid) + ", user id " +
                             std::to_string(process.user) +
-                            "; its environment is the one that it was started with";
+                            "; its environment is the one that it was started with" +
+                            (entered ? "" : "; its working directory cannot be entered");
   if (!process.sameRoot) {
-    const View view{asMap(environment), title + "; its root directory is another one", process.root,
-                    "other root", process.started};
+    const View view{asMap(environment), title + "; its root directory is another one",
+                    process.root.get(), "other root", process.started};
     return show(view);
   }
   std::vector<std::string> words = options.commandLine;
   words.insert(words.begin() + 2,
                {"--switched-view", title, "--switched-start", std::to_string(process.started)});
-  startAnew(program, std::move(words), environment);
+  startAnew(program.get(), std::move(words), environment);
 }
 
-[[noreturn]] void runChild(std::array<int, 2> out, std::array<int, 2> err,
-                           const ViewOptions& options,
+[[noreturn]] void runChild(const Pipe& out, const Pipe& err, const ViewOptions& options,
                            const std::function<int(const View&)>& show) {
   ::setsid();  // no terminal that the service's user could write to
-  const int null = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-  ::dup2(null, STDIN_FILENO);
-  ::dup2(out[1], STDOUT_FILENO);
-  ::dup2(err[1], STDERR_FILENO);
+  const Descriptor null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  ::dup2(null.get(), STDIN_FILENO);
+  ::dup2(out.out.get(), STDOUT_FILENO);
+  ::dup2(err.out.get(), STDERR_FILENO);
   int code = 2;
   try {
     code = showAsProcess(options, show);
@@ -244,24 +243,21 @@ bool relay(int out, int err, Clock::time_point deadline) {
 
 int inViewOfProcess(const ViewOptions& options, const std::function<int(const View&)>& show) {
   constexpr int kRounds = 3;
-  std::array<int, 2> out{};
-  std::array<int, 2> err{};
-  if (::pipe2(out.data(), O_CLOEXEC) != 0 || ::pipe2(err.data(), O_CLOEXEC) != 0)
-    giveUp(std::string("no pipe: ") + std::strerror(errno));
+  Pipe out;
+  Pipe err;
   std::fflush(nullptr);
   const pid_t child = ::fork();
   if (child == 0) runChild(out, err, options, show);
-  ::close(out[1]);
-  ::close(err[1]);
   if (child < 0) giveUp(std::string("no process: ") + std::strerror(errno));
+  out.out.reset();
+  err.out.reset();
   const std::chrono::milliseconds patience(static_cast<long>(options.timeout * 1000 * kRounds) +
                                            5000);
-  const bool inTime = relay(out[0], err[0], Clock::now() + patience);
+  const bool inTime = relay(out.in.get(), err.in.get(), Clock::now() + patience);
   if (!inTime) ::kill(child, SIGKILL);
   int status = 0;
   if (inTime) ::waitpid(child, &status, 0);
   if (inTime && WIFEXITED(status)) return WEXITSTATUS(status);
-  complain("the view of process " + std::to_string(*options.pid) +
-           " cannot be shown: " + (inTime ? "its command was killed" : "no answer in time"));
-  return kNo;
+  return fail("the view of process " + std::to_string(*options.pid) +
+              " cannot be shown: " + (inTime ? "its command was killed" : "no answer in time"));
 }

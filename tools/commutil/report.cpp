@@ -19,6 +19,7 @@
 #include "child_call.h"
 #include "explain.h"
 #include "output.h"
+#include "platform/handles.h"
 #include "settings/catalog.h"
 #include "settings/paths.h"
 #include "tool.h"
@@ -211,9 +212,12 @@ int show(const ReportOptions& options, const View& view) {
 /// A saved report is opened by the caller's user, not by that of the service.
 int run(const ReportOptions& given) {
   ReportOptions options = given;
+  commutil::Descriptor saved;
   if (options.pid && !options.saved.empty() && options.switchedView.empty()) {
-    options.descriptor = ::open(options.saved.c_str(), O_RDONLY | O_NONBLOCK);
-    if (options.descriptor < 0) return fail(options.saved + ": " + std::strerror(errno));
+    // Inherited by the command that is started anew as the service's user.
+    saved.reset(::open(options.saved.c_str(), O_RDONLY | O_NONBLOCK));
+    if (!saved) return fail(options.saved + ": " + std::strerror(errno));
+    options.descriptor = saved.get();
     const std::string number = std::to_string(options.descriptor);
     options.commandLine.insert(options.commandLine.begin() + 2, {"--diff-descriptor", number});
   }

@@ -13,26 +13,13 @@
 #include <climits>
 #include <vector>
 
+#include "platform/handles.h"
 #include "settings/facts.h"
 
 namespace settings {
 namespace {
 
-/// Owns a descriptor.
-class Opened {
- public:
-  explicit Opened(int fd) : m_fd(fd) {}
-  ~Opened() {
-    if (m_fd >= 0) ::close(m_fd);
-  }
-  Opened(const Opened&) = delete;
-  Opened& operator=(const Opened&) = delete;
-  explicit operator bool() const { return m_fd >= 0; }
-  int get() const { return m_fd; }
-
- private:
-  int m_fd;
-};
+using commutil::Descriptor;
 
 /// Opens `path` as a process whose root directory is `root` would.
 int openBelow(int root, const std::string& path, int flags) {
@@ -96,7 +83,8 @@ int readText(int fd, std::string& text) {
 
 /// Opens the file behind the O_PATH descriptor `fd` again, to read it.
 void readRegular(int fd, FileFacts& facts) {
-  const Opened file(::open(ofDescriptor(fd).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  const Descriptor file(
+      ::open(ofDescriptor(fd).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   facts.readable = static_cast<bool>(file);
   if (!file) {
     facts.error = errno;
@@ -112,11 +100,11 @@ void readRegular(int fd, FileFacts& facts) {
 FileFacts examine(const std::string& path, int root) {
   FileFacts facts;
   facts.path = path;
-  const Opened handle(openBelow(root, path, O_PATH));
+  const Descriptor handle(openBelow(root, path, O_PATH));
   struct stat status {};
   if (!handle || ::fstat(handle.get(), &status) != 0) {
     facts.error = errno;
-    const Opened link(openBelow(root, path, O_PATH | O_NOFOLLOW));
+    const Descriptor link(openBelow(root, path, O_PATH | O_NOFOLLOW));
     facts.dangling = static_cast<bool>(link) && facts.error == ENOENT;
     return facts;
   }

@@ -6,27 +6,6 @@
 namespace settings {
 namespace {
 
-/// A paragraph's text: code in bold, links without their targets.
-std::string inlineText(std::string_view text) {
-  std::string result;
-  bool code = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '`') {
-      result += code ? "\\fR" : "\\fB";
-      code = !code;
-      continue;
-    }
-    const std::size_t target = text[i] == ']' && text.substr(i, 2) == "](" ? text.find(')', i) : 0;
-    if (!code && text[i] == '[' && text.find("](", i) < text.find(']', i) + 1) continue;
-    if (!code && target != 0 && target != std::string_view::npos) {
-      i = target;
-      continue;
-    }
-    result += manEscaped(text.substr(i, 1));
-  }
-  return result;
-}
-
 /// No line may begin with a control character of roff.
 std::string protectedLine(const std::string& line) {
   const bool control = !line.empty() && (line.front() == '.' || line.front() == '\'');
@@ -51,6 +30,26 @@ std::string manEscaped(std::string_view text) {
   return result;
 }
 
+std::string manInline(std::string_view text) {
+  std::string result;
+  bool code = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '`') {
+      result += code ? "\\fR" : "\\fB";
+      code = !code;
+      continue;
+    }
+    const std::size_t target = text[i] == ']' && text.substr(i, 2) == "](" ? text.find(')', i) : 0;
+    if (!code && text[i] == '[' && text.find("](", i) < text.find(']', i) + 1) continue;
+    if (!code && target != 0 && target != std::string_view::npos) {
+      i = target;
+      continue;
+    }
+    result += manEscaped(text.substr(i, 1));
+  }
+  return result;
+}
+
 std::string manText(std::string_view markdown) {
   std::istringstream lines{std::string(markdown)};
   std::string result;
@@ -66,9 +65,9 @@ std::string manText(std::string_view markdown) {
     } else if (line.empty()) {
       result += ".PP\n";
     } else if (line.size() > 3 && line[0] >= '1' && line[0] <= '9' && line.substr(1, 2) == ". ") {
-      result += ".IP " + line.substr(0, 2) + " 4\n" + protectedLine(inlineText(line.substr(3)));
+      result += ".IP " + line.substr(0, 2) + " 4\n" + protectedLine(manInline(line.substr(3)));
     } else {
-      result += protectedLine(inlineText(line));
+      result += protectedLine(manInline(line));
     }
   }
   return result;

@@ -20,6 +20,14 @@ std::string joined(const std::vector<std::string_view>& names, const Style& styl
   return text;
 }
 
+/// Code, except for phrases.
+std::string code(std::string_view text) {
+  const bool phrase = text.find(" ") != std::string_view::npos && text.find('$') == text.npos;
+  return phrase ? std::string(text) : "`" + std::string(text) + "`";
+}
+
+std::string plain(std::string_view text) { return std::string(text); }
+
 std::string quotedText(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
 std::string_view kindWord(Kind kind) {
@@ -111,7 +119,6 @@ std::string sourcesText(const Answer& answer, const Style& style) {
 }
 
 std::string markdownRow(const Item& item) {
-  const Style code = [](std::string_view text) { return "`" + std::string(text) + "`"; };
   std::string row = "|";
   for (const std::string& cell :
        {std::string(kindWord(item.kind)), title(item, code), std::string(item.meaning),
@@ -122,11 +129,10 @@ std::string markdownRow(const Item& item) {
 }
 
 std::string manEntry(const Item& item) {
-  const Style plain = [](std::string_view text) { return std::string(text); };
   std::string entry =
-      ".TP\n\\fB" + manEscaped(title(item, plain)) + "\\fR\n" + manEscaped(item.meaning) + ".\n";
+      ".TP\n\\fB" + manEscaped(title(item, plain)) + "\\fR\n" + manInline(item.meaning) + ".\n";
   if (!accepts(item).empty()) entry += "Takes " + manEscaped(accepts(item)) + ".\n";
-  if (!item.missing.empty()) entry += "Without it: " + manEscaped(item.missing) + ".\n";
+  if (!item.missing.empty()) entry += "Without it: " + manInline(item.missing) + ".\n";
   return entry + "Read by " + manEscaped(joined(item.readers, plain)) + ": " +
          manEscaped(item.when) + ".\n";
 }
@@ -147,7 +153,6 @@ std::string listFunction(const char* name, const std::set<std::string>& words) {
 }  // namespace
 
 std::string markdownPage() {
-  const Style code = [](std::string_view text) { return "`" + std::string(text) + "`"; };
   std::string page = "# What the library reads and writes {#configuration}\n\n";
   page += kIntroduction;
   page +=
@@ -161,8 +166,9 @@ std::string markdownPage() {
       "| Answer | Setting | Meaning | Sources, in order |\n|---|---|---|---|\n";
   for (const Answer& answer : answers()) {
     const std::string parameter = answer.parameter.empty() ? "" : code(answer.parameter) + " ";
-    page += "| " + code(answer.name) + " | " + parameter + "| " + std::string(answer.meaning) +
-            " | " + inCell(sourcesText(answer, code)) + (answer.sources.empty() ? "|\n" : " |\n");
+    page += "| `" + std::string(answer.name) + "`" + " | " + parameter + "| " +
+            std::string(answer.meaning) + " | " + inCell(sourcesText(answer, code)) +
+            (answer.sources.empty() ? "|\n" : " |\n");
   }
   page += "\n";
   page += kExplanations;
@@ -170,7 +176,6 @@ std::string markdownPage() {
 }
 
 std::string manPage() {
-  const Style plain = [](std::string_view text) { return std::string(text); };
   std::string page =
       ".TH COMMUTIL 5 \"\" libcommutil \"File formats\"\n.SH NAME\n"
       "commutil \\- what the common utility library reads and writes\n.SH DESCRIPTION\n";
@@ -183,7 +188,7 @@ std::string manPage() {
   page += manSection("PROGRAMS", {Kind::program});
   page += ".SH ANSWERS\n";
   for (const Answer& answer : answers()) {
-    page += ".TP\n\\fB" + manEscaped(answer.name) + "\\fR\n" + manEscaped(answer.meaning) + ".\n";
+    page += ".TP\n\\fB" + manEscaped(answer.name) + "\\fR\n" + manInline(answer.meaning) + ".\n";
     if (!answer.sources.empty())
       page += "Decided by " + manEscaped(sourcesText(answer, plain)) + ".\n";
   }

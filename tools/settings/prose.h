@@ -13,6 +13,9 @@ extern const std::string_view kExplanations;
 /// and links, whose text remains.
 std::string manText(std::string_view markdown);
 
+/// The same for the text of a paragraph.
+std::string manInline(std::string_view text);
+
 /// Returns `text` as roff prints it: no line begins with a control character, hyphens are minus
 /// signs.
 std::string manEscaped(std::string_view text);

@@ -1,0 +1,5 @@
+// A library in the place of a settings store that is none.
+extern "C" {
+int somethingElse();
+int somethingElse() { return 0; }
+}

@@ -1,0 +1,198 @@
+// The view of a running service: its environment, user, working directory and root.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "tools/run_tool.h"
+
+namespace {
+
+using commutil_test::Deployment;
+using commutil_test::Environment;
+using commutil_test::ProcessResult;
+
+/// A process with an environment of its own that waits until the end of the scope. `prepare` runs
+/// in it before it becomes /bin/cat, which waits for its standard input to end.
+class Service {
+ public:
+  Service(const Environment& environment, const std::function<void()>& prepare) {
+    if (::pipe2(m_pipe.data(), O_CLOEXEC) != 0) std::abort();
+    std::array<int, 2> started{};
+    if (::pipe2(started.data(), O_CLOEXEC) != 0) std::abort();
+    m_child = ::fork();
+    if (m_child == 0) {
+      ::dup2(m_pipe[0], STDIN_FILENO);
+      for (const auto& [name, value] : environment)
+        value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
+      prepare();
+      ::execl("/bin/cat", "cat", nullptr);
+      ::_exit(127);
+    }
+    ::close(m_pipe[0]);
+    ::close(started[1]);
+    char byte = 0;
+    while (::read(started[0], &byte, 1) < 0 && errno == EINTR) {
+    }  // closed when it has become cat
+    ::close(started[0]);
+  }
+  ~Service() {
+    ::close(m_pipe[1]);
+    ::waitpid(m_child, nullptr, 0);
+  }
+  Service(const Service&) = delete;
+  Service& operator=(const Service&) = delete;
+
+  std::string pid() const { return std::to_string(m_child); }
+
+ private:
+  std::array<int, 2> m_pipe{};
+  pid_t m_child = -1;
+};
+
+/// The command's own environment: nothing of the deployment.
+Environment emptied(Environment environment) {
+  for (auto& [name, value] : environment) value = std::nullopt;
+  return environment;
+}
+
+ProcessResult run(const Deployment& deployment, std::vector<std::string> words) {
+  words.insert(words.begin(), Deployment::tool());
+  return commutil_test::runProcess(words, emptied(deployment.environment));
+}
+
+TEST(View, IsThatOfTheService) {
+  const Deployment deployment;
+  std::filesystem::create_directory(deployment / "logs");
+  const Service service(deployment.environment, [] {});
+  const ProcessResult explained =
+      run(deployment, {"explain", "ListenAllIp", "--pid", service.pid()});
+  EXPECT_EQ(0, explained.code) << explained.err;
+  EXPECT_NE(std::string::npos,
+            explained.out.find("its environment is the one that it was started"));
+  EXPECT_NE(std::string::npos, explained.out.find("isListenAllIp = yes       decided by: " +
+                                                  (deployment / "app/conf/setting.cfg") + "\n"))
+      << explained.out;
+  const ProcessResult checked = run(deployment, {"check", "--pid", service.pid()});
+  EXPECT_EQ(0, checked.code) << checked.out;
+  EXPECT_NE(std::string::npos, checked.out.find("ok       libsettingrest.so: /")) << checked.out;
+  const Json::Value report = run(deployment, {"report", "--json", "--pid", service.pid()}).json();
+  EXPECT_EQ("inventory", report["environment"]["APP_NAME"].asString());
+  EXPECT_NE(std::string::npos, report["view"].asString().find("process " + service.pid()));
+}
+
+TEST(View, HasTheServicesUser) {
+  ASSERT_EQ(0U, ::geteuid()) << "taking another user needs root";
+  const Deployment deployment;
+  ASSERT_EQ(0, ::chmod((deployment / "").c_str(), 0755));
+  ASSERT_EQ(0, ::chmod((deployment / "app/conf/setting.cfg").c_str(), 0600));
+  const Service service(deployment.environment, [] { commutil_test::dropRoot(); });
+  const ProcessResult result = run(deployment, {"explain", "ListenAllIp", "--pid", service.pid()});
+  EXPECT_EQ(0, result.code) << result.err;
+  EXPECT_NE(std::string::npos,
+            result.out.find("isListenAllIp = no        decided by: no readable setting.cfg"))
+      << result.out;
+  EXPECT_NE(std::string::npos, result.out.find("not readable by user ")) << result.out;
+}
+
+TEST(View, ResolvesRelativePathsInTheServicesDirectory) {
+  Deployment deployment;
+  deployment.environment["APP_CONF_FILE"] = "conf/inventory.json";
+  const std::string directory = deployment / "app";
+  const Service service(deployment.environment,
+                        [&] { ::chdir(directory.c_str()) == 0 ? void() : ::_exit(1); });
+  EXPECT_EQ("oracle", run(deployment, {"explain", "--json", "databaseType", "--pid", service.pid()})
+                          .json()["answers"][0]["answer"]
+                          .asString());
+}
+
+TEST(View, ReadsFilesInAnotherRootAndDoesNotAskTheStore) {
+  ASSERT_EQ(0U, ::geteuid()) << "mounts of its own need root";
+  const Deployment deployment;
+  const std::string inner = deployment.write("inner.cfg", "[IP]\nListenAllIp = disable\n");
+  const std::string target = deployment / "app/conf/setting.cfg";
+  const Service service(deployment.environment, [&] {
+    const bool mounted = ::unshare(CLONE_NEWNS) == 0 &&
+                         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                         ::mount(inner.c_str(), target.c_str(), nullptr, MS_BIND, nullptr) == 0;
+    if (!mounted) ::_exit(1);
+  });
+  const ProcessResult result = run(deployment, {"explain", "ListenAllIp", "--pid", service.pid()});
+  EXPECT_EQ(0, result.code) << result.err;
+  EXPECT_NE(std::string::npos,
+            result.out.find("isListenAllIp = no        decided by: " + target + "\n"))
+      << result.out;
+  EXPECT_NE(std::string::npos,
+            result.out.find("not asked: other root; " + (deployment / "share/conf/settings.json") +
+                            " has \"disable\""))
+      << result.out;
+  const ProcessResult checked = run(deployment, {"check", "--pid", service.pid()});
+  EXPECT_NE(std::string::npos,
+            checked.out.find("ok       libsettingrest.so: not asked: other root\n"))
+      << checked.out;
+}
+
+TEST(View, NamesAProcessThatIsNone) {
+  const Deployment deployment;
+  const ProcessResult result = run(deployment, {"check", "--pid", "2147483647"});
+  EXPECT_EQ(2, result.code);
+  EXPECT_EQ("", result.out);
+  EXPECT_EQ("commutil: there is no process 2147483647\n", result.err);
+}
+
+TEST(View, IsRefusedToAnotherUser) {
+  ASSERT_EQ(0U, ::geteuid()) << "taking another user needs root";
+  const Deployment deployment;
+  const Service service(deployment.environment, [] {});
+  commutil_test::runInChild([&] {
+    commutil_test::dropRoot();
+    const ProcessResult result = run(deployment, {"explain", "--pid", service.pid()});
+    EXPECT_EQ(2, result.code);
+    EXPECT_EQ("commutil: process " + service.pid() +
+                  ": environ: Permission denied; run as root or as the user of the process\n",
+              result.err);
+  });
+}
+
+TEST(View, ComparesWithASavedReport) {
+  Deployment deployment;
+  const std::string saved =
+      deployment.write("saved.json", deployment.run({"report", "--json"}).out);
+  const ProcessResult same = deployment.run({"report", "--diff", saved});
+  EXPECT_EQ(0, same.code) << same.out;
+  EXPECT_EQ("", same.out);
+  deployment.environment["APP_NAME"] = "gateway";
+  const ProcessResult other = deployment.run({"report", "--diff", saved});
+  EXPECT_EQ(1, other.code);
+  EXPECT_NE(std::string::npos, other.out.find("environment.APP_NAME: inventory -> gateway\n"))
+      << other.out;
+  EXPECT_NE(std::string::npos, other.out.find("answers.isListenLoopback.answer: yes -> no\n"))
+      << other.out;
+  const Json::Value json = deployment.run({"report", "--json", "--diff", saved}).json();
+  EXPECT_EQ("environment.APP_NAME", json["differences"][0]["place"].asString());
+  const Service service(deployment.environment, [] {});
+  EXPECT_NE(std::string::npos, run(deployment, {"report", "--diff", saved, "--pid", service.pid()})
+                                   .out.find("environment.APP_NAME: inventory -> gateway\n"));
+}
+
+TEST(View, RefusesASavedReportThatIsNone) {
+  const Deployment deployment;
+  const std::string saved = deployment.write("saved.json", "{}");
+  const ProcessResult result = deployment.run({"report", "--diff", saved});
+  EXPECT_EQ(1, result.code);
+  EXPECT_EQ("commutil: " + saved + ": not a report of commutil report --json\n", result.err);
+  EXPECT_EQ("commutil: /nowhere: cannot be read\n",
+            deployment.run({"report", "--diff", "/nowhere"}).err);
+}
+
+}  // namespace
