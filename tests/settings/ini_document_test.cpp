@@ -79,7 +79,7 @@ TEST(IniDocument, PointsOutNearMisses) {
     std::string text;
     std::string misses;
   } rows[] = {
-      {"\n\n[Ip]\n", "3:1 line 3 has [Ip]: names are case-sensitive"},
+      {"\n\n[Ip]\nListenAllIp = enable\n", "3:1 line 3 has [Ip]: names are case-sensitive"},
       {"[IPS]\n", "1:1 line 1 has [IPS], not [IP]"},
       {"[TraceDir]\nListenAllIp = enable\n",
        "2:1 line 2 has ListenAllIp in [TraceDir], not in [IP]"},

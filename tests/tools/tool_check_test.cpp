@@ -88,8 +88,10 @@ TEST(Check, NamesVariablesThatPointNowhere) {
   deployment.environment["COMMON_SHARE_PATH"] = deployment / "absent";
   deployment.environment["_APP_LOG_DIR"] = deployment / "app/conf/setting.cfg";
   const std::string text = deployment.run({"check", "--quiet"}).out;
-  for (const std::string line :
-       {"warning  APP_ROOT: \"app\": takes an absolute path of a directory; correct the variable\n",
+  for (const std::string& line :
+       {std::string(
+            "warning  APP_ROOT: \"app\": takes an absolute path of a directory; correct the "
+            "variable\n"),
         "warning  COMMON_SHARE_PATH: " + (deployment / "absent") +
             ": missing; create the directory or correct the variable\n",
         "error    _APP_LOG_DIR: " + (deployment / "app/conf/setting.cfg") +

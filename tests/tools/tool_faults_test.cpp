@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 using Inject = std::function<void(Deployment&)>;
 
-/// A fault, and what the command says of it. "DIR" stands for the deployment's directory.
+/// A fault, and what the command says of it. "@" stands for the deployment's directory.
 struct Fault {
   const char* name;
   Inject inject;
@@ -89,11 +89,11 @@ std::string setting(const std::string& key, const std::string& value) {
 std::vector<Fault> storeFaults() {
   return {
       {"malformed document", content(kStore, "{\n  \"a\" 1\n}\n"), kCheck,
-       "error    DIR/share/conf/settings.json: malformed at line 2, column 7: Missing ':' after "
+       "error    @/share/conf/settings.json: malformed at line 2, column 7: Missing ':' after "
        "object member name; correct the document; until then the store has no settings",
        2},
       {"unreadable document", unreadable(kStore), kCheck,
-       "error    DIR/share/conf/settings.json: not readable by user root (mode 0000, owner root); "
+       "error    @/share/conf/settings.json: not readable by user root (mode 0000, owner root); "
        "let root read it",
        2},
       {"missing document", removed(kStore), kCheck,
@@ -101,21 +101,21 @@ std::vector<Fault> storeFaults() {
        "COMMON_LIB_PATH: every lookup gives the default; create one or set SETTINGREST_URL",
        1},
       {"FIFO for a document", fifo(kStore), kCheck,
-       "error    DIR/share/conf/settings.json: a FIFO, not a regular file; replace it by a regular "
+       "error    @/share/conf/settings.json: a FIFO, not a regular file; replace it by a regular "
        "file",
        2},
       {"directory for a document", directory(kStore), kCheck,
-       "error    DIR/share/conf/settings.json: a directory, not a regular file; replace it by a "
+       "error    @/share/conf/settings.json: a directory, not a regular file; replace it by a "
        "regular file",
        2},
       {"empty document", content(kStore, ""), kCheck,
-       "error    DIR/share/conf/settings.json: empty, not a JSON document; write the settings, or "
+       "error    @/share/conf/settings.json: empty, not a JSON document; write the settings, or "
        "{} for none",
        2},
       {"document over 64 MiB",
-       [](Deployment& deployment) { ::truncate((deployment / kStore).c_str(), 65 * 1024 * 1024); },
-       kCheck,
-       "warning  DIR/share/conf/settings.json: 65 MiB, over 64 MiB: not examined; check whether it "
+       content(kStore, "{}" + std::string(std::size_t{65} * 1024 * 1024, ' ')),
+       {"check", "--timeout", "60"},
+       "warning  @/share/conf/settings.json: 65 MiB, over 64 MiB: not examined; check whether it "
        "is the right file",
        1},
       {"URL without a scheme", variable("SETTINGREST_URL", "/srv/settings.json"), kCheck,
@@ -130,11 +130,11 @@ std::vector<Fault> storeFaults() {
        2},
       {"mistyped value", content(kStore, setting("setting_cfg/global/ListenAllIp", "Enabled")),
        kCheck,
-       "warning  DIR/share/conf/settings.json: /vexa/common/setting_cfg/global/ListenAllIp is "
+       "warning  @/share/conf/settings.json: /vexa/common/setting_cfg/global/ListenAllIp is "
        "\"Enabled\": takes enable or disable; did you mean enable?; correct the document",
        1},
       {"mistyped key", content(kStore, setting("setting_cfg/global/ListenAllIP", "enable")), kCheck,
-       "warning  DIR/share/conf/settings.json: /vexa/common/setting_cfg/global/ListenAllIP: is not "
+       "warning  @/share/conf/settings.json: /vexa/common/setting_cfg/global/ListenAllIP: is not "
        "a setting of the library; did you mean /vexa/common/setting_cfg/global/ListenAllIp?; "
        "correct the document",
        1},
@@ -167,7 +167,7 @@ std::vector<Fault> libraryFaults() {
          deployment.environment["LD_LIBRARY_PATH"] = deployment / "lib";
        },
        kCheck,
-       "error    libsettingrest.so: cannot be loaded: DIR/lib/libsettingrest.so: file too short; "
+       "error    libsettingrest.so: cannot be loaded: @/lib/libsettingrest.so: file too short; "
        "every lookup fails; install a store, or add its directory to LD_LIBRARY_PATH",
        2},
       {"store library without entry points", storeLibrary(COMMUTIL_EMPTY_STORE_DIR), kCheck,
@@ -185,7 +185,7 @@ std::vector<Fault> libraryFaults() {
        kCheck,
        "warning  libsettingrest.so: " COMMUTIL_OTHER_STORE_DIR
        "/libsettingrest.so is another store than the reference one, which does not read "
-       "DIR/share/conf/settings.json; change settings in that store, or choose the reference store "
+       "@/share/conf/settings.json; change settings in that store, or choose the reference store "
        "with update-alternatives --config libsettingrest.so",
        1},
       {"store that hangs",
@@ -205,37 +205,31 @@ std::vector<Fault> libraryFaults() {
 std::vector<Fault> settingsFileFaults() {
   return {
       {"shadowed settings file", content("share/conf/setting.cfg", "[TraceDir]\ntracedir = /t\n"),
-       kExplain,
-       "1 DIR/share/conf/setting.cfg                              readable; no section [IP]; hides "
-       "DIR/app/conf/setting.cfg",
-       0},
+       kExplain, "readable; no section [IP]; hides @/app/conf/setting.cfg\n", 0},
       {"unreadable settings file", unreadable(kSettings), kCheck,
-       "error    DIR/app/conf/setting.cfg: not readable by user root (mode 0000, owner root); let "
+       "error    @/app/conf/setting.cfg: not readable by user root (mode 0000, owner root); let "
        "root read it",
        2},
       {"directory for a settings file", directory(kSettings), kCheck,
-       "error    DIR/app/conf/setting.cfg: a directory, not a regular file; replace it by a "
+       "error    @/app/conf/setting.cfg: a directory, not a regular file; replace it by a "
        "regular "
        "file",
        2},
       {"FIFO for a settings file", fifo(kSettings), kCheck,
-       "error    DIR/app/conf/setting.cfg: a FIFO, not a regular file; replace it by a regular "
+       "error    @/app/conf/setting.cfg: a FIFO, not a regular file; replace it by a regular "
        "file",
        2},
       {"section in other case", content(kSettings, "\n\n[Ip]\nListenAllIp = enable\n"), kExplain,
-       "readable; no section [IP]; line 3 has [Ip]: names are case-sensitive; line 4 has "
-       "ListenAllIp "
-       "in [Ip], not in [IP]",
-       0},
+       "readable; no section [IP]; line 3 has [Ip]: names are case-sensitive\n", 0},
       {"section in other case, checked", content(kSettings, "\n\n[Ip]\nListenAllIp = enable\n"),
        kCheck,
-       "warning  DIR/app/conf/setting.cfg: line 3 has [Ip]: names are case-sensitive; correct the "
+       "warning  @/app/conf/setting.cfg: line 3 has [Ip]: names are case-sensitive; correct the "
        "spelling",
        1},
       {"other section", content(kSettings, "[IPS]\nListenAllIp = enable\n"), kExplain,
-       "readable; no section [IP]; line 1 has [IPS], not [IP]", 0},
+       "readable; no section [IP]; line 1 has [IPS], not [IP]\n", 0},
       {"unclosed section", content(kSettings, "[IP\nListenAllIp = enable\n"), kCheck,
-       "warning  DIR/app/conf/setting.cfg: line 1: \"[IP\" lacks its closing bracket: the entries "
+       "warning  @/app/conf/setting.cfg: line 1: \"[IP\" lacks its closing bracket: the entries "
        "below it belong to no section; correct the line",
        1},
       {"key in other case", content(kSettings, "[IP]\nListenAllIP = enable\n"), kExplain,
@@ -251,7 +245,7 @@ std::vector<Fault> settingsFileFaults() {
       {"comment after a value", content(kSettings, "[IP]\nListenAllIp = enable ; note\n"), kExplain,
        "counts as off; the comment after the value is part of it; did you mean enable?", 0},
       {"UTF-16", content(kSettings, asUtf16("[IP]\nListenAllIp = enable\n")), kCheck,
-       "warning  DIR/app/conf/setting.cfg: line 1: UTF-16: save the file as UTF-8 or ASCII; "
+       "warning  @/app/conf/setting.cfg: line 1: UTF-16: save the file as UTF-8 or ASCII; "
        "correct "
        "the line",
        1},
@@ -265,50 +259,50 @@ std::vector<Fault> settingsFileFaults() {
 std::vector<Fault> otherFileFaults() {
   return {
       {"TS mode in other case", content(kTsMode, "[TS]\nts_mode = TRUE\n"), kCheck,
-       "warning  DIR/omc/etc/conf/TSSetting.cfg: did you mean true?; write true or false", 1},
+       "warning  @/omc/etc/conf/TSSetting.cfg: did you mean true?; write true or false", 1},
       {"malformed application configuration", content(kTypes, "{\"databases\": }"), kCheck,
-       "error    DIR/app/conf/inventory.json: malformed at line 1, column 15: Syntax error: value, "
+       "error    @/app/conf/inventory.json: malformed at line 1, column 15: Syntax error: value, "
        "object or array expected; correct the document",
        2},
       {"application configuration of a wrong kind", content(kTypes, "{\"databases\": [1]}"), kCheck,
-       "error    DIR/app/conf/inventory.json: readable; a value is of the wrong kind; "
+       "error    @/app/conf/inventory.json: readable; a value is of the wrong kind; "
        "databases.NAME[0].type is expected; write {\"databases\": {\"NAME\": [{\"type\": ...}]}}",
        2},
       {"FIFO for an application configuration", fifo(kTypes), kCheck,
-       "error    DIR/app/conf/inventory.json: a FIFO, not a regular file; replace it by a regular "
+       "error    @/app/conf/inventory.json: a FIFO, not a regular file; replace it by a regular "
        "file",
        2},
       {"missing application configuration", removed(kTypes), kCheck,
-       "error    DIR/app/conf/inventory.json: missing; create it", 2},
+       "error    @/app/conf/inventory.json: missing; create it", 2},
       {"malformed node list", content(kNodes, "{\"nodeList\": {}"), kCheck,
-       "error    DIR/cluster/etc/sysconf/nodelists.json: malformed at line 1, column 16: Missing "
+       "error    @/cluster/etc/sysconf/nodelists.json: malformed at line 1, column 16: Missing "
        "',' or '}' in object declaration; correct the document",
        2},
       {"node list of a wrong kind", content(kNodes, "{\"nodeList\": [1]}"), kCheck,
-       "error    DIR/cluster/etc/sysconf/nodelists.json: the library throws an exception; write "
+       "error    @/cluster/etc/sysconf/nodelists.json: the library throws an exception; write "
        "{\"nodeList\": {\"NODE\": {\"extAttr\": {...}, \"IPAddresses\": [{\"IP\": ...}]}}}",
        2},
       {"FIFO for a node list", fifo(kNodes), kCheck,
-       "error    DIR/cluster/etc/sysconf/nodelists.json: a FIFO, not a regular file; replace it by "
+       "error    @/cluster/etc/sysconf/nodelists.json: a FIFO, not a regular file; replace it by "
        "a regular file",
        2},
       {"no share directory", removed("share"), kCheck,
-       "error    DIR/share: missing: neither locks nor the SSL option file can be written; create "
+       "error    @/share: missing: neither locks nor the SSL option file can be written; create "
        "the directory",
        2},
       {"share directory not writable",
        [](Deployment& deployment) { ::chmod((deployment / "share").c_str(), 0555); }, kCheck,
-       "error    DIR/share: not writable by user root (mode 0555, owner root): neither locks nor "
+       "error    @/share: not writable by user root (mode 0555, owner root): neither locks nor "
        "the "
        "SSL option file can be written; let root write to it",
        2},
       {"template without the option", content(kTemplate, "static F \"-SSL\"\n"), kCheck,
-       "error    DIR/share/svc_ssl_7.conf: cannot be generated from the template "
-       "DIR/common/conf/svc_ssl.conf: it has no -SSLCAfile; end the argument string with a quote",
+       "error    @/share/svc_ssl_7.conf: cannot be generated from the template "
+       "@/common/conf/svc_ssl.conf: it has no -SSLCAfile; end the argument string with a quote",
        2},
       {"template without the quote", content(kTemplate, "static F -SSLCAfile ca.pem\n"), kCheck,
-       "error    DIR/share/svc_ssl_7.conf: cannot be generated from the template "
-       "DIR/common/conf/svc_ssl.conf: no double quote follows -SSLCAfile in line 1; end the "
+       "error    @/share/svc_ssl_7.conf: cannot be generated from the template "
+       "@/common/conf/svc_ssl.conf: no double quote follows -SSLCAfile in line 1; end the "
        "argument "
        "string with a quote",
        2},
@@ -316,8 +310,8 @@ std::vector<Fault> otherFileFaults() {
 }
 
 std::string replaced(std::string text, const std::string& directory) {
-  for (std::size_t at = 0; (at = text.find("DIR", at)) != std::string::npos;)
-    text.replace(at, 3, directory);
+  for (std::size_t at = 0; (at = text.find('@', at)) != std::string::npos;)
+    text.replace(at, 1, directory);
   return text;
 }
 

@@ -141,7 +141,7 @@ TEST(Report, WorksOnAHostWithNothing) {
 TEST(Report, PrintsTheSameInText) {
   const Deployment deployment;
   const std::string text = deployment.run({"report"}).out;
-  for (const std::string line :
+  for (const std::string& line :
        {"\n  setting.cfg                " + (deployment / "app/conf/setting.cfg") + ": readable\n",
         "\nisListenAllIp = yes       decided by: " + (deployment / "app/conf/setting.cfg") + "\n"})
     EXPECT_NE(std::string::npos, text.find(line)) << line << "\nis not in\n" << text;

@@ -29,25 +29,34 @@ Severity severityOf(const Note& note, const SourceState& source, const settings:
   return note.severity;
 }
 
-void addSource(const SourceState& source, const settings::Facts& facts, Checks& checks) {
+/// The document's own faults are reported with the store, once.
+bool isOfDocument(const Note& note, const settings::StoreDocument& document) {
+  return std::any_of(document.notes().begin(), document.notes().end(),
+                     [&](const Note& other) { return other.text == note.text; });
+}
+
+void addSource(const CheckInput& input, const SourceState& source, Checks& checks) {
+  const settings::Facts& facts = input.collection.facts;
   const std::string theme = isFile(source) ? "files" : isStore(source) ? "store" : "values";
   bool noted = false;
   for (const Note& note : source.notes) {
     if (note.severity == Severity::ok) continue;
+    if (isStore(source) && isOfDocument(note, input.explainer.document())) continue;
     const std::string message = note.text.empty() ? source.state : note.text;
     checks.push_back({severityOf(note, source, facts), theme, source.place, message, note.remedy});
     noted = true;
   }
   if (noted || source.state == "missing") return;
   std::string message = source.state;
-  for (const Note& note : source.notes) message += "; " + note.text;
+  for (const Note& note : source.notes)
+    if (note.severity == Severity::ok) message += "; " + note.text;
   checks.push_back({Severity::ok, theme, source.place, message, ""});
 }
 
-void addAnswer(const ExplainedAnswer& answer, const settings::Facts& facts, Checks& checks) {
+void addAnswer(const CheckInput& input, const ExplainedAnswer& answer, Checks& checks) {
   const settings::Explanation& explanation = answer.explanation;
   for (const SourceState& source : explanation.sources)
-    if (isFile(source) || isStore(source)) addSource(source, facts, checks);
+    if (isFile(source) || isStore(source)) addSource(input, source, checks);
   const std::string name(explanation.answer->name);
   if (answer.mismatch.empty()) return;
   checks.push_back({Severity::error, "values", name, answer.mismatch, "see commutil explain"});
@@ -91,7 +100,8 @@ void checkCached(const CheckInput& input, Checks& checks) {
   }
   const settings::Facts& facts = input.collection.facts;
   const auto add = [&](const std::string& path, const std::string& what) {
-    if (facts.file(path).modified <= input.started) return;
+    constexpr std::time_t kPrecision = 1;  // of the service's start
+    if (facts.file(path).modified <= input.started + kPrecision) return;
     checks.push_back({Severity::warning, "values", path,
                       "changed after the service was started, which may still use the old " + what,
                       "restart the service"});
@@ -108,7 +118,7 @@ void checkCached(const CheckInput& input, Checks& checks) {
 
 void checkFiles(const CheckInput& input, Checks& checks) {
   for (const settings::Answer& answer : settings::answers())
-    addAnswer(explained(input.explainer, answer, input.collection), input.collection.facts, checks);
+    addAnswer(input, explained(input.explainer, answer, input.collection), checks);
   checkShareDirectory(input, checks);
   checkSslFile(input, checks);
   checkCached(input, checks);

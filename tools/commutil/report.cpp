@@ -10,8 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -107,26 +105,21 @@ struct ReportOptions : ViewOptions {
 
 /// Reads the saved report in a child, as everything else.
 std::string readSaved(const ReportOptions& options) {
-  std::string text;
-  std::string fault;
+  const std::string path = options.descriptor < 0
+                               ? options.saved
+                               : "/proc/self/fd/" + std::to_string(options.descriptor);
+  settings::FileFacts file;
   ChildCalls calls(timeoutOf(options));
   calls.start(
-      "the file " + options.saved,
-      [&options] {
-        const std::string path = options.descriptor < 0
-                                     ? options.saved
-                                     : "/proc/self/fd/" + std::to_string(options.descriptor);
-        std::ifstream file(path, std::ios::binary);
-        if (!file) throw std::runtime_error("cannot be read");
-        return std::string{std::istreambuf_iterator<char>(file), {}};
-      },
+      "the file " + options.saved, [&] { return settings::packed(settings::examine(path)); },
       [&](const CallResult& result) {
-        text = result.bytes;
-        fault = result.fault;
+        file = settings::unpackedFile(result.bytes);
+        file.fault = result.fault;
       });
   calls.finish();
-  if (!fault.empty()) throw std::runtime_error(options.saved + ": " + fault);
-  return text;
+  if (!settings::isReadableText(file) || file.isLarge())
+    throw std::runtime_error(options.saved + ": " + settings::stateOf(file, "this user").text);
+  return file.text;
 }
 
 /// Parses what `commutil report --json` printed.

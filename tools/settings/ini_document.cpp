@@ -132,31 +132,41 @@ bool IniDocument::hasSection(std::string_view section) const {
                      [&](const IniSection& candidate) { return candidate.name == section; });
 }
 
+namespace {
+
+/// What a section or key that is not `wanted` may have been meant to be; "" if it is something
+/// else.
+std::string missText(const Place& place, std::string_view name, std::string_view wanted) {
+  if (equalIgnoringCase(name, wanted))
+    return lineAndName(place, name) + ": names are case-sensitive";
+  if (nearest(name, {wanted}).empty()) return {};
+  return lineAndName(place, name) + ", not " + std::string(wanted);
+}
+
+std::string misplacedText(const IniEntry& entry, std::string_view section) {
+  return lineAndName(entry.place, entry.key) + " in " +
+         (entry.section.empty() ? "no section" : entry.section) + ", not in " +
+         std::string(section);
+}
+
+}  // namespace
+
 std::vector<Finding> IniDocument::nearMisses(std::string_view section, std::string_view key) const {
   std::vector<Finding> found;
-  for (const IniSection& candidate : m_sections) {
-    if (candidate.name == section) continue;
-    if (equalIgnoringCase(candidate.name, section))
-      found.push_back({candidate.place, lineAndName(candidate.place, candidate.name) +
-                                            ": names are case-sensitive"});
-    else if (!nearest(candidate.name, {section}).empty())
-      found.push_back({candidate.place, lineAndName(candidate.place, candidate.name) + ", not " +
-                                            std::string(section)});
-  }
+  const auto add = [&](const Place& place, std::string text) {
+    if (!text.empty()) found.push_back({place, std::move(text)});
+  };
+  for (const IniSection& candidate : m_sections)
+    if (candidate.name != section)
+      add(candidate.place, missText(candidate.place, candidate.name, section));
   for (const IniEntry& entry : m_entries) {
-    if (entry.section == section && entry.key == key) continue;
-    const bool inSection = entry.section == section;
-    if (entry.key == key && !inSection) {
-      found.push_back({entry.place, lineAndName(entry.place, entry.key) + " in " +
-                                        (entry.section.empty() ? "no section" : entry.section) +
-                                        ", not in " + std::string(section)});
-    } else if (inSection && equalIgnoringCase(entry.key, key)) {
-      found.push_back(
-          {entry.place, lineAndName(entry.place, entry.key) + ": names are case-sensitive"});
-    } else if (inSection && !nearest(entry.key, {key}).empty()) {
-      found.push_back(
-          {entry.place, lineAndName(entry.place, entry.key) + ", not " + std::string(key)});
-    }
+    const bool misspelledSection =
+        entry.section != section && !missText(entry.place, entry.section, section).empty();
+    if (misspelledSection) continue;  // the section's own line says enough
+    if (entry.section != section && entry.key == key)
+      add(entry.place, misplacedText(entry, section));
+    if (entry.section == section && entry.key != key)
+      add(entry.place, missText(entry.place, entry.key, key));
   }
   return found;
 }
