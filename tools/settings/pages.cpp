@@ -1,9 +1,11 @@
 // Writes the catalog as pages and lists.
 #include "settings/pages.h"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "settings/accepted.h"
 #include "settings/catalog.h"
@@ -98,10 +100,23 @@ std::string accepts(const Item& item) {
   return item.accepted.form == Form::anything ? "" : describe(item.accepted);
 }
 
+/// Markdown takes an underscore in front of a word for emphasis; a variable's name becomes code.
+std::string withVariablesAsCode(std::string text) {
+  for (std::size_t at = 0; (at = text.find('_', at)) != std::string::npos;) {
+    const std::size_t end = std::min(text.find(' ', at), text.size());
+    if (at == 0 || text[at - 1] == ' ') {
+      text.insert(end, "`");
+      text.insert(at, "`");
+    }
+    at = end + 2;
+  }
+  return text;
+}
+
 std::string inCell(std::string text) {
   for (std::size_t at = 0; (at = text.find('|', at)) != std::string::npos; at += 2)
     text.insert(at, "\\");
-  return text;
+  return withVariablesAsCode(std::move(text));
 }
 
 std::string sourceText(const SourceRef& source, const Style& style) {
