@@ -57,13 +57,15 @@ void refuseStore(const settings::Facts& facts, const settings::StoreDocument& do
   if (!library.fault.empty()) plan.refusals.push_back("the settings store: " + library.fault);
   if (library.fault.empty() && !library.loaded)
     plan.refusals.push_back("the settings store cannot be loaded: " + library.error);
-  for (const auto& [key, reply] : facts.replies)
+  for (const auto& [key, reply] : facts.replies) {
     if (!reply.fault.empty())
       plan.refusals.push_back("the settings store: " + key + ": " + reply.fault);
+  }
   if (!library.isReference) return;
-  for (const settings::Note& note : document.notes())
+  for (const settings::Note& note : document.notes()) {
     if (note.severity == Severity::error)
       plan.refusals.push_back("the settings store " + document.path() + ": " + note.text);
+  }
 }
 
 void explainOption(const settings::Explanation& option, Plan& plan) {
@@ -73,9 +75,10 @@ void explainOption(const settings::Explanation& option, Plan& plan) {
   const settings::Item* const item = settings::findItem(
       settings::Kind::storeKey, std::string_view(name).substr(1), "/vexa/common/svc_ssl_conf/");
   const settings::Verdict verdict = settings::checkValue(item->accepted, value);
-  if (!verdict.accepted())
+  if (!verdict.accepted()) {
     plan.refusals.push_back(option.decidedBy + ": \"" + printable(value) +
                             "\": " + verdict.message());
+  }
   const bool isFlag = name == "-SSLNoProtection";
   if (isFlag && value != "enable") return;
   plan.inserted.push_back({isFlag ? name : name + " " + value, option.decidedBy});
@@ -96,9 +99,10 @@ Plan makePlan() {
   const settings::FileFacts& target = facts.file(plan.path);
   const std::string& before = target.readable ? target.text : facts.file(plan.source).text;
   plan.change = difference(before, plan.text);
-  if (!plan.change.empty())
+  if (!plan.change.empty()) {
     plan.change = "--- " + (target.readable ? plan.path : plan.source) + "\n+++ " + plan.path +
                   "\n" + plan.change;
+  }
   refuseUnset(facts, plan);
   refuseStore(facts, explainer.document(), plan);
   const std::string& original = facts.file(plan.source).text;
