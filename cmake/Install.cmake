@@ -66,6 +66,12 @@ if(COMMUTIL_BUILD_TOOLS)
   install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/commutil.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
     COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/commutil-json.5
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man5
+    COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/commutil.schema.json
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/commutil
+    COMPONENT tools)
   install(FILES ${PROJECT_BINARY_DIR}/tools/settings/commutil.5
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man5
     COMPONENT tools)

@@ -23,9 +23,9 @@ int parseAndRun(int argc, char** argv) {
   tool.app.set_version_flag("--version", "commutil " VEXA_COMMUTIL_VERSION);
   tool.app.require_subcommand(1);
   tool.app.footer(kFooter);
-  for (const auto add :
-       {addReport, addExplain, addCheck, addSettings, addConfig, addQueryText, addNetwork,
-        addCommand, addPathSafety, addProcessLock, addBase64, addIdentifiers, addHelp})
+  for (const auto add : {addReport, addExplain, addCheck, addSettings, addSslConf, addExpand,
+                         addQueryText, addNetwork, addCommand, addPathSafety, addUnsafeWord,
+                         addProcessLock, addBase64, addIdentifiers, addHelp})
     add(tool);
   try {
     tool.parse(argc, argv);

@@ -25,9 +25,10 @@ int put(const SettingOptions& options) {
   const std::string key = settingKey(options.name, options.app);
   requireWritableKey(key);
   const settings::Verdict verdict = settings::checkStoreValue(key, options.value);
-  if (!verdict.accepted() && !options.force)
+  if (!verdict.accepted() && !options.force) {
     throw std::runtime_error(key + ": " + quotedValue(options.value) + ": " + verdict.message() +
                              " (--force writes it)");
+  }
   const settings::Change change{key, options.value};
   return changeSettings([&](const settings::Values&) { return std::vector{change}; }, options);
 }

@@ -17,9 +17,10 @@ Subcommand findSubcommand(const CLI::App& app, const std::vector<std::string>& w
     const std::vector<std::string_view> names = subcommandNames(*result.app);
     const std::string prefix = result.path.empty() ? "" : result.path + " ";
     if (std::find(names.begin(), names.end(), word) == names.end()) {
-      result.problem = "there is no subcommand \"" + prefix + word + "\"";
+      result.problem.append("there is no subcommand \"").append(prefix).append(word).append("\"");
       const std::string meant(settings::nearest(word, names));
-      if (!meant.empty()) result.problem += "; did you mean \"" + prefix + meant + "\"?";
+      if (!meant.empty())
+        result.problem.append("; did you mean \"").append(prefix).append(meant).append("\"?");
       return result;
     }
     result.app = result.app->get_subcommand(word);

@@ -57,7 +57,7 @@ void addOperand(CLI::App& subcommand, const char* name, std::string& value, cons
 void addBase64(Tool& tool);
 void addCheck(Tool& tool);
 void addCommand(Tool& tool);
-void addConfig(Tool& tool);
+void addExpand(Tool& tool);
 void addExplain(Tool& tool);
 void addHelp(Tool& tool);
 void addIdentifiers(Tool& tool);
@@ -67,3 +67,5 @@ void addProcessLock(Tool& tool);
 void addQueryText(Tool& tool);
 void addReport(Tool& tool);
 void addSettings(Tool& tool);
+void addSslConf(Tool& tool);
+void addUnsafeWord(Tool& tool);

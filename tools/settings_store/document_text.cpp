@@ -25,10 +25,11 @@ std::string quoted(std::string_view text) {
     const auto byte = static_cast<unsigned char>(c);
     std::array<char, 7> escape{};
     std::snprintf(escape.data(), escape.size(), "\\u%04x", byte);
-    if (byte < 0x20)
+    if (byte < 0x20) {
       result += escape.data();
-    else
+    } else {
       result.append(c == '"' || c == '\\' ? 1 : 0, '\\').append(1, c);
+    }
   }
   return result += '"';
 }
@@ -196,10 +197,11 @@ void DocumentText::collect(const Node& group, const std::string& path,
                            std::vector<Entry>& entries) {
   for (const Node& child : group.children) {
     const std::string childPath = join(path, child.name);
-    if (child.isGroup)
+    if (child.isGroup) {
       collect(child, childPath, entries);
-    else
+    } else {
       entries.push_back({childPath, child.value, child.offset});
+    }
   }
 }
 

@@ -42,6 +42,7 @@ std::vector<Effect> applyTo(const std::vector<Change>& changes, DocumentText& do
     if (effect.before != effect.after) effects.insert_or_assign(change.key, effect);
   }
   std::vector<Effect> result;
+  result.reserve(effects.size());
   for (const auto& [key, effect] : effects) result.push_back(effect);
   return result;
 }

@@ -65,9 +65,10 @@ class Replacement {
     struct stat own {};
     if (::fstat(m_file.get(), &own) != 0) fail(m_path);
     const bool isOwn = own.st_uid == old.st_uid && own.st_gid == old.st_gid;
-    if (!isOwn && ::fchown(m_file.get(), old.st_uid, old.st_gid) != 0)
+    if (!isOwn && ::fchown(m_file.get(), old.st_uid, old.st_gid) != 0) {
       fail("owner " + std::to_string(old.st_uid) + " and group " + std::to_string(old.st_gid) +
            " of the file cannot be kept");
+    }
     setMode(old.st_mode & kPermissions);
   }
 
