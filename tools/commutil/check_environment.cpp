@@ -50,9 +50,10 @@ Check checkVariable(const Item& variable, const settings::Facts& facts) {
       variable.name == "QORV_ROOT" || variable.name == "VEXA_DUMP_ALL_LOCKS_FILE";
   if (!facts.isSet(variable.name) || (value.empty() && !emptyCounts)) return absent(variable);
   const settings::Verdict verdict = settings::checkValue(variable.accepted, value);
-  if (!verdict.accepted() && !value.empty())
+  if (!verdict.accepted() && !value.empty()) {
     return {Severity::warning, kTheme, std::string(variable.name),
             "\"" + value + "\": " + verdict.message(), "correct the variable"};
+  }
   if (variable.accepted.form == Form::directory)
     return directoryCheck(variable, facts.file(value), facts.user);
   return {Severity::ok, kTheme, std::string(variable.name), value.empty() ? "(empty)" : value, ""};

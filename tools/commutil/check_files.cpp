@@ -8,7 +8,6 @@
 
 namespace {
 
-using settings::Item;
 using settings::Note;
 using settings::Severity;
 using settings::SourceState;
@@ -22,10 +21,11 @@ bool isFile(const SourceState& source) { return source.place.rfind('/', 0) == 0;
 /// A file that a variable names and that is missing is an error: nobody names a file in vain.
 Severity severityOf(const Note& note, const SourceState& source, const settings::Facts& facts) {
   if (source.state != "missing") return note.severity;
-  for (const char* const name : {"application configuration", "nodelists.json"})
+  for (const char* const name : {"application configuration", "nodelists.json"}) {
     if (source.place ==
         settings::pathOf(*settings::findItem(settings::Kind::file, name), facts.environment))
       return Severity::error;
+  }
   return note.severity;
 }
 

@@ -78,16 +78,18 @@ void checkSpeed(const settings::Facts& facts, Checks& checks) {
 void checkDocument(const CheckInput& input, Checks& checks) {
   const settings::StoreDocument& document = input.explainer.document();
   const std::string subject = document.path().empty() ? "settings document" : document.path();
-  for (const settings::Note& note : document.notes())
+  for (const settings::Note& note : document.notes()) {
     checks.push_back(
         {note.severity, kTheme, subject,
          note.text.rfind(subject + ": ", 0) == 0 ? note.text.substr(subject.size() + 2) : note.text,
          note.remedy});
-  if (document.path().empty() && document.notes().empty())
+  }
+  if (document.path().empty() && document.notes().empty()) {
     checks.push_back({Severity::warning, kTheme, subject,
                       "no conf/settings.json below _APP_SHARE_DIR, APP_ROOT or COMMON_LIB_PATH: "
                       "every lookup gives the default",
                       "create one or set SETTINGREST_URL"});
+  }
   for (const auto& [key, value] : document.values()) {
     const bool own = std::any_of(
         settings::trees().begin(), settings::trees().end(),
@@ -95,13 +97,15 @@ void checkDocument(const CheckInput& input, Checks& checks) {
     const settings::Verdict verdict = settings::checkStoreValue(key, value);
     if (verdict.accepted() || (!own && verdict.suggestion.empty())) continue;
     const bool refused = verdict.result == settings::Verdict::Result::refused;
-    checks.push_back({Severity::warning, kTheme, subject,
-                      key + (refused ? " is \"" + value + "\": " : ": ") + verdict.message(),
-                      "correct the document"});
+    std::string message = key;
+    if (refused) message.append(" is \"").append(value).append("\"");
+    message.append(": ").append(verdict.message());
+    checks.push_back({Severity::warning, kTheme, subject, message, "correct the document"});
   }
-  if (document.isUsable())
+  if (document.isUsable()) {
     checks.push_back({Severity::ok, kTheme, subject,
                       std::to_string(document.values().size()) + " settings", ""});
+  }
 }
 
 }  // namespace

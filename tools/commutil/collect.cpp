@@ -78,10 +78,11 @@ std::function<std::string()> callFor(const Answer& answer) {
   const auto operation = operations().find(answer.name);
   if (operation != operations().end()) return operation->second;
   if (answer.name == "GetAllWebswingNodeIPs") return clusterNodes;
-  if (answer.kind == settings::AnswerKind::path)
+  if (answer.kind == settings::AnswerKind::path) {
     return [&answer] {
       return VexaCommonUtils_i::getConfFile(std::string(answer.sources.front().name));
     };
+  }
   return {};
 }
 

@@ -178,10 +178,12 @@ int showDifference(const ReportOptions& options, const Json::Value& document) {
       parsedReport(Json::writeString(Json::StreamWriterBuilder(), withUtf8(document)), "report");
   compare("", parsedReport(readSaved(options), options.saved), now, result["differences"]);
   if (options.json) printDocument(result, true);
-  if (!options.json)
-    for (const Json::Value& row : result["differences"])
+  if (!options.json) {
+    for (const Json::Value& row : result["differences"]) {
       printBytes(row["place"].asString() + ": " + scalar(row["before"]) + " -> " +
                  scalar(row["now"]) + "\n");
+    }
+  }
   return result["differences"].empty() ? kOk : kNo;
 }
 

@@ -38,9 +38,10 @@ Collection collect(const View& view, const ViewOptions& options, Request request
 }
 
 int inView(const ViewOptions& options, const std::function<int(const View&)>& show) {
-  if (!options.switchedView.empty())
+  if (!options.switchedView.empty()) {
     return show(
         {settings::currentEnvironment(), options.switchedView, -1, {}, options.switchedStart});
+  }
   if (options.pid) return inViewOfProcess(options, show);
   return show({settings::currentEnvironment(), {}, -1, {}, 0});
 }

@@ -21,19 +21,21 @@ Json::Value remoteClients(const Json::Value& root, SourceState& source) {
     const Json::Value& mark = attributes["RemoteClient"];
     const std::string text =
         mark.isConvertibleTo(Json::stringValue) ? mark.asString() : std::string();
-    if (text != "true" && text != "false")
+    if (text != "true" && text != "false") {
       source.notes.push_back(
           {Severity::warning,
            "RemoteClient of node " + name + " is " + quoted(text) + ": not \"true\", counts as no",
            "write \"true\" or \"false\""});
+    }
     if (text != "true") continue;
     const Json::Value& entries = node["IPAddresses"];
     for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {  // NOLINT(modernize-loop-convert)
       const std::string address = entries[i]["IP"].asString();
-      if (!checkValue({Form::address, {}}, address).accepted())
+      if (!checkValue({Form::address, {}}, address).accepted()) {
         source.notes.push_back({Severity::warning,
                                 quoted(address) + " of node " + name + " is not an address",
                                 "write an IPv4 or IPv6 address"});
+      }
       addresses.append(address);
     }
   }
@@ -92,10 +94,11 @@ Explanation Explainer::unsafeWords(const Answer& answer) const {
   if (!document.hasSection(key.section)) source.state += "; no section " + std::string(key.section);
   for (const Finding& miss : document.nearMisses(key.section, ""))
     source.notes.push_back({Severity::warning, miss.message, "correct the spelling"});
-  for (const Finding& finding : document.findings())
+  for (const Finding& finding : document.findings()) {
     source.notes.push_back({Severity::warning,
                             "line " + std::to_string(finding.place.line) + ": " + finding.message,
                             "correct the line"});
+  }
   source.decides = !result.value.empty();
   result.decidedBy = source.decides ? path : "no words: every string is safe";
   return result;

@@ -29,7 +29,7 @@ inline bool isUnknown(std::string_view decidedBy) {
   return decidedBy.substr(0, kUnknown.size()) == kUnknown;
 }
 
-inline Explanation unknown(Explanation result, std::string decidedBy) {
+inline Explanation unknown(Explanation result, const std::string& decidedBy) {
   result.value = Json::Value();
   result.decidedBy = std::string(isUnknown(decidedBy) ? "" : kUnknown) + decidedBy;
   return result;

@@ -33,9 +33,10 @@ Explanation Explainer::directory(const Answer& answer) const {
   result.sources.back().decides = true;
   result.value = m_facts.variable(name) + "/conf";
   result.decidedBy = name;
-  if (m_facts.variable(name).empty())
+  if (m_facts.variable(name).empty()) {
     result.sources.back().notes.push_back(
         {Severity::warning, "the path begins with \"/conf\"", "set " + std::string(name)});
+  }
   return result;
 }
 
@@ -52,10 +53,11 @@ Explanation Explainer::tracePath(const Answer& answer) const {
   inFile.decides = isReadableText(file) && hasValue(inFile);
   if (inFile.decides) directory = expandBraces(*inFile.value, m_facts.environment);
   if (directory.back() != '/') directory += '/';
-  if (inFile.decides && directory.find("${") != std::string::npos)
+  if (inFile.decides && directory.find("${") != std::string::npos) {
     inFile.notes.push_back({Severity::warning,
                             "a reference stays as written: its variable is not set",
                             "set the variable"});
+  }
   result.sources.back().decides = !inFile.decides;
   result.value = directory;
   result.decidedBy = inFile.decides ? path : "_APP_LOG_DIR";

@@ -25,8 +25,11 @@ SourceState Explainer::searchedSource(std::string_view name) const {
   const bool usable = isReadableText(m_facts.file(path));
   for (const std::string& other : candidates(name, m_facts.environment)) {
     if (other == path || !m_facts.file(other).exists()) continue;
-    source.notes.push_back({usable ? Severity::ok : Severity::warning, "hides " + other,
-                            usable ? "" : "remove " + path + " if " + other + " is meant"});
+    std::string remedy;
+    if (!usable)
+      remedy.append("remove ").append(path).append(" if ").append(other).append(" is meant");
+    source.notes.push_back(
+        {usable ? Severity::ok : Severity::warning, "hides " + other, std::move(remedy)});
   }
   return source;
 }
@@ -80,13 +83,15 @@ SourceState Explainer::iniSource(SourceState source, const FileFacts& file, cons
   } else {
     source.state += "; no key " + std::string(key.name) + " in " + std::string(key.section);
   }
-  if (entry == nullptr)
+  if (entry == nullptr) {
     for (const Finding& miss : document.nearMisses(key.section, key.name))
       source.notes.push_back({Severity::warning, miss.message, "correct the spelling"});
-  for (const Finding& finding : document.findings())
+  }
+  for (const Finding& finding : document.findings()) {
     source.notes.push_back({Severity::warning,
                             "line " + std::to_string(finding.place.line) + ": " + finding.message,
                             "correct the line"});
+  }
   noteEncoding(file, source);
   return source;
 }
@@ -132,17 +137,19 @@ SourceState Explainer::storeSource(const Item& item, std::string_view branch) co
   } else {
     source.value = answered != nullptr ? answered->written : documented;
     const bool success = answered != nullptr ? answered->code == 0 : documented.has_value();
-    if (!success)
+    if (!success) {
       source.state = answered != nullptr && answered->code == -1 && !m_facts.library.loaded
                          ? "not asked: libsettingrest.so cannot be loaded"
                          : "not set";
+    }
     if (success && source.value.value_or("").empty()) source.state = "empty, counts as not set";
     if (success && !source.value.value_or("").empty()) describeValue(item, *source.value, source);
-    if (!success && source.value)
+    if (!success && source.value) {
       source.notes.push_back(
           {Severity::warning,
            "the store failed and left " + quoted(*source.value) + ", which counts",
            "report it to the maker of the store"});
+    }
   }
   if (branch != kGlobalBranch) {
     noteBranch(item, source);

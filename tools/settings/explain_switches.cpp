@@ -108,10 +108,11 @@ Explanation Explainer::distribution(const Answer& answer) const {
       result.decidedBy = path + ", line " + std::to_string(number);
       break;
     }
-    if (text.substr(0, text.size() - (text.empty() ? 0 : 1)) == line.name && text.back() == '\r')
+    if (text.substr(0, text.size() - (text.empty() ? 0 : 1)) == line.name && text.back() == '\r') {
       source.notes.push_back({Severity::warning,
                               "line " + std::to_string(number) + " ends in a carriage return",
                               "remove the carriage return"});
+    }
   }
   return result;
 }
@@ -180,11 +181,12 @@ Explanation Explainer::databaseType(const Answer& answer) const {
   result.value = *source.value;
   result.decidedBy = path;
   if (std::find(member.accepted.words.begin(), member.accepted.words.end(), *source.value) ==
-      member.accepted.words.end())
+      member.accepted.words.end()) {
     source.notes.push_back(
         {Severity::warning,
          "no database that the library escapes text for: " + quotedWords(member.accepted),
          "write one of these"});
+  }
   return result;
 }
 

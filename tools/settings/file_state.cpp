@@ -26,9 +26,10 @@ Note error(std::string text, std::string remedy) {
 
 Note missingState(const FileFacts& file, const std::string& user) {
   if (file.dangling) return error("a link that leads nowhere", "create its target or remove it");
-  if (file.error == EACCES)
+  if (file.error == EACCES) {
     return error("not reachable by user " + user + ": a directory above it denies access",
                  "let " + user + " search its directories");
+  }
   if (file.error == ENOENT || file.error == ENOTDIR || file.error == 0)
     return {Severity::warning, "missing", "create it"};
   return error("cannot be reached: " + errorText(file.error), "check its file system");
@@ -60,12 +61,14 @@ Note stateOf(const FileFacts& file, const std::string& user) {
   if (file.type == FileType::nullDevice) return {Severity::warning, "/dev/null: empty", ""};
   if (file.type != FileType::regular)
     return error(kindText(file.type) + ", not a regular file", "replace it by a regular file");
-  if (file.isLarge())
+  if (file.isLarge()) {
     return {Severity::warning, sizeText(file.size) + ", over 64 MiB: not examined",
             "check whether it is the right file"};
-  if (!file.readable && file.error == EACCES)
+  }
+  if (!file.readable && file.error == EACCES) {
     return error("not readable by user " + user + " (" + ownership(file) + ")",
                  "let " + user + " read it");
+  }
   if (!file.readable)
     return error("cannot be read: " + errorText(file.error), "check its file system");
   if (file.size == 0 && file.text.empty()) return {Severity::warning, "empty", ""};
@@ -82,9 +85,10 @@ Note writableState(const FileFacts& directory, const std::string& user) {
   }
   if (directory.type != FileType::directory)
     return error("not a directory", "replace it by a directory");
-  if (!directory.writable || !directory.executable)
+  if (!directory.writable || !directory.executable) {
     return error("not writable by user " + user + " (" + ownership(directory) + ")",
                  "let " + user + " write to it");
+  }
   return {Severity::ok, "writable", ""};
 }
 

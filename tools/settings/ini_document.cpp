@@ -156,9 +156,10 @@ std::vector<Finding> IniDocument::nearMisses(std::string_view section, std::stri
   const auto add = [&](const Place& place, std::string text) {
     if (!text.empty()) found.push_back({place, std::move(text)});
   };
-  for (const IniSection& candidate : m_sections)
+  for (const IniSection& candidate : m_sections) {
     if (candidate.name != section)
       add(candidate.place, missText(candidate.place, candidate.name, section));
+  }
   for (const IniEntry& entry : m_entries) {
     const bool misspelledSection =
         entry.section != section && !missText(entry.place, entry.section, section).empty();

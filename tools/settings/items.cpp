@@ -77,6 +77,11 @@ std::vector<Item> pathVariables() {
        .readers = {"getDBType"},
        .caching = Caching::cached,
        .when = "until the type is cached"},
+  };
+}
+
+std::vector<Item> deploymentVariables() {
+  return {
       {.kind = Kind::variable,
        .name = "COMMON_SHARE_PATH",
        .meaning = "root of the TS settings",
@@ -263,7 +268,7 @@ std::vector<Item> placedFiles() {
   };
 }
 
-std::vector<Item> keysAndMembers() {
+std::vector<Item> keysOfSettings() {
   return {
       {.kind = Kind::iniKey,
        .name = "tracedir",
@@ -296,6 +301,11 @@ std::vector<Item> keysAndMembers() {
        .readers = {"isListenLoopback"},
        .caching = Caching::perCall,
        .when = "each call"},
+  };
+}
+
+std::vector<Item> keysOfOtherFiles() {
+  return {
       {.kind = Kind::iniKey,
        .name = "any key",
        .parent = "secure.cfg",
@@ -315,6 +325,11 @@ std::vector<Item> keysAndMembers() {
        .readers = {"isTsMode"},
        .caching = Caching::cached,
        .when = "cached"},
+  };
+}
+
+std::vector<Item> membersAndLines() {
+  return {
       {.kind = Kind::jsonMember,
        .name = "databases.NAME[0].type",
        .parent = "application configuration",
@@ -464,9 +479,9 @@ std::vector<Item> writtenFiles() {
 
 std::vector<Item> allItems() {
   std::vector<Item> all;
-  for (const auto part :
-       {treeVariables, pathVariables, processVariables, searchedFiles, placedFiles, keysAndMembers,
-        storeParameters, programsAndLibraries, writtenFiles})
+  for (const auto part : {treeVariables, pathVariables, deploymentVariables, processVariables,
+                          searchedFiles, placedFiles, keysOfSettings, keysOfOtherFiles,
+                          membersAndLines, storeParameters, programsAndLibraries, writtenFiles})
     for (Item& item : part()) all.push_back(std::move(item));
   return all;
 }

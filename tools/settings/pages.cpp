@@ -24,7 +24,7 @@ std::string joined(const std::vector<std::string_view>& names, const Style& styl
 
 /// Code, except for phrases.
 std::string code(std::string_view text) {
-  const bool phrase = text.find(" ") != std::string_view::npos && text.find('$') == text.npos;
+  const bool phrase = text.find(' ') != std::string_view::npos && text.find('$') == text.npos;
   return phrase ? std::string(text) : "`" + std::string(text) + "`";
 }
 

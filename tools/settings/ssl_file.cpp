@@ -70,7 +70,9 @@ Explainer::SslFile Explainer::sslFile() const {
                                    ? "it has no -SSLCAfile"
                                    : "no double quote follows -SSLCAfile in line " +
                                          std::to_string(placeOf(file.text, caFile).line);
-      return {{}, "the template " + path + ": " + line, "end the argument string with a quote"};
+      std::string fault = "the template ";
+      fault.append(path).append(": ").append(line);
+      return {{}, std::move(fault), "end the argument string with a quote"};
     }
     result.text.insert(
         quote, "\n" + std::string(answer.name) + (flag ? "" : " " + option.value.asString()));

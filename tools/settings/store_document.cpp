@@ -35,11 +35,12 @@ StoreDocument::StoreDocument(const Facts& facts) : m_path(settingsDocument(facts
 void StoreDocument::read(const Facts& facts) {
   if (m_path.empty()) {
     const UrlPath url = settingsDocumentOfUrl(facts.environment);
-    if (!url.fault.empty())
+    if (!url.fault.empty()) {
       m_notes.push_back({Severity::error,
                          "SETTINGREST_URL " + facts.variable("SETTINGREST_URL") + ": " +
                              url.fault.substr(0, url.fault.find(';')),
                          url.fault.substr(url.fault.find(';') + 2)});
+    }
     return;
   }
   const FileFacts& file = facts.file(m_path);
