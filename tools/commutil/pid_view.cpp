@@ -166,6 +166,7 @@ settings::Environment asMap(const std::vector<std::string>& entries) {
 
 std::vector<char*> pointersTo(std::vector<std::string>& strings) {
   std::vector<char*> pointers;
+  pointers.reserve(strings.size() + 1);
   for (std::string& string : strings) pointers.push_back(string.data());
   pointers.push_back(nullptr);
   return pointers;

@@ -47,7 +47,8 @@ Program findProgram(const std::string& name, bool usePath) {
   std::istringstream directories(path != nullptr ? path : "/bin:/usr/bin");
   Program result{name + ": not found in the directories of PATH", true};
   for (std::string directory; std::getline(directories, directory, ':');) {
-    const Program found = checkFile(directory.empty() ? name : directory + "/" + name);
+    if (!directory.empty()) directory += '/';
+    Program found = checkFile(directory.append(name));
     if (found.problem.empty()) return found;
     if (!found.isMissing && result.isMissing) result = found;
   }

@@ -153,8 +153,8 @@ void compare(const std::string& place, const Json::Value& before, const Json::Va
     Json::Value::Members names = before.getMemberNames();
     for (const std::string& name : now.getMemberNames())
       if (!before.isMember(name)) names.push_back(name);
-    for (const std::string& name : names)
-      compare(place.empty() ? name : place + "." + name, before[name], now[name], rows);
+    const std::string prefix = place.empty() ? place : place + ".";
+    for (const std::string& name : names) compare(prefix + name, before[name], now[name], rows);
     return;
   }
   if (before.isArray() && now.isArray() && before.size() == now.size() && !now.empty() &&

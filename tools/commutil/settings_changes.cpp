@@ -27,9 +27,10 @@ std::string storeNotice(const std::vector<settings::Effect>& effects, const std:
     const int result = VexaCommonUtils_i::getSettingParamValue(effect.key, value);
     if (result == kNoStore) return {};
     const std::optional<std::string> answer = result == 0 ? std::optional(value) : std::nullopt;
-    if (answer != effect.after)
+    if (answer != effect.after) {
       return "the settings store does not read " + document + ": it has " + quotedValue(answer) +
              " for " + effect.key;
+    }
   }
   return {};
 }
@@ -56,9 +57,10 @@ void printChanges(const std::string& file, const std::vector<settings::Effect>& 
   std::string title = file;
   if (!written) title += effects.empty() ? ": unchanged" : ": would change";
   printBytes(title + "\n");
-  for (const settings::Effect& effect : effects)
+  for (const settings::Effect& effect : effects) {
     printBytes("  " + printable(effect.key) + "  " + quotedValue(effect.before) + " -> " +
                quotedValue(effect.after) + "\n");
+  }
 }
 
 }  // namespace

@@ -51,9 +51,10 @@ int check(const CheckOptions& options) {
   } else {
     for (const SettingProblem& problem : problems)
       printBytes(options.path + ":" + problem.message() + "\n");
-    if (problems.empty())
+    if (problems.empty()) {
       printBytes(options.path + ": " + std::to_string(document.entries().size()) +
                  " settings, all accepted\n");
+    }
   }
   return problems.empty() ? kOk : kNo;
 }

@@ -45,8 +45,9 @@ std::vector<std::string> allSettingKeys(const std::optional<std::string>& app) {
   if (branches.front().empty()) branches.clear();
   branches.emplace_back(settings::kGlobalBranch);
   std::vector<std::string> keys;
-  for (const settings::Item* const item : settings::itemsOf(settings::Kind::storeKey))
+  for (const settings::Item* const item : settings::itemsOf(settings::Kind::storeKey)) {
     for (const std::string& branch : branches)
       keys.push_back(settings::storeKey(item->parent, branch, item->name));
+  }
   return keys;
 }

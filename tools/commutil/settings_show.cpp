@@ -73,6 +73,7 @@ int showGroup(const ShowOptions& options) {
   const int result = VexaCommonUtils_i::getSettingGroupParams(options.name, params);
   if (result != 0) return noAnswer(result, options.name);
   std::vector<Row> rows;
+  rows.reserve(params.size());
   for (const auto& [name, value] : params) rows.emplace_back(options.name + name, value);
   print(rows, options.json);
   return kOk;
