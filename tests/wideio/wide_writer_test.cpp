@@ -214,7 +214,7 @@ void refuseOneWrite() {
 }
 
 TEST(WideWriter, ClosingGivesUpWhatCouldNotBeWritten) {
-  for (const std::size_t size : {100, 1000}) {
+  for (const std::size_t size : {100U, 1000U}) {
     SCOPED_TRACE(size);
     runInChild([size] {
       setLocale("C.UTF-8");
