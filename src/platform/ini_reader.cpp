@@ -2,7 +2,9 @@
 // No state beyond the object.
 #include "platform/ini_reader.h"
 
-// The library's byte strings need no converter.
+// Compiled here: the packaged library pulls ICU into every process for a converter that byte
+// strings do not need.
+#define SI_IMPLEMENTATION
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
 
