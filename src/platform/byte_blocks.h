@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/checked_size.h"
+#include "platform/raw_text.h"
 
 // Classifying, counting and rewriting the bytes of a text in blocks of 16 (SSE2, which every x86-64
 // has; g++ -O2 vectorises none of these loops). A class of bytes is a type with two call operators:
@@ -71,6 +72,19 @@ bool containsAny(std::string_view text, const Set& set) {
     if (blockMask(set(loadBlock(at))) != 0) return true;
   }
   return blockMask(set(loadBlock(last))) != 0;  // may overlap the block before
+}
+
+/// Returns whether any byte of `text` is one of `Bytes`: a search of the C library for each, which
+/// compares wider blocks than these.
+template <char... Bytes>
+bool containsAnyOf(std::string_view text, const AnyOf<Bytes...>& set) {
+  constexpr std::size_t kPiece = 4096;  // stays in the nearest cache from one search to the next
+  if (text.size() < 4 * kBlockSize) return containsAny(text, set);
+  for (; !text.empty(); text.remove_prefix(std::min(kPiece, text.size()))) {
+    const std::string_view piece = text.substr(0, kPiece);
+    if (((std::memchr(piece.data(), Bytes, piece.size()) != nullptr) || ...)) return true;
+  }
+  return false;
 }
 
 /// Counts the bytes of `text` that are in `set`.
@@ -159,33 +173,37 @@ char* rewriteInto(char* out, std::string_view text, const Set& set, const Write&
 constexpr std::size_t kShortText = 2 * kBlockSize;
 constexpr std::size_t kWidestByte = 3;
 
-/// `rewriteBytes` of a short text: in room of its own, where whole blocks may be copied throughout.
+/// `rewriteInto` of a short text: whole blocks are copied throughout, so `out` needs room for one
+/// more than the result.
 template <class Set, class Write>
-std::string rewriteShort(std::string_view text, const Set& set, const Write& write) {
+char* rewriteShortInto(char* out, std::string_view text, const Set& set, const Write& write) {
   std::array<char, kShortText + kBlockSize> padded{};
-  std::array<char, kShortText * kWidestByte + kBlockSize> result{};
   std::copy(text.begin(), text.end(), padded.begin());
-  char* out = result.data();
   for (std::size_t at = 0; at < text.size(); at += kBlockSize) {
     const std::size_t length = std::min(kBlockSize, text.size() - at);
     const char* const block = padded.data() + at;
     const unsigned mask = blockMask(set(loadBlock(block))) & ((1U << length) - 1);
     out = rewriteBlock(out, block, length, mask, write);
   }
-  return std::string(result.data(), out);
+  return out;
 }
 
 /// Returns `text` with each byte of `set` written as `width` bytes, three at most, by `write` (see
 /// `rewriteBlock`).
-template <class Set, class Write>
-std::string rewriteBytes(std::string_view text, const Set& set, std::size_t width,
+template <char... Bytes, class Write>
+std::string rewriteBytes(std::string_view text, const AnyOf<Bytes...>& set, std::size_t width,
                          const Write& write) {
-  if (text.size() <= kShortText) return rewriteShort(text, set, write);
+  if (text.size() <= kShortText) {
+    std::array<char, kShortText * kWidestByte + kBlockSize> result;
+    return std::string(result.data(), rewriteShortInto(result.data(), text, set, write));
+  }
+  if (!containsAnyOf(text, set)) return std::string(text);
   const std::size_t hits = countBytes(text, set);
-  if (hits == 0) return std::string(text);
-  std::string result(checkedSize(text.size() - hits, hits, width), '\0');
-  rewriteInto(result.data(), text, set, write);
-  return result;
+  const std::size_t size = checkedSize(text.size() - hits, hits, width);
+  return writtenText(size, [&](char* out, std::size_t /*size*/) {
+    rewriteInto(out, text, set, write);
+    return size;
+  });
 }
 
 }  // namespace commutil
