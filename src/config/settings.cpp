@@ -10,11 +10,11 @@
 #include "VexaCommonUtils_i.h"
 #include "config/store_keys.h"
 #include "config/uncached.h"
-#include "platform/file_text.h"
-#include "platform/handles.h"
+#include "os/file_text.h"
+#include "os/handles.h"
+#include "os/lazy_value.h"
 #include "platform/ini_reader.h"
 #include "platform/json_reader.h"
-#include "platform/lazy_value.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "os/handles.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
 
 namespace {
 

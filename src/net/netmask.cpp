@@ -17,8 +17,8 @@
 #include "VexaNetUtils.h"
 #include "VexaStringUtils.h"
 #include "net/interface_records.h"
+#include "os/handles.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
 
 namespace {
 

@@ -13,9 +13,9 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "os/handles.h"
+#include "os/standard_streams.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
-#include "platform/standard_streams.h"
 
 using commutil::FileHandle;
 

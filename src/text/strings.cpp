@@ -12,11 +12,11 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "bytes/ascii.h"
+#include "bytes/byte_blocks.h"
+#include "bytes/checked_size.h"
+#include "bytes/search.h"
 #include "platform/bounded.h"
-#include "platform/byte_blocks.h"
-#include "platform/checked_size.h"
-#include "text/ascii.h"
-#include "text/search.h"
 #include "text/tokens.h"
 
 namespace {

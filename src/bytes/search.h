@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "platform/byte_blocks.h"
+#include "bytes/byte_blocks.h"
 
 // What trimming, splitting and replacing look for.
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 
 // Reading and writing through descriptors, whatever signals come in between.
 

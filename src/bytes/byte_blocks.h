@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/checked_size.h"
+#include "bytes/checked_size.h"
 
 // Classifying, counting and rewriting the bytes of a text in blocks of 16 (SSE2, which every x86-64
 // has; g++ -O2 vectorises none of these loops). A class of bytes is a type with two call operators:

@@ -18,7 +18,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "process/sample_files.h"
+#include "files/sample_files.h"
 #include "support/fixtures.h"
 #include "support/threads.h"
 

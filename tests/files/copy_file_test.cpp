@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "VexaCommonUtils_i.h"
-#include "process/sample_files.h"
+#include "files/sample_files.h"
 #include "support/fixtures.h"
 
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "VexaCommonUtils_i.h"
-#include "platform/file_io.h"
-#include "platform/handles.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/file_text.h"
+#include "os/file_text.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

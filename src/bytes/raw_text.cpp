@@ -1,6 +1,6 @@
 // Builds texts without clearing their bytes first. The one source that needs the string of C++23:
 // earlier ones have no lawful way to do this. Re-entrant; no state.
-#include "platform/raw_text.h"
+#include "bytes/raw_text.h"
 
 namespace commutil {
 

@@ -12,10 +12,10 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/checked_size.h"
+#include "bytes/checked_size.h"
+#include "bytes/raw_text.h"
+#include "os/standard_streams.h"
 #include "platform/ini_reader.h"
-#include "platform/raw_text.h"
-#include "platform/standard_streams.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/checked_size.h"
+#include "bytes/checked_size.h"
 
 #include <gtest/gtest.h>
 

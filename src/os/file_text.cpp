@@ -1,5 +1,5 @@
 // Reads small configuration files whole, for the readers of settings. Re-entrant; no state.
-#include "platform/file_text.h"
+#include "os/file_text.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,8 +8,8 @@
 #include <cerrno>
 #include <new>
 
-#include "platform/file_io.h"
-#include "platform/handles.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 
 namespace commutil {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/raw_text.h"
+#include "bytes/raw_text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Conversion between UTF-8 and wide text, for the character set conversions and the wide streams in
 // a UTF-8 locale. Pure functions, over blocks of 16 characters where these are ASCII.
-#include "platform/utf8.h"
+#include "bytes/utf8.h"
 
 #include <emmintrin.h>
 
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/byte_blocks.h"
+#include "bytes/byte_blocks.h"
 
 namespace commutil {
 namespace {

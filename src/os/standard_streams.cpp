@@ -1,6 +1,6 @@
 // The one source that includes <iostream>, whose hidden object makes the streams in every source
 // that does. For operations that print. No state of its own.
-#include "platform/standard_streams.h"
+#include "os/standard_streams.h"
 
 #include <exception>
 #include <iostream>

@@ -19,9 +19,9 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/file_io.h"
-#include "platform/handles.h"
-#include "platform/raw_text.h"
+#include "bytes/raw_text.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 
 namespace {
 

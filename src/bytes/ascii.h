@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "platform/byte_blocks.h"
+#include "bytes/byte_blocks.h"
 
 // ASCII classes and case of bytes; every other byte belongs to no class and has no case.
 

@@ -1,6 +1,6 @@
 // Base64 in blocks of 24 bytes and 32 characters with AVX2, for long texts; chosen at run time.
 // Re-entrant; no state.
-#include "text/base64_blocks.h"
+#include "bytes/base64_avx2.h"
 
 #include <immintrin.h>
 

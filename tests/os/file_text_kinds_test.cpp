@@ -24,8 +24,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_text.h"
-#include "platform/handles.h"
+#include "os/file_text.h"
+#include "os/handles.h"
 #include "support/c_library.h"
 #include "support/fixtures.h"
 

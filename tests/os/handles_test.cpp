@@ -1,4 +1,4 @@
-#include "platform/handles.h"
+#include "os/handles.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

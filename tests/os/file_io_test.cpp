@@ -1,4 +1,4 @@
-#include "platform/file_io.h"
+#include "os/file_io.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

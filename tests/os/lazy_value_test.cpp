@@ -1,4 +1,4 @@
-#include "platform/lazy_value.h"
+#include "os/lazy_value.h"
 
 #include <gtest/gtest.h>
 
