@@ -20,6 +20,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "bytes/raw_text.h"
+#include "files/separators.h"
 #include "os/file_io.h"
 #include "os/handles.h"
 
@@ -27,14 +28,13 @@ namespace {
 
 using commutil::Descriptor;
 using commutil::DirectoryHandle;
+using commutil::isSeparator;
 using commutil::uninterrupted;
 
 constexpr mode_t kDirectoryMode = 0755;
 constexpr std::size_t kLongestDirectory = 4096;
 // From this size on every allocation is a mapping of its own, so the advice ends with the text.
 constexpr std::size_t kHugePagesFrom = std::size_t{32} << 20;
-
-bool isSeparator(char c) { return c == '/' || c == '\\'; }
 
 /// The size of the file, which is then at its start; -1 for what has none, directories included
 /// (the offset that ends a directory is no size).

@@ -9,7 +9,6 @@
 #include <stdexcept>
 #include <streambuf>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "VexaCommonUtils.h"

@@ -58,7 +58,7 @@ const Release kReleases[] = {
     {"a line of one piece and its end", std::string(1023, 'x') + "\n" + kLine + "\n", true},
 };
 
-TEST(SettingsSystem, KnowsTheDistributionByItsLine) {
+TEST(DistributionSystem, KnowsTheDistributionByItsLine) {
   for (const Release& release : kReleases) {
     SCOPED_TRACE(release.name);
     runInChild([&] {
@@ -69,7 +69,7 @@ TEST(SettingsSystem, KnowsTheDistributionByItsLine) {
   }
 }
 
-TEST(SettingsSystem, AsksForTheDistributionOnEveryCall) {
+TEST(DistributionSystem, AsksForTheDistributionOnEveryCall) {
   runInChild([] {
     enterNamespaces(CLONE_NEWNS);
     mountTmpfs("/etc");
@@ -81,38 +81,6 @@ TEST(SettingsSystem, AsksForTheDistributionOnEveryCall) {
     ASSERT_EQ(0, ::unlink(kRelease));
     ASSERT_EQ(0, ::mkdir(kRelease, 0755));
     EXPECT_FALSE(VexaCommonUtils_i::isZirel()) << "a directory";
-  });
-}
-
-TEST(SettingsSystem, TheTsModesFileHasADefaultPlace) {
-  const commutil_test::TempDir root;
-  root.write("export/home/omc/etc/conf/TSSetting.cfg", "[TS]\nts_mode=true\n");
-  root.write("etc/conf/TSSetting.cfg", "[TS]\nts_mode=false\n");
-  for (const std::optional<std::string>& share :
-       {std::optional<std::string>(), std::optional<std::string>("")}) {
-    runInChild([&] {
-      const commutil_test::ScopedEnv variable("COMMON_SHARE_PATH", share);
-      enterNamespaces(CLONE_NEWNS);
-      ASSERT_EQ(0, ::chroot(root.path().c_str()));
-      EXPECT_TRUE(VexaCommonUtils_i::isTsMode());
-    });
-  }
-}
-
-TEST(SettingsSystem, AFullDiskLeavesNoHalfWrittenOptionFile) {
-  const commutil_test::TempDir dir;
-  runInChild([&] {
-    enterNamespaces(CLONE_NEWNS);
-    const commutil_test::ScopedEnv share("_APP_SHARE_DIR", dir / "share");
-    const commutil_test::ScopedEnv app("APP_ROOT", dir / "app");
-    const commutil_test::ScopedEnv instance("PROCESS_INSTANCE_ID", "7");
-    dir.write("app/conf/svc_ssl.conf", "\"-SSLCAfile a\"" + std::string(200'000, '#'));
-    std::filesystem::create_directories(dir / "share");
-    mountTmpfs(dir / "share", "size=64k");
-    EXPECT_EQ("", VexaCommonUtils_i::get_svc_ssl_conf("svc_ssl.conf"));
-    EXPECT_TRUE(std::filesystem::is_empty(dir / "share"));
-    dir.write("app/conf/svc_ssl.conf", "\"-SSLCAfile a\"");
-    EXPECT_EQ(dir / "share/svc_ssl_7.conf", VexaCommonUtils_i::get_svc_ssl_conf("svc_ssl.conf"));
   });
 }
 

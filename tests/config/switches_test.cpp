@@ -21,7 +21,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// A deployment of three empty trees that the environment names.
-class Settings : public testing::Test {
+class Switches : public testing::Test {
  protected:
   void writeSettings(std::string_view content) const {
     m_dir.write("app/conf/setting.cfg", content);
@@ -35,7 +35,6 @@ class Settings : public testing::Test {
   ScopedEnv m_common{"COMMON_LIB_PATH", m_dir / "common"};
   ScopedEnv m_name{"APP_NAME", "gateway"};
   ScopedEnv m_commonShare{"COMMON_SHARE_PATH", m_dir / "ts"};
-  ScopedEnv m_appConf{"APP_CONF_FILE", m_dir / "app.json"};
 };
 
 // Listen switches
@@ -83,7 +82,7 @@ const FileSwitch kFileSwitches[] = {
     {"binary bytes", "\x01\xff\xfe[IP\x80]\n=\n\n]@[\n", false, true},
 };
 
-TEST_F(Settings, TheFileDecidesListenSwitchesFirst) {
+TEST_F(Switches, TheFileDecidesListenSwitchesFirst) {
   const InstalledStore store("full");
   for (const ListenSwitch& listen : kListenSwitches) {
     const std::string tree = "/vexa/common/setting_cfg/";
@@ -132,7 +131,7 @@ const StoreSwitch kListenStores[] = {
     {"global empties it", {{1, "enable"}}, {{0, ""}}, false, true},
 };
 
-TEST_F(Settings, TheStoreDecidesListenSwitchesThatTheFileLeavesOpen) {
+TEST_F(Switches, TheStoreDecidesListenSwitchesThatTheFileLeavesOpen) {
   const InstalledStore store("full");
   writeSettings("[IP]\nListenAllIp=\n");
   for (const ListenSwitch& listen : kListenSwitches) {
@@ -156,7 +155,7 @@ TEST_F(Settings, TheStoreDecidesListenSwitchesThatTheFileLeavesOpen) {
   }
 }
 
-TEST_F(Settings, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotAsked) {
+TEST_F(Switches, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotAsked) {
   const InstalledStore store("full");
   const auto expectOff = [] {
     for (const ListenSwitch& listen : kListenSwitches) {
@@ -188,7 +187,7 @@ TEST_F(Settings, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotAsked) {
   });
 }
 
-TEST_F(Settings, ListenSwitchesWithoutAStoreAreOff) {
+TEST_F(Switches, ListenSwitchesWithoutAStoreAreOff) {
   const TempDir empty;
   writeSettings("[IP]\n");
   runInChild([&] {
@@ -197,7 +196,7 @@ TEST_F(Settings, ListenSwitchesWithoutAStoreAreOff) {
   });
 }
 
-TEST_F(Settings, ListenSwitchesAreReadOnEveryCall) {
+TEST_F(Switches, ListenSwitchesAreReadOnEveryCall) {
   const InstalledStore store("full");
   runInChild([&] {
     for (const ListenSwitch& listen : kListenSwitches) {
@@ -215,7 +214,7 @@ TEST_F(Settings, ListenSwitchesAreReadOnEveryCall) {
   });
 }
 
-TEST_F(Settings, AnUnsetApplicationNameLeavesItsPlaceInTheKeyEmpty) {
+TEST_F(Switches, AnUnsetApplicationNameLeavesItsPlaceInTheKeyEmpty) {
   const InstalledStore store("full");
   writeSettings("");
   runInChild([] {
@@ -229,7 +228,7 @@ TEST_F(Settings, AnUnsetApplicationNameLeavesItsPlaceInTheKeyEmpty) {
   });
 }
 
-TEST_F(Settings, AHundredMebibytesOfSettingsAreRead) {
+TEST_F(Switches, AHundredMebibytesOfSettingsAreRead) {
   std::string settings = "[Other]\n";
   settings.reserve(101U << 20U);
   const std::string line = std::string(100, 'k') + "=" + std::string(4000, 'v') + "\n";
@@ -265,7 +264,7 @@ const StoreSwitch kProtectionStores[] = {
     {"global fails, emptying it", {}, {{1, ""}}, false, true},
 };
 
-TEST_F(Settings, TheStoreDecidesWhetherCorbaIsProtected) {
+TEST_F(Switches, TheStoreDecidesWhetherCorbaIsProtected) {
   const InstalledStore store("full");
   const std::string application = "/vexa/common/svc_ssl_conf/gateway/SSLNoProtection";
   const std::string global = "/vexa/common/svc_ssl_conf/global/SSLNoProtection";
@@ -290,7 +289,7 @@ TEST_F(Settings, TheStoreDecidesWhetherCorbaIsProtected) {
   }
 }
 
-TEST_F(Settings, CorbaIsProtectedWithoutAStore) {
+TEST_F(Switches, CorbaIsProtectedWithoutAStore) {
   const TempDir empty;
   runInChild([&] {
     ASSERT_EQ(0, ::chdir(empty.path().c_str()));
@@ -299,7 +298,7 @@ TEST_F(Settings, CorbaIsProtectedWithoutAStore) {
   });
 }
 
-TEST_F(Settings, CorbaProtectionIsReadOnEveryCall) {
+TEST_F(Switches, CorbaProtectionIsReadOnEveryCall) {
   const InstalledStore store("full");
   runInChild([] {
     EXPECT_TRUE(VexaCommonUtils_i::isCorbaSSLOnly());
@@ -334,7 +333,7 @@ const TsSetting kTsSettings[] = {
     {"byte-order mark", "\xef\xbb\xbf[TS]\nts_mode=true\n", true},
 };
 
-TEST_F(Settings, TheFirstTsModeReadIsKept) {
+TEST_F(Switches, TheFirstTsModeReadIsKept) {
   for (const TsSetting& row : kTsSettings) {
     SCOPED_TRACE(row.name);
     m_dir.write("ts/etc/conf/TSSetting.cfg", row.content);
@@ -349,7 +348,7 @@ TEST_F(Settings, TheFirstTsModeReadIsKept) {
   }
 }
 
-TEST_F(Settings, TsModeIsOffUntilItsFileCanBeRead) {
+TEST_F(Switches, TsModeIsOffUntilItsFileCanBeRead) {
   runInChild([&] {
     EXPECT_FALSE(VexaCommonUtils_i::isTsMode());
     m_dir.write("ts/etc/conf/TSSetting.cfg/file", "");
@@ -361,144 +360,13 @@ TEST_F(Settings, TsModeIsOffUntilItsFileCanBeRead) {
   });
 }
 
-TEST_F(Settings, ThreadsMayReadTheTsModeTogether) {
+TEST_F(Switches, ThreadsMayReadTheTsModeTogether) {
   m_dir.write("ts/etc/conf/TSSetting.cfg", "[TS]\nts_mode=true\n");
   runInChild([] {
     inThreads(10, [](int) {
       for (int call = 0; call < 100; ++call) EXPECT_TRUE(VexaCommonUtils_i::isTsMode());
     });
   });
-}
-
-// Database type
-
-struct Database {
-  const char* name;
-  std::string document;
-  const char* type;  ///< "sybase" is the default
-};
-
-std::string nested(std::size_t depth) {
-  return std::string(depth, '[').append(std::string(depth, ']'));
-}
-
-const Database kDatabases[] = {
-    {"one", R"({"databases": {"main": [{"type": "oracle"}]}})", "oracle"},
-    {"unchanged case", R"({"databases": {"main": [{"type": " OrAcle "}]}})", " OrAcle "},
-    {"the first element", R"({"databases": {"a": [{"type": "x"}, {"type": "y"}]}})", "x"},
-    {"the first name", R"({"databases": {"b": [{"type": "x"}], "a": [{"type": "y"}]}})", "y"},
-    {"capitals come first", R"({"databases": {"a": [{"type": "x"}], "B": [{"type": "y"}]}})", "y"},
-    {"digits by byte", R"({"databases": {"9": [{"type": "x"}], "10": [{"type": "y"}]}})", "y"},
-    {"the shorter name", R"({"databases": {"ab": [{"type": "x"}], "a": [{"type": "y"}]}})", "y"},
-    {"the empty name", R"({"databases": {"a": [{"type": "x"}], "": [{"type": "y"}]}})", "y"},
-    {"high bytes last",
-     "{\"databases\": {\"\xc3\xa4\": [{\"type\": \"x\"}], \"z\": [{\"type\": \"y\"}]}}", "y"},
-    {"repeated names", R"({"databases": {"a": [{"type": "x"}], "a": [{"type": "y"}]}})", "y"},
-    {"other members", R"({"a": 1, "databases": {"m": [{"x": 1, "type": "oracle"}]}})", "oracle"},
-    {"comments", "// c\n{\"databases\": /* c */ {\"m\": [{\"type\": \"oracle\"}]}}", "oracle"},
-    {"CRLF", "{\r\n\"databases\": {\"m\": [{\"type\": \"oracle\"}]}}\r\n", "oracle"},
-    {"byte-order mark", "\xef\xbb\xbf{\"databases\": {\"m\": [{\"type\": \"oracle\"}]}}", "oracle"},
-    {"empty file", "", "sybase"},
-    {"no JSON", "databases = oracle", "sybase"},
-    {"cut short", R"({"databases": {"main": [{"type": "oracle"}]})", "sybase"},
-    {"text behind", R"({"databases": {"main": [{"type": "oracle"}]}} x)", "sybase"},
-    {"binary bytes", std::string("\x00\xff\x01{", 4), "sybase"},
-    {"nested 10,000 deep", nested(10'000), "sybase"},
-    {"nested deep inside", R"({"databases": {"m": [{"type": "x"}]}, "a": )" + nested(10'000) + "}",
-     "sybase"},
-    {"root is null", "null", "sybase"},
-    {"root is an array", "[]", "sybase"},
-    {"root is a number", "5", "sybase"},
-    {"root is a text", "\"databases\"", "sybase"},
-    {"no databases", "{}", "sybase"},
-    {"databases in another case", R"({"Databases": {"main": [{"type": "oracle"}]}})", "sybase"},
-    {"databases is null", R"({"databases": null})", "sybase"},
-    {"databases is empty", R"({"databases": {}})", "sybase"},
-    {"databases is an array", R"({"databases": [{"type": "oracle"}]})", "sybase"},
-    {"databases is a text", R"({"databases": "oracle"})", "sybase"},
-    {"databases is a number", R"({"databases": 5})", "sybase"},
-    {"a database is null", R"({"databases": {"main": null}})", "sybase"},
-    {"a database is empty", R"({"databases": {"main": []}})", "sybase"},
-    {"a database is an object", R"({"databases": {"main": {"type": "oracle"}}})", "sybase"},
-    {"a database is a text", R"({"databases": {"main": "oracle"}})", "sybase"},
-    {"an element is null", R"({"databases": {"main": [null]}})", "sybase"},
-    {"an element is a text", R"({"databases": {"main": ["oracle"]}})", "sybase"},
-    {"an element is an array", R"({"databases": {"main": [[{"type": "oracle"}]]}})", "sybase"},
-    {"type is missing", R"({"databases": {"main": [{}, {"type": "oracle"}]}})", "sybase"},
-    {"type is empty", R"({"databases": {"main": [{"type": ""}]}})", "sybase"},
-    {"type is null", R"({"databases": {"main": [{"type": null}]}})", "sybase"},
-    {"type is an object", R"({"databases": {"main": [{"type": {}}]}})", "sybase"},
-    {"type is an array", R"({"databases": {"main": [{"type": ["oracle"]}]}})", "sybase"},
-    {"type is a number", R"({"databases": {"main": [{"type": 5}]}})", "sybase"},
-    {"type is a truth value", R"({"databases": {"main": [{"type": true}]}})", "sybase"},
-    {"the first name counts, not the first type",
-     R"({"databases": {"a": [], "b": [{"type": "oracle"}]}})", "sybase"},
-};
-
-TEST_F(Settings, FindsTheDatabaseType) {
-  for (const Database& row : kDatabases) {
-    SCOPED_TRACE(row.name);
-    m_dir.write("app.json", row.document);
-    runInChild([&] {
-      EXPECT_EQ(row.type, VexaCommonUtils::getDBType());
-      // The default is not kept, a type that was read is.
-      m_dir.write("app.json", R"({"databases": {"main": [{"type": "late"}]}})");
-      const std::string later = std::string(row.type) == "sybase" ? "late" : row.type;
-      EXPECT_EQ(later, VexaCommonUtils::getDBType());
-      std::filesystem::remove(m_dir / "app.json");
-      const ScopedEnv unset("APP_CONF_FILE", std::nullopt);
-      EXPECT_EQ(later, VexaCommonUtils::getDBType());
-    });
-  }
-}
-
-TEST_F(Settings, KeepsTheTypeSybaseToo) {
-  m_dir.write("app.json", R"({"databases": {"main": [{"type": "sybase"}]}})");
-  runInChild([&] {
-    EXPECT_EQ("sybase", VexaCommonUtils::getDBType());
-    m_dir.write("app.json", R"({"databases": {"main": [{"type": "late"}]}})");
-    EXPECT_EQ("sybase", VexaCommonUtils::getDBType());
-  });
-}
-
-TEST_F(Settings, TheDatabaseTypeIsTheDefaultUntilAFileCanBeRead) {
-  runInChild([&] {
-    const ScopedEnv unset("APP_CONF_FILE", std::nullopt);
-    EXPECT_EQ("sybase", VexaCommonUtils::getDBType());
-    const ScopedEnv empty("APP_CONF_FILE", "");
-    EXPECT_EQ("sybase", VexaCommonUtils::getDBType());
-    const ScopedEnv missing("APP_CONF_FILE", m_dir / "missing.json");
-    EXPECT_EQ("sybase", VexaCommonUtils::getDBType());
-    const ScopedEnv directory("APP_CONF_FILE", m_dir.path().string());
-    EXPECT_EQ("sybase", VexaCommonUtils::getDBType());
-    m_dir.write("late.json", R"({"databases": {"main": [{"type": "tessarn"}]}})");
-    const ScopedEnv late("APP_CONF_FILE", m_dir / "late.json");
-    EXPECT_EQ("tessarn", VexaCommonUtils::getDBType());
-  });
-}
-
-TEST_F(Settings, TheDatabaseTypeOfAFileThatIsNotForThisUserIsTheDefault) {
-  const std::string file = m_dir.write("app.json", R"({"databases": {"m": [{"type": "oracle"}]}})");
-  ASSERT_EQ(0, ::chmod(file.c_str(), 0));
-  ASSERT_EQ(0, ::chmod(m_dir.path().c_str(), 0755));
-  runInChild([] {
-    ASSERT_TRUE(::geteuid() != 0 || ::setuid(65'534) == 0);
-    EXPECT_EQ("sybase", VexaCommonUtils::getDBType());
-  });
-}
-
-TEST_F(Settings, ThreadsMayAskForTheDatabaseTypeTogether) {
-  m_dir.write("app.json", R"({"databases": {"main": [{"type": "oracle"}]}})");
-  runInChild([] {
-    inThreads(10, [](int) {
-      for (int call = 0; call < 100; ++call) EXPECT_EQ("oracle", VexaCommonUtils::getDBType());
-    });
-  });
-}
-
-TEST_F(Settings, ThreadsMayFailToFindTheDatabaseTypeTogether) {
-  m_dir.write("app.json", nested(10'000));
-  runInChild([] { inThreads(10, [](int) { EXPECT_EQ("sybase", VexaCommonUtils::getDBType()); }); });
 }
 
 TEST(FixedSwitches, TheVersionIsGlobal) {
