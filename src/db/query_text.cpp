@@ -8,8 +8,8 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/byte_blocks.h"
-#include "platform/raw_text.h"
+#include "bytes/byte_blocks.h"
+#include "bytes/raw_text.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/file_text.h"
+#include "os/file_text.h"
 
 namespace {
 
