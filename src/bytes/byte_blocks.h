@@ -194,7 +194,7 @@ template <char... Bytes, class Write>
 std::string rewriteBytes(std::string_view text, const AnyOf<Bytes...>& set, std::size_t width,
                          const Write& write) {
   if (text.size() <= kShortText) {
-    std::array<char, kShortText * kWidestByte + kBlockSize> result;
+    std::array<char, kShortText * kWidestByte + kBlockSize> result;  // NOLINT(*-member-init)
     return std::string(result.data(), rewriteShortInto(result.data(), text, set, write));
   }
   if (!containsAnyOf(text, set)) return std::string(text);

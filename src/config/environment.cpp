@@ -27,7 +27,7 @@ const char* lookUp(std::string_view name) {
 
 /// The values of a text's first references, between the pass that measures and the one that writes:
 /// so many that their memory does not count. Later ones are looked up again.
-class Values {
+class Values {  // NOLINT(*-member-init): the array is filled up to m_count
  public:
   void add(const char* value) {
     if (m_count < m_first.size()) {
@@ -46,7 +46,7 @@ class Values {
  private:
   static constexpr std::size_t kMostMore = std::size_t{1} << 16;
 
-  std::array<const char*, 64> m_first;  // NOLINT(*-member-init): filled up to m_count
+  std::array<const char*, 64> m_first;
   std::size_t m_count = 0;
   std::vector<const char*> m_more;
 };

@@ -107,7 +107,7 @@ template <class Dialect>
 std::string shortOperand(std::string_view text, std::string_view before, std::string_view after) {
   constexpr std::size_t kMostAround = sizeof "'%%'" + kClause.size();
   constexpr std::size_t kMost = commutil::kShortText * commutil::kWidestByte + kMostAround;
-  std::array<char, kMost + commutil::kBlockSize> result;
+  std::array<char, kMost + commutil::kBlockSize> result;  // NOLINT(*-member-init): filled below
   char* out = append(result.data(), before);
   out = commutil::rewriteShortInto(out, text, Dialect::kChanged, Dialect::change);
   return std::string(result.data(), append(out, after));

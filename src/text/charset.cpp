@@ -72,7 +72,7 @@ std::wstring VexaCommonUtils::STR2WSTR(const std::string& s) {
   const std::size_t length = std::strlen(s.c_str());
   const bool utf8 = localeIsUtf8();
   if (utf8 && length <= kShortText) {
-    std::array<wchar_t, kShortText> wide;
+    std::array<wchar_t, kShortText> wide;  // NOLINT(*-member-init): filled below
     const Converted plain = widenUtf8(s.c_str(), length, wide.data());
     if (plain.read == length) return std::wstring(wide.data(), plain.written);
   }
