@@ -14,7 +14,7 @@ using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-/// A deployment of three empty trees that the environment names.
+/// A deployment of three empty trees, named by the environment.
 class Paths : public testing::Test {
  protected:
   TempDir m_dir;
@@ -140,7 +140,7 @@ TEST_F(Paths, FindsTheTraceDirectory) {
     m_dir.write("app/conf/setting.cfg", trace.settings);
     runInChild([&] {
       EXPECT_EQ(trace.result, VexaCommonUtils::getTracePath());
-      // Each answer from a settings file that could be read is kept.
+      // A result read from a settings file is cached.
       m_dir.write("app/conf/setting.cfg", "[TraceDir]\ntracedir=/changed\n");
       const ScopedEnv log("_APP_LOG_DIR", "/changed");
       EXPECT_EQ(trace.result, VexaCommonUtils::getTracePath());

@@ -25,7 +25,7 @@ using testing::Pair;
 
 using Params = std::map<std::string, std::string>;
 
-/// Runs `body` in a child that dies instead of hanging.
+/// Runs `body` in a child with a time limit.
 void runInChild(const std::function<void()>& body) {
   commutil_test::runInChild([&] {
     ::alarm(120);
@@ -303,7 +303,7 @@ const TwoKeys kTwoKeys[] = {
     {"neither", {}, {}, false, "", kBoth},
     {"second fails having written", {}, {{1, "f"}}, false, "f", kBoth},
     {"second is empty", {{1, "p"}}, {{0, ""}}, false, "", kBoth},
-    // The text is not cleared in between: what the first look-up wrote is what the second leaves.
+    // The value is not cleared in between: what the first lookup wrote remains.
     {"second leaves what the first wrote", {{1, "p"}}, {{0, std::nullopt}}, true, "p", kBoth},
     {"both fail, first wrote", {{1, "p"}}, {}, false, "p", kBoth},
     {"second succeeds without writing", {{0, ""}}, {{0, std::nullopt}}, false, "", kBoth},

@@ -106,7 +106,7 @@ TEST_F(Settings, TheFileDecidesListenSwitchesFirst) {
   }
 }
 
-/// What a store answers to the application's and to the global key; none is "no such key".
+/// A store's results for the application's and the global key; none is "no such key".
 struct StoreSwitch {
   const char* name;
   std::optional<StoreAnswer> application;
@@ -125,7 +125,7 @@ const StoreSwitch kListenStores[] = {
     {"application is empty", {{0, ""}}, {{0, "enable"}}, true, true},
     {"application succeeds without writing", {{0, std::nullopt}}, {{0, "enable"}}, true, true},
     {"application fails having written, global says no", {{1, "enable"}}, {{0, "no"}}, false, true},
-    // The second result is not tested and nothing is cleared: a failing look-up's text counts.
+    // The second result is not tested and nothing is cleared: what a failing lookup writes counts.
     {"application fails having written, no global", {{1, "enable"}}, {}, true, true},
     {"global fails having written", {}, {{1, "enable"}}, true, true},
     {"global succeeds without writing", {{1, "enable"}}, {{0, std::nullopt}}, true, true},
@@ -250,8 +250,8 @@ const StoreSwitch kProtectionStores[] = {
     {"another word", {{0, "no"}}, {}, false, false},
     {"application is empty, nothing global", {{0, ""}}, {}, false, true},
     {"application is empty, global says disable", {{0, ""}}, {{0, "disable"}}, true, true},
-    // The text begins as "disable" and is never cleared: a store that succeeds without writing has
-    // given a non-empty value, and a failing look-up's text counts.
+    // The value starts as "disable" and is never cleared: a store that succeeds without writing
+    // returns a nonempty value, and what a failing lookup writes counts.
     {"application succeeds without writing", {{0, std::nullopt}}, {{0, "enable"}}, true, false},
     {"application fails having written, no global", {{1, "enable"}}, {}, false, true},
     {"application fails having written, global disables",
@@ -441,7 +441,7 @@ TEST_F(Settings, FindsTheDatabaseType) {
     m_dir.write("app.json", row.document);
     runInChild([&] {
       EXPECT_EQ(row.type, VexaCommonUtils::getDBType());
-      // The default is not kept, a type that was read is.
+      // The default is not cached, a type that was read is.
       m_dir.write("app.json", R"({"databases": {"main": [{"type": "late"}]}})");
       const std::string later = std::string(row.type) == "sybase" ? "late" : row.type;
       EXPECT_EQ(later, VexaCommonUtils::getDBType());

@@ -11,7 +11,7 @@
 
 namespace {
 
-std::vector<std::string> answers;  // one a look-up, the last one for ever
+std::vector<std::string> answers;  // one a lookup, the last one forever
 std::size_t lookUps = 0;
 
 void answer(const std::vector<std::string>& types) {

@@ -17,7 +17,7 @@ using testing::IsEmpty;
 
 constexpr const char* kFile = "etc/sysconf/nodelists.json";
 
-/// The answer for a node list with `content`, and the list it left, which held "before".
+/// The result for a node list with `content`, and the output list, which held "before".
 struct Answer {
   int result;
   std::list<std::string> addresses;

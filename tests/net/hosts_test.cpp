@@ -25,7 +25,7 @@ using commutil_test::cLibrary;
 using commutil_test::FakeKernel;
 using testing::ElementsAre;
 
-/// A resolver and a uname(2) that answer as a test tells them; while one exists, the requests of
+/// A resolver and a uname(2) whose results the test sets; while one exists, the requests of
 /// this process come here.
 struct FakeSystem {
   FakeSystem() { current = this; }
@@ -47,7 +47,7 @@ struct FakeSystem {
   bool unameFails = false;
   int result = 0;
   bool hasResult = true;
-  bool answersElsewhere = false;  // not in the record that the caller offers
+  bool answersElsewhere = false;  // not in the caller's record
   hostent host{};
   int requests = 0;
   bool sawZeroedBuffer = false;

@@ -1,5 +1,5 @@
-// What the address checks cost in memory: nothing. The vector of `validateIPv4` is the caller's and
-// grows at most to four bytes; the text form of an IPv6 address is one text.
+// The address checks allocate nothing. The vector of `validateIPv4` is the caller's and grows to
+// four bytes at most; the full form of an IPv6 address is one string.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -155,7 +155,7 @@ TEST(ValidateIPv4, ComparesTheLow32BitsOfAField) {
       {"4294967552.0.0.1", -1, {}},
       {"4294967295.0.0.1", -1, {}},
       {"9223372032559808512.0.0.1", 0, {0, 0, 0, 1}},
-      // Held at LONG_MAX from here on, whose low bits are all set.
+      // LONG_MAX from here on, whose low bits are all set.
       {"9223372036854775807.0.0.1", -1, {}},
       {"9223372036854775808.0.0.1", -1, {}},
       {"18446744073709551616.0.0.1", -1, {}},
@@ -216,7 +216,7 @@ TEST(FormatStringIP, GivesEachAddressOneText) {
   }
 }
 
-/// The full text by its rule: what the C library prints, its "::" expanded.
+/// The full form by its rule: the C library's output with "::" expanded.
 std::string printedAndExpanded(const in6_addr& address) {
   char text[INET6_ADDRSTRLEN];
   std::string full = ::inet_ntop(AF_INET6, &address, text, sizeof(text));
@@ -262,7 +262,7 @@ TEST(FullNameIp, ExpandsTheFirstDoubleColon) {
       {"abc", "abc"},
       {"::ffff:10.1.2.3", "::ffff:10.1.2.3"},
       {"1::2.", "1::2."},
-      // Eight colons and more leave nothing to fill in; nothing refuses such a text.
+      // Eight or more colons leave nothing to fill in; such strings are not refused.
       {"1:2:3:4:5:6::7", "1:2:3:4:5:6:0:7"},
       {"1:2:3:4:5:6:7::8", "1:2:3:4:5:6:7:8"},
       {"1:2:3:4:5:6:7:8::9", "1:2:3:4:5:6:7:8:9"},

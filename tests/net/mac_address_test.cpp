@@ -59,7 +59,7 @@ std::vector<std::string> textsOf(const std::vector<CMACAddress>& addresses) {
   return texts;
 }
 
-/// An interface of a made-up kernel; no bytes where the kernel refuses to tell them.
+/// An interface of a simulated kernel; no bytes if the kernel refuses to return them.
 struct Interface {
   std::string name;
   std::vector<unsigned char> mac;

@@ -25,7 +25,7 @@ using commutil_test::openDescriptors;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-// A sanitizer's own malloc must stay in its place.
+// A sanitizer needs its own malloc.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define COMMUTIL_FAILING_MALLOC
 static std::size_t failingMallocSize = 0;
@@ -41,8 +41,8 @@ constexpr unsigned long kListRequest = 35090;
 constexpr unsigned long kNetmaskRequest = 35099;
 constexpr const char* kJunk = "junk";
 
-/// Stand-ins for "ifconfig" and "grep": what the pipeline prints is the file "output", and each
-/// tool's arguments are kept in a file of its name with ".args".
+/// Fakes for "ifconfig" and "grep": the pipeline prints the file "output", and each tool writes its
+/// arguments to a file of its name with ".args".
 class ToolOutput {
  public:
   explicit ToolOutput(std::string_view output) : m_path("PATH", m_dir.path().string()) {
@@ -51,7 +51,7 @@ class ToolOutput {
     addTool("grep", "/bin/cat >/dev/null; /bin/cat '" + m_dir / "output" + "'\n");
   }
 
-  /// The arguments of the tool, one a line; "" when it did not run.
+  /// Returns the arguments of the tool, one per line; "" if it did not run.
   std::string arguments(const std::string& tool) const {
     const std::string path = m_dir / (tool + ".args");
     return std::filesystem::exists(path) ? commutil_test::readFile(path) : "";
@@ -89,7 +89,7 @@ FakeKernel::Ioctl kernelWith(std::vector<ifreq> records) {
 
 }  // namespace
 
-// The netmask from the tool's text
+// The netmask from the tool's output
 
 struct MaskCase {
   const char* name;
@@ -294,7 +294,7 @@ TEST(GetNetmaskByIpUseioctl, FailsWithTheKernel) {
       {"no netmask",
        [](unsigned long request, void* argument) {
          if (request != kListRequest) {
-           // The search ends here: the second record, which would succeed, is not asked.
+           // The search ends here: the second record, which would succeed, is not read.
            return std::string_view(static_cast<ifreq*>(argument)->ifr_name) == "eth0" ? -1 : 0;
          }
          return commutil_test::giveRecords(
@@ -380,7 +380,7 @@ TEST(GetNetmaskByIpUseioctl, KeepsItsSocketFromChildren) {
   EXPECT_TRUE(checked);
 }
 
-// Both ways
+// Both sources
 
 TEST(GetNetmaskByIP, RefusesLoopbackAndWhatIsNotDotted) {
   const FakeKernel kernel([](unsigned long, void*) {
@@ -420,7 +420,7 @@ TEST(GetNetmaskByIP, TakesTheKernelsAnswerFirst) {
 TEST(GetNetmaskByIP, FallsBackToTheTool) {
   const FakeKernel kernel(kernelWith({interfaceRecord("lo", "127.0.0.1")}));
   const ToolOutput tools("netmask 255.0.0.0");
-  // Only the exact loopback text is refused; blanks around an address go into the command.
+  // Only the exact loopback address is refused; spaces around an address go into the command.
   for (const char* text : {"10.1.2.3", " 127.0.0.1", "127.0.0.2", "999.1.1.1", ".1..2.3.4."}) {
     SCOPED_TRACE(text);
     std::string ip = text;
@@ -454,7 +454,7 @@ TEST(GetNetmaskByIP, FailsWhenNeitherKnowsTheAddress) {
 
 namespace {
 
-/// A list as getifaddrs(3) gives it, made of names and addresses.
+/// A list as getifaddrs(3) returns it, of names and addresses.
 class InterfaceEntries {
  public:
   void add(std::string name) { m_entries.push_back({std::move(name), {}, false}); }

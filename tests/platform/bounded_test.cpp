@@ -178,7 +178,7 @@ TEST(VswprintfS, CountsTheTerminatorInItsSize) {
 
 TEST(VswprintfS, EmptiesWhatItCannotFormat) {
   wchar_t dest[16] = L"junk";
-  EXPECT_EQ(-1, formatWide(dest, 16, L"%s", "\xff"));  // no text in the "C" locale
+  EXPECT_EQ(-1, formatWide(dest, 16, L"%s", "\xff"));  // invalid in the "C" locale
   EXPECT_STREQ(L"", dest);
 }
 

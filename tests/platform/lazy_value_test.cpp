@@ -48,7 +48,7 @@ TEST(LazyValue, ComputesOnceForThreadsThatComeTogether) {
   inThreads(10, [&](int) {
     EXPECT_EQ("found", value.get([&] {
       ++computed;
-      for (int n = 0; n < 10'000; ++n) std::this_thread::yield();  // lets the others queue up
+      for (int n = 0; n < 10'000; ++n) std::this_thread::yield();  // lets others queue up
       return Text{"found", true};
     }));
   });

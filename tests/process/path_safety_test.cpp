@@ -30,7 +30,7 @@ using namespace std::string_view_literals;
 
 constexpr std::size_t kMebi = std::size_t{1} << 20;
 
-/// A text of up to `longest` bytes from `alphabet`.
+/// Returns a string of up to `longest` bytes from `alphabet`.
 std::string randomText(std::mt19937& random, std::string_view alphabet, std::size_t longest) {
   std::string text(random() % (longest + 1), '\0');
   for (char& c : text) c = alphabet[random() % alphabet.size()];
@@ -76,7 +76,7 @@ const PathCase kPathCases[] = {
     {"\\", "/", true},
     {"/", "//", false},
     {"//", "/", true},
-    // an empty base accepts what holds no dot piece
+    // an empty base accepts paths without dot components
     {"", "", false},
     {"", "/", false},
     {"", "/data", false},
@@ -84,7 +84,7 @@ const PathCase kPathCases[] = {
     {"x", "", true},
     {"a/b\\c", "", true},
     {"$(reboot);`id`|\n\x01\xff", "", true},
-    // dot pieces
+    // dot components
     {".", "", false},
     {"..", "", false},
     {"./", "", false},
@@ -109,14 +109,14 @@ const PathCase kPathCases[] = {
     {".x/..", "", false},
     {"x./..", "", false},
     {".../..", "", false},
-    // dot pieces of the base
+    // dot components of the base
     {"/a/x", "/a/.", false},
     {"/a/x", "/a/..", false},
     {"./x", ".", false},
     {"/a/x", ".", false},
     {"/a/x", "..", false},
     {"/a/.../x", "/a/...", true},
-    // pieces end at a NUL byte, the comparison does not
+    // components end at a NUL byte, the comparison does not
     {"/a/x\0/../y"s, "/a", true},
     {"/a/..\0/y"s, "/a", false},
     {"/a/.\0./y"s, "/a", false},
@@ -159,7 +159,7 @@ TEST(CheckPath, RefusesMoreThan1024Bytes) {
   }
 }
 
-/// The check as it is stated, over the library's own splitting and replacing.
+/// The documented check, over the library's splitting and replacing.
 bool checkByTheSteps(const std::string& path, const std::string& base) {
   const auto hasDots = [](const std::string& text) {
     std::vector<std::string> pieces;
@@ -383,7 +383,7 @@ TEST(SpecialName, GivesFileNamesOfNoDirectory) {
 
 class CheckUnSafeStr : public ::testing::Test {
  protected:
-  /// The answer for `text`, and what went to standard error and output meanwhile.
+  /// The result for `text`, and what went to standard error and output meanwhile.
   struct Outcome {
     bool safe;
     std::string errors;
@@ -522,7 +522,7 @@ TEST_F(CheckUnSafeStr, ReadsTheFileOnEveryCall) {
 }
 
 TEST_F(CheckUnSafeStr, LongWordsCostNoMoreThanTheirLength) {
-  // Ends at once where matching is linear; takes a minute where each place is compared in full.
+  // Linear matching ends at once; comparing in full at each position takes a minute.
   const std::string word = std::string(200'000, 'a') + "b";
   tree.write("common/conf/secure.cfg", "[UnsafeWord]\nkey=" + word + "\n");
   expectAnswer(true, std::string(kMebi, 'a'));

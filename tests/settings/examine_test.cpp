@@ -1,4 +1,4 @@
-// What is observed of a file, and how its state is put into words.
+// Examining a file and describing its state.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>

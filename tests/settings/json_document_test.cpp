@@ -1,4 +1,4 @@
-// JSON texts: well-formed when the library's reader says so, and where they are not.
+// JSON documents: well-formed if the library's reader accepts them, and where they are malformed.
 #include "settings/json_document.h"
 
 #include <gtest/gtest.h>

@@ -55,7 +55,7 @@ inline void awaitSleepOf(VexaToken& token) {
   EXPECT_EQ(-1, token.acquire(nullptr, nullptr, nullptr));
 }
 
-/// Makes a second locking by the same thread fail, which else sleeps for ever.
+/// Makes a second locking by the same thread fail, which else sleeps forever.
 inline void useCheckedMutex(ACE_Thread_Mutex& mutex) {
   pthread_mutexattr_t attributes;
   ASSERT_EQ(0, pthread_mutexattr_init(&attributes));

@@ -1,4 +1,4 @@
-// What the token makes of the ways a wait can end. This program stands in for pthread_cond_wait(3).
+// What the token makes of the ways a wait can end. This program replaces pthread_cond_wait(3).
 #include <gtest/gtest.h>
 #include <pthread.h>
 

@@ -123,7 +123,7 @@ TEST(HostsOnTheSystem, FailsWhereAnAnswerDoesNotFitInItsBuffer) {
             [] { EXPECT_EQ("10.1.1.1", VexaCommonUtils::hostipaddr()); });
 }
 
-/// Whether the C library finds the host "big" with a buffer of 4096 bytes.
+/// Returns whether the C library finds the host "big" with a buffer of 4096 bytes.
 bool fitsInTheBuffer() {
   hostent entry{};
   hostent* result = nullptr;

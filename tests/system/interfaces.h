@@ -19,7 +19,7 @@
 #include "support/namespaces.h"
 
 // The interfaces of a network namespace as ip(8) makes and tells them, and stand-ins for the tools
-// that the look-ups run. For children that have namespaces of their own.
+// that the lookups run. For children that have namespaces of their own.
 
 namespace commutil_test {
 
@@ -89,7 +89,7 @@ inline std::string upperCase(std::string text) {
 
 constexpr const char* kIfconfig = "/usr/sbin/ifconfig";
 
-/// Puts a tool in the place of `tool` that prints `output`.
+/// Puts a tool instead of `tool` that prints `output`.
 inline void standInFor(const std::string& tool, const TempDir& dir, std::string_view output) {
   const std::filesystem::path path = std::filesystem::canonical(tool);
   const std::string file = dir.write(path.filename().string() + ".output", output);

@@ -110,7 +110,7 @@ struct Answer {
   std::string mac;
 };
 
-/// Asks, and expects the address to come back in full form, whatever the answer.
+/// Asks, and expects the address to come back in full form, whatever the result.
 Answer macOf(std::string address) {
   std::string full = address;
   VexaCommonUtils_i::formatStringIP(full);
@@ -403,7 +403,7 @@ TEST(MacOfIPv6, SucceedsWithNothingRead) {
 TEST(MacOfIPv6, SucceedsWithoutAStream) {
   runOnOwnNetwork([] {
     ip(vethPair("a", 1) + "addr add fe80::1/64 dev a nodad\n");
-    // Room for the interface look-up's one descriptor, not for the pipe's two.
+    // Room for the interface lookup's one descriptor, not for the pipe's two.
     const int next = ::dup(0);
     ::close(next);
     const rlimit room{static_cast<rlim_t>(next) + 1, static_cast<rlim_t>(next) + 1};

@@ -89,8 +89,8 @@ const std::string kSetcred =
     " uid=0 gid=0 umask=23\n";
 const std::string kOpen = "open service=su user=ossuser flags=0 uid=0 gid=0 umask=23\nopened\n";
 
-/// A mount namespace with a user database and a PAM service "su" of its own. The folder `/mnt` of
-/// it takes PAM's files.
+/// A mount namespace with a user database and a PAM service "su" of its own. The directory `/mnt`
+/// of it takes PAM's files.
 class Host {
  public:
   explicit Host(const std::string& moduleArguments = "", const char* users = kUsers) {

@@ -52,7 +52,7 @@ std::string randomBytes(std::size_t size) {
   return bytes;
 }
 
-/// Changes each of `text`'s characters to each byte and expects the results of the model.
+/// Replaces each character of `text` by each byte and expects the model's results.
 void expectEveryChangeDecodesAsDescribed(const std::string& text) {
   for (std::size_t at = 0; at < text.size(); ++at) {
     std::string changed = text;
@@ -64,7 +64,7 @@ void expectEveryChangeDecodesAsDescribed(const std::string& text) {
   }
 }
 
-// RFC 4648, 10, and the alphabet's last two.
+// RFC 4648, section 10, and the last two characters of the alphabet.
 struct Pair {
   const char* data;
   const char* text;
@@ -116,7 +116,7 @@ TEST(Base64, DecodesUpToTheFirstOtherByte) {
       {"=TWFu", ""},
       {"-", ""},
       {"TWFu\xE4\xF6\xFC\xDF", "Man"},
-      // Bits that no byte needs are dropped, whatever they are.
+      // Unused bits are dropped, whatever their value.
       {"TR", "M"},
       {"TWH", "Ma"},
   };
@@ -223,7 +223,7 @@ TEST(Base64, TakesTheLengthOfATextModulo4GiB) {
     const char* bytes;
   };
   for (const Case row : {Case{std::size_t{1} << 32, ""}, {(std::size_t{1} << 32) + 6, "ManM"}}) {
-    // Only the pages that are written to cost memory.
+    // Only written pages take memory.
     const std::string text = commutil::writtenText(row.size, [](char* data, std::size_t size) {
       std::string_view("TWFuTWFuTWFu").copy(data, size);
       return size;
@@ -265,7 +265,7 @@ TEST(Base64, AsksThe8BitLocaleForLetters) {
     EXPECT_TRUE(VexaCommonUtils::isBase64(0xE4));   // a letter
     EXPECT_TRUE(VexaCommonUtils::isBase64(0xFF));   // a letter, and -1 as a signed byte
     EXPECT_FALSE(VexaCommonUtils::isBase64(0xD7));  // the multiplication sign
-    EXPECT_FALSE(VexaCommonUtils::isBase64(0xA0));  // a blank
+    EXPECT_FALSE(VexaCommonUtils::isBase64(0xA0));  // a space
     EXPECT_FALSE(VexaCommonUtils::isBase64('='));
     EXPECT_FALSE(VexaCommonUtils::isBase64('_'));
     for (int byte = 0; byte <= UCHAR_MAX; ++byte) {
@@ -291,7 +291,7 @@ TEST(Base64, AddsUpTheIndex255OfForeignLetters) {
          "Fu",
          "\x4F\xF1\x6E"s},                  // 3 and 15 of 255
         {"TW\xE4u", "\x4D\x6F\xEE"s},       // 15 and 3 of 255
-        {"TWF\xE4", "\x4D\x61\x3F"s},       // 64 + 255: the carry is what an "or" would not have
+        {"TWF\xE4", "\x4D\x61\x3F"s},       // 64 + 255: an addition with carry, not an "or"
         {"TWG\xE4", "\x4D\x61\x7F"s + ""},  // 128 + 255
         {"TWE\xE4", "\x4D\x61\xFF"s},       // 0 + 255
         {"TWH\xE4", "\x4D\x61\xBF"s},       // 192 + 255

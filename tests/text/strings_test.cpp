@@ -26,7 +26,7 @@ using ::testing::ElementsAreArray;
 
 using Tokens = std::vector<std::string>;
 
-// Places around which block-wise code changes course.
+// Positions at which block-wise code changes its path.
 const std::vector<std::size_t> kLengths = {0,  1,  7,  15, 16, 17, 31, 32,
                                            33, 47, 48, 63, 64, 65, 100};
 
@@ -150,7 +150,7 @@ TEST(Split, SkipsDelimiterBytesAndEndsAtTheDelimiterText) {
       {"xaybz", "ab", {"xaybz"}},
       {"xabyabz", "ab", {"x", "y", "z"}},
       {"bxaby", "ab", {"x", "y"}},
-      {"xabbay", "ab", {"x", "y"}},  // the bytes behind the found text are skipped as a set
+      {"xabbay", "ab", {"x", "y"}},  // bytes after the found delimiters are skipped as a set
       {"xaaby", "ab", {"xa", "y"}},  // the first whole occurrence ends the token
       {"xab", "ab", {"x"}},
       {"xa", "ab", {"xa"}},
@@ -210,7 +210,7 @@ TEST(SplitAll, TakesDelimitersAsASet) {
       {"a\tb\nc d", " \t\n", {"a", "b", "c", "d"}},
       {"\xE9,\xFF", ",", {"\xE9", "\xFF"}},
       {"\xE9,\xFF", "\xE9", {",\xFF"}},
-      {"a b\0c d"s, " ", {"a", "b"}},  // text behind a NUL is not seen
+      {"a b\0c d"s, " ", {"a", "b"}},  // bytes after a NUL are not read
       {"\0a b"s, " ", {}},
       {"a,b c", ",\0 "s, {"a", "b c"}},  // nor are delimiters
       {"a b", "\0 "s, {"a b"}},
@@ -286,7 +286,7 @@ TEST(Replace, GoesLeftToRightAndNeverIntoWhatItInserted) {
       {"aaa", "aa", "b", "ba"},
       {"aaaa", "aa", "a", "aa"},
       {"abab", "ab", "", ""},
-      {"aabb", "ab", "", "ab"},  // what closes up is not searched again
+      {"aabb", "ab", "", "ab"},  // what joins is not searched again
       {"xabyab", "ab", "ba", "xbayba"},
       {"abc", "x", "y", "abc"},
       {"abc", "abcd", "y", "abc"},
@@ -295,7 +295,7 @@ TEST(Replace, GoesLeftToRightAndNeverIntoWhatItInserted) {
        "a longer text than the buffer of a short string"},
       {"", "a", "b", ""},
       {"", "", "b", ""},
-      {"abc", "", "b", "abc"},  // an empty text to find leaves the text alone
+      {"abc", "", "b", "abc"},  // an empty search string changes nothing
       {"abc", "", "", "abc"},
       {"a\0b\0"s, "\0"s, "00", "a00b00"},
       {"a\0b"s, "a\0"s, "x\0y"s, "x\0yb"s},
@@ -324,7 +324,7 @@ TEST(Replace, LeavesItsArgumentsAlone) {
 TEST(Replace, MayBeGivenOneObjectTwice) {
   std::string a = "a";
   std::string s = "banana";
-  VexaCommonUtils::Vexareplace(s, a, s);  // each "a" by the text as it was
+  VexaCommonUtils::Vexareplace(s, a, s);  // replaces each "a" by the original string
   EXPECT_EQ(s, "bbanananbanananbanana");
   s = "aba";
   VexaCommonUtils::Vexareplace(s, s, a);

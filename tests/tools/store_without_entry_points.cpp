@@ -1,4 +1,4 @@
-// A library in the place of a settings store that is none.
+// A library instead of a settings store that is none.
 extern "C" {
 int somethingElse();
 int somethingElse() { return 0; }

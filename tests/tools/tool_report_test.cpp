@@ -31,7 +31,7 @@ TEST(Report, TellsSetUnsetAndEmptyVariablesApart) {
   }
 }
 
-/// The answer of `operation` in a report.
+/// The result of `operation` in a report.
 Json::Value answerOf(const Json::Value& report, const std::string& operation) {
   for (const Json::Value& answer : report["answers"])
     if (answer["operation"] == operation) return answer;

@@ -42,7 +42,7 @@ static_assert(kGivesItself<Vexawifstream, wchar_t*, wchar_t&, char*, char&, int&
                            unsigned int&, unsigned short&, unsigned long&, float&, double&>);
 static_assert(kGivesItself<Vexawfstream, wchar_t*, wchar_t&, char*, char&, char, int&, short&,
                            long&, unsigned int&, unsigned short&, unsigned long&, float&, double&>);
-// Behind a manipulator stands the standard base, which has no buffer.
+// A manipulator returns the standard base, which has no buffer.
 static_assert(std::is_same_v<Output<Vexawofstream, decltype(&wendl)>, std::ostream&>);
 
 template <class Stream>
@@ -151,7 +151,7 @@ TEST(WideWriterOperators, FlushBehindBytesOnly) {
   EXPECT_EQ("12.000000a", readFile(path));
   stream << "";
   EXPECT_EQ("12.000000a3", readFile(path));
-  stream << '\xFF';  // the value of a failed fputc, but a byte written
+  stream << '\xFF';  // the value of a failed fputc, but a written byte
   EXPECT_EQ("12.000000a3\xFF", readFile(path));
 }
 

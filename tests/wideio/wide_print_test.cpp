@@ -107,7 +107,7 @@ TEST(WidePrint, ANullFormatFlushesBytesToo) {
     std::fputs("bytes", stdout);
     Vexawprintf(nullptr);
     EXPECT_EQ("bytes", readFile(dir / "out"));
-    // Standard output is made of bytes by now and refuses wide text.
+    // Standard output is byte-oriented by now and refuses wide text.
     Vexawprintf(L"wide");
     EXPECT_EQ("bytes", readFile(dir / "out"));
   });
