@@ -1,5 +1,5 @@
-// How often database query text asks for the database type: this program compiles the family itself
-// and answers in place of the settings.
+// How often database query text reads the database type: this program compiles the source with its
+// own settings.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace {
 
-std::vector<std::string> answers;  // one a lookup, the last one forever
+std::vector<std::string> answers;  // one per lookup, the last one for all later ones
 std::size_t lookUps = 0;
 
 void answer(const std::vector<std::string>& types) {

@@ -70,7 +70,7 @@ TEST(Run, TellsAProgramThatCannotBeStartedFromItsExitCode) {
     EXPECT_EQ("", json.err);
     EXPECT_EQ(row.message, json.json()["error"].asString());
   }
-  // These are the exit codes with which the library reports such programs.
+  // The library reports such programs with these exit codes.
   EXPECT_EQ("exitCode  2\n", deployment.run({"run", "--", "sh", "-c", "exit 2"}).out);
   EXPECT_EQ("exitCode  13\n", deployment.run({"run", "--", "sh", "-c", "exit 13"}).out);
 }

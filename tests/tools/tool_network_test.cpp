@@ -1,4 +1,4 @@
-// commutil net, ip and mac, in a network and with tools of the test's own.
+// commutil net, ip and mac, with the test's own network and tools.
 #include <gtest/gtest.h>
 #include <sched.h>
 

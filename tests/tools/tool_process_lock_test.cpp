@@ -57,7 +57,7 @@ TEST(Lock, HoldsTheLockMeanwhileAndOnlyThen) {
   EXPECT_EQ(0, deployment.run(lockLine({}, {"true"})).code);
 }
 
-/// Holds the lock in this process while it lives.
+/// Holds the lock in this process for a scope.
 class Holder {
  public:
   explicit Holder(const Deployment& deployment)
