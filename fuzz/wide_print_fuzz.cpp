@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "VexaWideIO.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "support/expect.h"
 #include "support/input.h"
 #include "support/scratch.h"

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "platform/file_io.h"
+#include "os/file_io.h"
 #include "support/c_library.h"
 #include "support/expect.h"
 

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "platform/file_io.h"
+#include "os/file_io.h"
 #include "support/expect.h"
 
 namespace commutil_fuzz {

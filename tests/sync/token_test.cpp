@@ -529,9 +529,9 @@ TEST(Token, DeadlineAtTheTailMovesTheTailBack) {
   expectFree(token);
 }
 
-/// Makes `worker`, who waits at the head, meet its deadline and the hand-over at the same moment:
-/// the mutex is held from before the deadline until the worker, timed out, sleeps on it. Returns
-/// false when the deadline was missed. The caller has reserved a place behind it.
+/// Makes `worker`, which waits at the head, reach its deadline and get the token at the same
+/// moment: holds the mutex from before the deadline until the worker, timed out, sleeps on it.
+/// Returns false if the deadline was missed. The caller has reserved a place after it.
 bool handOverAtTheDeadline(VexaToken& token, const Worker& worker, const ACE_Time_Value& until) {
   EXPECT_EQ(0, token.grab());
   const bool inTime = ACE_OS::gettimeofday() < until;
