@@ -105,7 +105,7 @@ TEST_F(DatabaseType, FindsTheDatabaseType) {
   }
 }
 
-TEST_F(DatabaseType, KeepsTheTypeSybaseToo) {
+TEST_F(DatabaseType, CachesTheTypeSybaseToo) {
   m_dir.write("app.json", R"({"databases": {"main": [{"type": "sybase"}]}})");
   runInChild([&] {
     EXPECT_EQ("sybase", VexaCommonUtils::getDBType());

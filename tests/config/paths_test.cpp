@@ -89,7 +89,7 @@ TEST_F(Paths, PassesOverADanglingLink) {
   EXPECT_EQ(app, VexaCommonUtils_i::getConfFile("a.cfg"));
 }
 
-TEST_F(Paths, AppendsTheFileNameAsGiven) {
+TEST_F(Paths, AppendsTheFileNameUnchanged) {
   const std::string root = m_dir.path().string();
   m_dir.write("app/conf/sub/a.cfg", "");
   EXPECT_EQ(root + "/app/conf/sub/a.cfg", VexaCommonUtils_i::getConfFile("sub/a.cfg"));

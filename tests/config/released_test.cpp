@@ -79,19 +79,19 @@ class Released : public testing::Test {
   const ScopedEnv m_conf{"APP_CONF_FILE", m_dir / "app.json"};
 };
 
-TEST_F(Released, ExitHandlersGetAnAnswer) {
+TEST_F(Released, ExitHandlersGetAResult) {
   expectFoundAnew("handler", [] { std::atexit([] { report("handler"); }); });
 }
 
-TEST_F(Released, DestructorsOfStaticsGetAnAnswer) {
+TEST_F(Released, DestructorsOfStaticsGetAResult) {
   expectFoundAnew("static", [] { static const Reporter reporter; });
 }
 
-TEST_F(Released, DestructorsOfTheProgramGetAnAnswer) {
+TEST_F(Released, DestructorsOfTheProgramGetAResult) {
   expectFoundAnew("last", [] { reportsLast = true; });
 }
 
-TEST_F(Released, AFirstCallAtTheEndGetsAnAnswer) {
+TEST_F(Released, AFirstCallAtTheEndGetsAResult) {
   const auto run = [] {
     std::atexit([] { report("handler"); });
     reportsLast = true;

@@ -177,7 +177,7 @@ TEST(SettingsStoreFaults, WithoutACreatedManagerTheLookupLacksMemory) {
   }
 }
 
-TEST(SettingsStoreFaults, AStoreThatCannotBePinnedAnswersAndIsLoadedAgain) {
+TEST(SettingsStoreFaults, AStoreThatCannotBePinnedWorksAndIsLoadedAgain) {
   const InstalledStore store("full");
   for (const Lookup& lookup : kLookups) {
     SCOPED_TRACE(lookup.name);

@@ -58,7 +58,7 @@ TEST(SettingsStore, WithoutALibraryNothingIsFoundOrTouched) {
   });
 }
 
-TEST(SettingsStore, AnythingElseUnderTheNameIsNoLibrary) {
+TEST(SettingsStore, AnythingElseUnderTheNameIsNotALibrary) {
   const TempDir dir;
   dir.write("libsettingrest.so", "no library");
   runInChild([&] {
@@ -269,7 +269,7 @@ TEST(SettingsStoreDeathTest, TheProcessExitsCleanly) {
   EXPECT_EXIT(lookUpAndExit(), testing::ExitedWithCode(3), "^unloaded\n$");
 }
 
-TEST(SettingsStoreDeathTest, OutlivesAceAndAnswersDuringExit) {
+TEST(SettingsStoreDeathTest, OutlivesAceAndWorksDuringExit) {
   const InstalledStore store("full");
   const auto lookUpAtExit = [] {
     std::atexit([] { std::fputs(valueOf("/key") == "found" ? "found\n" : "lost\n", stderr); });
@@ -309,7 +309,7 @@ const TwoKeys kTwoKeys[] = {
     {"second succeeds without writing", {{0, ""}}, {{0, std::nullopt}}, false, "", kBoth},
 };
 
-TEST(SettingsStore, AsksForOneKeyThenForAnother) {
+TEST(SettingsStore, ReadsOneKeyThenAnother) {
   const InstalledStore store("full");
   for (const TwoKeys& row : kTwoKeys) {
     SCOPED_TRACE(row.name);
@@ -324,7 +324,7 @@ TEST(SettingsStore, AsksForOneKeyThenForAnother) {
   }
 }
 
-TEST(SettingsStore, TheCallersOwnTextCountsWhereTheStoreSucceedsWithoutWriting) {
+TEST(SettingsStore, TheCallersValueCountsIfTheStoreSucceedsWithoutWriting) {
   const InstalledStore store("full");
   runInChild([] {
     fakeStore().answers["/p"] = {0, std::nullopt};

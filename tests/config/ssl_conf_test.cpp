@@ -223,7 +223,7 @@ TEST_F(SslConf, FillsTheTemplatesGaps) {
   }
 }
 
-TEST_F(SslConf, AsksTheApplicationsKeyThenTheGlobalOneForEachGap) {
+TEST_F(SslConf, ReadsTheApplicationsKeyThenTheGlobalOneForEachGap) {
   writeTemplate("\"-SSLCAfile a\"");
   runInChild([&] {
     fakeStore().answers[kApplication + "SSLVersion"] = {0, "TLSv1.3"};

@@ -155,7 +155,7 @@ TEST_F(Switches, TheStoreDecidesListenSwitchesThatTheFileLeavesOpen) {
   }
 }
 
-TEST_F(Switches, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotAsked) {
+TEST_F(Switches, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotRead) {
   const InstalledStore store("full");
   const auto expectOff = [] {
     for (const ListenSwitch& listen : kListenSwitches) {
@@ -333,7 +333,7 @@ const TsSetting kTsSettings[] = {
     {"byte-order mark", "\xef\xbb\xbf[TS]\nts_mode=true\n", true},
 };
 
-TEST_F(Switches, TheFirstTsModeReadIsKept) {
+TEST_F(Switches, TheFirstTsModeReadIsCached) {
   for (const TsSetting& row : kTsSettings) {
     SCOPED_TRACE(row.name);
     m_dir.write("ts/etc/conf/TSSetting.cfg", row.content);

@@ -76,7 +76,7 @@ TEST_F(Unlocked, FindsTheDatabaseType) {
   expect("oracle", VexaCommonUtils::getDBType);
 }
 
-TEST_F(Unlocked, AsksTheSettingsStore) {
+TEST_F(Unlocked, ReadsTheSettingsStore) {
   const InstalledStore store("full");
   fakeStore().answers["/key"] = {0, "found"};
   expect("found", [] {

@@ -68,7 +68,7 @@ class CheckUnSafeStr : public ::testing::Test {
   std::string file = tree / "common/conf/secure.cfg";
 };
 
-TEST_F(CheckUnSafeStr, RefusesTextsWithAnUnsafeWord) {
+TEST_F(CheckUnSafeStr, RefusesStringsWithAnUnsafeWord) {
   tree.write("common/conf/secure.cfg",
              "[Other]\n1=other\n"
              "[UnsafeWord]\n"

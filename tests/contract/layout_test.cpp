@@ -152,7 +152,7 @@ std::ptrdiff_t distance(const void* from, const void* to) {
   return static_cast<const char*>(to) - static_cast<const char*>(from);
 }
 
-TEST(Layout, TheReaderStandsBeforeTheWriter) {
+TEST(Layout, TheReaderIsBeforeTheWriter) {
   const Vexawfstream stream;
   EXPECT_EQ(0, distance(&stream, static_cast<const Vexawifstream*>(&stream)));
   // Vtable, count of characters read, file handle.
@@ -181,7 +181,7 @@ std::uintptr_t slotOf(Member operation) {
   return word / sizeof(void*);
 }
 
-TEST(Layout, DequeueHeadStandsInItsBasesSlot) {
+TEST(Layout, DequeueHeadIsInItsBasesSlot) {
   using Dequeue = int (AceQueue::*)(ACE_Message_Block*&, ACE_Time_Value*);
   using Own = int (VexaToken_Message_Queue::*)(ACE_Message_Block*&, ACE_Time_Value*);
   EXPECT_EQ(6U, slotOf(static_cast<Own>(&VexaToken_Message_Queue::dequeue_head)));
@@ -203,7 +203,7 @@ void expectDestructors(const void* object, std::size_t slot, const std::string& 
   EXPECT_EQ(::dlsym(RTLD_DEFAULT, (symbol + "D0Ev").c_str()), entryOf(object, slot + 1));
 }
 
-TEST(Layout, DestructorsStandInTheirBasesSlots) {
+TEST(Layout, DestructorsAreInTheirBasesSlots) {
   const VexaToken_Message_Queue queue;
   expectDestructors(&queue, 1, "VexaToken_Message_Queue");  // after the base's close
   const Vexawifstream reader;

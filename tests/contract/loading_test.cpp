@@ -125,7 +125,7 @@ TEST_F(Loading, AThousandTimesWithoutUseLeavesNothing) {
   expectNoGrowth([](int) { load(COMMUTIL); });
 }
 
-TEST_F(Loading, AThousandTimesWithUseLeavesTheSettingsStoreAlone) {
+TEST_F(Loading, AThousandTimesWithUseKeepsTheSettingsStore) {
   using Use = const char*(const char* share, const char* traceDirectory);
   long storeMappings = 0;
   expectNoGrowth([&](int round) {

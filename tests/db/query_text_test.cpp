@@ -80,7 +80,7 @@ TEST(TransDBUpdateString, LeavesEveryOtherByte) {
   }
 }
 
-TEST(TransDBUpdateString, NeverAsksForTheType) {
+TEST(TransDBUpdateString, NeverReadsTheType) {
   // A process keeps the first type that it reads.
   withDatabase("oracle", [] {
     VexaCommonUtils::transDBUpdateString("it's");
@@ -130,7 +130,7 @@ TEST(TransDBSearchString, WrapsInBracketsForAnyOtherType) {
   }
 }
 
-TEST(TransDBSearchString, ChangesEachPlaceOfALongText) {
+TEST(TransDBSearchString, ChangesEachPositionOfALongString) {
   for (const std::string type : {"oracle", "sybase"}) {
     withDatabase(type, [&type] {
       const bool oracle = type == "oracle";
@@ -241,7 +241,7 @@ TEST(TransferLikeSql, AssemblesTheOperand) {
   }
 }
 
-TEST(QueryText, IsForSybaseWhereNoTypeCanBeRead) {
+TEST(QueryText, IsForSybaseIfNoTypeCanBeRead) {
   const ScopedEnv conf("APP_CONF_FILE", std::nullopt);
   commutil_test::runInChild([] {
     EXPECT_EQ(VexaCommonUtils::transDBSearchString("%\\"), "[%]\\");

@@ -191,7 +191,7 @@ TEST(SpecialName, MapsEveryPairOfBytesBothWays) {
   }
 }
 
-TEST(SpecialName, MapsAnyTextBothWays) {
+TEST(SpecialName, MapsAnyStringBothWays) {
   std::mt19937 random(20240229);  // NOLINT(bugprone-random-generator-seed): the same every time
   const std::string bytes = allBytes();
   for (int i = 0; i < 20'000; ++i) {
@@ -201,7 +201,7 @@ TEST(SpecialName, MapsAnyTextBothWays) {
   for (const char byte : {'^', '/', 'x', '\0'}) expectRoundTrip(std::string(kMebi, byte));
 }
 
-TEST(SpecialName, GivesFileNamesOfNoDirectory) {
+TEST(SpecialName, ReturnsFileNamesOutsideAnyDirectory) {
   const TempDir directory;
   const std::string name = "NE:1/shelf\\2 *?\"<>|^ $(id)\n\xff";
   const std::string path = directory.write(VexaCommonUtils::specialName2FileName(name), "");

@@ -60,7 +60,7 @@ class TreeListing {
 
 // mkdir_all
 
-TEST(MkdirAll, CreatesWhatStandsBeforeEachSeparatorAndTheWhole) {
+TEST(MkdirAll, CreatesWhatIsBeforeEachSeparatorAndTheWhole) {
   struct Case {
     std::string path;
     std::set<std::string> created;
@@ -108,7 +108,7 @@ TEST(MkdirAll, TakesAbsolutePaths) {
   EXPECT_EQ((std::set<std::string>{"x", "x/y"}), treeBelow(directory.path()));
 }
 
-TEST(MkdirAll, GivesEveryNewDirectoryTheModeThatTheMaskLeaves) {
+TEST(MkdirAll, SetsTheModeOfEveryNewDirectoryByTheMask) {
   for (const mode_t mask : {mode_t{0}, mode_t{022}, mode_t{027}, mode_t{070}}) {
     SCOPED_TRACE(mask);
     const TempDir directory;
@@ -121,7 +121,7 @@ TEST(MkdirAll, GivesEveryNewDirectoryTheModeThatTheMaskLeaves) {
   }
 }
 
-TEST(MkdirAll, LeavesWhatExistsAlone) {
+TEST(MkdirAll, LeavesWhatExistsUnchanged) {
   const TempDir directory;
   ASSERT_EQ(0, ::mkdir((directory / "a").c_str(), 0700));
   ASSERT_EQ(0, ::chmod((directory / "a").c_str(), 01711));
@@ -146,7 +146,7 @@ TEST(MkdirAll, IgnoresErrors) {
 
 // readFile
 
-TEST(ReadFile, GivesExactlyTheBytes) {
+TEST(ReadFile, ReturnsExactlyTheBytes) {
   const std::vector<std::string> contents = {
       "",
       "x",
@@ -174,7 +174,7 @@ TEST(ReadFile, GivesExactlyTheBytes) {
   }
 }
 
-TEST(ReadFile, FailsAndLeavesTheContentAlone) {
+TEST(ReadFile, FailsAndLeavesTheContentUnchanged) {
   const TempDir directory;
   directory.write("file", "text");
   ASSERT_EQ(0, ::mkfifo((directory / "fifo").c_str(), 0600));
@@ -354,7 +354,7 @@ TEST(GetParentDirectory, TakesDirectoriesOfUpTo4096Bytes) {
   }
 }
 
-TEST(GetParentDirectory, ThrowsForNothingButBlanks) {
+TEST(GetParentDirectory, ThrowsForOnlySpaces) {
   std::string expected;
   try {
     static_cast<void>(std::string().at(0));
@@ -428,7 +428,7 @@ TEST(GetFilesByDir, MatchesThePatternAnywhereInTheName) {
   }
 }
 
-TEST(GetFilesByDir, AddsASlashEvenBehindASlash) {
+TEST(GetFilesByDir, AddsASlashEvenAfterASlash) {
   const TempDir tree;
   tree.write("sub/file", "");
   const std::string root = tree.path().string();
@@ -441,7 +441,7 @@ TEST(GetFilesByDir, AddsASlashEvenBehindASlash) {
   });
 }
 
-TEST(GetFilesByDir, ListsWhateverIsNoDirectory) {
+TEST(GetFilesByDir, ListsEverythingButDirectories) {
   const TempDir tree;
   const std::string root = tree.path().string();
   const TempDir elsewhere;
@@ -560,7 +560,7 @@ TEST_F(GetFilesByDirErrors, ShowThroughTheLevelsAbove) {
   expectListing("top", -1, {root + "/top/a/file", root + "/top/b/file"});
 }
 
-TEST_F(GetFilesByDirErrors, AreTheResultForTheDirectoryAskedFor) {
+TEST_F(GetFilesByDirErrors, AreTheResultForTheDirectoryItself) {
   tree.write("file", "");
   expectListing(".", -1, {root + "/file"});
 }

@@ -174,7 +174,7 @@ bool checkByTheSteps(const std::string& path, const std::string& base) {
   return workingPath.find(workingBase) == 0;
 }
 
-TEST(CheckPath, AgreesWithItsStepsOnAnyText) {
+TEST(CheckPath, AgreesWithItsStepsOnAnyString) {
   std::mt19937 random(20240229);  // NOLINT(bugprone-random-generator-seed): the same every time
   int accepted = 0;
   for (int i = 0; i < 200'000; ++i) {

@@ -204,7 +204,7 @@ TEST(GetInterfaceOfIPV6, TakesNoListOfARequestThatFailed) {
   EXPECT_EQ(kJunk, name);
 }
 
-TEST(GetInterfaceOfIPV6, AsksTheRealKernel) {
+TEST(GetInterfaceOfIPV6, ReadsTheRealKernel) {
   std::string ip = "2001:DB8::dead:beef";
   std::string name = kJunk;
   EXPECT_EQ(-1, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name)) << "a documentation address";

@@ -42,7 +42,7 @@ TEST(AddressAllocations, NoneInAnyCheck) {
   }
 }
 
-TEST(AddressAllocations, NoneForATextThatStaysAsItIs) {
+TEST(AddressAllocations, NoneForAnUnchangedString) {
   for (const std::string text :
        {"192.168.100.254", "00000000000000000000192.168.100.254",
         "a-host-name-that-is-longer-than-a-short-text.example", "1:2:3:4:5:6:7:8"}) {

@@ -137,7 +137,7 @@ const MaskCase kMaskCases[] = {
     {"all bytes but NUL", allBytes().substr(1) + " netmask 1.2.3.4", "1.2.3.4"},
 };
 
-TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsText) {
+TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsOutput) {
   for (const MaskCase& row : kMaskCases) {
     SCOPED_TRACE(row.name);
     const ToolOutput tools(row.output);
@@ -147,7 +147,7 @@ TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsText) {
   }
 }
 
-TEST(GetNetmaskByIpUseifconfig, AMaskTextBelowSixCharactersIsOutOfRange) {
+TEST(GetNetmaskByIpUseifconfig, AMaskBelowSixCharactersIsOutOfRange) {
   const std::vector<MaskCase> cases = {
       {"no mask at all", "inet 10.1.2.3  broadcast 10.1.2.255\n", ""},
       {"blanks only", "   ", ""},
@@ -190,7 +190,7 @@ TEST(GetNetmaskByIpUseifconfig, NoOutputIsAFailure) {
   EXPECT_EQ("", netmask);
 }
 
-TEST(GetNetmaskByIpUseifconfig, AsksForTheAddressAsItStands) {
+TEST(GetNetmaskByIpUseifconfig, PassesTheAddressUnchanged) {
   for (const char* ip : {"10.1.2.3", " 10.1.2.3\t", "", "a b", "$HOME \\ \"x\" `id`", "-v", "*"}) {
     SCOPED_TRACE(ip);
     const ToolOutput tools("netmask 255.0.0.0");
@@ -245,7 +245,7 @@ TEST(GetNetmaskByIpUseioctl, SendsTheSecondRequestOnTheMatchingRecord) {
   EXPECT_EQ((std::vector<unsigned long>{kListRequest, kNetmaskRequest}), requests);
 }
 
-TEST(GetNetmaskByIpUseioctl, ComparesTheWholeText) {
+TEST(GetNetmaskByIpUseioctl, ComparesTheWholeString) {
   const FakeKernel kernel(kernelWith({interfaceRecord("eth0", "10.1.2.3")}));
   for (const char* ip : {"10.1.2.30", "10.1.2", "10.1.2.3 ", " 10.1.2.3", "010.1.2.3", "10.1.2.03",
                          "", "0.0.0.0", "10.1.2.3\n", "fe80::1"}) {
@@ -354,7 +354,7 @@ TEST(GetNetmaskByIpUseioctl, ClosesItsSocketOnEveryPath) {
   EXPECT_EQ(before, openDescriptors());
 }
 
-TEST(GetNetmaskByIpUseioctl, AsksThroughOnePlainDatagramSocket) {
+TEST(GetNetmaskByIpUseioctl, UsesOnePlainDatagramSocket) {
   const FakeKernel kernel(kernelWith({}));
   std::string netmask;
   EXPECT_EQ(-1, GetNetmaskByIpUseioctl("10.1.2.3", netmask));
@@ -406,7 +406,7 @@ TEST(GetNetmaskByIP, RefusesLoopbackAndWhatIsNotDotted) {
   EXPECT_EQ("", tools.arguments("ifconfig"));
 }
 
-TEST(GetNetmaskByIP, TakesTheKernelsAnswerFirst) {
+TEST(GetNetmaskByIP, TakesTheKernelsResultFirst) {
   const FakeKernel kernel(kernelWith({interfaceRecord("eth0", "10.1.2.3")}));
   const ToolOutput tools("netmask 255.0.0.0");
   std::string ip = "10.1.2.3";

@@ -71,7 +71,7 @@ TEST(ArgsOptions, ReadsAWholeCommandLine) {
   EXPECT_EQ(9, options.numberOfargs());
 }
 
-TEST(ArgsOptions, FindsWholeWordsAlone) {
+TEST(ArgsOptions, FindsOnlyWholeArguments) {
   CommandLine line(Words{"prog", "-port=80", "--Verbose", "", "a b", "-\xFF"});
   const ArgsOptions options = line.options();
   using namespace std::string_literals;
@@ -92,7 +92,7 @@ TEST(ArgsOptions, FindsWholeWordsAlone) {
   EXPECT_EQ("a b", options.getOption(""));
 }
 
-TEST(ArgsOptions, ReturnsTheValueBehindTheFirstOccurrence) {
+TEST(ArgsOptions, ReturnsTheValueOfTheFirstOccurrence) {
   struct Case {
     Words words;
     const char* name;
@@ -142,7 +142,7 @@ TEST(ArgsOptions, ReturnsTheValueBehindTheFirstOccurrence) {
   }
 }
 
-TEST(ArgsOptions, CollectsTheValuesBehindEveryOccurrence) {
+TEST(ArgsOptions, CollectsTheValuesOfEveryOccurrence) {
   struct Case {
     Words words;
     const char* name;
@@ -189,7 +189,7 @@ TEST(ArgsOptions, CollectsTheValuesBehindEveryOccurrence) {
   }
 }
 
-TEST(ArgsOptions, CountsEveryOptionWord) {
+TEST(ArgsOptions, CountsEveryOption) {
   CommandLine line(Words{"-prog", "-", "--", "-5", "-v", "-v", "a", "", "a-b", " -c", "--long=x"});
   const ArgsOptions options = line.options();
   EXPECT_THAT(options.getFlags(), ElementsAre("-prog", "-", "--", "-5", "-v", "-v", "--long=x"));
@@ -197,7 +197,7 @@ TEST(ArgsOptions, CountsEveryOptionWord) {
   EXPECT_EQ(11, options.numberOfargs());
 }
 
-TEST(ArgsOptions, FindsNothingWithoutWords) {
+TEST(ArgsOptions, FindsNothingWithoutArguments) {
   char word[] = "-h";
   char* argv[] = {word, word, nullptr};
   for (const int count : {0, -1, INT_MIN}) {
@@ -215,7 +215,7 @@ TEST(ArgsOptions, FindsNothingWithoutWords) {
   }
 }
 
-TEST(ArgsOptions, SeesTheProgramsNameAlone) {
+TEST(ArgsOptions, ReadsOnlyTheProgramsName) {
   CommandLine line(Words{"prog"});
   const ArgsOptions options = line.options();
   EXPECT_TRUE(options.hasOption("prog"));
@@ -226,7 +226,7 @@ TEST(ArgsOptions, SeesTheProgramsNameAlone) {
   EXPECT_EQ(1, options.numberOfargs());
 }
 
-TEST(ArgsOptions, LooksAtNoWordBehindTheCount) {
+TEST(ArgsOptions, ReadsNoArgumentAfterTheCount) {
   CommandLine line(Words{"prog", "-h", "--", "a", "-x"});
   const ArgsOptions options(3, line.argv());
   EXPECT_FALSE(options.hasOption("a"));
@@ -261,7 +261,7 @@ struct NullCase {
   std::vector<Query> queries;
 };
 
-TEST(ArgsOptions, RefusesANullWordThatItMeets) {
+TEST(ArgsOptions, ThrowsForANullArgumentThatItReads) {
   const NullCase cases[] = {
       {{std::nullopt}, {kHas, kOptions, kFlags, kNumber}},
       {{std::nullopt, "-h"}, {kHas, kOption, kOptions, kFlags, kNumber}},
@@ -281,7 +281,7 @@ TEST(ArgsOptions, RefusesANullWordThatItMeets) {
   }
 }
 
-TEST(ArgsOptions, NeverMeetsANullWordBehindItsAnswer) {
+TEST(ArgsOptions, NeverReadsANullArgumentAfterItsResult) {
   const NullCase cases[] = {
       {{std::nullopt}, {kOption}},               // a single argument has no value
       {{"prog", "a", std::nullopt}, {kOption}},  // the last argument is not an option
@@ -322,7 +322,7 @@ TEST(ArgsOptions, ReadsTheArrayAfreshOnEachQuery) {
   EXPECT_EQ(2, options.numberOfOptions());
 }
 
-TEST(ArgsOptions, CarriesLongWordsAndManyOfThem) {
+TEST(ArgsOptions, HandlesLongArgumentsAndMany) {
   const std::string longWord(std::size_t{100} << 20, 'x');
   CommandLine line(Words{"prog", "-h", longWord, longWord + "y"});
   EXPECT_TRUE(line.options().hasOption(longWord + "y"));
@@ -348,7 +348,7 @@ TEST(ArgsOptions, ComparesBytesInAnyLocale) {
   });
 }
 
-TEST(ArgsOptions, AnswersSeveralThreadsAtOnce) {
+TEST(ArgsOptions, WorksInSeveralThreadsAtOnce) {
   CommandLine line(Words{"prog", "-h", "a", "b", "-v"});
   const ArgsOptions options = line.options();
   inThreads(4, [&options](int) {

@@ -144,7 +144,7 @@ const Kind kUnreadable[] = {
     {"link to itself", [](const std::string& path) { makeLink(path, path.c_str()); }},
 };
 
-TEST(FileKinds, WhatIsNoFileIsNotEvenOpened) {
+TEST(FileKinds, WhatIsNotAFileIsNotEvenOpened) {
   for (const Kind& kind : kUnreadable) {
     SCOPED_TRACE(kind.name);
     const TempDir dir;
@@ -228,7 +228,7 @@ TEST(FileKinds, WhatTakesTheFilesPlaceWhileItIsReadIsNotRead) {
   }
 }
 
-TEST(FileKinds, AFileThatTakesAFifosPlaceAfterTheLookIsLeftAlone) {
+TEST(FileKinds, AFileThatReplacesAFifoAfterTheCheckIsNotRead) {
   const TempDir dir;
   const std::string path = dir / "a.cfg";
   makeFifo(path);

@@ -16,13 +16,13 @@ using commutil::LazyValue;
 using commutil_test::inThreads;
 using Text = Answer<std::string>;
 
-TEST(LazyValue, KeepsTheFirstAnswerThatMayBeKept) {
+TEST(LazyValue, CachesTheFirstResultThatMayBeCached) {
   LazyValue<std::string> value;
   EXPECT_EQ("first", value.get([] { return Text{"first", true}; }));
   EXPECT_EQ("first", value.get([]() -> Text { throw std::logic_error("computed again"); }));
 }
 
-TEST(LazyValue, ComputesAgainAfterAnAnswerThatMayNotBeKept) {
+TEST(LazyValue, ComputesAgainAfterAResultThatMayNotBeCached) {
   LazyValue<std::string> value;
   EXPECT_EQ("default", value.get([] { return Text{"default", false}; }));
   EXPECT_EQ("other default", value.get([] { return Text{"other default", false}; }));

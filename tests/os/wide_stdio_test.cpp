@@ -349,7 +349,7 @@ TEST(WideStdio, KeepWhatACanceledThreadCouldNotWrite) {
 }
 
 // glibc would write two pieces: 15 bytes, which fit, and 3, which wait.
-TEST(WideStdio, KeepWhatOfAShortTextCouldNotBeWritten) {
+TEST(WideStdio, KeepTheUnwrittenPartOfAShortString) {
   runInChild([] {
     setLocale("C.UTF-8");
     FullPipe pipe(16);

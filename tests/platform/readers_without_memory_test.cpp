@@ -105,7 +105,7 @@ TEST(ReadersWithoutMemory, AReaderHoldsNothingAfterwards) {
   });
 }
 
-TEST(ReadersWithoutMemory, JsonTextIsNeverMalformed) {
+TEST(ReadersWithoutMemory, AJsonDocumentIsNeverMalformed) {
   const std::string text = R"({"text": "a string that has to be copied", "real": 5.25,
     "large": 123456789012345678901234567890, "list": [1, true, null, {"below": "\u00e4"}]})";
   for (const bool strict : {false, true}) {
@@ -117,7 +117,7 @@ TEST(ReadersWithoutMemory, JsonTextIsNeverMalformed) {
   }
 }
 
-TEST(ReadersWithoutMemory, TextNestedTooDeepIsMalformedAllTheSame) {
+TEST(ReadersWithoutMemory, ADocumentNestedTooDeepIsStillMalformed) {
   Json::Value root;
   EXPECT_FALSE(JsonReader(false).parse(std::string(1001, '[') + std::string(1001, ']'), root));
 }

@@ -80,7 +80,7 @@ TEST(CommandCalls, SystemOpensAPipeToWrite) {
   EXPECT_EQ((Calls{{"a command", "w"}}), shell.calls);
 }
 
-TEST(CommandCalls, SystemTellsWhatClosingTells) {
+TEST(CommandCalls, SystemReturnsWhatClosingReturns) {
   struct Case {
     int result;
     int error;
@@ -151,7 +151,7 @@ TEST(CommandCalls, ExecResultOutlastsAnyNumberOfInterruptedReads) {
   EXPECT_EQ("one\ntwo\n", result);
 }
 
-TEST(CommandCalls, ExecResultCountsFailedReadsAnewAfterData) {
+TEST(CommandCalls, ExecResultRestartsItsCountOfFailedReadsAfterData) {
   Reads stream;
   for (int round = 0; round < 5; ++round) {
     stream.reads.push_back({"line\n"});

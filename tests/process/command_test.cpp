@@ -179,7 +179,7 @@ TEST(System, ReturnsTheRawWaitStatus) {
   });
 }
 
-TEST(System, GivesTheCommandAnInputAtItsEnd) {
+TEST(System, TheCommandsInputIsAtItsEnd) {
   runInChild([] { EXPECT_EQ(7 << 8, VexaCommonUtils::system("read line && exit 1; exit 7")); });
 }
 
@@ -219,7 +219,7 @@ TEST(System, ResetsTheDispositionOfSigchldForGood) {
   }
 }
 
-TEST(System, KeepsTheEmptyMaskWhenThereIsNoPipe) {
+TEST(System, KeepsTheEmptyMaskWithoutAPipe) {
   runInChild([] {
     block({SIGUSR1, SIGTERM});
     handle(SIGCHLD, countSignal);
@@ -323,7 +323,7 @@ TEST(Execve, ReturnsWhatSystemReturns) {
 
 // runCommand with a command line
 
-TEST(RunCommandLine, RefusesALineWithoutWords) {
+TEST(RunCommandLine, FailsForALineWithoutWords) {
   for (const bool flag : {false, true}) {
     EXPECT_EQ(-1, VexaCommonUtils_i::runCommand(static_cast<const char*>(nullptr), flag, flag));
     EXPECT_EQ(-1, VexaCommonUtils_i::runCommand("", flag, flag));
@@ -406,7 +406,7 @@ TEST(RunCommandLine, SeesTheFirst4095Bytes) {
   }
 }
 
-TEST(RunCommandLine, SeesTheFirst127Words) {
+TEST(RunCommandLine, ReadsTheFirst127Words) {
   const TempDir directory;
   const std::string program = makeArgumentWriter(directory);
   for (const int arguments : {125, 126, 127, 500}) {
@@ -419,7 +419,7 @@ TEST(RunCommandLine, SeesTheFirst127Words) {
   }
 }
 
-TEST(RunCommandLine, GivesTheEnvironmentAsToldByItsFlag) {
+TEST(RunCommandLine, PassesTheEnvironmentByItsFlag) {
   const TempDir directory;
   const ScopedEnv variable("COMMUTIL_TEST", "value");
   const std::string copy = "/bin/cp --no-preserve=all /proc/self/environ " + (directory / "env");
@@ -435,7 +435,7 @@ TEST(RunCommandLine, SearchesThePathOnlyWithTheEnvironment) {
   EXPECT_EQ(0, VexaCommonUtils_i::runCommand("/bin/true", false, true));
 }
 
-TEST(RunCommandLine, GivesTheOpenDescriptorsAsToldByItsFlag) {
+TEST(RunCommandLine, PassesTheOpenDescriptorsByItsFlag) {
   const int fd = ::open("/etc/passwd", O_RDONLY);
   ASSERT_GE(fd, 3);
   const std::string test = "/usr/bin/test -e /proc/self/fd/" + std::to_string(fd);
@@ -529,7 +529,7 @@ TEST(RunCommandLine, WaitsForAnyChildAfterAFailedSpawn) {
   });
 }
 
-TEST(RunCommandLine, SetsTheHandlesAlsoWhereStandardDescriptorsAreClosed) {
+TEST(RunCommandLine, SetsTheHandlesEvenIfStandardDescriptorsAreClosed) {
   const TempDir directory;
   const std::string script =
       directory.write("script",
@@ -634,7 +634,7 @@ TEST(RunProgram, InheritsEnvironmentDescriptorsAndDirectory) {
   ::close(closed);
 }
 
-TEST(RunProgram, GivesTheChildTheCallersSignals) {
+TEST(RunProgram, PassesTheCallersSignalsToTheChild) {
   runInChild([] {
     const TempDir directory;
     block({SIGUSR1});
@@ -676,7 +676,7 @@ TEST(RunProgram, RunsNoHandlerOfTheCallersInTheChild) {
   });
 }
 
-TEST(RunProgram, LeavesErrnoAlone) {
+TEST(RunProgram, LeavesErrnoUnchanged) {
   for (const char* path : {"/bin/true", "/nonexistent/program"}) {
     errno = E2BIG;
     runProgram({"name"}, path);
@@ -684,7 +684,7 @@ TEST(RunProgram, LeavesErrnoAlone) {
   }
 }
 
-TEST(RunProgram, FailsWhenNoProcessCanBeMade) {
+TEST(RunProgram, FailsIfNoProcessCanBeCreated) {
   runInChild([] {
     const pid_t other = ::fork();
     if (other == 0) ::_exit(7);
@@ -752,7 +752,7 @@ TEST(RunCommand, IsZeroWhenASignalInterruptsTheWait) {
 
 // pipeline_s and pclose_s
 
-TEST(Pipeline, GivesTheOutputAndTheRawStatus) {
+TEST(Pipeline, ReturnsTheOutputAndTheRawStatus) {
   for (const ShellCase& row : kShellCases) {
     SCOPED_TRACE(row.script);
     std::FILE* const stream = VexaCommonUtils_i::pipeline_s(
@@ -787,7 +787,7 @@ TEST(Pipeline, PassesThePcloseFailureOn) {
   });
 }
 
-TEST(Pipeline, IsNullWhenThereIsNoPipe) {
+TEST(Pipeline, IsNullWithoutAPipe) {
   runInChild([] {
     leaveDescriptors(1);
     EXPECT_EQ(nullptr, VexaCommonUtils_i::pipeline_s("exit 0"));
@@ -851,7 +851,7 @@ TEST(ExecResult, LeavesTheStandardErrorAndInputToTheCommand) {
   });
 }
 
-TEST(ExecResult, FailsWhenThereIsNoPipe) {
+TEST(ExecResult, FailsWithoutAPipe) {
   runInChild([] {
     leaveDescriptors(1);
     std::string result = "junk";

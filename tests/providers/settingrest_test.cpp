@@ -84,7 +84,7 @@ class SettingRest : public testing::Test {
   ScopedEnv m_url{"SETTINGREST_URL", "file://" + m_path};
 };
 
-TEST_F(SettingRest, ExportsItsTwoEntryPointsAlone) {
+TEST_F(SettingRest, ExportsOnlyItsTwoEntryPoints) {
   EXPECT_EQ("getSettingGroupParams\ngetSettingParamValue\n",
             shellOutput("nm -D --defined-only " SETTINGREST_LIBRARY " | awk '{print $3}'"));
 }
@@ -374,7 +374,7 @@ TEST_F(SettingRest, FailsWhileNothingGoodWasRead) {
   EXPECT_EQ("good", valueOf("/k"));
 }
 
-TEST_F(SettingRest, DoesNotAnswerFromAnotherFile) {
+TEST_F(SettingRest, DoesNotReadAnotherFile) {
   store(R"({"k": "good"})");
   EXPECT_EQ("good", valueOf("/k"));
   const ScopedEnv other("SETTINGREST_URL", "file://" + m_dir.write("other.json", "{"));
@@ -447,7 +447,7 @@ bool isUniform(const Params& params) {
   return params.size() == 51;
 }
 
-TEST_F(SettingRest, AnswersManyThreadsFromOneDocumentEach) {
+TEST_F(SettingRest, ServesEachOfManyThreadsFromOneDocument) {
   store(uniform(0));
   std::atomic<bool> done{false};
   std::atomic<int> failures{0};

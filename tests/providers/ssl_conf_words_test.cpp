@@ -88,7 +88,7 @@ constexpr const char* kBothStore = R"({"vexa": {"common": {"svc_ssl_conf": {
 const Words kSaidByApplication{"-SSLAuthenticate", "SERVER", "-SSLVersion", "TLSv1.3",
                                "-SSLNoProtection"};
 
-TEST(SslConfWords, TakesWhatTheStoreSays) {
+TEST(SslConfWords, TakesTheStoresValues) {
   const Row rows[] = {
       {"an empty store", "{}", kArguments, kWords + kDefaults},
       {"no readable store", "", kArguments, kWords + kDefaults},
@@ -106,7 +106,7 @@ TEST(SslConfWords, TakesWhatTheStoreSays) {
   for (const Row& row : rows) expectWords(row);
 }
 
-TEST(SslConfWords, LeavesTheTemplatesOwnOptionsAlone) {
+TEST(SslConfWords, KeepsTheTemplatesOwnOptions) {
   const Words authenticate{"-SSLAuthenticate", "SERVER_AND_CLIENT"};
   const Words version{"-SSLVersion", "TLSv1"};
   const Words noProtection{"-SSLNoProtection"};
@@ -132,7 +132,7 @@ TEST(SslConfWords, LeavesTheTemplatesOwnOptionsAlone) {
   for (const Row& row : rows) expectWords(row);
 }
 
-TEST(SslConfWords, AddsBehindOptionsThatFollowTheCaFile) {
+TEST(SslConfWords, AddsAfterOptionsThatFollowTheCaFile) {
   const Row rows[] = {
       {"-SSLCAfile stands first", "{}",
        "-SSLCAfile PEM:/ssl/ca.pem -SSLPrivateKey PEM:/ssl/key.pem",

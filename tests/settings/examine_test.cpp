@@ -19,7 +19,7 @@ using settings::FileFacts;
 using settings::FileType;
 using settings::stateOf;
 
-TEST(Examine, TellsKindsOfFilesApart) {
+TEST(Examine, DistinguishesKindsOfFiles) {
   const TempDir dir;
   dir.write("regular", "text");
   dir.write("empty", "");

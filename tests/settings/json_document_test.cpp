@@ -61,7 +61,7 @@ TEST(JsonDocument, FindsThePlace) {
   }
 }
 
-TEST(JsonDocument, KeepsPlacesAndSpellings) {
+TEST(JsonDocument, KeepsPositionsAndSpellings) {
   const JsonDocument document("\xef\xbb\xbf{\n \"a\": 5.0}", JsonRules::strict);
   ASSERT_FALSE(document.fault());
   const Json::Value& value = document.root()["a"];

@@ -71,7 +71,7 @@ TEST_F(ProcessLock, IsTakenAndReleasedSilently) {
   EXPECT_EQ(before, openDescriptors());
 }
 
-TEST_F(ProcessLock, FileStaysUnchangedBehind) {
+TEST_F(ProcessLock, FileStaysUnchanged) {
   const std::string file = m_share.write("lock/backup_PROCESSMUTEX", "kept");
   VexaProcessLock lock("backup", "/lock/");
   EXPECT_EQ(0, lock.EnterProcessMutex());
@@ -163,7 +163,7 @@ TEST_F(ProcessLock, ModesFollowTheUmask) {
   }
 }
 
-TEST_F(ProcessLock, MissingParentIsNotMade) {
+TEST_F(ProcessLock, MissingParentIsNotCreated) {
   VexaProcessLock lock("backup", "/a/b/");
   const std::size_t before = openDescriptors();
   EXPECT_EQ("Failed to lock backup_PROCESSMUTEX. The error is 9.\n",

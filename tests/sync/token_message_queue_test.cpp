@@ -190,7 +190,7 @@ TEST_F(TokenMessageQueue, DeactivatedQueueRefusesEvenItsMessages) {
   m_token.release();
 }
 
-TEST_F(TokenMessageQueue, PulsedQueueGivesItsMessages) {
+TEST_F(TokenMessageQueue, PulsedQueueReturnsItsMessages) {
   put({1});
   m_queue.pulse();
   EXPECT_EQ(0, m_queue.dequeue_head(m_message, nullptr));

@@ -114,7 +114,7 @@ std::vector<Entry*> drain(VexaToken::ACE_Token_Queue& queue) {
   return order;
 }
 
-TEST(TokenQueue, InsertsAtThePositionAskedFor) {
+TEST(TokenQueue, InsertsAtTheGivenPosition) {
   struct Case {
     int present;
     int position;
@@ -193,7 +193,7 @@ TEST(TokenQueue, FindsTheFirstEntryOfAThread) {
   EXPECT_EQ(&twoAgain, queue.find(2));
 }
 
-TEST(TokenEntry, StartsReservedAndAlone) {
+TEST(TokenEntry, StartsReservedAndUnlinked) {
   ACE_Thread_Mutex mutex;
   ACE_Condition_Attributes attributes;
   Entry plain(mutex, 7);
@@ -315,7 +315,7 @@ TEST(Token, HookThatThrowsKeepsTheReservationAndReleasesTheMutex) {
   expectFree(token);
 }
 
-TEST(Token, HookThatThrowsBehindAHolderKeepsItsPlace) {
+TEST(Token, HookThatThrowsAfterAHolderKeepsItsPlace) {
   const auto hook = [](void*) { throw std::runtime_error("the caller's"); };
   VexaToken token;
   reserve(token);
@@ -385,7 +385,7 @@ TEST(Token, GoesRoundInTheOrderOfReservation) {
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST(Token, FreeTokenWaitsForTheHeadAlone) {
+TEST(Token, FreeTokenWaitsOnlyForTheHead) {
   VexaToken token;
   Worker head(token);
   Worker second(token);
@@ -609,7 +609,7 @@ TEST(Token, SecondReservationOfAThreadComesAfterItsFirst) {
   expectFree(token);
 }
 
-TEST(Token, EntriesAreFreedByAcquireAlone) {
+TEST(Token, EntriesAreFreedOnlyByAcquire) {
   VexaToken token;
   t_entries = 0;
   reserve(token);

@@ -87,7 +87,7 @@ TEST(TokenWait, IsOverWhenAnInterruptedThreadIsTheOwner) {
   }
 }
 
-TEST(TokenWait, PassesTheTokenOnAfterATimeOutAlone) {
+TEST(TokenWait, PassesTheTokenOnOnlyAfterATimeout) {
   for (const int error : {ETIME, EINVAL}) {
     SCOPED_TRACE(error);
     VexaToken token;

@@ -69,7 +69,7 @@ TEST(DistributionSystem, KnowsTheDistributionByItsLine) {
   }
 }
 
-TEST(DistributionSystem, AsksForTheDistributionOnEveryCall) {
+TEST(DistributionSystem, ReadsTheDistributionOnEveryCall) {
   runInChild([] {
     enterNamespaces(CLONE_NEWNS);
     mountTmpfs("/etc");

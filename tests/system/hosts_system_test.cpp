@@ -88,7 +88,7 @@ TEST(HostsOnTheSystem, FindsTheOfficialNameOfAnAddress) {
   });
 }
 
-TEST(HostsOnTheSystem, GivesTheAddressOfItsOwnNode) {
+TEST(HostsOnTheSystem, ReturnsTheAddressOfItsOwnNode) {
   withHosts("10.9.8.7 the-node\n", "the-node", [] {
     EXPECT_EQ("the-node", VexaCommonUtils::hostname());
     EXPECT_EQ("10.9.8.7", VexaCommonUtils::hostipaddr());
@@ -107,7 +107,7 @@ std::string longEntry(const std::string& ip, std::size_t size) {
   return line + "\n";
 }
 
-TEST(HostsOnTheSystem, FailsWhereAnAnswerDoesNotFitInItsBuffer) {
+TEST(HostsOnTheSystem, FailsIfAResultDoesNotFitInItsBuffer) {
   withHosts("10.1.1.2 small\n" + longEntry("10.1.1.1", 8000), "big", [] {
     std::string text = "junk";
     EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname("big", text));

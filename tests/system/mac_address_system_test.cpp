@@ -139,7 +139,7 @@ void expectNone(const Answer& answer) { expectAnswer(-1, kJunkMac, answer); }
 
 // The kernel's addresses
 
-TEST(MacAddressesOfTheKernel, AreWhatIpTells) {
+TEST(MacAddressesOfTheKernel, AreWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("a", 1) + vethPair("b", 2) + vethPair("down", 3) +
        vethPair("bare", 4) + vethPair("same", 1) +
@@ -357,7 +357,7 @@ TEST(LocalMacAddresses, MissingToolsAddNothing) {
 
 // The address of an IPv6 address's interface
 
-TEST(MacOfIPv6, OfTheOlderToolIsWhatIpTells) {
+TEST(MacOfIPv6, OfTheOlderToolIsWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("eth1", 1) + vethPair("eth10", 2) + vethPair("down", 3) +
        "link set dev eth1 up\nlink set dev eth10 up\n"
@@ -446,7 +446,7 @@ TEST(MacOfIPv6, ReadsOneLineOf47Characters) {
   }
 }
 
-TEST(MacOfIPv6, OfTheNewerToolIsWhatIpTells) {
+TEST(MacOfIPv6, OfTheNewerToolIsWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("eth1", 1) + vethPair("eth10", 2) + vethPair("down", 3) +
        "addr add fe80::1/64 dev eth1 nodad\naddr add 2001:db8::5/64 dev eth10 nodad\n"
@@ -627,7 +627,7 @@ TEST(MacAddressCommands, LeaveNoDescriptorAndNoChild) {
   });
 }
 
-TEST(MacAddresses, AnswerSeveralThreadsAtOnce) {
+TEST(MacAddresses, WorkInSeveralThreadsAtOnce) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("a", 1) + vethPair("b", 2) +
        "addr add 10.1.2.3/24 dev a\naddr add 10.1.3.3/24 dev b\naddr add fe80::1/64 dev a nodad\n"

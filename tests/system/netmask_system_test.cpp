@@ -58,7 +58,7 @@ void expectMask(const std::string& netmask, const Answer& answer) {
 
 }  // namespace
 
-TEST(NetmaskOnRealInterfaces, IsWhatIpTells) {
+TEST(NetmaskOnRealInterfaces, IsWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\naddr add 127.0.0.2/8 dev lo\n" + vethPair("a", 1) + vethPair("b", 2) +
        vethPair("down", 3) + vethPair("bare", 4) +
@@ -94,7 +94,7 @@ TEST(NetmaskOnRealInterfaces, FirstInterfaceThatCarriesTheAddressWins) {
   });
 }
 
-TEST(NetmaskOnRealInterfaces, BeyondTheFiftiethTheToolTells) {
+TEST(NetmaskOnRealInterfaces, BeyondTheFiftiethTheToolIsUsed) {
   runOnOwnNetwork([] {
     std::string lines;
     for (int i = 1; i <= 26; ++i) {
@@ -184,7 +184,7 @@ TEST(NetmaskFromTools, RunsItsCommandByteForByte) {
   });
 }
 
-TEST(InterfaceOfIPv6OnRealInterfaces, IsWhatIpTells) {
+TEST(InterfaceOfIPv6OnRealInterfaces, IsWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("a", 1) + vethPair("b", 2) + vethPair("bare", 3) +
        "link set dev a up\nlink set dev b up\naddr add 10.1.2.3/24 dev a\n"
@@ -213,7 +213,7 @@ TEST(InterfaceOfIPv6OnRealInterfaces, IsWhatIpTells) {
   });
 }
 
-TEST(NetmaskOnRealInterfaces, AnswersSeveralThreadsAtOnce) {
+TEST(NetmaskOnRealInterfaces, WorksInSeveralThreadsAtOnce) {
   runOnOwnNetwork([] {
     std::string lines;
     for (int i = 1; i <= 60; i += 2) {

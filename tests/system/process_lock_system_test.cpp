@@ -180,7 +180,7 @@ void becomeNobody() {
   }
 }
 
-TEST_F(ProcessLockSystem, UnwritableDirectoryIsNoHeldLock) {
+TEST_F(ProcessLockSystem, UnwritableDirectoryIsNotAHeldLock) {
   for (const mode_t mode : {0555U, 0000U}) {
     SCOPED_TRACE(mode);
     ASSERT_EQ(0, ::chmod(m_share.path().c_str(), 0755));

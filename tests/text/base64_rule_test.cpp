@@ -83,7 +83,7 @@ TEST_F(Base64Rule, CarriesEveryLengthWithoutBlocks) {
   }
 }
 
-TEST_F(Base64Rule, DecodesAnyTextInAnyLocale) {
+TEST_F(Base64Rule, DecodesAnyStringInAnyLocale) {
   for (int round = 0; round < 300; ++round) {
     lettersAndDigits = base64Letters();
     for (std::size_t byte = 128; byte <= UCHAR_MAX; ++byte) {

@@ -83,7 +83,7 @@ constexpr Pair kPairs[] = {
     {"\xFB\xEF\xBE\xFF\xFF\xFF", "++++////"},
 };
 
-TEST(Base64, GivesTheStandardsExamples) {
+TEST(Base64, MatchesTheStandardsExamples) {
   for (const Pair& row : kPairs) {
     SCOPED_TRACE(row.text);
     EXPECT_EQ(row.text, encode(row.data));
@@ -192,7 +192,7 @@ TEST(Base64, DecodesEveryByteAtEveryPlace) {
   expectEveryChangeDecodesAsDescribed(std::string(100, '/'));
 }
 
-TEST(Base64, ReadsNothingBehindTheData) {
+TEST(Base64, ReadsNothingAfterTheData) {
   const std::size_t page = 4096;
   void* const pages =
       ::mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -217,7 +217,7 @@ TEST(Base64, CarriesHundredMebibytes) {
   EXPECT_TRUE(bytes == VexaCommonUtils_i::decodeData(text));
 }
 
-TEST(Base64, TakesTheLengthOfATextModulo4GiB) {
+TEST(Base64, TakesTheLengthModulo4GiB) {
   struct Case {
     std::size_t size;
     const char* bytes;
@@ -233,13 +233,13 @@ TEST(Base64, TakesTheLengthOfATextModulo4GiB) {
   }
 }
 
-TEST(Base64, HoldsNoRoomForWhatItDidNotDecode) {
+TEST(Base64, KeepsNoMemoryForWhatItDidNotDecode) {
   const std::string bytes = VexaCommonUtils::base64Decode("TWFu " + std::string(kMiB, 'A'));
   EXPECT_EQ("Man", bytes);
   EXPECT_LT(bytes.capacity(), 100U);
 }
 
-TEST(Base64, TellsDataCharactersInTheCLocale) {
+TEST(Base64, KnowsDataCharactersInTheCLocale) {
   for (const char byte : allBytes()) {
     EXPECT_EQ(kBase64Alphabet.find(byte) != std::string::npos,
               VexaCommonUtils::isBase64(static_cast<unsigned char>(byte)))
@@ -257,7 +257,7 @@ TEST(Base64, KnowsNoOtherDataCharactersInUtf8) {
   });
 }
 
-TEST(Base64, AsksThe8BitLocaleForLetters) {
+TEST(Base64, TakesLettersFromThe8BitLocale) {
   const Latin1Locale latin1;
   runInChild([&latin1] {
     EXPECT_FALSE(VexaCommonUtils::isBase64(0xE4));

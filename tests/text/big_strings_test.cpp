@@ -65,7 +65,7 @@ TEST(BigStrings, TheLongestDataIsEncodedWhole) {
   EXPECT_TRUE(holdsOnly(text, text.size(), 'A'));
 }
 
-TEST(BigStrings, TheLongestTextIsDecodedWhole) {
+TEST(BigStrings, TheLongestStringIsDecodedWhole) {
   const std::string text(kLongestData, 'A');
   const std::string bytes = VexaCommonUtils::base64Decode(text);
   ASSERT_EQ(std::size_t{kLongestData} / 4 * 3 + 2, bytes.size());

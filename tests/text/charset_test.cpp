@@ -252,7 +252,7 @@ TEST(Charset, ConvertsEveryCharacterBothWays) {
   });
 }
 
-TEST(Charset, ConvertsHugeTexts) {
+TEST(Charset, ConvertsHugeStrings) {
   runInChild([] {
     nameLocale("C.UTF-8");
     const std::size_t size = std::size_t{100} << 20;

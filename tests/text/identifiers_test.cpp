@@ -164,7 +164,7 @@ TEST(Identifier, EndsWithTheHostsMacAddress) {
   EXPECT_EQ(expected, generated().substr(20));
 }
 
-TEST(Identifier, AsksForTheMacAddressOnEveryCall) {
+TEST(Identifier, ReadsTheMacAddressOnEveryCall) {
   runInChild([] {
     unsigned char first = 0;
     macAddress = [&first](unsigned char* node) {
@@ -192,7 +192,7 @@ TEST(Identifier, EndsWithZerosWithoutAMacAddress) {
   });
 }
 
-TEST(Identifier, MayBeMadeInSeveralThreadsAtOnce) {
+TEST(Identifier, MayBeGeneratedInSeveralThreadsAtOnce) {
   const std::string mac = generated().substr(20);
   inThreads(4, [&mac](int) {
     for (int turn = 0; turn < 50; ++turn) {
@@ -255,7 +255,7 @@ TEST(TimeStamp, IsTheLocalTime) {
   }
 }
 
-TEST(TimeStamp, IsWhatTheFormatGivesForAnyTime) {
+TEST(TimeStamp, FollowsTheFormatForAnyTime) {
   runInChild([] {
     std::mt19937_64 random(5);
     std::uniform_int_distribution<std::time_t> times(-70000000000, 300000000000);

@@ -64,7 +64,7 @@ TEST(Locale, SetsEveryCategory) {
   });
 }
 
-TEST(Locale, SetLocaleAnswersLikeTheCLibrary) {
+TEST(Locale, SetLocaleReturnsWhatTheCLibraryDoes) {
   runInChild([] {
     EXPECT_STREQ("C.UTF-8", VexaLocale::SetLocale("C.UTF-8"));
     EXPECT_EQ("C.UTF-8", currentLocale());

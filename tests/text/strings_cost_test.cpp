@@ -24,7 +24,7 @@ std::string repeated(const std::string& piece, std::size_t size) {
   return text;
 }
 
-TEST(StringAllocations, OneForAText) {
+TEST(StringAllocations, OneForAResult) {
   std::string text = "  " + repeated("a long line, 'quoted' ", 500) + "  ";
   EXPECT_EQ(1U, allocationsOf([&] { VexaCommonUtils::Vexareverse(text); }));
   EXPECT_EQ(1U, allocationsOf([&] { VexaCommonUtils::Vexaltrim(text); }));
@@ -120,7 +120,7 @@ TEST(StringGrowth, AppendingToOneVectorIsLinear) {
   }
 }
 
-TEST(StringGrowth, OfAVeryLongText) {
+TEST(StringGrowth, OfAVeryLongString) {
   std::string text(64 * kMiB, ' ');
   EXPECT_EQ(VexaCommonUtils::Vexatrim(text), "");
   text.front() = 'a';

@@ -73,7 +73,7 @@ void compareWithModels(unsigned seed, int rounds) {
   }
 }
 
-TEST(StringModels, AgreeOnManyTexts) {
+TEST(StringModels, AgreeOnManyStrings) {
   for (unsigned seed = 1; seed <= 20; ++seed) compareWithModels(seed, 500);
 }
 

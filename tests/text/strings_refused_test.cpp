@@ -71,7 +71,7 @@ TEST(RefusedFormatting, IsNullFromLtoaOnly) {
   EXPECT_EQ(lastCall.size, 22U);
 }
 
-TEST(RefusedFormatting, IsNoTextFromStrHexToInt) {
+TEST(RefusedFormatting, IsAnEmptyResultOfStrHexToInt) {
   EXPECT_EQ(StrHexToInt("1"), "");
   EXPECT_EQ(lastCall.size, 4U);
   EXPECT_EQ(lastCall.count, 3U);

@@ -53,7 +53,7 @@ struct TrimCase {
   std::string both;     // expected of Vexatrim
 };
 
-TEST(Trim, TakesBlanksOnly) {
+TEST(Trim, TakesSpacesOnly) {
   const std::vector<TrimCase> cases = {
       {"  a b  ", "a b  ", "a b"},
       {"\ta\t", "\ta\t", "\ta\t"},
@@ -78,7 +78,7 @@ TEST(Trim, TakesBlanksOnly) {
   }
 }
 
-TEST(Trim, OfEveryByteTakesTheBlankOnly) {
+TEST(Trim, OfEveryByteTakesTheSpaceOnly) {
   for (const char byte : allBytes()) {
     SCOPED_TRACE(static_cast<int>(byte));
     std::string text(3, byte);
@@ -134,7 +134,7 @@ struct SplitCase {
   Tokens expected;
 };
 
-TEST(Split, SkipsDelimiterBytesAndEndsAtTheDelimiterText) {
+TEST(Split, SkipsDelimiterBytesAndEndsAtTheWholeDelimiter) {
   const std::vector<SplitCase> cases = {
       {"a,,b,", ",", {"a", "b"}},
       {",,,", ",", {}},
@@ -166,7 +166,7 @@ TEST(Split, SkipsDelimiterBytesAndEndsAtTheDelimiterText) {
   }
 }
 
-TEST(Split, WithoutDelimitersGivesAnEmptyTokenForEachByte) {
+TEST(Split, WithoutDelimitersAppendsAnEmptyTokenForEachByte) {
   EXPECT_EQ(splitToList("", ""), Tokens());
   EXPECT_EQ(splitToList("a", ""), Tokens(1));
   EXPECT_EQ(splitToList("a,b", ""), Tokens(3));
@@ -183,7 +183,7 @@ TEST(Split, AppendsAndNeverClears) {
   EXPECT_THAT(out, ElementsAre("old", "a", "b", "c"));
 }
 
-TEST(Split, MayTakeItsTextFromTheList) {
+TEST(Split, MayTakeItsStringFromTheList) {
   std::list<std::string> out = {"a,b", ","};
   VexaCommonUtils::split(out.front(), out.back(), out);
   EXPECT_THAT(out, ElementsAre("a,b", ",", "a", "b"));
@@ -230,7 +230,7 @@ TEST(SplitAll, CountsWhatTheVectorHeldBefore) {
   EXPECT_EQ(out.size(), 5U);
 }
 
-TEST(SplitAll, MayTakeItsTextFromTheVector) {
+TEST(SplitAll, MayTakeItsStringFromTheVector) {
   std::vector<std::string> out = {"a b c d e f g h", " "};
   out.shrink_to_fit();
   EXPECT_EQ(VexaCommonUtils::splitAll(out[0], out[1], out), 10U);
@@ -308,7 +308,7 @@ TEST(Replace, GoesLeftToRightAndNeverIntoWhatItInserted) {
   }
 }
 
-TEST(Replace, LeavesItsArgumentsAlone) {
+TEST(Replace, LeavesItsArgumentsUnchanged) {
   std::string s = "abc";
   std::string from = "b";
   std::string to = "xyz";
@@ -317,7 +317,7 @@ TEST(Replace, LeavesItsArgumentsAlone) {
   EXPECT_EQ(to, "xyz");
 }
 
-TEST(Replace, MayBeGivenOneObjectTwice) {
+TEST(Replace, AcceptsOneObjectTwice) {
   std::string a = "a";
   std::string s = "banana";
   VexaCommonUtils::Vexareplace(s, a, s);  // replaces each "a" by the original string
@@ -365,7 +365,7 @@ TEST(ReplaceChar, WritesTheWholeReplacement) {
   }
 }
 
-TEST(ReplaceChar, MayBeGivenOneObjectTwice) {
+TEST(ReplaceChar, AcceptsOneObjectTwice) {
   const std::string s = "a-";
   EXPECT_EQ(ReplaceChar(s, '-', s), "aa-");
 }
@@ -397,7 +397,7 @@ TEST(ToUpper, ChangesTheAsciiLettersOnly) {
   }
 }
 
-TEST(ToUpper, WorksOnTextsOfEveryLength) {
+TEST(ToUpper, WorksOnStringsOfEveryLength) {
   for (const std::size_t length : kLengths) {
     SCOPED_TRACE(length);
     const std::string text(length, 'q');
@@ -419,7 +419,7 @@ TEST(Tabs, PadTo32Columns) {
   EXPECT_EQ(VexaCommonUtils::tabs("\0\0"s).size(), 30U);
 }
 
-TEST(Reverse, GivesTheBytesBackwards) {
+TEST(Reverse, ReturnsTheBytesBackwards) {
   for (const auto& [text, expected] : std::vector<std::pair<std::string, std::string>>{
            {"", ""}, {"a", "a"}, {"abc", "cba"}, {"a\0\xC3\xA9"s, "\xA9\xC3\0a"s}}) {
     std::string s = text;

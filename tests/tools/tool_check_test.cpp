@@ -45,7 +45,7 @@ TEST(Check, CoversEveryTheme) {
     EXPECT_NE(std::string::npos, text.find(line)) << line << "\nis not in\n" << text;
 }
 
-TEST(Check, TellsTheWorstResultInItsExitCode) {
+TEST(Check, ReturnsTheWorstResultAsItsExitCode) {
   SoundDeployment deployment;
   deployment.environment["APP_NAME"] = std::nullopt;
   EXPECT_EQ(1, deployment.run({"check", "--quiet"}).code);

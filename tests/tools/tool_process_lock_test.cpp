@@ -24,7 +24,7 @@ Words lockLine(const Words& options, const Words& command) {
   return words;
 }
 
-TEST(Lock, RunsTheCommandAndGivesItsExitCode) {
+TEST(Lock, RunsTheCommandAndReturnsItsExitCode) {
   const Deployment deployment;
   const struct {
     Words command;
@@ -94,7 +94,7 @@ TEST(Lock, HasAnExitCodeOfItsOwnForAHeldLock) {
   }
 }
 
-TEST(Lock, WaitsForAFreeLockWithoutAWord) {
+TEST(Lock, WaitsForAFreeLockWithoutAMessage) {
   const ProcessResult result = Deployment().run(lockLine({"--wait", "5"}, {"echo", "ran"}));
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("ran\n", result.out);

@@ -11,7 +11,7 @@ namespace {
 using commutil_test::Deployment;
 using commutil_test::ProcessResult;
 
-TEST(Report, TellsSetUnsetAndEmptyVariablesApart) {
+TEST(Report, DistinguishesSetUnsetAndEmptyVariables) {
   Deployment deployment;
   deployment.environment["VEXA_DUMP_ALL_LOCKS_FILE"] = "";
   deployment.environment["QORV_ROOT"] = std::nullopt;
@@ -141,7 +141,7 @@ TEST(Report, WorksOnAHostWithNothing) {
   EXPECT_TRUE(answerOf(report, "GetAllWebswingNodeIPs")["answer"].isNull());
 }
 
-TEST(Report, PrintsTheSameInText) {
+TEST(Report, PrintsTheSameAsText) {
   const Deployment deployment;
   const std::string text = deployment.run({"report"}).out;
   for (const std::string& line :

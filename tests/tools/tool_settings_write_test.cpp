@@ -127,7 +127,7 @@ TEST(SettingsPut, RefusesWhatTheLibraryDoesNotAccept) {
   }
 }
 
-TEST(SettingsPut, RefusesWhatIsNoKey) {
+TEST(SettingsPut, RefusesWhatIsNotAKey) {
   const Deployment deployment;
   const struct {
     Words words;

@@ -180,7 +180,7 @@ TEST(WideFile, ClosesNothingFirstWhileItsModeIsClosed) {
   EXPECT_TRUE(writing(stream));
 }
 
-TEST(WideFile, TellsEndOfFileAndErrorOfTheSideInUse) {
+TEST(WideFile, ReportsEndOfFileAndErrorOfTheSideInUse) {
   const TempDir dir;
   const std::string path = dir.write("text", "a");
   Vexawfstream stream;

@@ -138,7 +138,7 @@ TYPED_TEST(WideOutput, TheDecimalPointIsTheLocalesOwn) {
   });
 }
 
-TEST(WideWriterOperators, FlushBehindBytesOnly) {
+TEST(WideWriterOperators, FlushOnlyAfterBytes) {
   const TempDir dir;
   const std::string path = dir / "text";
   Vexawofstream stream;
@@ -155,7 +155,7 @@ TEST(WideWriterOperators, FlushBehindBytesOnly) {
   EXPECT_EQ("12.000000a3\xFF", readFile(path));
 }
 
-TEST(WideWriterOperators, ABytesTextFlushesEvenWhenItIsRefused) {
+TEST(WideWriterOperators, AByteStringFlushesEvenIfItIsRefused) {
   const TempDir dir;
   const std::string path = dir / "text";
   Vexawofstream stream;
@@ -312,7 +312,7 @@ TYPED_TEST(WideInput, ReadsReals) {
   EXPECT_EQ(10, this->stream.ftellg());
 }
 
-TYPED_TEST(WideInput, GivesMinusOneWhileClosed) {
+TYPED_TEST(WideInput, ReturnsMinusOneWhileClosed) {
   int i = 5;
   unsigned short us = 5;
   unsigned long ul = 5;

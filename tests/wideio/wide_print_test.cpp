@@ -53,7 +53,7 @@ TEST(WidePrint, HoldsUpTo4095Characters) {
   }
 }
 
-TEST(WidePrint, ATextThatCannotBeFormattedIsEmpty) {
+TEST(WidePrint, AResultThatCannotBeFormattedIsEmpty) {
   runInChild([] {
     setLocale("C.UTF-8");
     std::wstring buf = junk();

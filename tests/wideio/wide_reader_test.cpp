@@ -62,7 +62,7 @@ TEST(WideReader, StartsClosedWithoutABufferInItsBase) {
   EXPECT_TRUE(stream.bad());
 }
 
-TEST(WideReader, AnswersWhileClosed) {
+TEST(WideReader, ReturnsFailuresWhileClosed) {
   Vexawifstream stream;
   EXPECT_EQ(-1, stream.eof());
   EXPECT_EQ(1, stream.fail());
@@ -138,7 +138,7 @@ TEST(WideReader, NeverCreatesAFile) {
   EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 
-TEST(WideReader, TellsEndOfFileAndErrorAsStdioDoes) {
+TEST(WideReader, ReportsEndOfFileAndErrorAsStdioDoes) {
   OpenReader reader("a");
   EXPECT_EQ(L'a', static_cast<wchar_t>(reader.stream.get()));
   EXPECT_EQ(0, reader.stream.eof());

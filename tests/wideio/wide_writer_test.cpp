@@ -55,7 +55,7 @@ TEST(WideWriter, StartsClosedWithoutABufferInItsBase) {
   EXPECT_TRUE(stream.bad());
 }
 
-TEST(WideWriter, AnswersWhileClosed) {
+TEST(WideWriter, ReturnsFailuresWhileClosed) {
   Vexawofstream stream;
   EXPECT_EQ(-1, stream.eof());
   EXPECT_EQ(1, stream.fail());
@@ -213,7 +213,7 @@ void refuseOneWrite() {
   ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
 }
 
-TEST(WideWriter, ClosingGivesUpWhatCouldNotBeWritten) {
+TEST(WideWriter, ClosingDropsWhatCouldNotBeWritten) {
   for (const std::size_t size : {100U, 1000U}) {
     SCOPED_TRACE(size);
     runInChild([size] {
