@@ -23,8 +23,8 @@ int hexDigitValue(char byte) {
   return -1;
 }
 
-// Returns the integer part of `x` < 2^64 as an unsigned number, a negative one wrapped. Below the
-// signed range the conversion would be undefined; returns the largest number.
+// The integer part of `x` < 2^64 as an unsigned number, a negative one wrapped. What lies below the
+// signed range would be an undefined conversion: it gives the largest number.
 std::uint64_t unsignedPart(double x) {
   constexpr double kLowest = -9223372036854775808.0;
   if (x >= 0.0) return static_cast<std::uint64_t>(x);

@@ -26,7 +26,7 @@ std::wstring randomText(std::mt19937& random) {
   return text;
 }
 
-/// The position at which a conversion by characters stops.
+/// Where a conversion character by character stops.
 Converted bySteps(const std::wstring& text, std::string& bytes, std::size_t room) {
   std::size_t i = 0;
   while (i < text.size() && bytes.size() + 4 <= room && measureUtf8(&text[i], 1) != kNoUtf8) {
@@ -36,7 +36,7 @@ Converted bySteps(const std::wstring& text, std::string& bytes, std::size_t room
   return {i, bytes.size()};
 }
 
-// ASCII is converted in blocks of 16, which may fill the last four bytes of the buffer.
+// ASCII goes in blocks of 16, which may fill the last four bytes of the room.
 TEST(Utf8, NarrowsWhatFits) {
   std::mt19937 random(1);
   for (int round = 0; round < 20000; ++round) {
