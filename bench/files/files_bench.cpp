@@ -1,4 +1,4 @@
-// Reading, copying and listing files, beside GLib, the C and C++ libraries, cp and find.
+// Reading, copying and listing files against GLib, the C and C++ libraries, cp and find.
 #include <benchmark/benchmark.h>
 #include <dirent.h>
 #include <fcntl.h>
@@ -26,7 +26,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Files that the benchmarks work on, removed at the end.
+/// Files that the benchmarks use, removed by the destructor.
 class Files {
  public:
   std::string file(std::size_t size) const {
@@ -116,7 +116,7 @@ void copyStdio(const std::string& from, const std::string& to) {
   std::fclose(target);
 }
 
-/// The writing alone, of bytes that are at hand.
+/// Only the writing, of bytes in memory.
 void writeOnly(const std::string& from, const std::string& to) {
   static const std::string piece(std::size_t{256} << 10, 'x');
   const int fd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -174,7 +174,7 @@ std::size_t listFind(const std::string& root, const std::string& pattern) {
   return count;
 }
 
-/// The reading alone: what the entries are is not looked at.
+/// Only the reading: ignores the types of the entries.
 void readOnly(const std::string& directory) {
   DIR* const stream = ::opendir(directory.c_str());
   while (const dirent* const entry = ::readdir(stream)) {

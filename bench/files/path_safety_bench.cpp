@@ -1,4 +1,4 @@
-// Checks and mappings of names, beside one pass over a table of the bytes.
+// Checks and mappings of names against one pass over a table of bytes.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -62,7 +62,7 @@ bool isSafeByTable(const std::string& name) {
   return true;
 }
 
-/// A pass that finds dot pieces and compares with the base as it goes.
+/// One pass that finds dot components and compares with the base.
 bool checkByTable(const std::string& path, const std::string& base) {
   static const Table kSlashed = [] {
     Table table = {};
@@ -88,7 +88,7 @@ bool checkByTable(const std::string& path, const std::string& base) {
   return same == base.size() && (path.size() == same || in(kSlashed, path[same]) == '/');
 }
 
-/// A text of `size` bytes with `special` at every `step`, or nowhere for 0.
+/// A string of `size` bytes with `special` at every `step`, or nowhere for 0.
 std::string text(std::size_t size, std::size_t step, std::string_view special) {
   std::string result(size, 'x');
   for (std::size_t i = step; step != 0 && i + special.size() <= size; i += step) {

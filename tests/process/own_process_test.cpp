@@ -63,7 +63,7 @@ TEST(CommandLine, IsThatOfTheCallingProcess) {
   std::vector<std::string> words;
   VexaCommonUtils_i::getCommandLine(words);
   ASSERT_FALSE(words.empty());
-  EXPECT_THAT(words.front(), testing::HasSubstr("users_test"));
+  EXPECT_THAT(words.front(), testing::HasSubstr("own_process_test"));
   const std::size_t count = words.size();
   VexaCommonUtils_i::getCommandLine(words);
   EXPECT_EQ(2 * count, words.size()) << "words are appended";
