@@ -1,6 +1,4 @@
-// The process environment: the one look-up of a variable and the expanders of references to
-// variables. Everything that is found through the environment comes here. Nothing is cached; safe
-// between threads as long as none of them changes the environment.
+// The lookup of environment variables and the expanders of references to them.
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -10,13 +8,13 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "bytes/checked_size.h"
 
 namespace {
 
 constexpr std::size_t kShortName = 128;
 
-/// The value of the variable `name`, which getenv(3) reads up to its first NUL; null when not set.
+/// Returns the value of the variable `name`, which getenv(3) reads up to its first NUL; null if not
+/// set.
 const char* lookUp(std::string_view name) {
   if (name.size() >= kShortName) return std::getenv(std::string(name).c_str());
   std::array<char, kShortName> terminated;  // NOLINT(*-member-init): filled below
@@ -70,7 +68,7 @@ void forEachReference(std::string_view text, const Syntax& syntax, const Visit& 
   }
 }
 
-/// A variable set to the empty text counts as unset.
+/// A variable set to the empty string counts as unset.
 bool resolves(const char* value) { return value != nullptr && *value != '\0'; }
 
 /// Replaces references written OPEN NAME CLOSE by the values of their variables, unless unset.
@@ -86,7 +84,7 @@ std::string expand(std::string_view text, const Syntax& syntax) {
     added += std::strlen(value);
   });
   std::string result;
-  result.reserve(commutil::checkedSize(text.size() - removed, added, 1));
+  result.reserve(text.size() - removed + added);
   std::size_t start = 0;
   std::size_t index = 0;
   forEachReference(text, syntax, [&](std::string_view reference, std::string_view name) {

@@ -8,8 +8,10 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "bytes/byte_blocks.h"
+#include "bytes/checked_size.h"
 #include "bytes/raw_text.h"
+#include "bytes/rewrite.h"
+#include "bytes/scan.h"
 
 namespace {
 
@@ -21,7 +23,7 @@ using commutil::rewriteBytes;
 
 constexpr AnyOf<'\''> kQuote;
 
-/// Whether a database type is `name`, which is in small letters, in any case.
+/// Returns whether `type` equals the lower-case `name`, ignoring case.
 bool isType(std::string_view type, std::string_view name) {
   constexpr char kSmall = 'a' - 'A';
   return std::equal(type.begin(), type.end(), name.begin(), name.end(),
@@ -107,7 +109,7 @@ template <class Dialect>
 std::string shortOperand(std::string_view text, std::string_view before, std::string_view after) {
   constexpr std::size_t kMostAround = sizeof "'%%'" + kClause.size();
   constexpr std::size_t kMost = commutil::kShortText * commutil::kWidestByte + kMostAround;
-  std::array<char, kMost + commutil::kBlockSize> result;  // NOLINT(*-member-init): filled below
+  std::array<char, kMost + commutil::Block::kSize> result;  // NOLINT(*-member-init): filled below
   char* out = append(result.data(), before);
   out = commutil::rewriteShortInto(out, text, Dialect::kChanged, Dialect::change);
   return std::string(result.data(), append(out, after));
@@ -158,7 +160,8 @@ std::string VexaCommonUtils::getEscapeString() {
   return isOracleFamily(getDBType()) ? std::string(kClause) : "";
 }
 
-// A "tessarn" text is quoted and escaped here although an "oracle" text is not: callers rely on it.
+// A "tessarn" string is quoted and escaped here although an "oracle" string is not: callers rely on
+// it.
 std::string VexaCommonUtils::TransferLikeSqlForSybAndMSSQL(const std::string& text) {
   if (isType(getDBType(), "oracle")) return text;
   return operandOf(text, "", "", usesBackslashes(text));

@@ -35,7 +35,7 @@ std::size_t commutil_test::bytesHeld() { return g_held; }
 std::size_t commutil_test::peakBytesHeld() { return g_peak; }
 void commutil_test::restartPeak() { g_peak = g_held.load(); }
 
-// Not inlined: g++ would take the inlined `free` for a mismatch with the callers' `new`.
+// Not inlined: g++ would warn that `free` mismatches the callers' `new`.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   if (void* const block = allocate(size)) return block;
   throw std::bad_alloc();
