@@ -13,6 +13,7 @@
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
 #include "VexaStringUtils.h"
+#include "bytes/ascii.h"
 #include "net/interface_records.h"
 #include "os/handles.h"
 #include "platform/bounded.h"
@@ -58,7 +59,7 @@ using Words = std::list<std::string>;
 /// The element behind `word`, trimmed; "" when there is none.
 std::string wordAfter(const Words& words, Words::const_iterator word) {
   const auto next = std::next(word);
-  return next == words.end() ? "" : VexaCommonUtils_i::VexatrimAll(*next, " \t\r\n");
+  return next == words.end() ? "" : VexaCommonUtils_i::VexatrimAll(*next, commutil::kWhitespace);
 }
 
 /// Sets `mask` to what stands behind the first "Mask:" inside `field`, if there is one.

@@ -3,7 +3,6 @@
 #include <VexaCommonUtils_i.h>
 #include <VexaNetUtils.h>
 
-#include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <json/value.h>
 #include <netinet/in.h>
@@ -84,13 +83,10 @@ Json::Value macOf(std::string ip) {
   return text;
 }
 
-std::string addressText(const sockaddr* address) {
-  std::array<char, INET6_ADDRSTRLEN> text{};
-  const auto* const field =
-      address->sa_family == AF_INET
-          ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
-          : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
-  ::inet_ntop(address->sa_family, field, text.data(), text.size());
+std::string addressText(sockaddr* address) {
+  std::array<char, 48> text{};
+  VexaCommonUtils_i::addressToStringIP(address->sa_family, address, sizeof *address, text.data(),
+                                       static_cast<int>(text.size()));
   return text.data();
 }
 
