@@ -1,5 +1,5 @@
-// The cluster's node list and the application configuration: documents of right and wrong kinds
-// composed from the input, compared with expected results, and any string.
+// The cluster's node list: documents of right and wrong kinds composed from the input, compared
+// with expected results, and any string.
 #include <json/value.h>
 #include <json/writer.h>
 
@@ -9,7 +9,6 @@
 #include <string>
 
 #include "VexaCommonUtils_i.h"
-#include "config/uncached.h"
 #include "platform/json_reader.h"
 #include "support/expect.h"
 #include "support/input.h"
@@ -31,7 +30,6 @@ const Scratch& deployment() {
   static const bool made = [] {
     scratch.makeFolder("etc/sysconf");
     setVariable("QORV_ROOT", scratch.path() + "/");
-    setVariable("APP_CONF_FILE", scratch / "application.json");
     return true;
   }();
   static_cast<void>(made);
@@ -43,8 +41,6 @@ std::string written(const Json::Value& root) {
   builder["emitUTF8"] = true;
   return Json::writeString(builder, root);
 }
-
-// The node list
 
 /// A composed node: what it adds to the addresses; nothing if a member is of a wrong kind.
 struct Node {
@@ -134,53 +130,9 @@ void checkNodeList(Input& input) {
   expectEqual(addresses, expected, "the addresses of the remote-client nodes");
 }
 
-// The application configuration
-
-void checkDatabaseType(Input& input) {
-  Json::Value root(Json::objectValue);
-  std::map<std::string, std::string> types;
-  while (!input.empty()) {
-    const std::string name = input.field();
-    Json::Value& entries = root["databases"][name];
-    entries = Json::Value();
-    std::string& type = types[name];
-    type = input.field();
-    switch (input.choice(5)) {
-      case 0:
-        entries[0U]["other"] = type;
-        type.clear();
-        break;
-      case 1:
-        entries["type"] = type;
-        type.clear();
-        break;
-      case 2:
-        entries = type;
-        type.clear();
-        break;
-      case 3:
-        entries[0U]["type"][0U] = type;
-        type.clear();
-        break;
-      default:
-        entries[0U]["type"] = type;
-        entries[1U]["type"] = "other";
-        break;
-    }
-  }
-  const std::string expected = types.empty() ? "" : types.begin()->second;
-  deployment().write("application.json", written(root));
-  const commutil::Answer<std::string> answer = commutil::findDatabaseType();
-  expectEqual(answer.value, expected.empty() ? "sybase" : expected, "the database type");
-  expectEqual(answer.keep, !expected.empty(), "a database type that was read is kept");
-}
-
-// Any string
-
 void checkText(Input& input) {
   const std::string text = input.rest();
   deployment().write(kNodeListFile, text);
-  deployment().write("application.json", text);
   Json::Value root;
   const bool isJson = JsonReader(false).parse(text, root);
 
@@ -193,27 +145,10 @@ void checkText(Input& input) {
   }
   expectEqual(addresses.front(), "before", "addresses are appended");
   if (!isJson) expectEqual(addresses.size(), 1U, "no document, no address");
-
-  const commutil::Answer<std::string> answer = commutil::findDatabaseType();
-  if (!isJson) expect(!answer.keep, "no document, no type to keep");
-  if (!answer.keep) expectEqual(answer.value, "sybase", "the default type");
-  expect(!answer.value.empty(), "there is always a type");
 }
 
 }  // namespace
 
-// Replaces the settings store, which these lookups do not read.
-int VexaCommonUtils_i::getSettingParamValue(const std::string& /*key*/, std::string& /*value*/) {
-  return -1;
-}
-
 void commutil_fuzz::testInput(Input& input) {
-  switch (input.choice(3)) {
-    case 0:
-      return checkNodeList(input);
-    case 1:
-      return checkDatabaseType(input);
-    default:
-      return checkText(input);
-  }
+  return input.choice(2) == 0 ? checkNodeList(input) : checkText(input);
 }
