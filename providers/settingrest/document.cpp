@@ -13,14 +13,15 @@
 namespace settingrest {
 namespace {
 
-/// Returns the first line of the parser's complaint, which tells the place: "Line 1, Column 2".
+/// Returns the first line of the parser's error message, which has the position: "Line 1, Column
+/// 2".
 std::string placeOf(const std::string& complaint) {
   const std::size_t begin = complaint.find_first_not_of("* ");
   if (begin == std::string::npos) return "unknown place";
   return complaint.substr(begin, complaint.find('\n', begin) - begin);
 }
 
-/// Parses `text` as jsoncpp does, but for lack of memory, which is std::bad_alloc.
+/// Parses `text` as jsoncpp does, but throws std::bad_alloc if memory runs out.
 Json::Value parseValue(std::string_view text) {
   try {
     Json::Value root;
@@ -63,7 +64,7 @@ void Document::add(const std::string& path, const Json::Value& value, const char
   } else if (value.isString()) {
     m_values[path] = value.asString();
   } else if (value.isNumeric() || value.isBool()) {
-    // As the document spells it: no digit is lost or added on the way through a number.
+    // As written in the document: a conversion to a number could lose or add digits.
     m_values[path].assign(text + value.getOffsetStart(), text + value.getOffsetLimit());
   }
 }

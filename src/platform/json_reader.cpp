@@ -1,5 +1,3 @@
-// The platform's JSON reader over jsoncpp, for the application configuration and the node list.
-// Re-entrant; no state beyond the object.
 #include "platform/json_reader.h"
 
 #include <string_view>
