@@ -11,8 +11,8 @@
 
 #include "bytes/ascii.h"
 
-// JSON rules that several readers share, and checks of what jsoncpp does not report: that memory ran
-// out, and what follows the document.
+// JSON rules that several readers share, and checks of what jsoncpp does not report: that memory
+// ran out, and what follows the document.
 
 namespace commutil {
 
