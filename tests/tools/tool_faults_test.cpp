@@ -1,4 +1,5 @@
-// Faults in a deployment: explain or check names each with its place and what to do.
+// Faults in a deployment: explain or check names each with its place and what to do, as the page on
+// troubleshooting shows.
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -9,6 +10,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -309,9 +311,9 @@ std::vector<Fault> otherFileFaults() {
   };
 }
 
-std::string replaced(std::string text, const std::string& directory) {
-  for (std::size_t at = 0; (at = text.find('@', at)) != std::string::npos;)
-    text.replace(at, 1, directory);
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+    text.replace(at, from.size(), to);
   return text;
 }
 
@@ -319,6 +321,28 @@ std::string replaced(std::string text, const std::string& directory) {
 void obeyPermissions() {
   ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
   ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+}
+
+/// What the page shows of a run: the command and the first line that holds `line`, in a deployment
+/// at /srv/vexa and with the test's own stores in /srv/lib.
+std::string session(const Fault& fault, const std::string& output, const std::string& line,
+                    const std::string& directory) {
+  std::string text = "$ commutil";
+  for (const std::string& word : fault.words) text += ' ' + word;
+  const std::size_t at = output.find(line);
+  const std::size_t begin = output.rfind('\n', at) + 1;
+  text += '\n' + output.substr(begin, output.find('\n', at) - begin) + '\n';
+  text = replaced(text, directory, "/srv/vexa");
+  for (const char* store :
+       {COMMUTIL_EMPTY_STORE_DIR, COMMUTIL_OTHER_STORE_DIR, COMMUTIL_HANGING_STORE_DIR})
+    text = replaced(text, store, "/srv/lib");
+  // Columns are as wide as the deployment's path.
+  return std::regex_replace(text, std::regex(" +readable"), "   readable");
+}
+
+const std::string& page() {
+  static const std::string text = commutil_test::readFile(COMMUTIL_TROUBLESHOOTING_PAGE);
+  return text;
 }
 
 void expectNamed(const Fault& fault) {
@@ -329,10 +353,13 @@ void expectNamed(const Fault& fault) {
   const ProcessResult result = deployment.run(fault.words);
   std::string directoryName = deployment / "";
   directoryName.pop_back();
-  const std::string line = replaced(fault.line, directoryName);
+  const std::string line = replaced(fault.line, "@", directoryName);
   EXPECT_NE(std::string::npos, result.out.find(line)) << line << "\nis not in\n" << result.out;
   EXPECT_EQ(fault.code, result.code) << result.out;
   EXPECT_EQ("", result.err);
+  const std::string shown = "```\n" + session(fault, result.out, line, directoryName) + "```\n";
+  EXPECT_NE(std::string::npos, page().find(shown)) << "the page on troubleshooting lacks\n"
+                                                   << shown;
 }
 
 void expectAllNamed(const std::vector<Fault>& faults) {
@@ -349,5 +376,13 @@ TEST(Faults, OfTheStoresLibraryAreNamed) { expectAllNamed(libraryFaults()); }
 TEST(Faults, OfTheSettingsFileAreNamed) { expectAllNamed(settingsFileFaults()); }
 
 TEST(Faults, OfOtherFilesAreNamed) { expectAllNamed(otherFileFaults()); }
+
+TEST(Faults, OnTheTroubleshootingPageAreTheseAlone) {
+  const std::regex command("```\n\\$ commutil ");
+  const std::sregex_iterator first(page().begin(), page().end(), command);
+  const std::size_t faults = storeFaults().size() + libraryFaults().size() +
+                             settingsFileFaults().size() + otherFileFaults().size();
+  EXPECT_EQ(faults, static_cast<std::size_t>(std::distance(first, std::sregex_iterator())));
+}
 
 }  // namespace
