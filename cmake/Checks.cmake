@@ -17,6 +17,7 @@ set(work ${PROJECT_BINARY_DIR}/checks)
 commutil_check(abi.Contract abi abi/check $<TARGET_FILE:commutil>)
 commutil_check(abi.Changes abi tests/contract/abi_changes ${work}/abi-changes)
 commutil_check(docs.Whole docs cmake/dev/docs)
+commutil_check(docs.Words docs tests/contract/words_check)
 commutil_check(install.Consumed install
   tests/consumer/check-install ${PROJECT_BINARY_DIR} ${work}/install)
 commutil_check(parent.Unchanged parent tests/consumer/check-parent ${work}/parent)
