@@ -163,18 +163,22 @@ function markFound() {
 
 // Pages
 
-/** Commands in the sessions stand out from what they print. */
+/** Commands in the sessions stand out from what they print, and messages are read without scrolling. */
 function markCommands() {
-  for (const fragment of document.querySelectorAll("pre.fragment")) {
-    if (!fragment.textContent.startsWith("$ ")) continue;
-    const lines = fragment.textContent.replace(/\n$/, "").split("\n").map((line) => {
+  for (const fragment of document.querySelectorAll(".fragment")) {
+    const text = [...fragment.querySelectorAll(".line")].map((line) => line.textContent + "\n").join("") ||
+                 fragment.textContent;
+    if (!text.startsWith("$ ")) continue;
+    const lines = text.replace(/\n$/, "").split("\n").map((line) => {
       const node = document.createElement("span");
-      node.className = line.startsWith("$ ") ? "typed" : "printed";
+      node.className = line.startsWith("$ ") ? "typed" : /^(error|warning) /.test(line) ? "message" : "printed";
       node.textContent = line + "\n";
       return node;
     });
-    fragment.replaceChildren(...lines);
-    fragment.classList.add("session");
+    const session = document.createElement("pre");
+    session.className = "fragment session";
+    session.append(...lines);
+    fragment.replaceWith(session);
   }
 }
 
@@ -185,6 +189,16 @@ function wrapTables() {
     box.className = "table-box";
     table.replaceWith(box);
     box.append(table);
+  }
+}
+
+/** Drawings become as wide as the page allows, which those in a frame cannot. */
+function fitDrawings() {
+  for (const frame of document.querySelectorAll(".dotgraph iframe")) {
+    const image = document.createElement("img");
+    image.src = frame.getAttribute("src");
+    image.alt = "Drawing";
+    frame.replaceWith(image);
   }
 }
 
@@ -212,6 +226,7 @@ function start() {
   wrapTables();
   markCommands();
   markFound();
+  fitDrawings();
   listGroups();
   DoxygenAwesomeDarkModeToggle.init();
   DoxygenAwesomeFragmentCopyButton.init();
