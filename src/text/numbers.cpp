@@ -39,7 +39,7 @@ char* VexaCommonUtils::ltoa(long value, char* buf) {
   return snprintf_s(buf, kNumberSize, kNumberSize - 1, "%ld", value) < 0 ? nullptr : buf;
 }
 
-// Unlike `ltoa`, the unsigned forms answer the buffer whatever formatting says.
+// Unlike `ltoa`, the unsigned forms return the buffer even if formatting fails.
 char* VexaCommonUtils::ultoa(unsigned long value, char* buf) {
   if (buf != nullptr) snprintf_s(buf, kNumberSize, kNumberSize - 1, "%lu", value);
   return buf;
@@ -54,7 +54,7 @@ bool VexaCommonUtils_i::Isdigitstr(const std::string& s) {
   return !commutil::containsAny(s, commutil::NoDigit());
 }
 
-// From 99 on the answer stays 99, so that 100 stands for a truly full resource.
+// From 99 on the result stays 99, so that 100 means a completely full resource.
 double VexaCommonUtils_i::getUpperIntVal(double x) {
   if (std::isnan(x) || x >= 100.0) return 100.0;
   if (x >= 99.0) return 99.0;
@@ -67,7 +67,7 @@ bool StringIsRight(const std::string& s) {
   return !commutil::containsAny(s, commutil::LetterBeyondHex());
 }
 
-// Digits are summed with their weights modulo 2^64, so those from 16^16 on weigh nothing.
+// Digits are summed with their weights modulo 2^64, so those from 16^16 on count nothing.
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the binary contract takes a value
 std::string StrHexToInt(std::string hex) {
   std::uint64_t sum = 0;

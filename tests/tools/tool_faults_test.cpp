@@ -1,5 +1,5 @@
-// Faults in a deployment: explain or check names each with its place and what to do, as the page on
-// troubleshooting shows.
+// Faults in a deployment: explain or check names each with its position and a remedy, as the
+// troubleshooting page shows.
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 
 using Inject = std::function<void(Deployment&)>;
 
-/// A fault, and what the command says of it. "@" stands for the deployment's directory.
+/// A fault, and the command's report. "@" is the deployment's directory.
 struct Fault {
   const char* name;
   Inject inject;
@@ -317,7 +317,7 @@ std::string replaced(std::string text, const std::string& from, const std::strin
   return text;
 }
 
-/// Lets permissions apply to root too.
+/// Makes permissions apply to root too.
 void obeyPermissions() {
   ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
   ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
@@ -358,7 +358,7 @@ void expectNamed(const Fault& fault) {
   EXPECT_EQ(fault.code, result.code) << result.out;
   EXPECT_EQ("", result.err);
   const std::string shown = "```\n" + session(fault, result.out, line, directoryName) + "```\n";
-  EXPECT_NE(std::string::npos, page().find(shown)) << "the page on troubleshooting lacks\n"
+  EXPECT_NE(std::string::npos, page().find(shown)) << "the troubleshooting page lacks\n"
                                                    << shown;
 }
 
