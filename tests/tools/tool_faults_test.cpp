@@ -337,7 +337,7 @@ std::string session(const Fault& fault, const std::string& output, const std::st
        {COMMUTIL_EMPTY_STORE_DIR, COMMUTIL_OTHER_STORE_DIR, COMMUTIL_HANGING_STORE_DIR})
     text = replaced(text, store, "/srv/lib");
   // Columns are as wide as the deployment's path.
-  return std::regex_replace(text, std::regex(" +readable"), "   readable");
+  return std::regex_replace(text, std::regex(" {3,}readable"), "   readable");
 }
 
 const std::string& page() {
@@ -358,8 +358,7 @@ void expectNamed(const Fault& fault) {
   EXPECT_EQ(fault.code, result.code) << result.out;
   EXPECT_EQ("", result.err);
   const std::string shown = "```\n" + session(fault, result.out, line, directoryName) + "```\n";
-  EXPECT_NE(std::string::npos, page().find(shown)) << "the troubleshooting page lacks\n"
-                                                   << shown;
+  EXPECT_NE(std::string::npos, page().find(shown)) << "the troubleshooting page lacks\n" << shown;
 }
 
 void expectAllNamed(const std::vector<Fault>& faults) {
