@@ -171,7 +171,7 @@ function markCommands() {
     if (!text.startsWith("$ ")) continue;
     const lines = text.replace(/\n$/, "").split("\n").map((line) => {
       const node = document.createElement("span");
-      node.className = line.startsWith("$ ") ? "typed" : /^(error|warning) /.test(line) ? "message" : "printed";
+      node.className = line.startsWith("$ ") ? "typed" : /^(error |warning |commutil: )/.test(line) ? "message" : "printed";
       node.textContent = line + "\n";
       return node;
     });
