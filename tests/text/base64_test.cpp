@@ -10,7 +10,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "base64_model.h"
+#include "text/base64_model.h"
 #include "bytes/raw_text.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
