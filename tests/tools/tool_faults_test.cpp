@@ -10,7 +10,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -323,6 +322,16 @@ void obeyPermissions() {
   ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
 }
 
+/// `text` with three spaces between columns, which are as wide as the deployment's path.
+std::string narrowed(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    const bool isWide = result.size() >= 3 && result.compare(result.size() - 3, 3, "   ") == 0;
+    if (c != ' ' || !isWide) result += c;
+  }
+  return result;
+}
+
 /// What the page shows of a run: the command and the first line that holds `line`, in a deployment
 /// at /srv/vexa and with the test's own stores in /srv/lib.
 std::string session(const Fault& fault, const std::string& output, const std::string& line,
@@ -336,8 +345,7 @@ std::string session(const Fault& fault, const std::string& output, const std::st
   for (const char* store :
        {COMMUTIL_EMPTY_STORE_DIR, COMMUTIL_OTHER_STORE_DIR, COMMUTIL_HANGING_STORE_DIR})
     text = replaced(text, store, "/srv/lib");
-  // Columns are as wide as the deployment's path.
-  return std::regex_replace(text, std::regex(" {3,}readable"), "   readable");
+  return fault.words.front() == "explain" ? narrowed(text) : text;
 }
 
 const std::string& page() {
@@ -377,11 +385,12 @@ TEST(Faults, OfTheSettingsFileAreNamed) { expectAllNamed(settingsFileFaults()); 
 TEST(Faults, OfOtherFilesAreNamed) { expectAllNamed(otherFileFaults()); }
 
 TEST(Faults, OnTheTroubleshootingPageAreTheseAlone) {
-  const std::regex command("```\n\\$ commutil ");
-  const std::sregex_iterator first(page().begin(), page().end(), command);
+  const std::string command = "```\n$ commutil ";
+  std::size_t sessions = 0;
+  for (std::size_t at = 0; (at = page().find(command, at)) != std::string::npos; ++at) ++sessions;
   const std::size_t faults = storeFaults().size() + libraryFaults().size() +
                              settingsFileFaults().size() + otherFileFaults().size();
-  EXPECT_EQ(faults, static_cast<std::size_t>(std::distance(first, std::sregex_iterator())));
+  EXPECT_EQ(faults, sessions);
 }
 
 }  // namespace
