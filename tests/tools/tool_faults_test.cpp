@@ -19,7 +19,6 @@ namespace {
 
 using commutil_test::Deployment;
 using commutil_test::ProcessResult;
-using commutil_test::writeFile;
 
 namespace fs = std::filesystem;
 
@@ -43,7 +42,7 @@ constexpr const char* kNodes = "cluster/etc/sysconf/nodelists.json";
 constexpr const char* kTsMode = "omc/etc/conf/TSSetting.cfg";
 constexpr const char* kTemplate = "common/conf/svc_ssl.conf";
 
-Inject content(const char* file, std::string text) {
+Inject content(const char* file, const std::string& text) {
   return [=](Deployment& deployment) { deployment.write(file, text); };
 }
 
@@ -69,7 +68,7 @@ Inject directory(const char* file) {
   };
 }
 
-Inject variable(const char* name, std::optional<std::string> value) {
+Inject variable(const char* name, const std::optional<std::string>& value) {
   return [=](Deployment& deployment) { deployment.environment[name] = value; };
 }
 
