@@ -21,6 +21,7 @@ set(objects $<TARGET_OBJECTS:commutil_base> $<TARGET_OBJECTS:commutil_objects>)
 commutil_check(layers.Kept layers tests/contract/layers ${objects})
 commutil_check(layers.Changes layers tests/contract/layers_changes ${work}/layers-changes ${objects})
 commutil_check(docs.Whole docs cmake/dev/docs)
+commutil_check(docs.Words docs tests/contract/words_check)
 commutil_check(install.Consumed install
   tests/consumer/check-install ${PROJECT_BINARY_DIR} ${work}/install)
 commutil_check(parent.Unchanged parent tests/consumer/check-parent ${work}/parent)
