@@ -49,7 +49,7 @@ int groupParams(const std::string& group, Params& params) {
 
 constexpr const char* kJunk = "junk";
 
-/// The value of `key`, "(none)" where the look-up fails and leaves the value alone.
+/// Returns the value of `key`; "(none)" if the lookup fails and leaves the value unchanged.
 std::string valueOf(const std::string& key) {
   std::string value = kJunk;
   const int result = paramValue(key, value);
@@ -58,7 +58,7 @@ std::string valueOf(const std::string& key) {
   return "(none)";
 }
 
-/// The parameters of `group`; {"(none)"} where the look-up fails and leaves the map alone.
+/// Returns the parameters of `group`; {"(none)"} if the lookup fails and leaves the map unchanged.
 Params paramsOf(const std::string& group) {
   const Params junk{{kJunk, kJunk}};
   Params params = junk;
@@ -69,7 +69,7 @@ Params paramsOf(const std::string& group) {
 
 const Params kNoGroup{{"(none)", ""}};
 
-/// Replaces a file as its writers are told to.
+/// Replaces a file by rename, as writers must.
 void replace(const std::string& path, const std::string& content) {
   writeFile(path + ".new", content);
   std::filesystem::rename(path + ".new", path);
@@ -84,7 +84,7 @@ class SettingRest : public testing::Test {
   ScopedEnv m_url{"SETTINGREST_URL", "file://" + m_path};
 };
 
-TEST_F(SettingRest, ExportsItsTwoEntryPointsAlone) {
+TEST_F(SettingRest, ExportsOnlyItsTwoEntryPoints) {
   EXPECT_EQ("getSettingGroupParams\ngetSettingParamValue\n",
             shellOutput("nm -D --defined-only " SETTINGREST_LIBRARY " | awk '{print $3}'"));
 }
@@ -303,7 +303,7 @@ TEST_F(SettingRest, ComparesSizeInodeAndTime) {
   EXPECT_EQ("44", valueOf("/k")) << "inode";
 }
 
-// While the clock has not passed a file's time, a further edit need not show in it.
+// Until the clock has passed a file's time, a second edit may not change that time.
 TEST_F(SettingRest, ReadsAFileOfThisVeryMomentAgain) {
   const std::time_t soon = std::time(nullptr) + 3600;
   for (const std::string value : {"1", "2", "3"}) {
@@ -374,7 +374,7 @@ TEST_F(SettingRest, FailsWhileNothingGoodWasRead) {
   EXPECT_EQ("good", valueOf("/k"));
 }
 
-TEST_F(SettingRest, DoesNotAnswerFromAnotherFile) {
+TEST_F(SettingRest, DoesNotReadAnotherFile) {
   store(R"({"k": "good"})");
   EXPECT_EQ("good", valueOf("/k"));
   const ScopedEnv other("SETTINGREST_URL", "file://" + m_dir.write("other.json", "{"));
@@ -433,7 +433,7 @@ TEST_F(SettingRest, ReadsAHugeDocument) {
   EXPECT_EQ(std::string(10 << 20, 'x'), valueOf("/last"));
 }
 
-// Each value of a document is the same text, so that an answer from two documents would show.
+// All values of a document are equal, so that a result of two documents would show.
 std::string uniform(int version) {
   const std::string value = std::string(100, static_cast<char>('a' + version % 26));
   std::string text = "{\"g\": {";
@@ -447,7 +447,7 @@ bool isUniform(const Params& params) {
   return params.size() == 51;
 }
 
-TEST_F(SettingRest, AnswersManyThreadsFromOneDocumentEach) {
+TEST_F(SettingRest, ServesEachOfManyThreadsFromOneDocument) {
   store(uniform(0));
   std::atomic<bool> done{false};
   std::atomic<int> failures{0};
