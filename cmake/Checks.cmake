@@ -28,7 +28,16 @@ commutil_check(parent.Unchanged parent tests/consumer/check-parent ${work}/paren
 commutil_check(stand_in.Called stand-in tests/stand_in/check ${work}/stand-in)
 commutil_check(shell.Commands shell tests/contract/dev_commands)
 commutil_check(shell.Scripts shell cmake/dev/check-scripts)
+commutil_check(shell.Promises shell tests/contract/security_promises)
 commutil_check(format.Sources format cmake/dev/check-format)
+
+commutil_check(package.Version package tests/packages/debian_check ${work}/debian)
+commutil_check(package.Symbols package
+  tests/packages/symbols_check $<TARGET_FILE:commutil> ${work}/symbols)
+commutil_check(package.Files package
+  tests/packages/files_check ${PROJECT_BINARY_DIR} ${work}/files)
+set_tests_properties(docs.Whole PROPERTIES FIXTURES_SETUP docs)
+set_tests_properties(package.Files PROPERTIES FIXTURES_REQUIRED docs)
 
 # Static analysis, one test per source: label "check" for shipped sources, "full" for the others.
 # The tree lint has clang's compile commands for all of them, benchmarks and fuzz targets included.
