@@ -1,11 +1,8 @@
 #ifndef VEXA_COMMON_TYPES_H
 #define VEXA_COMMON_TYPES_H
 
-/// @file
 /// Plain types that several families of operations share. They have no behavior of their own:
 /// copies are independent, and no operation keeps a reference to one.
-
-/// Types of the library that are not members of a class.
 namespace Vexacommon {
 
 /// Where `VexaCommonUtils_i::TransferLikeSql` puts wildcards around a LIKE operand. A value outside
