@@ -82,7 +82,7 @@ PostgresqlServer::PostgresqlServer(const fs::path& packages) : m_packages(packag
       start("postgres", {"-D", "data", "-k", m_dir.path().string(), "-c", "listen_addresses=", "-c",
                          "fsync=off", "-c", "jit=off", "-c", "autovacuum=off"});
   m_isReady = waitUntilReady(notifications.get());
-  if (!m_isReady) fail("postgres");
+  if (!m_isReady) fail("postgres did not become ready");
 }
 
 PostgresqlServer::~PostgresqlServer() {
@@ -102,7 +102,7 @@ bool PostgresqlServer::createCluster() const {
                                        "--locale=C", "--encoding=UTF8", "--pgdata=data"});
   int status = -1;
   ::waitpid(child, &status, 0);
-  if (status != 0) fail("initdb");
+  if (status != 0) fail("initdb failed with wait status " + std::to_string(status));
   return status == 0;
 }
 
@@ -146,7 +146,7 @@ bool PostgresqlServer::waitUntilReady(int notifications) const {
 }
 
 void PostgresqlServer::fail(const std::string& what) const {
-  ADD_FAILURE() << what << " failed; its log:\n" << readFile(m_dir / "log");
+  ADD_FAILURE() << what << "; its log:\n" << readFile(m_dir / "log");
 }
 
 }  // namespace commutil_test
