@@ -5,7 +5,8 @@ cmake_minimum_required(VERSION 3.25)
 # commutil_check(NAME LABEL COMMAND...). A check that builds uses one processor, like any other
 # test.
 function(commutil_check name label)
-  add_test(NAME ${name} COMMAND ${ARGN} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  add_test(NAME ${name} COMMAND ${ARGN}
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} COMMAND_EXPAND_LISTS)
   set_tests_properties(${name} PROPERTIES
     LABELS "check;${label}"
     TIMEOUT 1800
@@ -16,14 +17,27 @@ set(work ${PROJECT_BINARY_DIR}/checks)
 
 commutil_check(abi.Contract abi abi/check $<TARGET_FILE:commutil>)
 commutil_check(abi.Changes abi tests/contract/abi_changes ${work}/abi-changes)
+set(objects $<TARGET_OBJECTS:commutil_base> $<TARGET_OBJECTS:commutil_objects>)
+commutil_check(layers.Kept layers tests/contract/layers ${objects})
+commutil_check(layers.Changes layers tests/contract/layers_changes ${work}/layers-changes ${objects})
 commutil_check(docs.Whole docs cmake/dev/docs)
+commutil_check(docs.Words docs tests/contract/words_check)
 commutil_check(install.Consumed install
   tests/consumer/check-install ${PROJECT_BINARY_DIR} ${work}/install)
 commutil_check(parent.Unchanged parent tests/consumer/check-parent ${work}/parent)
 commutil_check(stand_in.Called stand-in tests/stand_in/check ${work}/stand-in)
 commutil_check(shell.Commands shell tests/contract/dev_commands)
 commutil_check(shell.Scripts shell cmake/dev/check-scripts)
+commutil_check(shell.Promises shell tests/contract/security_promises)
 commutil_check(format.Sources format cmake/dev/check-format)
+
+commutil_check(package.Version package tests/packages/debian_check ${work}/debian)
+commutil_check(package.Symbols package
+  tests/packages/symbols_check $<TARGET_FILE:commutil> ${work}/symbols)
+commutil_check(package.Files package
+  tests/packages/files_check ${PROJECT_BINARY_DIR} ${work}/files)
+set_tests_properties(docs.Whole PROPERTIES FIXTURES_SETUP docs)
+set_tests_properties(package.Files PROPERTIES FIXTURES_REQUIRED docs)
 
 # Static analysis, one test per source: label "check" for shipped sources, "full" for the others.
 # The tree lint has clang's compile commands for all of them, benchmarks and fuzz targets included.

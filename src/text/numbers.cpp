@@ -8,20 +8,13 @@
 #include "VexaCommonUtils_i.h"
 #include "VexaStringUtils.h"
 #include "bytes/ascii.h"
+#include "bytes/scan.h"
 #include "platform/bounded.h"
 
 namespace {
 
 constexpr std::size_t kNumberSize = 22;    // the buffer that callers of `ltoa` provide
 constexpr std::size_t kHexResultSize = 4;  // one byte in decimal
-
-// The value 0 to 15 of a hexadecimal digit, -1 for any other byte.
-int hexDigitValue(char byte) {
-  if (byte >= '0' && byte <= '9') return byte - '0';
-  if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
-  if (byte >= 'A' && byte <= 'F') return byte - 'A' + 10;
-  return -1;
-}
 
 // The integer part of `x` < 2^64 as an unsigned number, a negative one wrapped. What lies below the
 // signed range would be an undefined conversion: it gives the largest number.
@@ -72,7 +65,7 @@ bool StringIsRight(const std::string& s) {
 std::string StrHexToInt(std::string hex) {
   std::uint64_t sum = 0;
   for (const char byte : std::string_view(hex.c_str())) {
-    const int value = hexDigitValue(byte);
+    const int value = commutil::hexDigitValue(byte);
     if (value < 0) return "";
     sum = sum * 16 + static_cast<std::uint64_t>(value);
   }

@@ -8,10 +8,11 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "bytes/ascii.h"
-#include "bytes/byte_blocks.h"
 #include "bytes/checked_size.h"
-#include "bytes/search.h"
+#include "bytes/find.h"
+#include "bytes/rewrite.h"
+#include "bytes/scan.h"
+#include "bytes/upper.h"
 #include "text/tokens.h"
 
 namespace {

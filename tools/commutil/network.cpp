@@ -3,7 +3,6 @@
 #include <VexaCommonUtils_i.h>
 #include <VexaNetUtils.h>
 
-#include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <json/value.h>
 #include <netinet/in.h>
@@ -84,13 +83,10 @@ Json::Value macOf(std::string ip) {
   return text;
 }
 
-std::string addressText(const sockaddr* address) {
-  std::array<char, INET6_ADDRSTRLEN> text{};
-  const auto* const field =
-      address->sa_family == AF_INET
-          ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
-          : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
-  ::inet_ntop(address->sa_family, field, text.data(), text.size());
+std::string addressText(sockaddr* address) {
+  std::array<char, 48> text{};
+  VexaCommonUtils_i::addressToStringIP(address->sa_family, address, sizeof *address, text.data(),
+                                       static_cast<int>(text.size()));
   return text.data();
 }
 
@@ -254,13 +250,13 @@ int mac(const AddressOptions& options) {
   return kOk;
 }
 
-void addAddressCommand(Tool& tool, CLI::App& parent, const char* name, const char* purpose,
-                       const char* operand, int (*run)(const AddressOptions&)) {
+void addAddressCommand(Tool& tool, Command& parent, const char* name, const char* purpose,
+                       const char* operandName, int (*run)(const AddressOptions&)) {
   tool.add<AddressOptions>(
       parent, name, purpose,
-      [operand](CLI::App& subcommand, AddressOptions& options) {
-        addOperand(subcommand, operand, options.text, "The address or name");
-        addJsonFlag(subcommand, options.json);
+      [name = operandName](Command& subcommand, AddressOptions& options) {
+        subcommand.arguments = {operand(name, options.text, "The address or name"),
+                                jsonFlag(options.json)};
       },
       run);
 }
@@ -269,16 +265,17 @@ void addAddressCommand(Tool& tool, CLI::App& parent, const char* name, const cha
 
 void addNetwork(Tool& tool) {
   tool.add<NetOptions>(
-      tool.app, "net", "Show this host's names, addresses, MAC addresses and cluster nodes.",
-      [](CLI::App& subcommand, NetOptions& options) { addJsonFlag(subcommand, options.json); },
+      tool.command, "net", "Show this host's names, addresses, MAC addresses and cluster nodes.",
+      [](Command& subcommand, NetOptions& options) {
+        subcommand.arguments = {jsonFlag(options.json)};
+      },
       net);
-  CLI::App* const ip = tool.app.add_subcommand("ip", "Check, normalise or resolve an address.");
-  ip->require_subcommand(1);
-  addAddressCommand(tool, *ip, "normalise", "Print an address in its one text form.", "TEXT",
+  Command& ip = tool.addGroup(tool.command, "ip", "Check, normalise or resolve an address.");
+  addAddressCommand(tool, ip, "normalise", "Print an address in its one text form.", "TEXT",
                     normalise);
-  addAddressCommand(tool, *ip, "check", "Show what each check says of a text.", "TEXT", check);
-  addAddressCommand(tool, *ip, "resolve", "Resolve a host name or address.", "TEXT", resolve);
-  addAddressCommand(tool, tool.app, "mac",
+  addAddressCommand(tool, ip, "check", "Show what each check says of a text.", "TEXT", check);
+  addAddressCommand(tool, ip, "resolve", "Resolve a host name or address.", "TEXT", resolve);
+  addAddressCommand(tool, tool.command, "mac",
                     "Print the MAC address of the interface that carries an IPv6 address.", "IPV6",
                     mac);
 }

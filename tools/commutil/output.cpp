@@ -8,40 +8,20 @@
 #include <cstdio>
 #include <string_view>
 
+#include "bytes/utf8.h"
 #include "progress.h"
 
 namespace {
 
 bool jsonFailures = false;
 
-bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
-
-/// Returns the length of the UTF-8 sequence at the front of `text`, which is not empty; 0 where
-/// there is none (RFC 3629: no overlong forms, surrogates or code points beyond U+10FFFF).
+/// Returns the length of the UTF-8 sequence at the front of `text`, which is not empty; 0 if there
+/// is none.
 std::size_t sequenceLength(std::string_view text) {
-  struct Form {
-    unsigned char first, last;      // range of the first byte
-    unsigned char lowest, highest;  // range of the second byte
-    std::size_t length;
+  const auto byte = [text](std::size_t i) {
+    return static_cast<unsigned char>(i < text.size() ? text[i] : '\0');
   };
-  static constexpr std::array<Form, 8> kForms{{{0xC2, 0xDF, 0x80, 0xBF, 2},
-                                               {0xE0, 0xE0, 0xA0, 0xBF, 3},
-                                               {0xE1, 0xEC, 0x80, 0xBF, 3},
-                                               {0xED, 0xED, 0x80, 0x9F, 3},
-                                               {0xEE, 0xEF, 0x80, 0xBF, 3},
-                                               {0xF0, 0xF0, 0x90, 0xBF, 4},
-                                               {0xF1, 0xF3, 0x80, 0xBF, 4},
-                                               {0xF4, 0xF4, 0x80, 0x8F, 4}}};
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  if (byte(0) < 0x80) return 1;
-  for (const Form& form : kForms) {
-    if (byte(0) < form.first || byte(0) > form.last) continue;
-    if (text.size() < form.length || byte(1) < form.lowest || byte(1) > form.highest) return 0;
-    for (std::size_t i = 2; i < form.length; ++i)
-      if (!isContinuation(byte(i))) return 0;
-    return form.length;
-  }
-  return 0;
+  return byte(0) < 0x80 ? 1 : commutil::decodeUtf8(byte).bytes;
 }
 
 /// Makes each byte that is not UTF-8 the character of its number, which JSON writes as \u00XX.

@@ -1,6 +1,7 @@
 // The state of each kind of source, with what may have been meant instead.
 #include <algorithm>
 
+#include "bytes/byte_order_mark.h"
 #include "settings/accepted.h"
 #include "settings/edit_distance.h"
 #include "settings/explanation.h"
@@ -60,7 +61,7 @@ void describeValue(const Item& item, const std::string& value, SourceState& sour
 }
 
 void noteEncoding(const FileFacts& file, SourceState& source) {
-  if (file.text.compare(0, 3, "\xef\xbb\xbf") == 0)
+  if (commutil::hasByteOrderMark(file.text))
     source.notes.push_back({Severity::ok, "byte-order mark at the start: skipped", ""});
   if (file.text.find("\r\n") != std::string::npos)
     source.notes.push_back({Severity::ok, "lines end in carriage returns: accepted", ""});
