@@ -8,6 +8,7 @@
 
 #include <linux/capability.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -113,8 +114,10 @@ std::vector<Fault> storeFaults() {
        "{} for none",
        2},
       {"document over 64 MiB",
-       content(kStore, "{}" + std::string(std::size_t{65} * 1024 * 1024, ' ')),
-       {"check", "--timeout", "60"},
+       [](Deployment& deployment) {
+         fs::resize_file(deployment / kStore, std::uintmax_t{65} * 1024 * 1024);
+       },
+       kCheck,
        "warning  @/share/conf/settings.json: 65 MiB, over 64 MiB: not examined; check whether it "
        "is the right file",
        1},
@@ -352,12 +355,19 @@ const std::string& page() {
   return text;
 }
 
+/// Returns `words` with a deadline that a busy host meets too, unless they have one.
+std::vector<std::string> patient(std::vector<std::string> words) {
+  if (std::find(words.begin(), words.end(), "--timeout") == words.end())
+    words.insert(words.end(), {"--timeout", "60"});
+  return words;
+}
+
 void expectNamed(const Fault& fault) {
   SCOPED_TRACE(fault.name);
   Deployment deployment;
   fs::create_directories(deployment / "logs");
   fault.inject(deployment);
-  const ProcessResult result = deployment.run(fault.words);
+  const ProcessResult result = deployment.run(patient(fault.words));
   std::string directoryName = deployment / "";
   directoryName.pop_back();
   const std::string line = replaced(fault.line, "@", directoryName);

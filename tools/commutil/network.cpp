@@ -133,16 +133,10 @@ struct Cluster {
   std::string problem;  ///< why the list cannot be read, "" if it can or none is configured
 };
 
-/// Why the library has no answer, for the list of nodes at `path`.
-std::string clusterProblem(const std::string& path, const std::string& exception) {
-  std::optional<std::string> text;
-  try {
-    text = settings::readRegularFile(path);
-  } catch (const std::exception& error) {
-    return error.what();
-  }
-  if (!text) return path + ": No such file or directory";
-  const settings::JsonDocument document(*text, settings::JsonRules::lenient);
+/// Why the library has no answer, for the list of nodes `text` at `path`.
+std::string clusterProblem(const std::string& path, const std::string& text,
+                           const std::string& exception) {
+  const settings::JsonDocument document(text, settings::JsonRules::lenient);
   if (!document.fault()) return path + ": a value is of the wrong kind: " + exception;
   const settings::Finding& fault = *document.fault();
   return path + ":" + std::to_string(fault.place.line) + ":" + std::to_string(fault.place.column) +
@@ -153,6 +147,13 @@ Cluster cluster() {
   const char* const root = std::getenv("QORV_ROOT");
   if (root == nullptr) return {};
   const std::string path = std::string(root) + "/etc/sysconf/nodelists.json";
+  std::optional<std::string> text;
+  try {
+    text = settings::readRegularFile(path);
+  } catch (const std::exception& error) {
+    return {Json::Value(), error.what()};
+  }
+  if (!text) return {Json::Value(), path + ": No such file or directory"};
   std::list<std::string> nodes;
   std::string exception;
   try {
@@ -160,7 +161,7 @@ Cluster cluster() {
   } catch (const std::exception& error) {
     exception = error.what();
   }
-  return {Json::Value(), clusterProblem(path, exception)};
+  return {Json::Value(), clusterProblem(path, *text, exception)};
 }
 
 struct NetOptions {

@@ -70,7 +70,7 @@ void noteEncoding(const FileFacts& file, SourceState& source) {
 }  // namespace
 
 SourceState Explainer::iniSource(SourceState source, const FileFacts& file, const Item& key) const {
-  if (!isReadableText(file)) return source;
+  if (!isReadableText(file) || file.isLarge()) return source;
   const IniDocument document(file.text);
   const IniEntry* const entry = document.find(key.section, key.name);
   source.state = file.text.empty() ? source.state : "readable";
@@ -134,7 +134,8 @@ SourceState Explainer::storeSource(const Item& item, std::string_view branch) co
     source.value = documented;
   } else if (answered != nullptr && !answered->fault.empty()) {
     source.state = answered->fault;
-    source.notes.push_back({Severity::error, "", "check the store and its server"});
+    if (answered->asked)
+      source.notes.push_back({Severity::error, "", "check the store and its server"});
   } else {
     source.value = answered != nullptr ? answered->written : documented;
     const bool success = answered != nullptr ? answered->code == 0 : documented.has_value();
