@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "bytes/ascii.h"
+
 namespace settingrest {
 namespace {
 
@@ -16,13 +18,6 @@ std::string_view variable(const char* name) {
   return value == nullptr ? std::string_view() : std::string_view(value);
 }
 
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 /// Decodes the %XX of a URL; returns nothing for an incomplete one or a NUL, which no path has.
 std::optional<std::string> percentDecode(std::string_view text) {
   std::string decoded;
@@ -32,8 +27,8 @@ std::optional<std::string> percentDecode(std::string_view text) {
       continue;
     }
     if (text.size() - i < 3) return std::nullopt;
-    const int high = hexDigit(text[i + 1]);
-    const int low = hexDigit(text[i + 2]);
+    const int high = commutil::hexDigitValue(text[i + 1]);
+    const int low = commutil::hexDigitValue(text[i + 2]);
     if (high < 0 || low < 0 || high + low == 0) return std::nullopt;
     decoded += static_cast<char>(high * 16 + low);
     i += 2;
@@ -66,12 +61,20 @@ std::optional<Location> findLocation() {
   return std::nullopt;
 }
 
-std::optional<std::string> filePath(std::string_view url) {
-  if (!consume(url, "file://")) return std::nullopt;
+UrlFile fileOfUrl(std::string_view url) {
+  using Fault = UrlFile::Fault;
+  if (!consume(url, "file://")) return {{}, Fault::otherScheme};
   consume(url, "localhost");
   std::optional<std::string> path = percentDecode(url);
-  if (!path || path->empty() || path->front() != '/') return std::nullopt;
-  return path;
+  if (!path) return {{}, Fault::wrongEscape};
+  if (path->empty() || path->front() != '/') return {{}, Fault::notAbsolute};
+  return {std::move(*path), Fault::none};
+}
+
+std::optional<std::string> filePath(std::string_view url) {
+  UrlFile file = fileOfUrl(url);
+  if (file.fault != UrlFile::Fault::none) return std::nullopt;
+  return std::move(file.path);
 }
 
 }  // namespace settingrest
