@@ -63,6 +63,7 @@ class Programs:
             changed = path.stat().st_mtime_ns
             if known.get(str(path), {}).get("changed") == changed:
                 continue
+            say(f"Listing the benchmarks of {path.name}")
             found = subprocess.run([path, "--benchmark_list_tests=true"], text=True,
                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
             known[str(path)] = {"changed": changed, "names": found.stdout.split("\n")}
