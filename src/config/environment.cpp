@@ -59,6 +59,8 @@ class Replacements {  // NOLINT(*-member-init): the array is filled up to m_coun
     if (m_count < m_first.size()) {
       m_first[m_count++] = reference;
     } else if (m_more.size() < kMostMore) {
+      // In two steps: doubling would hold more at its peak than the last step takes.
+      if (m_more.size() == m_more.capacity()) m_more.reserve(m_more.empty() ? kMany : kMostMore);
       m_more.push_back(reference);
     }
   }
@@ -70,7 +72,8 @@ class Replacements {  // NOLINT(*-member-init): the array is filled up to m_coun
   }
 
  private:
-  static constexpr std::size_t kMostMore = std::size_t{1} << 14;
+  static constexpr std::size_t kMany = std::size_t{1} << 11;
+  static constexpr std::size_t kMostMore = std::size_t{1} << 15;
 
   std::array<Reference, 64> m_first;
   std::size_t m_count = 0;
