@@ -5,9 +5,11 @@
 #include <clocale>
 #include <cstdlib>
 #include <cwchar>
+#include <memory>
 #include <string>
 
 #include "VexaCommonUtils.h"
+#include "support/cells.h"
 #include "support/text.h"
 
 namespace {
@@ -58,8 +60,9 @@ void narrowCopying(benchmark::State& state, const std::wstring& wide) {
 }
 
 template <class Text>
-void add(const std::string& name, void (*run)(benchmark::State&, const Text&), const Text& text) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { run(state, text); });
+void add(const std::string& name, void (*run)(benchmark::State&, const Text&),
+         const std::shared_ptr<const Text>& text) {
+  commutil_bench::addSized(name, text->size(), [=](benchmark::State& state) { run(state, *text); });
 }
 
 const bool kRegistered = [] {
@@ -69,19 +72,19 @@ const bool kRegistered = [] {
     const char* size;
     std::size_t bytes;
   };
-  for (const Row& row :
-       {Row{"16B", 16}, Row{"1KiB", 1 << 10}, Row{"64KiB", 1 << 16}, Row{"16MiB", 1 << 24}}) {
+  for (const Row& row : {Row{"16B", 16}, Row{"48B", 48}, Row{"1KiB", 1 << 10},
+                         Row{"64KiB", 1 << 16}, Row{"1MiB", 1 << 20}, Row{"64MiB", 1 << 26}}) {
     for (const bool ascii : {true, false}) {
       const std::string character = ascii ? "a" : "\xE4\xB8\xAD";
       const std::size_t whole = row.bytes / character.size() * character.size();
-      const std::string text = commutil_bench::repeated(character, whole);
-      std::wstring wide(text.size(), L'\0');
-      wide.resize(std::mbstowcs(wide.data(), text.c_str(), wide.size()));
+      const auto text =
+          std::make_shared<const std::string>(commutil_bench::repeated(character, whole));
+      const auto wide = std::make_shared<const std::wstring>(VexaCommonUtils::STR2WSTR(*text));
       const std::string size = std::string(row.size) + (ascii ? "-ascii/" : "-cjk/");
       add("to-wide/" + size + "ours", widenOurs, text);
+      add("to-multibyte/" + size + "ours", narrowOurs, wide);
       add("to-wide/" + size + "mbstowcs", widenMbstowcs, text);
       add("to-wide/" + size + "limit:copy", widenCopying, text);
-      add("to-multibyte/" + size + "ours", narrowOurs, wide);
       add("to-multibyte/" + size + "wcstombs", narrowWcstombs, wide);
       add("to-multibyte/" + size + "wcstombs-twice", narrowMeasuring, wide);
       add("to-multibyte/" + size + "limit:copy", narrowCopying, wide);

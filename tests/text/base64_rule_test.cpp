@@ -9,8 +9,8 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "text/base64_model.h"
 #include "bytes/base64_avx2.h"
+#include "text/base64_model.h"
 
 namespace {
 

@@ -10,12 +10,12 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "text/base64_model.h"
 #include "bytes/raw_text.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
 #include "support/namespaces.h"
 #include "support/threads.h"
+#include "text/base64_model.h"
 
 namespace {
 
