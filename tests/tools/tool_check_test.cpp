@@ -48,7 +48,9 @@ TEST(Check, CoversEveryTheme) {
 TEST(Check, ReturnsTheWorstResultAsItsExitCode) {
   SoundDeployment deployment;
   deployment.environment["APP_NAME"] = std::nullopt;
-  EXPECT_EQ(1, deployment.run({"check", "--quiet"}).code);
+  const ProcessResult warned = deployment.run({"check"});
+  EXPECT_EQ(1, warned.code);
+  EXPECT_NE(std::string::npos, warned.out.find("\n0 errors, 1 warning, ")) << warned.out;
   std::filesystem::remove(deployment / "app/conf/inventory.json");
   const ProcessResult result = deployment.run({"check", "--quiet"});
   EXPECT_EQ(2, result.code);
