@@ -48,9 +48,7 @@ TEST(Check, CoversEveryTheme) {
 TEST(Check, ReturnsTheWorstResultAsItsExitCode) {
   SoundDeployment deployment;
   deployment.environment["APP_NAME"] = std::nullopt;
-  const ProcessResult warned = deployment.run({"check"});
-  EXPECT_EQ(1, warned.code);
-  EXPECT_NE(std::string::npos, warned.out.find("\n0 errors, 1 warning, ")) << warned.out;
+  EXPECT_EQ(1, deployment.run({"check", "--quiet"}).code);
   std::filesystem::remove(deployment / "app/conf/inventory.json");
   const ProcessResult result = deployment.run({"check", "--quiet"});
   EXPECT_EQ(2, result.code);
@@ -82,6 +80,8 @@ TEST(Check, NamesAMissingLocale) {
       "warning  locale: LC_ALL=xx_XX.UTF-8 is not installed: conversions use the \"C\" "
       "locale; install the locale or correct the variable\n",
       result.out);
+  const std::string text = deployment.run({"check"}).out;
+  EXPECT_NE(std::string::npos, text.find("\n0 errors, 1 warning, ")) << text;
 }
 
 TEST(Check, NamesVariablesThatPointNowhere) {
