@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+
+// The file format of a settings snapshot, for its reader and its writer. All numbers are
+// little-endian.
+
+namespace settingrest {
+
+inline constexpr std::size_t kMaxSnapshotBytes = std::size_t{64} << 20;
+inline constexpr std::size_t kMaxKeyBytes = std::size_t{4} << 10;
+inline constexpr std::size_t kMaxValueBytes = std::size_t{1} << 20;
+
+inline constexpr std::string_view kSnapshotMagic{"CUSNAP\r\n", 8};
+inline constexpr std::uint32_t kSnapshotVersion = 1;
+
+/// The first bytes of a file. `crc` is the CRC-32C of the whole file with `crc` as zero.
+struct SnapshotFileHeader {
+  char magic[8];
+  std::uint32_t version;
+  std::uint32_t crc;
+  std::uint64_t byteCount;
+  std::uint64_t entryCount;
+  std::uint64_t clusterId;
+  std::int64_t revision;
+  std::int64_t writtenAt;
+};
+static_assert(sizeof(SnapshotFileHeader) == 56);
+
+/// A setting. Offsets count from the start of the file. Entries follow the header, sorted by key;
+/// then each entry's key and value follow in the same order without gaps.
+struct SnapshotFileEntry {
+  std::uint32_t keyOffset;
+  std::uint32_t keyBytes;
+  std::uint32_t valueOffset;
+  std::uint32_t valueBytes;
+  std::int64_t revision;
+};
+static_assert(sizeof(SnapshotFileEntry) == 24);
+
+/// Says what is wrong with a snapshot's bytes.
+class SnapshotFault : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Returns the CRC-32C that belongs into the header of the snapshot `bytes`.
+std::uint32_t snapshotCrc(std::string_view bytes);
+
+/// The settings in the bytes of a snapshot, which it does not own.
+class SnapshotView {
+ public:
+  struct Entry {
+    std::string_view key;
+    std::string_view value;
+    std::int64_t revision;
+  };
+
+  /// Checks every byte of `bytes`.
+  /// @throws SnapshotFault
+  explicit SnapshotView(std::string_view bytes);
+
+  const SnapshotFileHeader& header() const { return m_header; }
+  std::size_t size() const { return static_cast<std::size_t>(m_header.entryCount); }
+
+  Entry entry(std::size_t index) const;
+
+  /// Returns the index of the first entry whose key is not less than `prefix` followed by `rest`.
+  std::size_t lowerBound(std::string_view prefix, std::string_view rest) const;
+
+ private:
+  void checkHeader() const;
+  void checkEntries() const;
+  SnapshotFileEntry record(std::size_t index) const;
+
+  std::string_view m_bytes;
+  SnapshotFileHeader m_header{};
+};
+
+}  // namespace settingrest
