@@ -52,10 +52,20 @@ bool consume(std::string_view& text, std::string_view prefix) {
   return true;
 }
 
+std::optional<std::string> pathOf(std::string_view url, std::string_view scheme) {
+  if (!consume(url, scheme)) return std::nullopt;
+  consume(url, "localhost");
+  std::optional<std::string> path = percentDecode(url);
+  if (!path || path->empty() || path->front() != '/') return std::nullopt;
+  return path;
+}
+
 }  // namespace
 
+std::string_view locationUrl() { return variable(kUrlVariable); }
+
 std::optional<Location> findLocation() {
-  const std::string_view url = variable(kUrlVariable);
+  const std::string_view url = locationUrl();
   if (!url.empty()) return Location{true, std::string(url)};
   for (const char* const name : kRootVariables) {
     std::string path(variable(name));
@@ -66,12 +76,8 @@ std::optional<Location> findLocation() {
   return std::nullopt;
 }
 
-std::optional<std::string> filePath(std::string_view url) {
-  if (!consume(url, "file://")) return std::nullopt;
-  consume(url, "localhost");
-  std::optional<std::string> path = percentDecode(url);
-  if (!path || path->empty() || path->front() != '/') return std::nullopt;
-  return path;
-}
+std::optional<std::string> filePath(std::string_view url) { return pathOf(url, "file://"); }
+
+std::optional<std::string> snapshotPath(std::string_view url) { return pathOf(url, "snapshot://"); }
 
 }  // namespace settingrest

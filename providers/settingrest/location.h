@@ -18,10 +18,16 @@ struct Location {
   }
 };
 
+/// Returns the value of the variable that names a store by URL, "" if there is none.
+std::string_view locationUrl();
+
 /// Returns the store that the environment names at this moment; nothing if it names none.
 std::optional<Location> findLocation();
 
 /// Returns the file that a "file:" URL names; nothing if `url` is not one or is malformed.
 std::optional<std::string> filePath(std::string_view url);
+
+/// Returns the file that a "snapshot:" URL names; nothing if `url` is not one or is malformed.
+std::optional<std::string> snapshotPath(std::string_view url);
 
 }  // namespace settingrest

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
 
 #include "settingrest/crc32c.h"
 
@@ -14,12 +13,60 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
 constexpr std::size_t kCrcOffset = offsetof(SnapshotFileHeader, crc);
 constexpr std::size_t kAfterCrc = kCrcOffset + sizeof(SnapshotFileHeader::crc);
 
-void require(bool holds, const char* fault) {
-  if (!holds) throw SnapshotFault(fault);
+SnapshotFileHeader headerOf(std::string_view bytes) {
+  SnapshotFileHeader header{};
+  std::memcpy(&header, bytes.data(), sizeof header);
+  return header;
 }
 
-void requireEntry(bool holds, std::size_t index, const char* fault) {
-  if (!holds) throw SnapshotFault("entry " + std::to_string(index) + ": " + fault);
+SnapshotFileEntry recordOf(std::string_view bytes, std::size_t index) {
+  SnapshotFileEntry record{};
+  std::memcpy(&record, bytes.data() + sizeof(SnapshotFileHeader) + index * sizeof record,
+              sizeof record);
+  return record;
+}
+
+std::string headerFault(std::string_view bytes) {
+  if (bytes.size() < sizeof(SnapshotFileHeader)) return "shorter than a snapshot's header";
+  if (bytes.size() > kMaxSnapshotBytes) return "larger than 64 MiB";
+  if (bytes.substr(0, kSnapshotMagic.size()) != kSnapshotMagic) return "not a settings snapshot";
+  const SnapshotFileHeader header = headerOf(bytes);
+  if (header.version != kSnapshotVersion)
+    return "format version " + std::to_string(header.version) + ", not " +
+           std::to_string(kSnapshotVersion);
+  if (header.byteCount != bytes.size()) return "wrong number of bytes";
+  if (header.crc != snapshotCrc(bytes)) return "wrong checksum";
+  if (header.entryCount > (bytes.size() - sizeof header) / sizeof(SnapshotFileEntry))
+    return "more entries than bytes";
+  return {};
+}
+
+/// Checks one entry. `offset` is where its key has to begin, and then where it ends.
+const char* recordFault(std::string_view bytes, const SnapshotFileEntry& record,
+                        std::uint64_t& offset) {
+  if (record.keyBytes == 0 || record.keyBytes > kMaxKeyBytes) return "wrong length of the key";
+  if (record.valueBytes > kMaxValueBytes) return "wrong length of the value";
+  if (record.keyOffset != offset) return "wrong offset of the key";
+  if (record.valueOffset != offset + record.keyBytes) return "wrong offset of the value";
+  offset = std::uint64_t{record.valueOffset} + record.valueBytes;
+  return offset <= bytes.size() ? nullptr : "beyond the end of the file";
+}
+
+std::string entriesFault(std::string_view bytes) {
+  const std::uint64_t count = headerOf(bytes).entryCount;
+  std::uint64_t offset = sizeof(SnapshotFileHeader) + count * sizeof(SnapshotFileEntry);
+  std::string_view previous;  // sorts before any key
+  for (std::size_t i = 0; i < count; ++i) {
+    const SnapshotFileEntry record = recordOf(bytes, i);
+    const char* fault = recordFault(bytes, record, offset);
+    if (fault == nullptr) {
+      const std::string_view key = bytes.substr(record.keyOffset, record.keyBytes);
+      if (previous >= key) fault = "keys not in ascending order";
+      previous = key;
+    }
+    if (fault != nullptr) return "entry " + std::to_string(i) + ": " + fault;
+  }
+  return offset == bytes.size() ? "" : "bytes after the last value";
 }
 
 }  // namespace
@@ -29,65 +76,35 @@ std::uint32_t snapshotCrc(std::string_view bytes) {
   return crc32c(crc32c(crc32c(0, bytes.substr(0, kCrcOffset)), kZero), bytes.substr(kAfterCrc));
 }
 
-SnapshotView::SnapshotView(std::string_view bytes) : m_bytes(bytes) {
-  require(bytes.size() >= sizeof m_header, "shorter than a snapshot's header");
-  require(bytes.size() <= kMaxSnapshotBytes, "larger than 64 MiB");
-  std::memcpy(&m_header, bytes.data(), sizeof m_header);
-  checkHeader();
-  checkEntries();
-}
-
-void SnapshotView::checkHeader() const {
-  require(m_bytes.substr(0, kSnapshotMagic.size()) == kSnapshotMagic, "not a settings snapshot");
-  if (m_header.version != kSnapshotVersion)
-    throw SnapshotFault("format version " + std::to_string(m_header.version) + ", not " +
-                        std::to_string(kSnapshotVersion));
-  require(m_header.byteCount == m_bytes.size(), "truncated or extended: wrong byte count");
-  require(m_header.crc == snapshotCrc(m_bytes), "wrong checksum");
-  require(m_header.entryCount <= (m_bytes.size() - sizeof m_header) / sizeof(SnapshotFileEntry),
-          "more entries than bytes");
-}
-
-void SnapshotView::checkEntries() const {
-  std::uint64_t offset = sizeof m_header + m_header.entryCount * sizeof(SnapshotFileEntry);
-  std::string_view previous;
-  for (std::size_t i = 0; i < size(); ++i) {
-    const SnapshotFileEntry at = record(i);
-    requireEntry(at.keyBytes > 0 && at.keyBytes <= kMaxKeyBytes, i, "key length out of range");
-    requireEntry(at.valueBytes <= kMaxValueBytes, i, "value length out of range");
-    requireEntry(at.keyOffset == offset, i, "wrong key offset");
-    requireEntry(at.valueOffset == offset + at.keyBytes, i, "wrong value offset");
-    offset = std::uint64_t{at.valueOffset} + at.valueBytes;
-    requireEntry(offset <= m_bytes.size(), i, "beyond the end of the file");
-    const std::string_view key = m_bytes.substr(at.keyOffset, at.keyBytes);
-    requireEntry(i == 0 || previous < key, i, "keys not in ascending order");
-    previous = key;
+int KeyParts::compareTo(std::string_view key) const {
+  for (const std::string_view part : {front, middle}) {
+    const int order = key.compare(0, part.size(), part);
+    if (order != 0) return order;
+    key.remove_prefix(part.size());
   }
-  require(offset == m_bytes.size(), "bytes after the last value");
+  return key.compare(back);
 }
 
-SnapshotFileEntry SnapshotView::record(std::size_t index) const {
-  SnapshotFileEntry at{};
-  std::memcpy(&at, m_bytes.data() + sizeof m_header + index * sizeof at, sizeof at);
-  return at;
+std::string snapshotFault(std::string_view bytes) {
+  const std::string fault = headerFault(bytes);
+  return fault.empty() ? entriesFault(bytes) : fault;
 }
+
+SnapshotView::SnapshotView(std::string_view bytes) : m_bytes(bytes), m_header(headerOf(bytes)) {}
 
 SnapshotView::Entry SnapshotView::entry(std::size_t index) const {
-  const SnapshotFileEntry at = record(index);
-  return {{m_bytes.data() + at.keyOffset, at.keyBytes},
-          {m_bytes.data() + at.valueOffset, at.valueBytes},
-          at.revision};
+  const SnapshotFileEntry record = recordOf(m_bytes, index);
+  return {{m_bytes.data() + record.keyOffset, record.keyBytes},
+          {m_bytes.data() + record.valueOffset, record.valueBytes},
+          record.revision};
 }
 
-std::size_t SnapshotView::lowerBound(std::string_view prefix, std::string_view rest) const {
+std::size_t SnapshotView::lowerBound(const KeyParts& parts) const {
   std::size_t first = 0;
   std::size_t count = size();
   while (count > 0) {
     const std::size_t half = count / 2;
-    const std::string_view key = entry(first + half).key;
-    const int order = key.compare(0, prefix.size(), prefix);
-    const bool isLess =
-        order < 0 || (order == 0 && key.substr(std::min(key.size(), prefix.size())) < rest);
+    const bool isLess = parts.compareTo(entry(first + half).key) < 0;
     if (isLess) first += half + 1;
     count = isLess ? count - half - 1 : half;
   }

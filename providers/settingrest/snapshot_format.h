@@ -2,8 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <stdexcept>
+#include <string>
 #include <string_view>
 
 // The file format of a settings snapshot, for its reader and its writer. All numbers are
@@ -42,14 +41,28 @@ struct SnapshotFileEntry {
 };
 static_assert(sizeof(SnapshotFileEntry) == 24);
 
-/// Says what is wrong with a snapshot's bytes.
-class SnapshotFault : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 /// Returns the CRC-32C that belongs into the header of the snapshot `bytes`.
 std::uint32_t snapshotCrc(std::string_view bytes);
+
+/// A key in pieces, so that nobody has to join them.
+struct KeyParts {
+  std::string_view front;
+  std::string_view middle;
+  std::string_view back;
+
+  std::size_t size() const { return front.size() + middle.size() + back.size(); }
+
+  /// Compares the bytes of `key` with those of the joined pieces.
+  int compareTo(std::string_view key) const;
+
+  /// Returns whether `key` begins with the joined pieces.
+  bool isPrefixOf(std::string_view key) const {
+    return key.size() >= size() && compareTo(key.substr(0, size())) == 0;
+  }
+};
+
+/// Checks every byte of a snapshot. Returns what is wrong, "" if nothing.
+std::string snapshotFault(std::string_view bytes);
 
 /// The settings in the bytes of a snapshot, which it does not own.
 class SnapshotView {
@@ -60,8 +73,7 @@ class SnapshotView {
     std::int64_t revision;
   };
 
-  /// Checks every byte of `bytes`.
-  /// @throws SnapshotFault
+  /// @param bytes  in which `snapshotFault` finds nothing wrong
   explicit SnapshotView(std::string_view bytes);
 
   const SnapshotFileHeader& header() const { return m_header; }
@@ -69,14 +81,10 @@ class SnapshotView {
 
   Entry entry(std::size_t index) const;
 
-  /// Returns the index of the first entry whose key is not less than `prefix` followed by `rest`.
-  std::size_t lowerBound(std::string_view prefix, std::string_view rest) const;
+  /// Returns the index of the first entry whose key is not less than the `parts` of a key.
+  std::size_t lowerBound(const KeyParts& parts) const;
 
  private:
-  void checkHeader() const;
-  void checkEntries() const;
-  SnapshotFileEntry record(std::size_t index) const;
-
   std::string_view m_bytes;
   SnapshotFileHeader m_header{};
 };

@@ -1,53 +1,60 @@
 // Finds the store that the environment names and picks the backend for its URL's scheme. Called on
-// every look-up; the choice made last is kept under a mutex.
-#include <cstdio>
-#include <mutex>
+// every lookup.
 #include <optional>
 #include <string_view>
 #include <utility>
 
 #include "backend.h"
 #include "file_backend.h"
-#include "location.h"
+#include "report.h"
+#include "snapshot_backend.h"
 
 namespace settingrest {
 namespace {
 
 /// Makes the backend for a URL whose scheme is served; null for any other. A backend for another
 /// scheme is chosen here.
-std::shared_ptr<Backend> backendForUrl(std::string_view url) {
-  const std::optional<std::string> path = filePath(url);
-  return path ? std::make_shared<FileBackend>(*path) : nullptr;
+std::unique_ptr<Backend> backendForUrl(std::string_view url) {
+  if (auto path = filePath(url)) return std::make_unique<FileBackend>(std::move(*path));
+  if (auto path = snapshotPath(url)) return std::make_unique<SnapshotBackend>(std::move(*path));
+  return nullptr;
 }
 
-std::shared_ptr<Backend> makeBackend(const Location& place) {
-  if (!place.isUrl) return std::make_shared<FileBackend>(place.text);
-  std::shared_ptr<Backend> backend = backendForUrl(place.text);
-  if (!backend) {
-    std::fprintf(stderr, "settingrest: %s: no store has the URL %s\n", kUrlVariable,
-                 place.text.c_str());
-  }
-  return backend;
+std::unique_ptr<Backend> makeBackend(const Location& place) {
+  return place.isUrl ? backendForUrl(place.text) : std::make_unique<FileBackend>(place.text);
 }
 
-struct Choice {
-  std::mutex mutex;  // guards what follows
-  std::optional<Location> place;
-  std::shared_ptr<Backend> backend;
+/// Never destroyed: threads may still ask at process exit.
+union LastChoice {
+  constexpr LastChoice() : value() {}
+  ~LastChoice() {}
+  Published<Choice> value;
 };
+
+constinit LastChoice lastChoice;
+
+Published<Choice>::Pin choose(const Location& place) {
+  while (true) {
+    lastChoice.value.reap();
+    Published<Choice>::Pin choice = lastChoice.value.pin();
+    if (choice && choice->place == place) return choice;
+    std::unique_ptr<Backend> backend = makeBackend(place);
+    const bool isServed = backend != nullptr;
+    if (lastChoice.value.replace(choice, {place, std::move(backend)}) && !isServed)
+      report(std::string(kUrlVariable) + ": no store has the URL " + place.text);
+  }
+}
 
 }  // namespace
 
-std::shared_ptr<Backend> currentBackend() {
-  static Choice& choice = *new Choice;  // never destroyed: threads may still ask at process exit
-  std::optional<Location> place = findLocation();
-  if (!place) return nullptr;
-  const std::lock_guard<std::mutex> guard(choice.mutex);
-  if (choice.place != place) {
-    choice.backend = makeBackend(*place);
-    choice.place = std::move(place);
+Published<Choice>::Pin currentChoice() {
+  const std::string_view url = locationUrl();
+  if (!url.empty()) {
+    Published<Choice>::Pin choice = lastChoice.value.pin();
+    if (choice && choice->place.isUrl && choice->place.text == url) return choice;
   }
-  return choice.backend;
+  const std::optional<Location> place = findLocation();
+  return place ? choose(*place) : Published<Choice>::Pin();
 }
 
 }  // namespace settingrest

@@ -132,20 +132,16 @@ std::string encodeSnapshot(const Snapshot& snapshot) {
 
 Snapshot readSnapshot(const std::filesystem::path& file) {
   const std::string bytes = readBytes(file);
-  try {
-    const settingrest::SnapshotView view(bytes);
-    Snapshot snapshot{{view.header().clusterId, view.header().revision, view.header().writtenAt},
-                      {}};
-    snapshot.entries.reserve(view.size());
-    for (std::size_t i = 0; i < view.size(); ++i) {
-      const settingrest::SnapshotView::Entry entry = view.entry(i);
-      snapshot.entries.push_back(
-          {std::string(entry.key), std::string(entry.value), entry.revision});
-    }
-    return snapshot;
-  } catch (const settingrest::SnapshotFault& fault) {
-    failToRead(file, fault.what());
+  const std::string fault = settingrest::snapshotFault(bytes);
+  if (!fault.empty()) failToRead(file, fault);
+  const settingrest::SnapshotView view(bytes);
+  Snapshot snapshot{{view.header().clusterId, view.header().revision, view.header().writtenAt}, {}};
+  snapshot.entries.reserve(view.size());
+  for (std::size_t i = 0; i < view.size(); ++i) {
+    const settingrest::SnapshotView::Entry entry = view.entry(i);
+    snapshot.entries.push_back({std::string(entry.key), std::string(entry.value), entry.revision});
   }
+  return snapshot;
 }
 
 }  // namespace settings
