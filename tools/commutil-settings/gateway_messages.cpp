@@ -258,7 +258,12 @@ Failure parseFailure(long status, std::string_view body) {
 }
 
 Failure cancelFailure(const std::string& reason) {
-  return {kindOf(reason, Kind::other), reason.empty() ? "canceled" : reason};
+  // "rpc error: code = PermissionDenied desc = etcdserver: permission denied"
+  constexpr std::string_view kIntroduction = " desc = ";
+  const std::size_t found = reason.find(kIntroduction);
+  const std::string text =
+      found == std::string::npos ? reason : reason.substr(found + kIntroduction.size());
+  return {kindOf(text, Kind::other), text.empty() ? "the member canceled the watch" : text};
 }
 
 }  // namespace agent

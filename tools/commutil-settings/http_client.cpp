@@ -145,6 +145,9 @@ void HttpClient::finish(void* handle, int code) {
   event.bytes.swap(transfer.bytes);
   event.problem = problemOf(static_cast<CURLcode>(code));
   curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &event.status);
+  long sentBytes = 0;
+  curl_easy_getinfo(handle, CURLINFO_REQUEST_SIZE, &sentBytes);
+  event.isSent = sentBytes > 0;
   if (event.problem != HttpEvent::Problem::none) {
     event.problemText = transfer.problem.front() != '\0'
                             ? transfer.problem.data()

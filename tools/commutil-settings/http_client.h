@@ -27,6 +27,7 @@ struct HttpEvent {
   bool isEnd = false;
   std::string bytes;  ///< of a stream: what has arrived; else, at the end, the whole reply
   long status = 0;    ///< at the end
+  bool isSent = false;  ///< at the end: whether the server may have got the request
   Problem problem = Problem::none;
   std::string problemText;
 };

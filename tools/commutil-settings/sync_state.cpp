@@ -18,6 +18,17 @@ std::string revisionText(std::int64_t revision) { return "revision " + std::to_s
 /// A group's own key, which no service can look up.
 bool isGroupKey(const std::string& key) { return !key.empty() && key.back() == '/'; }
 
+bool isDenied(const Failure& failure) {
+  return failure.kind == Kind::permission || failure.kind == Kind::authentication;
+}
+
+/// What distinguishes failures: the texts of most have times and ports.
+std::string causeOf(const Failure& failure) {
+  if (failure.kind == Kind::unreachable) return "unreachable";
+  if (failure.kind == Kind::timeout) return "timeout";
+  return failure.text;
+}
+
 Duration since(Time begin, Time now) { return std::chrono::duration_cast<Duration>(now - begin); }
 
 }  // namespace
@@ -115,7 +126,7 @@ void SyncState::fail(Time now, const Failure& failure) {
   m_isLoginFresh = false;
   m_phase = Phase::waiting;
   m_retryAt = now + wait;
-  if (m_endpoints.haveAllFailed()) sayAway(now);
+  if (m_endpoints.haveAllFailed() && !isDenied(failure)) sayAway(now, failure);
 }
 
 void SyncState::sayFailure(const Failure& failure) {
@@ -124,8 +135,7 @@ void SyncState::sayFailure(const Failure& failure) {
     say(Level::warning, "the watch of " + endpoint() + " ended at " + revisionText(m_applied) +
                             ": " + failure.text);
   }
-  const bool isDenied = failure.kind == Kind::permission || failure.kind == Kind::authentication;
-  if (!isDenied || m_hasSaidDenied) return;
+  if (!isDenied(failure) || m_hasSaidDenied) return;
   m_hasSaidDenied = true;
   const std::string remedy =
       failure.kind == Kind::permission
@@ -134,14 +144,15 @@ void SyncState::sayFailure(const Failure& failure) {
   say(Level::error, m_problem + "; " + remedy);
 }
 
-void SyncState::sayAway(Time now) {
-  if (m_hasSaidAway) return;
-  m_hasSaidAway = true;
+/// Says it once, and once more for each further cause.
+void SyncState::sayAway(Time now, const Failure& failure) {
+  const bool isFirst = m_saidCauses.empty();
+  if (!m_saidCauses.insert(causeOf(failure)).second) return;
   const std::string state = m_hasSettings ? revisionText(m_applied) + ", age " +
                                                 ageText(since(m_verified, now)) +
                                                 ", stays in use"
                                           : "there are no settings yet";
-  say(Level::error, "cluster away, " + state + "; last: " + m_problem);
+  say(isFirst ? Level::error : Level::warning, "cluster away, " + state + "; last: " + m_problem);
 }
 
 // Lists
@@ -313,8 +324,7 @@ Actions SyncState::onComparisonFailure(Time now, const Failure& failure) {
   } else if (failure.kind == Kind::authentication && m_options.hasLogin && !m_isLoginFresh) {
     act(LogIn{});
   } else {
-    const bool isDenied = failure.kind == Kind::permission || failure.kind == Kind::authentication;
-    if (isDenied && !m_hasSaidDenied) {
+    if (isDenied(failure) && !m_hasSaidDenied) {
       m_hasSaidDenied = true;
       say(Level::error, endpoint() + ": " + failure.text + "; the watch goes on until it ends");
     }
@@ -357,7 +367,8 @@ void SyncState::onCreated(Time now, const WatchMessage& message) {
   if (message.header.revision < m_applied) return doubtMember(now, message.header.revision);
   m_phase = Phase::watching;
   m_endpoints.succeed();
-  m_isLoginFresh = m_hasSaidAway = m_hasSaidDenied = false;
+  m_isLoginFresh = m_hasSaidDenied = false;
+  m_saidCauses.clear();
   m_doubtfulMember.clear();
   m_problem.clear();
   say(Level::info, (m_hasWatched ? "resumed at " : "watching from ") + revisionText(m_applied) +

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <variant>
@@ -119,7 +120,7 @@ class SyncState {
   void handleFailure(Time now, const Failure& failure);
   void fail(Time now, const Failure& failure);
   void sayFailure(const Failure& failure);
-  void sayAway(Time now);
+  void sayAway(Time now, const Failure& failure);
   void openWatch(Time now);
   void beginList(ListReason reason);
   void finishList(Time now);
@@ -176,12 +177,12 @@ class SyncState {
   bool m_hasCompared = false;
   bool m_hasRefused = false;
   bool m_hasWatched = false;
-  bool m_hasSaidAway = false;
   bool m_hasSaidDenied = false;
   bool m_hasSaidGroupKey = false;
   std::int64_t m_lateRevision = -1;  // the cluster had more at the last comparison
   std::string m_doubtfulMember;      // its store is behind what was applied
   std::string m_problem;
+  std::set<std::string> m_saidCauses;  // since the cluster is away
 };
 
 }  // namespace agent
