@@ -99,7 +99,6 @@ class Member:
                  '--initial-cluster', self.cluster.initial_cluster,
                  '--initial-cluster-token', self.cluster.token,
                  '--initial-cluster-state', 'new', '--logger', 'zap',
-                 '--heartbeat-interval', '50', '--election-timeout', '500',
                  '--experimental-watch-progress-notify-interval', f'{int(PROGRESS * 1000)}ms',
                  *self.cluster.options]
         if self.cluster.certificates:
@@ -175,16 +174,24 @@ class Cluster:
         return self.etcdctl('get', 'health', endpoint=member.url, check=False).returncode == 0
 
     def _add_users(self):
-        self.etcdctl('user', 'add', f'root:{ROOT_PASSWORD}')
-        self.etcdctl('role', 'add', 'root')
-        self.etcdctl('user', 'grant-role', 'root', 'root')
-        self.etcdctl('role', 'add', 'settings-reader')
-        self.etcdctl('role', 'grant-permission', '--prefix=true', 'settings-reader', 'read',
-                     '/vexa/')
-        self.etcdctl('user', 'add', f'settings-reader:{READER_PASSWORD}')
-        self.etcdctl('user', 'grant-role', 'settings-reader', 'settings-reader')
-        self.etcdctl('auth', 'enable')
+        for words in (('user', 'add', f'root:{ROOT_PASSWORD}'),
+                      ('role', 'add', 'root'),
+                      ('user', 'grant-role', 'root', 'root'),
+                      ('role', 'add', 'settings-reader'),
+                      ('role', 'grant-permission', '--prefix=true', 'settings-reader', 'read',
+                       '/vexa/'),
+                      ('user', 'add', f'settings-reader:{READER_PASSWORD}'),
+                      ('user', 'grant-role', 'settings-reader', 'settings-reader'),
+                      ('auth', 'enable')):
+            self.manage(*words)
         self._has_login = True
+
+    def manage(self, *words):
+        """Runs etcdctl until it succeeds: a busy machine may lose a leader meanwhile."""
+        def is_done():
+            result = self.etcdctl(*words, check=False)
+            return result if result.returncode == 0 or 'already exists' in result.stderr else None
+        return wait_until(f'etcdctl {words}', is_done, 60)
 
     def etcdctl(self, *words, endpoint=None, check=True, user=f'root:{ROOT_PASSWORD}', input=None):
         line = [self.etcdctl_program, '--endpoints', endpoint or self.endpoints,
@@ -202,10 +209,10 @@ class Cluster:
 
     def put(self, key, value):
         """Puts a setting; returns the revision."""
-        return self.revision_of(self.etcdctl('put', key, value, '-w', 'json'))
+        return self.revision_of(self.manage('put', key, value, '-w', 'json'))
 
     def delete(self, key, *words):
-        return self.revision_of(self.etcdctl('del', key, *words, '-w', 'json'))
+        return self.revision_of(self.manage('del', key, *words, '-w', 'json'))
 
     @staticmethod
     def revision_of(result):

@@ -13,6 +13,7 @@ from cluster import PROGRESS, Cluster, wait_until
 KEY = PREFIX + 'ListenAllIp'
 OTHER = PREFIX + 'SSLVersion'
 SILENCE = 2.5 * PROGRESS
+MEMORY = '/dev/shm'  # the members write to their disks often: others' work would slow them down
 
 
 class ClusterTest(unittest.TestCase):
@@ -21,7 +22,7 @@ class ClusterTest(unittest.TestCase):
     cluster_options = {}
 
     def setUp(self):
-        self.directory = pathlib.Path(tempfile.mkdtemp(prefix='commutil-cluster-'))
+        self.directory = pathlib.Path(tempfile.mkdtemp(prefix='commutil-cluster-', dir=MEMORY))
         self.addCleanup(shutil.rmtree, self.directory, ignore_errors=True)
         self.cluster = self.new_cluster('cluster', **self.cluster_options)
         self.cluster.put(KEY, 'enable')
@@ -149,7 +150,7 @@ class Stores(ClusterTest):
         agent.stop()
         self.cluster.put(OTHER, 'TLSv1.3')
         revision = self.cluster.delete(KEY)
-        self.cluster.etcdctl('compaction', str(revision))
+        self.cluster.manage('compaction', str(revision))
         mark = agent.mark()
         agent.start()
         agent.wait_log(r'revision \d+ was compacted, listed 1 settings', mark)
@@ -238,7 +239,7 @@ class Stores(ClusterTest):
         service = self.new_service(agent)
         wait_value(service, KEY, 'enable')
         agent.stop()
-        self.cluster.etcdctl('compaction', str(self.cluster.delete(KEY)))
+        self.cluster.manage('compaction', str(self.cluster.delete(KEY)))
         result = agent.run('sync', '--once')
         self.assertEqual(1, result.returncode)
         self.assertRegex(result.stderr, 'the cluster has no settings: the 1 settings')
@@ -277,7 +278,7 @@ class Logins(ClusterTest):
     def test_a_revoked_user_keeps_its_watch_and_is_refused_the_next_one(self):
         agent = self.new_agent()
         service = self.new_service(agent)
-        self.cluster.etcdctl('user', 'revoke-role', 'settings-reader', 'settings-reader')
+        self.cluster.manage('user', 'revoke-role', 'settings-reader', 'settings-reader')
         self.cluster.put(KEY, 'while watched')
         wait_value(service, KEY, 'while watched')
         watched, _ = self.member_of(agent)
@@ -285,7 +286,7 @@ class Logins(ClusterTest):
         watched.kill()
         agent.wait_log(r'error: \S+ etcdserver: permission denied; grant the user', mark)
         self.assertEqual('while watched', service.value(KEY))
-        self.cluster.etcdctl('user', 'grant-role', 'settings-reader', 'settings-reader')
+        self.cluster.manage('user', 'grant-role', 'settings-reader', 'settings-reader')
         agent.wait_watching(mark, 20)
 
 

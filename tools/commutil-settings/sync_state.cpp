@@ -122,7 +122,11 @@ void SyncState::fail(Time now, const Failure& failure) {
   sayFailure(failure);
   Duration wait = m_endpoints.fail(m_random);
   if (failure.kind == Kind::permission) wait = jittered(kSlowRetry);
-  if (failure.kind == Kind::authentication) m_needsLogin = m_options.hasLogin;
+  // A member whose store was restored waits for ever for the log position in an old token.
+  const bool maySuspectToken =
+      failure.kind == Kind::authentication ||
+      (failure.kind == Kind::timeout && m_endpoints.haveAllFailed());
+  if (maySuspectToken) m_needsLogin = m_options.hasLogin;
   m_isLoginFresh = false;
   m_phase = Phase::waiting;
   m_retryAt = now + wait;
