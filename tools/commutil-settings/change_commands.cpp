@@ -75,8 +75,8 @@ class Outcome {
       row["before"] = before ? Json::Value(*before) : Json::Value();
       row["after"] = write.value ? Json::Value(*write.value) : Json::Value();
       m_changes.append(row);
-      m_text += "  " + printable(write.key) + "  " + quoted(before) + " -> " +
-                quoted(write.value) + "\n";
+      m_text +=
+          "  " + printable(write.key) + "  " + quoted(before) + " -> " + quoted(write.value) + "\n";
     }
   }
 
@@ -115,9 +115,10 @@ int change(const Configuration& configuration, const CommandLine& line, const Pl
     if (line.dryRun || writes.empty()) return outcome.print(revision);
     const auto batches = batchesOf(writes);
     if (attempt == 0 && batches.size() > 1) {
-      say(Level::info, std::to_string(writes.size()) + " changes do not fit into one transaction: " +
-                           std::to_string(batches.size()) +
-                           " follow one another, and services see each as it comes");
+      say(Level::info,
+          std::to_string(writes.size()) +
+              " changes do not fit into one transaction: " + std::to_string(batches.size()) +
+              " follow one another, and services see each as it comes");
     }
     std::size_t done = 0;
     for (const std::vector<GuardedWrite>& batch : batches) {
@@ -157,8 +158,8 @@ void requireAccepted(const settings::DocumentText& document, const std::string& 
         settings::checkStoreValue(entry.key, entry.value.value_or(""));
     if (verdict.accepted() && entry.value) continue;
     const settings::Place place = document.placeOf(entry);
-    problems += path + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + ": " +
-                printable(entry.key) + ": " +
+    problems += path + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) +
+                ": " + printable(entry.key) + ": " +
                 (entry.value ? quoted(entry.value) + ": " + verdict.message()
                              : "an array or null: the store has no setting here") +
                 "\n";
@@ -181,8 +182,9 @@ int putSetting(const Configuration& configuration, const CommandLine& line) {
     throw std::runtime_error(key + ": " + quoted(line.value) + ": " + verdict.message() +
                              " (--force writes it)");
   }
-  return change(configuration, line,
-                [&](const Stored&) { return std::vector{settings::Change{key, line.value}}; });
+  return change(configuration, line, [&](const Stored&) {
+    return std::vector{settings::Change{key, line.value}};
+  });
 }
 
 int deleteSetting(const Configuration& configuration, const CommandLine& line) {

@@ -39,8 +39,8 @@ std::optional<Failure> ClusterSession::logIn(const std::string& member) {
   return std::nullopt;
 }
 
-/// Returns the body of the first good reply. A request that may have been carried out is not sent to
-/// another member unless `mayRepeat`.
+/// Returns the body of the first good reply. A request that may have been carried out is not sent
+/// to another member unless `mayRepeat`.
 std::string ClusterSession::call(const Build& build, bool mayRepeat) {
   std::string problems;
   for (const std::string& member : m_configuration.endpoints) {
@@ -51,13 +51,14 @@ std::string ClusterSession::call(const Build& build, bool mayRepeat) {
       HttpEvent reply = exchange(build(member));
       failure = Gateway::failureOf(reply);
       if (!failure) return std::move(reply.bytes);
-      isSent = reply.isSent && (failure->kind == Failure::Kind::timeout ||
-                                failure->kind == Failure::Kind::other);
+      isSent = reply.isSent &&
+               (failure->kind == Failure::Kind::timeout || failure->kind == Failure::Kind::other);
     }
     problems += "\n  " + member + ": " + failure->text;
     if (failure->kind == Failure::Kind::permission) break;
     if (isSent && !mayRepeat)
-      throw std::runtime_error("it is unknown whether this was written; look with show:" + problems);
+      throw std::runtime_error("it is unknown whether this was written; look with show:" +
+                               problems);
   }
   throw std::runtime_error("no member of the cluster has done this:" + problems);
 }
@@ -79,9 +80,8 @@ ClusterSession::Listing ClusterSession::list() {
 }
 
 std::int64_t ClusterSession::write(const std::vector<GuardedWrite>& writes) {
-  const TransactionReply reply = parseTransaction(
-      call([&](const std::string& member) { return m_gateway.transaction(member, writes); },
-           false));
+  const TransactionReply reply = parseTransaction(call(
+      [&](const std::string& member) { return m_gateway.transaction(member, writes); }, false));
   return reply.hasSucceeded ? reply.header.revision : 0;
 }
 

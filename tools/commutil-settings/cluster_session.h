@@ -14,7 +14,8 @@ namespace agent {
 /// until one replies.
 class ClusterSession {
  public:
-  /// @throws std::runtime_error  for a host that follows a relay, and for secrets that others can read
+  /// @throws std::runtime_error  for a host that follows a relay, and for secrets that others can
+  /// read
   explicit ClusterSession(const Configuration& configuration);
 
   struct Stored {

@@ -1,7 +1,7 @@
 #include "commutil-settings/command_line.h"
 
-#include <CLI/CLI.hpp>
 #include <VexaVersion.h>
+#include <CLI/CLI.hpp>
 
 #include <cstdio>
 
@@ -19,9 +19,10 @@ class Parser {
     m_app.require_subcommand(1);
     m_app.set_version_flag("--version", "commutil-settings " VEXA_COMMUTIL_VERSION);
     m_app.footer(kFooter);
-    m_app.add_option("--config", m_line.configuration,
-                     "The configuration file, instead of the one that COMMUTIL_SETTINGS_CONF names "
-                     "or /etc/commutil/settings.conf")
+    m_app
+        .add_option("--config", m_line.configuration,
+                    "The configuration file, instead of the one that COMMUTIL_SETTINGS_CONF names "
+                    "or /etc/commutil/settings.conf")
         ->type_name("FILE");
     m_app.fallthrough();
     addSync();
@@ -66,7 +67,8 @@ class Parser {
   }
 
   void addReading() {
-    CLI::App& status = add("status", "Print the state of the snapshot; 1 if it is stale or missing.");
+    CLI::App& status =
+        add("status", "Print the state of the snapshot; 1 if it is stale or missing.");
     status.add_option("--max-age", m_line.maxAge, "Stale when verified longer ago, such as 15m")
         ->type_name("TIME");
     addJson(status);
@@ -101,7 +103,8 @@ class Parser {
   }
 
   void addForce(CLI::App& command) {
-    command.add_flag("--force", m_line.force, "Write a name or value that the library does not know");
+    command.add_flag("--force", m_line.force,
+                     "Write a name or value that the library does not know");
   }
 
   void addWriting() {
@@ -130,8 +133,9 @@ class Parser {
   }
 
   CommandLine m_line;
-  CLI::App m_app{"Keeps the settings of this host in sync with a cluster, and changes the cluster's.",
-                 "commutil-settings"};
+  CLI::App m_app{
+      "Keeps the settings of this host in sync with a cluster, and changes the cluster's.",
+      "commutil-settings"};
 };
 
 }  // namespace

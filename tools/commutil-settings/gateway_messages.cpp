@@ -4,6 +4,7 @@
 #include <json/writer.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <charconv>
 
 #include "platform/json_parse.h"
@@ -15,10 +16,9 @@ using Kind = Failure::Kind;
 
 std::string encoded(std::string_view bytes) {
   std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
-  const int length =
-      EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
-                      reinterpret_cast<const unsigned char*>(bytes.data()),
-                      static_cast<int>(bytes.size()));
+  const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
+                                     reinterpret_cast<const unsigned char*>(bytes.data()),
+                                     static_cast<int>(bytes.size()));
   text.resize(static_cast<std::size_t>(length));
   return text;
 }
@@ -30,13 +30,13 @@ std::string decoded(const Json::Value& value) {
   if (text.size() % 4 != 0) throw MalformedReply("malformed base64");
   if (text.empty()) return {};
   std::string bytes(text.size() / 4 * 3, '\0');
-  const int length =
-      EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
-                      reinterpret_cast<const unsigned char*>(text.data()),
-                      static_cast<int>(text.size()));
+  const int length = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
+                                     reinterpret_cast<const unsigned char*>(text.data()),
+                                     static_cast<int>(text.size()));
   if (length != static_cast<int>(bytes.size())) throw MalformedReply("malformed base64");
-  const std::size_t padding = text.size() - (text.find_last_not_of('=') + 1);
-  if (padding > 2) throw MalformedReply("malformed base64");
+  const std::size_t padding = text.size() - std::min(text.find('='), text.size());
+  if (padding > 2 || text.find_first_not_of('=', text.size() - padding) != std::string::npos)
+    throw MalformedReply("malformed base64");
   bytes.resize(bytes.size() - padding);
   return bytes;
 }

@@ -56,8 +56,8 @@ std::string staleness(const HostState& state, std::chrono::milliseconds maxAge) 
   if (!state.status) return "no agent has verified the snapshot; start commutil-settings.service";
   const std::chrono::seconds age = ageOf(*state.status);
   if (age <= maxAge) return {};
-  const std::string cause = state.status->problem.empty() ? "is the agent running?"
-                                                          : state.status->problem;
+  const std::string cause =
+      state.status->problem.empty() ? "is the agent running?" : state.status->problem;
   return "verified " + ageText(age) + " ago, more than " + ageText(maxAge) + ": " + cause;
 }
 
@@ -114,7 +114,8 @@ int waitForRevision(const Configuration& configuration, const CommandLine& line)
 
 int raiseEpoch(const Configuration& configuration, const CommandLine& line) {
   if (configuration.publishDirectory.empty())
-    throw std::runtime_error("this host is not a relay: the configuration has no [publish] directory");
+    throw std::runtime_error(
+        "this host is not a relay: the configuration has no [publish] directory");
   if (!line.yes) {
     if (::isatty(STDIN_FILENO) == 0)
       throw std::runtime_error("nobody can be asked: standard input is not a terminal; use --yes");

@@ -25,15 +25,15 @@ struct HttpEvent {
   enum class Problem { none, unreachable, timeout, other };
   std::uint64_t id = 0;
   bool isEnd = false;
-  std::string bytes;  ///< of a stream: what has arrived; else, at the end, the whole reply
-  long status = 0;    ///< at the end
+  std::string bytes;    ///< of a stream: what has arrived; else, at the end, the whole reply
+  long status = 0;      ///< at the end
   bool isSent = false;  ///< at the end: whether the server may have got the request
   Problem problem = Problem::none;
   std::string problemText;
 };
 
-/// Requests to HTTP servers, many at a time on the caller's thread. The resolver of the HTTP library
-/// may start threads that live as long as a lookup.
+/// Requests to HTTP servers, many at a time on the caller's thread. The resolver of the HTTP
+/// library may start threads that live as long as a lookup.
 class HttpClient {
  public:
   HttpClient(const TlsFiles& tls, std::chrono::milliseconds connectTimeout);

@@ -7,8 +7,8 @@
 
 namespace agent {
 
-/// A relay's directory: snapshots, and `current`, which is replaced after the snapshot that it names
-/// is in place. Another process may raise the epoch at the same time.
+/// A relay's directory: snapshots, and `current`, which is replaced after the snapshot that it
+/// names is in place. Another process may raise the epoch at the same time.
 class Publisher {
  public:
   /// @param keep  how many snapshots stay: hosts may be fetching the one before

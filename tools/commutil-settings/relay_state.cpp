@@ -87,8 +87,7 @@ RelayActions RelayState::onSnapshot(Time now, settings::Snapshot snapshot,
   if (m_phase != Phase::fetchingSnapshot) return taken();
   if (sha256 != m_offered.sha256)  // replaced since the pointer was fetched, or damaged
     return onFailure(now, {Failure::Kind::malformed, "the snapshot has another checksum"});
-  const bool isOther =
-      m_hasSettings && snapshot.header.clusterId != m_snapshot.header.clusterId;
+  const bool isOther = m_hasSettings && snapshot.header.clusterId != m_snapshot.header.clusterId;
   const bool isNewer = !m_accepted || m_offered.isNewerThan(*m_accepted);
   const std::string offered = "revision " + std::to_string(m_offered.revision) + ", epoch " +
                               std::to_string(m_offered.epoch) + ", of " + source();

@@ -135,9 +135,8 @@ TlsFiles checkedTlsFiles(const Configuration& configuration) {
 Random processRandom() {
   std::random_device device;
   std::mt19937_64 generator((std::uint64_t{device()} << 32) | device());
-  return [generator]() mutable {
-    return std::uniform_real_distribution<double>(0.0, 1.0)(generator);
-  };
+  return
+      [generator]() mutable { return std::uniform_real_distribution<double>(0.0, 1.0)(generator); };
 }
 
 int runAgent(const Configuration& configuration, const RunOptions& options) {

@@ -102,9 +102,9 @@ std::optional<Status> readStatus(const std::string& path) {
 }
 
 std::chrono::seconds ageOf(const Status& status) {
-  const std::chrono::seconds age = status.bootId == bootId()
-                                       ? uptime() - status.verifiedUptime
-                                       : std::chrono::seconds(std::time(nullptr) - status.verifiedAt);
+  const std::chrono::seconds age =
+      status.bootId == bootId() ? uptime() - status.verifiedUptime
+                                : std::chrono::seconds(std::time(nullptr) - status.verifiedAt);
   return std::max(age, std::chrono::seconds(0));
 }
 

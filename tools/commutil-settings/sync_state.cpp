@@ -123,9 +123,8 @@ void SyncState::fail(Time now, const Failure& failure) {
   Duration wait = m_endpoints.fail(m_random);
   if (failure.kind == Kind::permission) wait = jittered(kSlowRetry);
   // A member whose store was restored waits for ever for the log position in an old token.
-  const bool maySuspectToken =
-      failure.kind == Kind::authentication ||
-      (failure.kind == Kind::timeout && m_endpoints.haveAllFailed());
+  const bool maySuspectToken = failure.kind == Kind::authentication ||
+                               (failure.kind == Kind::timeout && m_endpoints.haveAllFailed());
   if (maySuspectToken) m_needsLogin = m_options.hasLogin;
   m_isLoginFresh = false;
   m_phase = Phase::waiting;
@@ -153,8 +152,7 @@ void SyncState::sayAway(Time now, const Failure& failure) {
   const bool isFirst = m_saidCauses.empty();
   if (!m_saidCauses.insert(causeOf(failure)).second) return;
   const std::string state = m_hasSettings ? revisionText(m_applied) + ", age " +
-                                                ageText(since(m_verified, now)) +
-                                                ", stays in use"
+                                                ageText(since(m_verified, now)) + ", stays in use"
                                           : "there are no settings yet";
   say(isFirst ? Level::error : Level::warning, "cluster away, " + state + "; last: " + m_problem);
 }
@@ -250,8 +248,8 @@ void SyncState::refuseEmptyList(Time now) {
 void SyncState::put(Settings& settings, StoredSetting&& setting) {
   if (isGroupKey(setting.key) && !m_hasSaidGroupKey) {
     m_hasSaidGroupKey = true;
-    say(Level::warning, "key " + setting.key +
-                            " ends in \"/\": it is dropped, as every such key; delete it");
+    say(Level::warning,
+        "key " + setting.key + " ends in \"/\": it is dropped, as every such key; delete it");
   }
   settings[std::move(setting.key)] = {std::move(setting.value), setting.revision};
 }

@@ -43,16 +43,16 @@ struct Say {
   std::string text;
 };
 /// Requests go to `SyncState::endpoint()` at the moment of the action.
-using Action = std::variant<LogIn, FetchPage, FetchComparison, OpenWatch, StopRequests,
-                            WriteSettings, Say>;
+using Action =
+    std::variant<LogIn, FetchPage, FetchComparison, OpenWatch, StopRequests, WriteSettings, Say>;
 using Actions = std::vector<Action>;
 
 struct SyncOptions {
   std::string prefix = "/vexa/";
-  Duration compareEvery{};     ///< 0: off
-  Duration listEvery{};        ///< 0: off
-  Duration silenceLimit{};     ///< of a watch
-  Duration requestTimeout{};   ///< until a watch is created
+  Duration compareEvery{};    ///< 0: off
+  Duration listEvery{};       ///< 0: off
+  Duration silenceLimit{};    ///< of a watch
+  Duration requestTimeout{};  ///< until a watch is created
   bool hasLogin = false;
   bool allowEmpty = false;  ///< an empty list replaces settings
   bool listAtStart = false;
