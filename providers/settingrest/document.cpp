@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/json_parse.h"
+#include "bytes/json_parse.h"
 
 namespace settingrest {
 namespace {

@@ -11,7 +11,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "report.h"
 
 namespace settingrest {

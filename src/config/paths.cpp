@@ -8,8 +8,8 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "config/uncached.h"
+#include "os/lazy_value.h"
 #include "platform/ini_reader.h"
-#include "platform/lazy_value.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 #include "VexaCommonUtils_i.h"
 #include "config/store_keys.h"
 #include "config/uncached.h"
-#include "platform/file_io.h"
-#include "platform/handles.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/lazy_value.h"
+#include "os/lazy_value.h"
 
 // What this directory computes once and keeps, without the keeping.
 

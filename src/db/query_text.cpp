@@ -5,7 +5,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/byte_blocks.h"
+#include "bytes/byte_blocks.h"
 
 namespace {
 

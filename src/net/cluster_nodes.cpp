@@ -7,7 +7,7 @@
 #include <string>
 
 #include "VexaCommonUtils_i.h"
-#include "platform/file_text.h"
+#include "os/file_text.h"
 #include "platform/json_reader.h"
 
 namespace {

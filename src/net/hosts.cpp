@@ -1,10 +1,8 @@
-// The machine's own names and addresses, and look-ups through the system's resolver. For the
-// platform's server processes; nothing is cached. Re-entrant.
+// The machine's own names, and lookups through the system's resolver. Nothing is cached.
 #include <ace/OS_NS_arpa_inet.h>
 #include <ace/OS_NS_string.h>
 #include <ace/OS_NS_sys_utsname.h>
 #include <arpa/inet.h>
-#include <ifaddrs.h>
 #include <netdb.h>
 #include <netinet/in.h>
 
@@ -12,9 +10,7 @@
 #include <cstring>
 
 #include "VexaCommonUtils.h"
-#include "VexaCommonUtils_i.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
 
 namespace {
 
@@ -40,22 +36,6 @@ struct Resolved {
            result != nullptr;
   }
 };
-
-/// Text of the 16 bytes that start four bytes into an IPv6 socket address, at its flow information:
-/// the contract's offset, four bytes before the address.
-std::string flowAndAddressText(const sockaddr* address) {
-  const auto* const source = reinterpret_cast<const char*>(address) + 4;
-  std::array<char, INET6_ADDRSTRLEN> text{};
-  ::inet_ntop(AF_INET6, source, text.data(), text.size());
-  return text.data();
-}
-
-std::string addressText(const sockaddr* address) {
-  const auto* const field = &reinterpret_cast<const sockaddr_in*>(address)->sin_addr;
-  std::array<char, INET_ADDRSTRLEN> text{};
-  ::inet_ntop(AF_INET, field, text.data(), text.size());
-  return text.data();
-}
 
 /// The first IPv4 address of `name`, "" on failure.
 std::string firstAddress(const std::string& name) {
@@ -111,18 +91,5 @@ int VexaCommonUtils::getHostnamebyIP(const std::string& ip, std::string& name) {
   Resolved host;
   if (!host.byAddress(address) || host.result->h_name == nullptr) return -1;
   name = host.result->h_name;
-  return 0;
-}
-
-int VexaCommonUtils_i::getAllIPAddr(std::list<std::string>& addresses) {
-  ifaddrs* list = nullptr;
-  // Deliberately never released.
-  ::getifaddrs(&list);
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (entry->ifa_addr == nullptr) continue;
-    const int family = entry->ifa_addr->sa_family;
-    if (family == AF_INET) addresses.push_back(addressText(entry->ifa_addr));
-    if (family == AF_INET6) addresses.push_back(flowAndAddressText(entry->ifa_addr));
-  }
   return 0;
 }

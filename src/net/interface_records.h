@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 
 // The kernel's list of the interfaces that carry an IPv4 address, for the look-ups of netmasks and
 // of hardware addresses; see netdevice(7).

@@ -14,8 +14,8 @@
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
 #include "net/tool_stream.h"
+#include "os/handles.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
 
 namespace {
 

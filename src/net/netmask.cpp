@@ -1,8 +1,5 @@
-// The netmask of one of the machine's IPv4 addresses and the interface that carries one of its IPv6
-// addresses. The platform's server processes and the MAC address look-ups call it.
-// No shared state: every call owns its socket, buffers and command output.
+// The netmask of one of the machine's IPv4 addresses, from the kernel or from the interface tool.
 #include <arpa/inet.h>
-#include <ifaddrs.h>
 #include <netinet/in.h>
 
 #include <array>
@@ -17,8 +14,8 @@
 #include "VexaNetUtils.h"
 #include "VexaStringUtils.h"
 #include "net/interface_records.h"
+#include "os/handles.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
 
 namespace {
 
@@ -99,14 +96,6 @@ std::string dottedFromHex(const std::string& digits) {
   return dotted;
 }
 
-std::string printInet6(const sockaddr* address) {
-  sockaddr_in6 record{};
-  std::memcpy(&record, address, sizeof(record));
-  std::array<char, 128> text{};
-  ::inet_ntop(AF_INET6, &record.sin6_addr, text.data(), static_cast<socklen_t>(text.size()));
-  return text.data();
-}
-
 }  // namespace
 
 int VexaCommonUtils::getNetmaskByIP(std::string& ip, std::string& netmask) {
@@ -135,25 +124,4 @@ int GetNetmaskByIpUseifconfig(const std::string& ip, std::string& netmask) {
   const bool found = CheckIp(mask.c_str());
   netmask = found ? mask : "";
   return found ? 0 : -1;
-}
-
-int VexaCommonUtils_i::getInterfaceOfIPV6(std::string& ip, std::string& interfaceName) {
-  if (formatStringIP(ip) != AF_INET6) return -1;
-  // Never released: the list stays allocated by contract.
-  ifaddrs* list = nullptr;
-  if (::getifaddrs(&list) != 0) return -1;
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET6) continue;
-    std::string text = printInet6(entry->ifa_addr);
-    formatStringIP(text);
-    if (text != ip) continue;
-    interfaceName = entry->ifa_name;
-    return 0;
-  }
-  return -1;
-}
-
-void GetInet6Address(const std::string& text, std::string& address) {
-  if (text.empty()) return;
-  address = text.substr(0, text.find('/'));
 }

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "VexaCommonUtils_i.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 
 namespace commutil {
 

@@ -14,8 +14,8 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/handle_lock.h"
-#include "platform/utf8.h"
+#include "bytes/utf8.h"
+#include "os/handle_lock.h"
 
 namespace commutil {
 namespace {

@@ -11,7 +11,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/file_text.h"
+#include "os/file_text.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/json_parse.h"
+#include "bytes/json_parse.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "process/output_text.h"
 
 using commutil::Descriptor;

@@ -11,9 +11,9 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaLocks.h"
+#include "os/handles.h"
+#include "os/standard_streams.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
-#include "platform/standard_streams.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/checked_size.h"
-#include "platform/raw_text.h"
-#include "text/base64_blocks.h"
+#include "bytes/base64_avx2.h"
+#include "bytes/checked_size.h"
+#include "bytes/raw_text.h"
 
 namespace {
 

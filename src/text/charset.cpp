@@ -12,7 +12,7 @@
 #include <string>
 
 #include "VexaLocale.h"
-#include "platform/utf8.h"
+#include "bytes/utf8.h"
 
 using commutil::Converted;
 using commutil::countUtf8;

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <clocale>
 
-#include "platform/standard_streams.h"
+#include "os/standard_streams.h"
 
 VexaLocale* VexaLocale::m_instance = nullptr;
 ACE_RW_Thread_Mutex VexaLocale::m_mutex;

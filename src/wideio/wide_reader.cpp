@@ -5,8 +5,8 @@
 #include <array>
 #include <cstdlib>
 
+#include "os/handle_lock.h"
 #include "os/wide_stdio.h"
-#include "platform/handle_lock.h"
 
 using commutil::HandleLock;
 

@@ -24,7 +24,7 @@
 #include <set>
 #include <sstream>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 
 namespace commutil_faults {
 namespace {

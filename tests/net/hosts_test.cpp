@@ -1,4 +1,3 @@
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
@@ -10,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <list>
 #include <numeric>
 #include <string>
 
@@ -22,8 +20,6 @@
 namespace {
 
 using commutil_test::cLibrary;
-using commutil_test::FakeKernel;
-using testing::ElementsAre;
 
 /// A resolver and a uname(2) that answer as a test tells them; while one exists, the requests of
 /// this process come here.
@@ -194,59 +190,6 @@ TEST(Resolver, IsNotAskedForTheZeroNetworkNorForNoName) {
   EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname("", text));
   EXPECT_EQ(0, host->requests);
   EXPECT_EQ(0, VexaCommonUtils::getHostnamebyIP("1.0.0.0", text)) << "the first octet alone counts";
-}
-
-TEST(GetAllIPAddr, SkipsEntriesOfOtherFamiliesAndWithoutAnAddress) {
-  sockaddr_in v4{};
-  v4.sin_family = AF_INET;
-  v4.sin_addr.s_addr = htonl(0xFFFFFFFF);
-  sockaddr_in6 v6{};
-  v6.sin6_family = AF_INET6;
-  v6.sin6_flowinfo = htonl(0x11112222);
-  for (unsigned char i = 0; i < 16; ++i)
-    v6.sin6_addr.s6_addr[i] = static_cast<unsigned char>(0xA0 + i);
-  sockaddr packet{};
-  packet.sa_family = AF_PACKET;
-  std::array<ifaddrs, 5> entries{};
-  for (std::size_t i = 0; i + 1 < entries.size(); ++i) entries[i].ifa_next = &entries[i + 1];
-  entries[1].ifa_addr = &packet;
-  entries[2].ifa_addr = reinterpret_cast<sockaddr*>(&v6);
-  entries[3].ifa_addr = reinterpret_cast<sockaddr*>(&v4);
-  entries[4].ifa_addr = reinterpret_cast<sockaddr*>(&v6);
-  FakeKernel kernel([&entries](ifaddrs** list) {
-    *list = entries.data();
-    return 0;
-  });
-  std::list<std::string> addresses{"before"};
-  EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
-  constexpr const char* kShifted = "1111:2222:a0a1:a2a3:a4a5:a6a7:a8a9:aaab";
-  EXPECT_THAT(addresses, ElementsAre("before", kShifted, "255.255.255.255", kShifted));
-  EXPECT_EQ(0, kernel.freedLists) << "the list is kept by contract";
-}
-
-TEST(GetAllIPAddr, AddsNothingWithoutAList) {
-  const FakeKernel kernel([](ifaddrs** list) {
-    *list = nullptr;
-    return -1;
-  });
-  std::list<std::string> addresses{"before"};
-  EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
-  EXPECT_THAT(addresses, ElementsAre("before"));
-}
-
-TEST(GetAllIPAddr, TakesTheListWhateverTheResult) {
-  sockaddr_in v4{};
-  v4.sin_family = AF_INET;
-  v4.sin_addr.s_addr = htonl(0x01020304);
-  ifaddrs entry{};
-  entry.ifa_addr = reinterpret_cast<sockaddr*>(&v4);
-  const FakeKernel kernel([&entry](ifaddrs** list) {
-    *list = &entry;
-    return -1;
-  });
-  std::list<std::string> addresses;
-  EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
-  EXPECT_THAT(addresses, ElementsAre("1.2.3.4"));
 }
 
 TEST(Hosts, TakeTextsOf1MiB) {

@@ -377,17 +377,3 @@ TEST(GetHWMACAddr, AddsNothingWithoutADescriptor) {
     EXPECT_TRUE(addresses.empty());
   });
 }
-
-// The address of an IPv6 address's interface
-
-TEST(GetMacAddrOfIPV6, RefusesWhatIsNotIPv6) {
-  for (std::string ip : {std::string("10.1.1.1"), std::string(), std::string("host"),
-                         std::string("fe80::1%eth0"), std::string(1 << 20, ':')}) {
-    SCOPED_TRACE(ip.substr(0, 40));
-    const std::string before = ip;
-    LocalMACAddress mac = junkAddress();
-    EXPECT_EQ(-1, VexaCommonUtils_i::getMacAddrOfIPV6(ip, &mac));
-    EXPECT_EQ(kJunk, bytesOf(mac));
-    EXPECT_EQ(before, ip);
-  }
-}

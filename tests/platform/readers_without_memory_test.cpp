@@ -7,7 +7,7 @@
 #include <new>
 #include <string>
 
-#include "platform/file_text.h"
+#include "os/file_text.h"
 #include "platform/ini_reader.h"
 #include "platform/json_reader.h"
 #include "support/failing_allocations.h"

@@ -46,7 +46,7 @@ TEST(InstalledStore, DoesNotReachTheTestsOfTheSettings) {
     ASSERT_NE(nullptr, ::dlopen("libsettingrest.so", RTLD_LAZY)) << ::dlerror();
     shell(SETTINGS_STORE_TEST " --gtest_brief=1");
     shell(SSL_CONF_TEST " --gtest_brief=1");
-    shell(SETTINGS_TEST " --gtest_brief=1 --gtest_filter=*Store*");
+    shell(SWITCHES_TEST " --gtest_brief=1 --gtest_filter=*Store*");
   });
 }
 

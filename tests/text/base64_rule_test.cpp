@@ -10,7 +10,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "base64_model.h"
-#include "text/base64_blocks.h"
+#include "bytes/base64_avx2.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "base64_model.h"
-#include "platform/raw_text.h"
+#include "bytes/raw_text.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
 #include "support/namespaces.h"

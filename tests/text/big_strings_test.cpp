@@ -12,7 +12,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaStringUtils.h"
-#include "platform/raw_text.h"
+#include "bytes/raw_text.h"
 
 namespace {
 

@@ -146,7 +146,7 @@ std::string generated(const std::string& kind) {
 
 TEST(GeneratedPages, AreThoseOfTheCatalog) {
   EXPECT_EQ(generated("--markdown"), readFile(COMMUTIL_CONFIGURATION_PAGE))
-      << "write it anew: commutil-catalog --markdown >docs/configuration.md";
+      << "write it again: commutil-catalog --markdown >docs/configuration.md";
   EXPECT_NE(std::string::npos, readFile(COMMUTIL_COMPLETION)
                                    .find("# From the catalog of settings:\n" +
                                          generated("--completion") + "# The end"))

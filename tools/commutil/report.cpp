@@ -16,8 +16,8 @@
 
 #include "child_call.h"
 #include "explain.h"
+#include "os/handles.h"
 #include "output.h"
-#include "platform/handles.h"
 #include "settings/catalog.h"
 #include "settings/paths.h"
 #include "tool.h"
