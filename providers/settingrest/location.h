@@ -19,7 +19,7 @@ struct Location {
 };
 
 /// Returns the value of the variable that names a store by URL, "" if there is none.
-std::string_view locationUrl();
+const char* locationUrl();
 
 /// Returns the store that the environment names at this moment; nothing if it names none.
 std::optional<Location> findLocation();
