@@ -5,7 +5,8 @@ cmake_minimum_required(VERSION 3.25)
 # commutil_check(NAME LABEL COMMAND...). A check that builds uses one processor, like any other
 # test.
 function(commutil_check name label)
-  add_test(NAME ${name} COMMAND ${ARGN} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  add_test(NAME ${name} COMMAND ${ARGN}
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} COMMAND_EXPAND_LISTS)
   set_tests_properties(${name} PROPERTIES
     LABELS "check;${label}"
     TIMEOUT 1800
@@ -16,6 +17,9 @@ set(work ${PROJECT_BINARY_DIR}/checks)
 
 commutil_check(abi.Contract abi abi/check $<TARGET_FILE:commutil>)
 commutil_check(abi.Changes abi tests/contract/abi_changes ${work}/abi-changes)
+set(objects $<TARGET_OBJECTS:commutil_base> $<TARGET_OBJECTS:commutil_objects>)
+commutil_check(layers.Kept layers tests/contract/layers ${objects})
+commutil_check(layers.Changes layers tests/contract/layers_changes ${work}/layers-changes ${objects})
 commutil_check(docs.Whole docs cmake/dev/docs)
 commutil_check(install.Consumed install
   tests/consumer/check-install ${PROJECT_BINARY_DIR} ${work}/install)

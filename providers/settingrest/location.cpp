@@ -23,7 +23,7 @@ int hexDigit(char c) {
   return -1;
 }
 
-/// Decodes the %XX of a URL; nothing for an incomplete one and for a NUL, which no path holds.
+/// Decodes the %XX of a URL; returns nothing for an incomplete one or a NUL, which no path has.
 std::optional<std::string> percentDecode(std::string_view text) {
   std::string decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -41,7 +41,7 @@ std::optional<std::string> percentDecode(std::string_view text) {
   return decoded;
 }
 
-/// Removes `prefix`, in any mix of case, from the front of `text`.
+/// Removes `prefix`, ignoring case, from the front of `text`.
 bool consume(std::string_view& text, std::string_view prefix) {
   if (text.size() < prefix.size()) return false;
   for (std::size_t i = 0; i < prefix.size(); ++i) {

@@ -1,55 +1,40 @@
 #pragma once
 
-#include <cstddef>
 #include <string_view>
 
-#include "bytes/byte_blocks.h"
+#include "bytes/block.h"
+#include "bytes/scan.h"
 
-// ASCII classes and case of bytes; every other byte belongs to no class and has no case.
+// ASCII classes of bytes; every other byte belongs to none.
 
 namespace commutil {
 
 constexpr InRange kLowerCase{'a', 'z'};
+constexpr InRange kDigits{'0', '9'};
 constexpr char kCaseBit = 'a' - 'A';
 
-/// What is no digit.
+/// Also the set of a trimming operation, which takes a C string.
+constexpr char kWhitespace[] = " \t\r\n";
+
+/// The bytes that are not digits.
 struct NoDigit {
   bool operator()(char byte) const { return !kDigits(byte); }
-  __m128i operator()(__m128i block) const {
-    return _mm_xor_si128(kDigits(block), _mm_set1_epi8(-1));
-  }
-  static constexpr InRange kDigits{'0', '9'};
+  Block operator()(Block block) const { return kDigits(block) ^ Block::filledWith('\xFF'); }
 };
 
-/// The letters that are no hexadecimal digits.
+/// The letters that are not hexadecimal digits.
 struct LetterBeyondHex {
   bool operator()(char byte) const { return kLetters(static_cast<char>(byte | kCaseBit)); }
-  __m128i operator()(__m128i block) const {
-    return kLetters(_mm_or_si128(block, _mm_set1_epi8(kCaseBit)));
-  }
+  Block operator()(Block block) const { return kLetters(block | Block::filledWith(kCaseBit)); }
   static constexpr InRange kLetters{'g', 'z'};
 };
 
-inline __m128i upperBlock(const char* at) {
-  const __m128i block = loadBlock(at);
-  const __m128i change = _mm_and_si128(kLowerCase(block), _mm_set1_epi8(kCaseBit));
-  return _mm_xor_si128(block, change);
-}
-
-/// Writes `text` in upper case at `out`, which may be the place of `text` itself.
-inline void upperInto(char* out, std::string_view text) {
-  if (text.size() < kBlockSize) {
-    for (const char byte : text) {
-      *out++ = kLowerCase(byte) ? static_cast<char>(byte - kCaseBit) : byte;
-    }
-    return;
-  }
-  const std::size_t last = text.size() - kBlockSize;
-  const __m128i lastBlock = upperBlock(text.data() + last);  // may overlap the block before
-  for (std::size_t at = 0; at < last; at += kBlockSize) {
-    storeBlock(out + at, upperBlock(text.data() + at));
-  }
-  storeBlock(out + last, lastBlock);
+/// Returns the value 0 to 15 of a hexadecimal digit, -1 for any other byte.
+constexpr int hexDigitValue(char byte) {
+  if (byte >= '0' && byte <= '9') return byte - '0';
+  if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
+  if (byte >= 'A' && byte <= 'F') return byte - 'A' + 10;
+  return -1;
 }
 
 }  // namespace commutil

@@ -1,5 +1,4 @@
-// Base64 in blocks of 24 bytes and 32 characters with AVX2, for long texts; chosen at run time.
-// Re-entrant; no state.
+// Base64 with AVX2 in blocks of 24 bytes and 32 characters, for long strings; selected at run time.
 #include "bytes/base64_avx2.h"
 
 #include <immintrin.h>
@@ -31,8 +30,7 @@ inline void store(void* to, __m128i bytes) { _mm_storeu_si128(static_cast<__m128
   const __m256i groups =
       _mm256_shuffle_epi8(_mm256_set_m128i(high, low),
                           twice(_mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10)));
-  // Multiplications stand for the shifts, which differ from one 16-bit half of a group to the
-  // other.
+  // Multiplications replace the shifts, which differ between the 16-bit halves of a group.
   const __m256i outer = _mm256_mulhi_epu16(_mm256_and_si256(groups, _mm256_set1_epi32(0x0FC0FC00)),
                                            _mm256_set1_epi32(0x04000040));
   const __m256i inner = _mm256_mullo_epi16(_mm256_and_si256(groups, _mm256_set1_epi32(0x003F03F0)),
@@ -40,9 +38,9 @@ inline void store(void* to, __m128i bytes) { _mm_storeu_si128(static_cast<__m128
   return _mm256_or_si256(outer, inner);
 }
 
-/// Turns indices into characters by adding what each run of the alphabet is away from its indices.
+/// Converts indices to characters by adding the distance of each alphabet range from its indices.
 [[gnu::target("avx2")]] inline __m256i charactersOf(__m256i indices) {
-  // The runs as numbers: 0 lower case, 1 to 10 the digits, 11 "+", 12 "/", 13 upper case.
+  // The ranges as numbers: 0 lower case, 1 to 10 the digits, 11 "+", 12 "/", 13 upper case.
   const __m256i upper = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), indices);
   const __m256i run = _mm256_or_si256(_mm256_subs_epu8(indices, _mm256_set1_epi8(51)),
                                       _mm256_and_si256(upper, _mm256_set1_epi8(13)));
@@ -53,8 +51,8 @@ inline void store(void* to, __m128i bytes) { _mm_storeu_si128(static_cast<__m128
   return _mm256_add_epi8(indices, _mm256_shuffle_epi8(twice(distances), run));
 }
 
-/// Whether a block holds characters of the alphabet alone. A byte is in it exactly when the table
-/// entries of its two halves share no bit.
+/// Returns whether all characters of a block are in the alphabet: a byte is if the table entries of
+/// its two halves share no bit.
 [[gnu::target("avx2")]] inline bool isPlain(__m256i block, __m256i highHalves) {
   const __m128i byLow = _mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,
                                       0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A);
@@ -74,16 +72,16 @@ inline void store(void* to, __m128i bytes) { _mm_storeu_si128(static_cast<__m128
   return _mm256_permutevar8x32_epi32(halves, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
 }
 
-/// Turns characters of the alphabet into indices.
+/// Converts characters of the alphabet to indices.
 [[gnu::target("avx2")]] inline __m256i indicesOfCharacters(__m256i block, __m256i highHalves) {
-  // What is to be added, by the high half; "/" counts as one less, for a distance of its own.
+  // The number to add, by the high half; "/" counts as one less, because its distance differs.
   const __m128i distances = _mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0);
   const __m256i slash = _mm256_cmpeq_epi8(block, _mm256_set1_epi8('/'));
   return _mm256_add_epi8(block,
                          _mm256_shuffle_epi8(twice(distances), _mm256_add_epi8(highHalves, slash)));
 }
 
-/// Decodes a block into `bytes`; false when it holds another character.
+/// Decodes a block into `bytes`; returns false if it has a byte outside the alphabet.
 [[gnu::target("avx2")]] inline bool decodeBlock(__m256i block, __m256i& bytes) {
   const __m256i highHalves = _mm256_and_si256(_mm256_srli_epi16(block, 4), _mm256_set1_epi8(15));
   if (!isPlain(block, highHalves)) return false;

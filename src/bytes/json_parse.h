@@ -7,18 +7,18 @@
 #include <string>
 #include <string_view>
 
-// What jsoncpp does not tell its callers: whether it failed for lack of memory.
+// Detects what jsoncpp does not report: that memory ran out.
 
 namespace commutil {
 
-/// Throws std::bad_alloc if `error` is how jsoncpp reports that it could not allocate a string.
+/// Throws std::bad_alloc if `error` is jsoncpp's report that it could not allocate a string.
 inline void throwIfOutOfMemory(const Json::Exception& error) {
   if (std::string_view(error.what()).find("Failed to allocate") != std::string_view::npos)
     throw std::bad_alloc();
 }
 
-/// Parses `text` into `root`, and the parser's messages into `complaint` unless it is null. Returns
-/// false if the text is malformed.
+/// Parses `text` into `root`, with the parser's messages in `complaint` unless that is null.
+/// Returns false if the document is malformed.
 /// @throws std::bad_alloc  out of memory
 /// @throws Json::Exception  nested too deep, or out of memory (see `throwIfOutOfMemory`)
 inline bool parseJson(const Json::CharReaderBuilder& builder, std::string_view text,
@@ -27,9 +27,9 @@ inline bool parseJson(const Json::CharReaderBuilder& builder, std::string_view t
   const char* const end = begin + text.size();
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   if (reader->parse(begin, end, &root, complaint)) return true;
-  // Out of memory, jsoncpp takes a number for malformed: its stream swallows the exception. A
-  // second parse tells. If memory still lacks it throws, since the first one's memory is not
-  // released yet.
+  // Without memory, jsoncpp takes a number for malformed, because its stream swallows the
+  // exception. A second parse detects that: if memory is still lacking, it throws, since the first
+  // one's memory is not released yet.
   Json::Value again;
   const std::unique_ptr<Json::CharReader> second(builder.newCharReader());
   if (!second->parse(begin, end, &again, complaint)) return false;

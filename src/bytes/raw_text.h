@@ -4,15 +4,15 @@
 #include <string>
 #include <type_traits>
 
-// Texts whose bytes come from elsewhere (a read, a coder), built without clearing them first: for
-// large texts the clearing costs as much as the rest.
+// Strings whose bytes come from elsewhere (a read, a coder), built without clearing them first,
+// which for large strings costs as much as the rest.
 
 namespace commutil {
 
-/// Writes up to `size` bytes at `data` and returns how many it wrote; throws nothing.
+/// Writes up to `size` bytes at `data` and returns their number; throws nothing.
 using TextWriter = std::size_t (*)(void* context, char* data, std::size_t size);
 
-/// Returns the text that `write(context, data, size)` writes.
+/// Returns the string that `write(context, data, size)` writes.
 std::string writtenText(std::size_t size, TextWriter write, void* context);
 
 /// The same for a callable `write(data, size)`.

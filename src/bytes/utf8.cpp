@@ -1,73 +1,23 @@
-// Conversion between UTF-8 and wide text, for the character set conversions and the wide streams in
-// a UTF-8 locale. Pure functions, over blocks of 16 characters where these are ASCII.
+// Conversion between UTF-8 and wide text, in blocks of 16 characters if these are ASCII.
 #include "bytes/utf8.h"
-
-#include <emmintrin.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <string_view>
 
-#include "bytes/byte_blocks.h"
+#include "bytes/block.h"
+#include "bytes/scan.h"
 
 namespace commutil {
 namespace {
 
-static_assert(sizeof(wchar_t) == sizeof(std::int32_t));
-
-__m128i loadFour(const wchar_t* from) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-}
-
-/// 16 wide characters.
-struct WideBlock {
-  explicit WideBlock(const wchar_t* from)
-      : a(loadFour(from)), b(loadFour(from + 4)), c(loadFour(from + 8)), d(loadFour(from + 12)) {}
-
-  bool isAscii() const {
-    const __m128i seen = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
-    const __m128i beyond = _mm_andnot_si128(_mm_set1_epi32(0x7F), seen);
-    return blockMask(_mm_cmpeq_epi32(beyond, _mm_setzero_si128())) == 0xFFFF;
-  }
-  /// The block of an ASCII text as bytes.
-  __m128i bytes() const { return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d)); }
-
-  __m128i a, b, c, d;
-};
-
-void widenAscii(__m128i block, wchar_t* to) {
-  const __m128i zero = _mm_setzero_si128();
-  const __m128i low = _mm_unpacklo_epi8(block, zero);
-  const __m128i high = _mm_unpackhi_epi8(block, zero);
-  auto* const out = reinterpret_cast<__m128i*>(to);
-  _mm_storeu_si128(out, _mm_unpacklo_epi16(low, zero));
-  _mm_storeu_si128(out + 1, _mm_unpackhi_epi16(low, zero));
-  _mm_storeu_si128(out + 2, _mm_unpacklo_epi16(high, zero));
-  _mm_storeu_si128(out + 3, _mm_unpackhi_epi16(high, zero));
-}
-
-/// How many bytes beyond its first each of four characters has.
-__m128i moreBytes(__m128i four) {
-  const __m128i two = _mm_cmpgt_epi32(four, _mm_set1_epi32(0x7F));
-  const __m128i three = _mm_cmpgt_epi32(four, _mm_set1_epi32(0x7FF));
-  const __m128i all =
-      _mm_add_epi32(_mm_add_epi32(two, three), _mm_cmpgt_epi32(four, _mm_set1_epi32(0xFFFF)));
-  return _mm_sub_epi32(_mm_setzero_si128(), all);
-}
+/// How many bytes after its first each of four characters has.
+Quad moreBytes(Quad four) { return Quad() - ((four > 0x7F) + (four > 0x7FF) + (four > 0xFFFF)); }
 
 /// Marks those of four values that are left to the caller.
-__m128i areForeign(__m128i four) {
-  const __m128i beyond = _mm_or_si128(_mm_cmpgt_epi32(four, _mm_set1_epi32(0x10FFFF)),
-                                      _mm_cmplt_epi32(four, _mm_setzero_si128()));
-  const __m128i surrogate = _mm_and_si128(_mm_cmpgt_epi32(four, _mm_set1_epi32(0xD7FF)),
-                                          _mm_cmplt_epi32(four, _mm_set1_epi32(0xE000)));
-  return _mm_or_si128(beyond, surrogate);
-}
-
-std::size_t sumOf(__m128i four) {
-  std::uint32_t lanes[4];
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(lanes), four);
-  return std::size_t{lanes[0]} + lanes[1] + lanes[2] + lanes[3];
+Quad areForeign(Quad four) {
+  const Quad surrogate = (four > 0xD7FF) & (four < 0xE000);
+  return (four > 0x10FFFF) | (four < 0) | surrogate;
 }
 
 struct Decoded {
@@ -132,16 +82,16 @@ Converted widenUtf8(const char* text, std::size_t size, wchar_t* wide) {
   std::size_t i = 0;
   wchar_t* out = wide;
   while (i < size) {
-    if (size - i >= kBlockSize) {
-      const __m128i block = loadBlock(text + i);
-      if (blockMask(block) == 0) {
-        widenAscii(block, out);
-        i += kBlockSize;
-        out += kBlockSize;
+    if (size - i >= Block::kSize) {
+      const Block block = Block::load(text + i);
+      if (block.mask() == 0) {
+        block.widenTo(out);
+        i += Block::kSize;
+        out += Block::kSize;
         continue;
       }
     }
-    for (const std::size_t stop = std::min(size, i + kBlockSize); i < stop;) {
+    for (const std::size_t stop = std::min(size, i + Block::kSize); i < stop;) {
       if (static_cast<unsigned char>(text[i]) < 0x80) {
         *out++ = text[i++];
         continue;
@@ -156,34 +106,37 @@ Converted widenUtf8(const char* text, std::size_t size, wchar_t* wide) {
 }
 
 std::size_t measureUtf8(const wchar_t* wide, std::size_t size) {
-  __m128i more = _mm_setzero_si128();
-  __m128i foreign = _mm_setzero_si128();
-  const auto add = [&](__m128i four) {
-    more = _mm_add_epi32(more, moreBytes(four));
-    foreign = _mm_or_si128(foreign, areForeign(four));
+  Quad more;
+  Quad foreign;
+  const auto add = [&](Quad four) {
+    more = more + moreBytes(four);
+    foreign = foreign | areForeign(four);
   };
   std::size_t i = 0;
-  for (; size - i >= kBlockSize; i += kBlockSize) {
-    const WideBlock block(wide + i);
+  for (; size - i >= Block::kSize; i += Block::kSize) {
+    const WideBlock block = WideBlock::load(wide + i);
     if (block.isAscii()) continue;
-    for (const __m128i four : {block.a, block.b, block.c, block.d}) add(four);
+    add(block.a);
+    add(block.b);
+    add(block.c);
+    add(block.d);
   }
-  for (; i < size; ++i) add(_mm_cvtsi32_si128(wide[i]));
-  return blockMask(foreign) == 0 ? size + sumOf(more) : kNoUtf8;
+  for (; i < size; ++i) add(Quad::single(wide[i]));
+  return foreign.any() ? kNoUtf8 : size + more.sum();
 }
 
 char* narrowUtf8(const wchar_t* wide, std::size_t size, char* text) {
   for (std::size_t i = 0; i < size;) {
-    if (size - i >= kBlockSize) {
-      const WideBlock block(wide + i);
+    if (size - i >= Block::kSize) {
+      const WideBlock block = WideBlock::load(wide + i);
       if (block.isAscii()) {
-        storeBlock(text, block.bytes());
-        text += kBlockSize;
-        i += kBlockSize;
+        block.bytes().store(text);
+        text += Block::kSize;
+        i += Block::kSize;
         continue;
       }
     }
-    for (const std::size_t stop = std::min(size, i + kBlockSize); i < stop; ++i) {
+    for (const std::size_t stop = std::min(size, i + Block::kSize); i < stop; ++i) {
       text = encode(static_cast<std::uint32_t>(wide[i]), text);
     }
   }
@@ -197,16 +150,16 @@ Converted narrowUtf8(const wchar_t* wide, std::size_t size, char* text, std::siz
     return Converted{i, static_cast<std::size_t>(out - text)};
   };
   for (std::size_t i = 0; i < size;) {
-    if (size - i >= kBlockSize && end - out >= static_cast<std::ptrdiff_t>(kBlockSize)) {
-      const WideBlock block(wide + i);
+    if (size - i >= Block::kSize && end - out >= static_cast<std::ptrdiff_t>(Block::kSize)) {
+      const WideBlock block = WideBlock::load(wide + i);
       if (block.isAscii()) {
-        storeBlock(out, block.bytes());
-        out += kBlockSize;
-        i += kBlockSize;
+        block.bytes().store(out);
+        out += Block::kSize;
+        i += Block::kSize;
         continue;
       }
     }
-    for (const std::size_t stop = std::min(size, i + kBlockSize); i < stop; ++i) {
+    for (const std::size_t stop = std::min(size, i + Block::kSize); i < stop; ++i) {
       if (isForeign(wide[i]) || end - out < kLongest) return result(i);
       out = encode(static_cast<std::uint32_t>(wide[i]), out);
     }

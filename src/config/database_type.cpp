@@ -1,4 +1,3 @@
-// The type of the application's database, from the application configuration. Cached once read.
 #include <json/value.h>
 
 #include <exception>
@@ -14,12 +13,12 @@ namespace {
 
 constexpr const char* kDefaultDatabaseType = "sybase";
 
-/// The type of the first database, by name, in the application configuration; "" when it has none.
-/// Throws what jsoncpp does where a value is of the wrong kind.
+/// Returns the type of the first database, by name, in the application configuration; "" if it has
+/// none. Throws what jsoncpp throws if a value is of the wrong kind.
 std::string readDatabaseType(const std::string& path) {
   std::string text;
   Json::Value root;
-  commutil::readFileText(path, text);  // a file that cannot be read is as an empty one
+  commutil::readFileText(path, text);  // an unreadable file counts as empty
   if (!JsonReader(false).parse(text, root)) return {};
   const Json::Value& databases = root["databases"];
   const Json::Value::Members names = databases.getMemberNames();
@@ -28,7 +27,7 @@ std::string readDatabaseType(const std::string& path) {
   return type.isString() ? type.asString() : std::string();
 }
 
-/// The same, but "" for every failure to read or parse, lack of memory included.
+/// The same, but returns "" for every failure to read or parse, lack of memory included.
 std::string tryDatabaseType(const std::string& path) {
   try {
     return readDatabaseType(path);

@@ -1,4 +1,3 @@
-// Which distribution the host runs. Read on each call.
 #include <cstdio>
 #include <string>
 

@@ -1,5 +1,3 @@
-// The deployment switches: what the site's settings files and its settings store say about how
-// services run. Only the TS mode is cached.
 #include <atomic>
 
 #include "VexaCommonUtils.h"
@@ -12,8 +10,8 @@ namespace {
 
 constexpr const char* kDefaultShare = "/export/home/omc";
 
-/// Asks the store for `parameter` of `tree`, the application's branch first. `value` is not cleared
-/// in between and the second result is not tested: what a failing store writes counts.
+/// Reads `parameter` of `tree` from the store, the application's branch first. `value` is not
+/// cleared in between and the second result is not tested: what a failing store writes counts.
 void askStore(const std::string& tree, const std::string& parameter, std::string& value) {
   const commutil::StoreKeys keys = commutil::storeKeys(tree, parameter);
   const int result = VexaCommonUtils_i::getSettingParamValue(keys.application, value);
@@ -58,7 +56,7 @@ bool VexaCommonUtils_i::isCorbaSSLOnly() {
 
 bool VexaCommonUtils_i::isTsMode() {
   using commutil::TsMode;
-  // Without a lock: concurrent first calls may each read the file and store the same answer.
+  // Without a lock: concurrent first calls may each read the file and cache the same result.
   static constinit std::atomic<TsMode> known{TsMode::unknown};
   TsMode mode = known.load(std::memory_order_relaxed);
   if (mode == TsMode::unknown) {

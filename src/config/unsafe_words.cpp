@@ -1,4 +1,3 @@
-// The check of text for the words that the site lists as unsafe. The list is read on each call.
 #include <string.h>
 
 #include <algorithm>
@@ -24,7 +23,7 @@ bool VexaCommonUtils_i::checkUnSafeStr(const std::string& text) {
   VexaIniReader list(path);
   if (list.initialize(false) != 0) {
     commutil::printErrorLine("file open fail, " + path);
-    return true;  // on purpose: a missing file never blocks the platform
+    return true;  // by contract: a missing file accepts every string
   }
   std::list<VexaIniReader::IniNode> words;
   list.getParamList("[UnsafeWord]", words);

@@ -1,4 +1,3 @@
-// Copying a file safely: never onto itself, no partial copy left behind. Re-entrant; no state.
 #include <fcntl.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
@@ -17,10 +16,11 @@ using commutil::Descriptor;
 using commutil::uninterrupted;
 
 constexpr mode_t kNewFileMode = 0666;
-constexpr std::size_t kPieceSize = 4096;  // on a caller's stack, which may be small
+constexpr std::size_t kPieceSize = 4096;  // on the caller's stack, which may be small
 constexpr std::size_t kKernelPieceSize = std::size_t{1} << 30;
 
-/// The full path of `path` below its canonical directory; "" when that directory does not exist.
+/// Returns the full path of `path` below its canonical directory; "" if that directory does not
+/// exist.
 std::string fullPath(const std::string& path) {
   std::string name;
   std::string full = VexaCommonUtils_i::getParentDirectory(path, name);
@@ -32,14 +32,14 @@ bool isSameFile(const struct stat& one, const struct stat& other) {
   return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/// Returns whether `path` leads to the file of `status`, by whatever name or link.
+/// Returns whether `path` leads to the file of `status`, by any name or link.
 bool leadsTo(const std::string& path, const struct stat& status) {
   struct stat found = {};
   return ::stat(path.c_str(), &found) == 0 && isSameFile(found, status);
 }
 
-/// Copies inside the kernel as far as it takes these files (not pipes, not all kernel files); both
-/// are then at the place to go on from.
+/// Copies inside the kernel as far as it supports these files (no pipes, not all kernel files);
+/// both offsets are then where the copy continues.
 void copyInKernel(int source, int target) {
   ssize_t count = 0;
   do {
@@ -47,7 +47,7 @@ void copyInKernel(int source, int target) {
   } while (count > 0);
 }
 
-/// Copies to the end of the source. Returns false when a read or a write fails.
+/// Copies to the end of the source. Returns false if a read or a write fails.
 bool copyThroughBuffer(int source, int target) {
   std::array<char, kPieceSize> piece;  // NOLINT(*-member-init): filled by read
   while (true) {
@@ -57,7 +57,7 @@ bool copyThroughBuffer(int source, int target) {
   }
 }
 
-/// Empties a regular file; other kinds have no content to drop.
+/// Empties a regular file; other kinds have no content to discard.
 bool empty(int fd, const struct stat& status) {
   if (!S_ISREG(status.st_mode)) return true;
   return uninterrupted([&] { return ::ftruncate(fd, 0); }) == 0;
@@ -76,8 +76,8 @@ void copyAttributes(const struct stat& status, int target) {
   [[maybe_unused]] const int ignored = ::fchown(target, status.st_uid, status.st_gid);
 }
 
-/// Fills the open file `target`, which `status` is of, sets the attributes unless null, and closes
-/// it.
+/// Fills the open file `target`, whose status is `status`, sets the attributes unless null, and
+/// closes it.
 bool writeCopy(const Descriptor& source, Descriptor& target, const struct stat& status,
                const struct stat* attributes) {
   if (!empty(target.get(), status) || !copyContent(source.get(), target.get())) return false;
@@ -85,20 +85,21 @@ bool writeCopy(const Descriptor& source, Descriptor& target, const struct stat& 
   return commutil::closeWritten(target);
 }
 
-/// Removes a partial copy, unless something else is at its path by now.
+/// Removes a partial copy, unless the path now names another file.
 void removeCopy(const std::string& path, const struct stat& status) {
   if (leadsTo(path, status)) ::unlink(path.c_str());
 }
 
 /// Copies an open file to `path`, creating it or overwriting what is there.
 bool copyTo(const std::string& path, const Descriptor& source, const struct stat* attributes) {
-  // Emptied only once it is known not to be the source.
+  // Empty it only after checking that it is not the source.
   Descriptor target(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kNewFileMode));
   struct stat from = {};
   struct stat to = {};
   if (!target || ::fstat(source.get(), &from) != 0 || ::fstat(target.get(), &to) != 0) return false;
   if (isSameFile(from, to)) return false;
-  // While this is open, no other file can have the inode number by which removal knows the copy.
+  // While this is open, no other file can have the inode number by which removal identifies the
+  // copy.
   const Descriptor holder(::fcntl(target.get(), F_DUPFD_CLOEXEC, 0));
   if (writeCopy(source, target, to, attributes)) return true;
   removeCopy(path, to);

@@ -1,5 +1,3 @@
-// Arbitrary names as file names: the check for unsafe characters, and the mapping that escapes
-// them.
 #include <array>
 #include <cstring>
 #include <string>
@@ -26,7 +24,7 @@ constexpr std::array<bool, 256> unsafeBytes() {
 
 constexpr std::array<bool, 256> kIsUnsafe = unsafeBytes();
 
-/// How a byte is written in a file name: the first `length` bytes of `text`.
+/// The form of a byte in a file name: the first `length` bytes of `text`.
 struct Written {
   std::array<char, 2> text;
   unsigned char length;
@@ -45,7 +43,7 @@ constexpr std::array<Written, 256> kWritten = writtenBytes();
 
 const Written& written(char byte) { return kWritten[static_cast<unsigned char>(byte)]; }
 
-/// The special character that each letter stands for; 0 for bytes that are no letter.
+/// The special character of each letter; 0 for bytes that are not such a letter.
 constexpr std::array<char, 256> specialsOfLetters() {
   std::array<char, 256> table = {};
   for (std::size_t i = 0; i < kLetters.size(); ++i) {
@@ -62,22 +60,22 @@ std::size_t countSpecials(std::string_view name) {
   return count;
 }
 
-/// Writes `name` with its special characters escaped, and a byte more. Returns the length.
+/// Writes `name` with its special characters escaped, and one byte more. Returns the length.
 std::size_t escapeInto(char* data, std::string_view name) {
   char* out = data;
   for (const char byte : name) {
-    // Two bytes each time: a branch that is hard to foretell would cost more.
+    // Always two bytes: an unpredictable branch would cost more.
     std::memcpy(out, written(byte).text.data(), 2);
     out += written(byte).length;
   }
   return static_cast<std::size_t>(out - data);
 }
 
-/// Writes `name` with its escapes turned back. Returns the length, at most that of `name`.
+/// Writes `name` with its escapes decoded. Returns the length, at most that of `name`.
 std::size_t unescapeInto(char* data, const std::string& name) {
   char* out = data;
   for (std::size_t i = 0; i < name.size(); ++i) {
-    // The byte behind the last one reads as NUL, which is no letter.
+    // The byte after the last one reads as NUL, which is not a letter.
     const char special =
         name[i] == kEscape ? kSpecialOf[static_cast<unsigned char>(name[i + 1])] : '\0';
     *out++ = special != '\0' ? special : name[i];

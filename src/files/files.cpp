@@ -1,5 +1,3 @@
-// Small jobs on files that services need again and again: making a directory path, reading a file
-// whole, listing a tree, splitting a path. Copying has a source of its own. Re-entrant; no state.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -33,11 +31,11 @@ using commutil::uninterrupted;
 
 constexpr mode_t kDirectoryMode = 0755;
 constexpr std::size_t kLongestDirectory = 4096;
-// From this size on every allocation is a mapping of its own, so the advice ends with the text.
+// From this size on every allocation is a separate mapping, so the advice ends with the string.
 constexpr std::size_t kHugePagesFrom = std::size_t{32} << 20;
 
-/// The size of the file, which is then at its start; -1 for what has none, directories included
-/// (the offset that ends a directory is no size).
+/// Returns the size of the file and moves to its start; -1 for what has none, directories included
+/// (the offset that ends a directory is not a size).
 off_t sizeOf(int fd) {
   struct stat status = {};
   if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) return -1;
@@ -46,7 +44,7 @@ off_t sizeOf(int fd) {
   return ::lseek(fd, 0, SEEK_SET) < 0 ? -1 : size;
 }
 
-/// Asks for large pages below a large text: the faults of small ones cost more than the reading.
+/// Requests large pages for a large string: page faults of small ones cost more than the reading.
 void adviseHugePages(char* data, std::size_t size) {
   if (size < kHugePagesFrom) return;
   const std::size_t pageSize = static_cast<std::size_t>(::getpagesize());
@@ -66,14 +64,14 @@ std::size_t readUpTo(int fd, char* data, std::size_t size) {
   return done;
 }
 
-/// One walk of `getFilesByDir`. A level reports through `errno`, which the levels below it set
-/// too: an error shows at the end only if no directory opened after it.
+/// One walk of `getFilesByDir`. Each level reports through `errno`, which the levels below it set
+/// too: an error shows at the end only if no directory was opened after it.
 class TreeWalk {
  public:
   TreeWalk(std::string directory, std::string_view pattern, std::list<std::string>& files)
       : m_path(std::move(directory)), m_pattern(pattern), m_files(files) {}
 
-  /// Walks the directory at `m_path`, which has grown afterwards.
+  /// Walks the directory at `m_path`, which is longer afterwards.
   int walk() {
     DirectoryHandle directory(::opendir(m_path.c_str()));
     if (!directory) return -1;
@@ -93,7 +91,7 @@ class TreeWalk {
     if (name == "." || name == "..") return;
     if (type == DT_DIR) {
       m_path += name;
-      // Behind a NUL byte the path would open this same directory again, without end.
+      // After a NUL byte the path would open this same directory again, forever.
       if (m_path.find('\0') == std::string::npos) walk();
     } else if (name.find(m_pattern) != std::string_view::npos) {
       m_path += name;
@@ -110,7 +108,7 @@ class TreeWalk {
 
 void VexaCommonUtils::mkdir_all(const std::string& path) {
   std::string text = path;
-  // Beyond its limit the system refuses every piece, or sees the same text before a NUL byte.
+  // Beyond its limit the system refuses every component, or reads the same path up to a NUL byte.
   const std::size_t end = std::min<std::size_t>(text.size(), PATH_MAX);
   for (std::size_t i = 1; i < end; ++i) {
     if (!isSeparator(text[i])) continue;
@@ -148,11 +146,11 @@ std::string VexaCommonUtils_i::getParentDirectory(const std::string& path, std::
   fileName.clear();
   const std::size_t first = std::min(path.find_first_not_of(' '), path.size());
   std::string directory = path.substr(first);
-  static_cast<void>(directory.at(0));  // throws std::out_of_range when nothing is left
+  static_cast<void>(directory.at(0));  // throws std::out_of_range if nothing is left
   directory.resize(directory.find_last_not_of(' ') + 1);
   const std::size_t slash = directory.rfind('/');
   if (slash == directory.size() - 1) return {};
-  fileName = directory.substr(slash + 1);  // all of it when there is no slash
+  fileName = directory.substr(slash + 1);  // all of it if there is no slash
   directory = slash == std::string::npos ? "." : directory.substr(0, slash + 1);
   if (directory.size() > kLongestDirectory) return {};
   std::array<char, kLongestDirectory + 1> resolved = {};

@@ -1,5 +1,3 @@
-// The check that a path stays below a directory, made before the path reaches the file system. By
-// text only: nothing is resolved.
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -13,8 +11,8 @@ using commutil::isSeparator;
 
 constexpr std::size_t kLongestPath = 1024;
 
-/// Whether a piece of `text` between separators is "." or "..". Like the library's splitting of
-/// short texts it sees nothing behind a NUL byte.
+/// Returns whether a component of `text` is "." or "..". Reads nothing after a NUL byte, as the
+/// library's splitting of short strings does.
 bool hasDotPiece(std::string_view text) {
   text = text.substr(0, text.find('\0'));
   for (std::size_t i = text.find('.'); i < text.size(); ++i) {
@@ -33,7 +31,7 @@ std::string_view withoutLastSeparator(std::string_view text) {
 
 bool sameInPath(char a, char b) { return a == b || (isSeparator(a) && isSeparator(b)); }
 
-/// Whether `path` is `base` or below it; both have at least one byte.
+/// Returns whether `path` is `base` or below it; both have at least one byte.
 bool liesUnder(std::string_view path, std::string_view base) {
   path = withoutLastSeparator(path);
   base = withoutLastSeparator(base);

@@ -1,4 +1,3 @@
-// The machine's own names, and lookups through the system's resolver. Nothing is cached.
 #include <ace/OS_NS_arpa_inet.h>
 #include <ace/OS_NS_string.h>
 #include <ace/OS_NS_sys_utsname.h>
@@ -14,11 +13,11 @@
 
 namespace {
 
-// Fixed by contract: an answer that does not fit is a failure.
+// Fixed by contract: a result that does not fit is a failure.
 constexpr std::size_t kResolverBufferSize = 4096;
 constexpr std::size_t kHostNameSize = 256;
 
-/// One resolver answer with the buffer that its pointers point into.
+/// One result of the resolver with the buffer that its pointers point into.
 struct Resolved {
   std::array<char, kResolverBufferSize> buffer{};
   hostent entry{};
@@ -37,11 +36,11 @@ struct Resolved {
   }
 };
 
-/// The first IPv4 address of `name`, "" on failure.
+/// Returns the first IPv4 address of `name`; "" on failure.
 std::string firstAddress(const std::string& name) {
   Resolved host;
   if (name.empty() || !host.byName(name.c_str())) return {};
-  // The entry's own length bounds the copy here: a longer address than IPv4's counts by its start.
+  // The entry's own length bounds the copy: of a longer address than IPv4's, the start counts.
   std::array<unsigned char, sizeof(in6_addr)> bytes{};
   const auto length = static_cast<std::size_t>(host.result->h_length);
   if (length > bytes.size()) return {};
@@ -86,7 +85,7 @@ int VexaCommonUtils::getHostnamebyIP(const std::string& ip, std::string& name) {
   in_addr address{};
   const bool parsed = ACE_OS::inet_aton(ip.c_str(), &address) != 0;
   name.clear();
-  // Only the first octet is looked at: every address in 0.0.0.0/8 is refused.
+  // Only the first octet is checked: every address in 0.0.0.0/8 is refused.
   if (!parsed || (ntohl(address.s_addr) >> 24) == 0) return -1;
   Resolved host;
   if (!host.byAddress(address) || host.result->h_name == nullptr) return -1;

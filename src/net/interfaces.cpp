@@ -1,4 +1,4 @@
-// The addresses of the machine's interfaces, and the interface that carries an address.
+// The addresses of the machine's interfaces, and the interface of an address.
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <netinet/in.h>
@@ -28,7 +28,7 @@ int VexaCommonUtils_i::getAllIPAddr(std::list<std::string>& addresses) {
     if (entry->ifa_addr == nullptr) continue;
     const int family = entry->ifa_addr->sa_family;
     if (family != AF_INET && family != AF_INET6) continue;
-    // Four bytes in for both, by contract: of an IPv6 address that is the flow information.
+    // At offset four for both, by contract: in an IPv6 address that is the flow information.
     const auto* const field = reinterpret_cast<const char*>(entry->ifa_addr) + 4;
     addresses.push_back(printedAddress(family, field));
   }

@@ -8,7 +8,7 @@
 
 namespace commutil {
 
-/// The output of a system tool, from `VexaCommonUtils_i::pipeline_s`; empty when none came back.
+/// The output of a system tool, from `VexaCommonUtils_i::pipeline_s`; empty on failure.
 using ToolStream =
     std::unique_ptr<std::FILE, HandleCloser<std::FILE, &VexaCommonUtils_i::pclose_s>>;
 

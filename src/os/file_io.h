@@ -10,12 +10,11 @@
 
 #include "os/handles.h"
 
-// Reading and writing through descriptors, whatever signals come in between.
+// Reading and writing through descriptors, regardless of signals.
 
 namespace commutil {
 
-/// Calls `transfer`, which is read(2), write(2) or one of their kin, until a signal does not
-/// interrupt it.
+/// Calls `transfer`, such as read(2) or write(2), until no signal interrupts it.
 template <class Transfer>
 ssize_t uninterrupted(const Transfer& transfer) {
   ssize_t count = 0;
@@ -25,8 +24,8 @@ ssize_t uninterrupted(const Transfer& transfer) {
   return count;
 }
 
-/// Appends what is left to read to `text`. Returns whether the end was reached; of a read that
-/// fails what came before it stays appended. Reads into the string itself: callers' stacks may be
+/// Appends the rest of the file to `text`. Returns whether the end was reached; after a failed read
+/// what came before it stays appended. Reads into the string itself, because callers' stacks may be
 /// small.
 inline bool readAll(int fd, std::string& text) {
   constexpr std::size_t kLeastRoom = 4096;
@@ -53,8 +52,8 @@ inline bool writeAll(int fd, std::string_view bytes) {
   return true;
 }
 
-/// Closes a file that was written. Returns false when a write failed after all: some file systems
-/// report it only here. The descriptor is gone in either case, after an interruption too.
+/// Closes a written file. Returns false if a write failed: some file systems report that only here.
+/// The descriptor is closed in either case, after an interruption too.
 inline bool closeWritten(Descriptor& file) {
   return ::close(file.release()) == 0 || errno == EINTR;
 }

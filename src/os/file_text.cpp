@@ -1,4 +1,3 @@
-// Reads small configuration files whole, for the readers of settings. Re-entrant; no state.
 #include "os/file_text.h"
 
 #include <fcntl.h>
@@ -16,25 +15,25 @@ namespace {
 
 constexpr int kReading = O_RDONLY | O_CLOEXEC | O_NOCTTY;
 
-/// Throws if the call that has just failed did so for lack of memory.
+/// Throws std::bad_alloc if the call that just failed ran out of memory.
 void throwIfOutOfMemory() {
   if (errno == ENOMEM) throw std::bad_alloc();
 }
 
-/// Whether files of this kind are read: regular ones, and the null device as an empty one.
+/// Returns whether files of this kind are read: regular ones, and the null device as an empty one.
 bool isReadable(const struct stat& status) {
   return S_ISREG(status.st_mode) || (S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 3));
 }
 
-/// Whether the open file is of a kind that is read.
+/// Returns whether the open file is of a kind that is read.
 bool isReadable(const Descriptor& file) {
   struct stat status {};
   return ::fstat(file.get(), &status) == 0 && isReadable(status);
 }
 
-/// Opens the file at `path`, waiting until it may be opened.
+/// Opens the file at `path`, and waits while a lease delays the open.
 Descriptor openWaiting(const std::string& path) {
-  // Held by a descriptor that opens nothing, so that no FIFO takes its place now.
+  // Through a descriptor that opens nothing, so that no FIFO can replace it now.
   const Descriptor place(::open(path.c_str(), O_PATH | O_CLOEXEC));
   if (!place || !isReadable(place)) return {};
   const std::string link = "/proc/self/fd/" + std::to_string(place.get());
@@ -45,21 +44,21 @@ Descriptor openWaiting(const std::string& path) {
 /// Opens the file at `path`; empty if it cannot be opened or is not of a kind that is read.
 Descriptor openReadable(const std::string& path) {
   struct stat status {};
-  // Looked at first, since opening alone has effects on a FIFO or a device.
+  // Checked first, because opening a FIFO or a device has effects.
   if (::stat(path.c_str(), &status) != 0) {
     throwIfOutOfMemory();
     return {};
   }
   if (!isReadable(status)) return {};
   Descriptor file(::open(path.c_str(), kReading | O_NONBLOCK));
-  // Another process has a lease on the file, and lets go of it soon.
+  // Another process has a lease on the file and will release it soon.
   if (!file && errno == EWOULDBLOCK) file = openWaiting(path);
   if (!file) throwIfOutOfMemory();
   if (file && !isReadable(file)) file.reset();
   return file;
 }
 
-/// Reads all of an open file, waiting where the file system makes a reader wait.
+/// Reads all of an open file, and waits where the file system makes a reader wait.
 bool readWaiting(const Descriptor& file, std::string& text) {
   if (readAll(file.get(), text)) return true;
   return errno == EWOULDBLOCK && ::fcntl(file.get(), F_SETFL, 0) == 0 && readAll(file.get(), text);

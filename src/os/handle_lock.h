@@ -10,14 +10,14 @@
 
 namespace commutil {
 
-/// Holds a stdio handle's own lock for a scope, so that a loop of unlocked calls costs one locking:
-/// none while the process has a single thread.
+/// Holds a stdio handle's own lock for a scope, so that a loop of unlocked calls locks only once,
+/// and not at all while the process has a single thread.
 class HandleLock {
  public:
   explicit HandleLock(std::FILE* file) : m_file(__libc_single_threaded != 0 ? nullptr : file) {
     if (m_file == nullptr) return;
     ::flockfile(m_file);
-#ifdef __SANITIZE_THREAD__  // which does not see this lock
+#ifdef __SANITIZE_THREAD__  // it does not know this lock
     ::__tsan_acquire(m_file);
 #endif
   }

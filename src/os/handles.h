@@ -10,8 +10,8 @@
 #include <memory>
 #include <utility>
 
-// Owners of the handles that the operating system gives out: each releases its handle once, at the
-// end of its scope, and leaves `errno` as it was. `release()` hands a handle out of its owner.
+// Owners of operating system handles: each releases its handle once, at the end of its scope, and
+// keeps `errno`. `release()` detaches a handle from its owner.
 
 namespace commutil {
 
@@ -27,7 +27,7 @@ class ErrnoKeeper {
   int m_errno = errno;
 };
 
-/// A file descriptor; -1 when empty.
+/// A file descriptor; -1 if empty.
 class Descriptor {
  public:
   Descriptor() = default;
@@ -67,9 +67,9 @@ using DirectoryHandle = std::unique_ptr<DIR, HandleCloser<DIR, &::closedir>>;
 using MallocBlock = std::unique_ptr<void, HandleCloser<void, &std::free>>;
 
 /// Starts a shell command with a stream on its output (mode "r") or its input ("w") that no other
-/// child inherits; empty when it cannot be started.
+/// child inherits; empty if it cannot be started.
 inline PipeStream openPipe(const char* command, const char* mode) {
-  // The plain modes are the contract's: close-on-exec comes in a step of its own.
+  // The contract fixes the plain modes; close-on-exec is a separate step.
   PipeStream stream(::popen(command, mode));
   if (stream) ::fcntl(::fileno(stream.get()), F_SETFD, FD_CLOEXEC);
   return stream;

@@ -8,7 +8,7 @@
 
 namespace commutil {
 
-/// An answer, and whether it may be kept for the life of the process.
+/// A result, and whether it may be cached until the process ends.
 template <class T>
 struct Answer {
   T value;
@@ -16,12 +16,13 @@ struct Answer {
 };
 
 /// A value that is computed on first successful use and then never changes: check, lock, check. A
-/// computation that fails (or throws) fills nothing, so the next call tries again. When locking
-/// fails the computation goes ahead unlocked.
+/// computation that fails (or throws) caches nothing, so the next call tries again. If locking
+/// fails, the computation runs unlocked.
 template <class T>
 class LazyValue {
  public:
-  /// Returns a copy of the kept value, or what `compute` (returning an `Answer<T>`) gives.
+  /// Returns a copy of the cached value, or the result of `compute`, a function that returns an
+  /// `Answer<T>`.
   template <class Compute>
   T get(Compute compute) {
     if (m_ready.load(std::memory_order_acquire)) return m_value;
@@ -41,8 +42,8 @@ class LazyValue {
 };
 
 /// Returns the value of `compute`, a function that returns an `Answer`, from a `LazyValue` that is
-/// destroyed at process exit. A call from a later exit handler finds the mark that the destructor
-/// left, and computes the value without cache or lock.
+/// destroyed at process exit. A call from a later exit handler finds the destructor's mark and
+/// computes the value without cache or lock.
 template <auto compute>
 auto lazyUntilExit() {
   using Value = decltype(compute().value);

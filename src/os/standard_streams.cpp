@@ -1,5 +1,4 @@
-// The one source that includes <iostream>, whose hidden object makes the streams in every source
-// that does. For operations that print. No state of its own.
+// The only source that includes <iostream>, which creates the streams in every source with it.
 #include "os/standard_streams.h"
 
 #include <exception>
@@ -9,7 +8,7 @@ namespace commutil {
 
 namespace {
 
-/// Through the stream's buffer: only there do a caller's settings of the stream not count.
+/// Writes to the stream's buffer, where the caller's settings of the stream do not apply.
 void writeLine(std::streambuf* buffer, std::string_view text) {
   if (buffer == nullptr) return;
   try {
@@ -17,8 +16,8 @@ void writeLine(std::streambuf* buffer, std::string_view text) {
     buffer->sputc('\n');
     buffer->pubsync();
   } catch (...) {
-    // Like any failed write it is not reported. Only the unwinding of a canceled thread, which no
-    // exception stands for, must go on.
+    // Not reported, like any failed write. Only the unwinding of a canceled thread, which is not an
+    // exception, must continue.
     if (std::current_exception() == nullptr) throw;
   }
 }

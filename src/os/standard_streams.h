@@ -2,10 +2,9 @@
 
 #include <string_view>
 
-// Messages to the standard streams, in order with what the process prints there through std::cout,
-// std::cerr or stdio. Neither a field width nor an earlier failed write nor an exception mask that
-// a caller left on the stream reaches them. A write that fails is not reported, nor is an exception
-// of a caller's stream buffer.
+// Messages to the standard streams, in order with the process's own output through std::cout,
+// std::cerr or stdio. A caller's field width, exception mask or earlier failed write does not
+// affect them. Neither a failed write nor an exception of a caller's stream buffer is reported.
 
 namespace commutil {
 

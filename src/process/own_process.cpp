@@ -1,4 +1,4 @@
-// The process's own command line and thread ID, and the stubs for stack traces and load figures.
+// The process's command line and thread ID, and stubs for stack traces and load figures.
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t kLineSize = 1024;
 
-/// Reads at most 1024 bytes of the process's command line; "" when it cannot be read.
+/// Reads at most 1024 bytes of the process's command line; "" if it cannot be read.
 std::string readCommandLine() {
   std::array<char, kLineSize> path{};
   snprintf_s(path.data(), path.size(), path.size() - 1, "/proc/%d/cmdline", ::getpid());
@@ -31,7 +31,7 @@ std::string readCommandLine() {
   return {line.data(), std::fread(line.data(), 1, line.size(), file.get())};
 }
 
-/// Appends the pieces of `text` between NULs and blanks to `words`, without the empty ones.
+/// Appends the words of `text` between NULs and spaces to `words`, without empty ones.
 void appendWords(std::string_view text, std::vector<std::string>& words) {
   constexpr std::string_view separators(" \0", 2);
   while (true) {
@@ -60,6 +60,6 @@ void VexaCommonUtils::printStackTrace() {
 
 void VexaCommonUtils_i::getCommandLine(std::vector<std::string>& words) {
   std::string line = readCommandLine();
-  if (!line.empty()) line.pop_back();  // the last byte goes, whatever it is
+  if (!line.empty()) line.pop_back();  // the last byte is dropped, whatever it is
   appendWords(line, words);
 }

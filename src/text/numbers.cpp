@@ -8,20 +8,13 @@
 #include "VexaCommonUtils_i.h"
 #include "VexaStringUtils.h"
 #include "bytes/ascii.h"
+#include "bytes/scan.h"
 #include "platform/bounded.h"
 
 namespace {
 
 constexpr std::size_t kNumberSize = 22;    // the buffer that callers of `ltoa` provide
 constexpr std::size_t kHexResultSize = 4;  // one byte in decimal
-
-// The value 0 to 15 of a hexadecimal digit, -1 for any other byte.
-int hexDigitValue(char byte) {
-  if (byte >= '0' && byte <= '9') return byte - '0';
-  if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
-  if (byte >= 'A' && byte <= 'F') return byte - 'A' + 10;
-  return -1;
-}
 
 // The integer part of `x` < 2^64 as an unsigned number, a negative one wrapped. What lies below the
 // signed range would be an undefined conversion: it gives the largest number.
@@ -39,7 +32,7 @@ char* VexaCommonUtils::ltoa(long value, char* buf) {
   return snprintf_s(buf, kNumberSize, kNumberSize - 1, "%ld", value) < 0 ? nullptr : buf;
 }
 
-// Unlike `ltoa`, the unsigned forms answer the buffer whatever formatting says.
+// Unlike `ltoa`, the unsigned forms return the buffer even if formatting fails.
 char* VexaCommonUtils::ultoa(unsigned long value, char* buf) {
   if (buf != nullptr) snprintf_s(buf, kNumberSize, kNumberSize - 1, "%lu", value);
   return buf;
@@ -54,7 +47,7 @@ bool VexaCommonUtils_i::Isdigitstr(const std::string& s) {
   return !commutil::containsAny(s, commutil::NoDigit());
 }
 
-// From 99 on the answer stays 99, so that 100 stands for a truly full resource.
+// From 99 on the result stays 99, so that 100 means a completely full resource.
 double VexaCommonUtils_i::getUpperIntVal(double x) {
   if (std::isnan(x) || x >= 100.0) return 100.0;
   if (x >= 99.0) return 99.0;
@@ -67,12 +60,12 @@ bool StringIsRight(const std::string& s) {
   return !commutil::containsAny(s, commutil::LetterBeyondHex());
 }
 
-// Digits are summed with their weights modulo 2^64, so those from 16^16 on weigh nothing.
+// Digits are summed with their weights modulo 2^64, so those from 16^16 on count nothing.
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the binary contract takes a value
 std::string StrHexToInt(std::string hex) {
   std::uint64_t sum = 0;
   for (const char byte : std::string_view(hex.c_str())) {
-    const int value = hexDigitValue(byte);
+    const int value = commutil::hexDigitValue(byte);
     if (value < 0) return "";
     sum = sum * 16 + static_cast<std::uint64_t>(value);
   }

@@ -8,10 +8,11 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "bytes/ascii.h"
-#include "bytes/byte_blocks.h"
 #include "bytes/checked_size.h"
-#include "bytes/search.h"
+#include "bytes/find.h"
+#include "bytes/rewrite.h"
+#include "bytes/scan.h"
+#include "bytes/upper.h"
 #include "text/tokens.h"
 
 namespace {
@@ -25,11 +26,11 @@ constexpr std::size_t kLabelColumns = 32;
 
 // Replacing
 
-// Where `finder` finds its text. A short text's occurrences are kept, so that it is searched once.
+// The positions of `finder`'s matches. Those of a short string are cached, so it is searched once.
 class Occurrences {
  public:
   Occurrences(std::string_view text, const Finder& finder) : m_text(text), m_finder(finder) {
-    // The C library's search is the quickest to say that a long text holds none.
+    // The C library's search is the fastest for a long string without a match.
     if (text.size() > kShort && finder.find(text, 0) == text.size()) return;
     finder.forEach(text, [this](std::size_t at) {
       if (m_size < m_kept.size()) m_kept[m_size] = at;
@@ -54,8 +55,8 @@ class Occurrences {
   std::array<std::size_t, 8> m_kept{};
 };
 
-// Returns `text` with what was found replaced by `to`. Throws std::length_error, before anything is
-// written, when no string could hold the result.
+// Returns `text` with each match replaced by `to`. Throws std::length_error, before anything is
+// written, if no string can hold the result.
 std::string replaced(std::string_view text, const Finder& finder, const Occurrences& found,
                      std::string_view to) {
   const std::size_t kept = text.size() - found.size() * finder.length();
@@ -74,7 +75,7 @@ std::string replaced(std::string_view text, const Finder& finder, const Occurren
 
 // Replacing in a loop with std::string::replace would move the rest of the text for every match.
 void replaceAll(std::string& s, const std::string& from, const std::string& to) {
-  if (from.empty()) return;  // would be found for ever
+  if (from.empty()) return;  // would be found forever
   const Finder finder(from);
   if (to.size() == from.size()) {
     finder.forEach(s, [&s, &to](std::size_t at) { std::memmove(&s[at], to.data(), to.size()); });
@@ -111,8 +112,8 @@ void VexaCommonUtils::stringReplace(const std::string& from, const std::string& 
   replaceAll(s, from, to);
 }
 
-// A token starts at a byte outside the set of delimiter bytes, but only the whole delimiter text
-// ends it: not a mistake, callers rely on both.
+// A token starts at a byte outside the set of delimiter bytes, but only the whole delimiter string
+// ends it: callers rely on both.
 void VexaCommonUtils::split(const std::string& s, const std::string& delims,
                             std::list<std::string>& out) {
   const ByteSet set(delims);
@@ -128,7 +129,7 @@ unsigned long VexaCommonUtils::splitAll(const std::string& s, const std::string&
                                         std::vector<std::string>& out) {
   const Tokens tokens(s, delims);
   if (!tokens.copied()) return 0;
-  // At least doubled, so that many calls on one vector do not copy it every time.
+  // At least doubled, so that repeated calls on one vector do not copy it every time.
   const std::size_t size = out.size() + tokens.size();
   if (size > out.capacity()) out.reserve(std::max(size, 2 * out.capacity()));
   for (const Token& token : tokens) out.emplace_back(tokens.text(token));

@@ -10,7 +10,7 @@ namespace {
 
 using commutil::writtenText;
 
-TEST(WrittenText, OffersExactlyTheSizeAskedFor) {
+TEST(WrittenText, OffersExactlyTheRequestedSize) {
   for (std::size_t size = 0; size <= 100; ++size) {
     SCOPED_TRACE(size);
     const std::string text = writtenText(size, [](char* data, std::size_t room) {

@@ -94,7 +94,7 @@ TEST_F(DatabaseType, FindsTheDatabaseType) {
     m_dir.write("app.json", row.document);
     runInChild([&] {
       EXPECT_EQ(row.type, VexaCommonUtils::getDBType());
-      // The default is not kept, a type that was read is.
+      // The default is not cached, a type that was read is.
       m_dir.write("app.json", R"({"databases": {"main": [{"type": "late"}]}})");
       const std::string later = std::string(row.type) == "sybase" ? "late" : row.type;
       EXPECT_EQ(later, VexaCommonUtils::getDBType());
@@ -105,7 +105,7 @@ TEST_F(DatabaseType, FindsTheDatabaseType) {
   }
 }
 
-TEST_F(DatabaseType, KeepsTheTypeSybaseToo) {
+TEST_F(DatabaseType, CachesTheTypeSybaseToo) {
   m_dir.write("app.json", R"({"databases": {"main": [{"type": "sybase"}]}})");
   runInChild([&] {
     EXPECT_EQ("sybase", VexaCommonUtils::getDBType());

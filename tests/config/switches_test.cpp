@@ -105,7 +105,7 @@ TEST_F(Switches, TheFileDecidesListenSwitchesFirst) {
   }
 }
 
-/// What a store answers to the application's and to the global key; none is "no such key".
+/// A store's results for the application's and the global key; none is "no such key".
 struct StoreSwitch {
   const char* name;
   std::optional<StoreAnswer> application;
@@ -124,7 +124,7 @@ const StoreSwitch kListenStores[] = {
     {"application is empty", {{0, ""}}, {{0, "enable"}}, true, true},
     {"application succeeds without writing", {{0, std::nullopt}}, {{0, "enable"}}, true, true},
     {"application fails having written, global says no", {{1, "enable"}}, {{0, "no"}}, false, true},
-    // The second result is not tested and nothing is cleared: a failing look-up's text counts.
+    // The second result is not tested and nothing is cleared: what a failing lookup writes counts.
     {"application fails having written, no global", {{1, "enable"}}, {}, true, true},
     {"global fails having written", {}, {{1, "enable"}}, true, true},
     {"global succeeds without writing", {{1, "enable"}}, {{0, std::nullopt}}, true, true},
@@ -155,7 +155,7 @@ TEST_F(Switches, TheStoreDecidesListenSwitchesThatTheFileLeavesOpen) {
   }
 }
 
-TEST_F(Switches, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotAsked) {
+TEST_F(Switches, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotRead) {
   const InstalledStore store("full");
   const auto expectOff = [] {
     for (const ListenSwitch& listen : kListenSwitches) {
@@ -249,8 +249,8 @@ const StoreSwitch kProtectionStores[] = {
     {"another word", {{0, "no"}}, {}, false, false},
     {"application is empty, nothing global", {{0, ""}}, {}, false, true},
     {"application is empty, global says disable", {{0, ""}}, {{0, "disable"}}, true, true},
-    // The text begins as "disable" and is never cleared: a store that succeeds without writing has
-    // given a non-empty value, and a failing look-up's text counts.
+    // The value starts as "disable" and is never cleared: a store that succeeds without writing
+    // returns a nonempty value, and what a failing lookup writes counts.
     {"application succeeds without writing", {{0, std::nullopt}}, {{0, "enable"}}, true, false},
     {"application fails having written, no global", {{1, "enable"}}, {}, false, true},
     {"application fails having written, global disables",
@@ -333,7 +333,7 @@ const TsSetting kTsSettings[] = {
     {"byte-order mark", "\xef\xbb\xbf[TS]\nts_mode=true\n", true},
 };
 
-TEST_F(Switches, TheFirstTsModeReadIsKept) {
+TEST_F(Switches, TheFirstTsModeReadIsCached) {
   for (const TsSetting& row : kTsSettings) {
     SCOPED_TRACE(row.name);
     m_dir.write("ts/etc/conf/TSSetting.cfg", row.content);

@@ -30,7 +30,7 @@ constexpr std::size_t kMebi = std::size_t{1} << 20;
 
 class CheckUnSafeStr : public ::testing::Test {
  protected:
-  /// The answer for `text`, and what went to standard error and output meanwhile.
+  /// The result for `text`, and what went to standard error and output meanwhile.
   struct Outcome {
     bool safe;
     std::string errors;
@@ -68,7 +68,7 @@ class CheckUnSafeStr : public ::testing::Test {
   std::string file = tree / "common/conf/secure.cfg";
 };
 
-TEST_F(CheckUnSafeStr, RefusesTextsWithAnUnsafeWord) {
+TEST_F(CheckUnSafeStr, RefusesStringsWithAnUnsafeWord) {
   tree.write("common/conf/secure.cfg",
              "[Other]\n1=other\n"
              "[UnsafeWord]\n"
@@ -169,7 +169,7 @@ TEST_F(CheckUnSafeStr, ReadsTheFileOnEveryCall) {
 }
 
 TEST_F(CheckUnSafeStr, LongWordsCostNoMoreThanTheirLength) {
-  // Ends at once where matching is linear; takes a minute where each place is compared in full.
+  // Linear matching ends at once; comparing in full at each position takes a minute.
   const std::string word = std::string(200'000, 'a') + "b";
   tree.write("common/conf/secure.cfg", "[UnsafeWord]\nkey=" + word + "\n");
   expectAnswer(true, std::string(kMebi, 'a'));

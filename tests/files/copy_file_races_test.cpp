@@ -36,7 +36,7 @@ const std::string kCopied = "the source";
 constexpr time_t kTime = 1'000'000'000;
 constexpr mode_t kMode = 0641;
 
-/// A source with attributes of its own, someone else's file, and a target to be swapped.
+/// A source with attributes of its own, another user's file, and a target to be swapped.
 class Scene {
  public:
   explicit Scene(bool hasTarget) {
@@ -57,14 +57,14 @@ class Scene {
   const std::string& target() const { return m_target; }
   const std::string& moved() const { return m_moved; }
 
-  /// Makes the target a FIFO that has a reader.
+  /// Replaces the target by a FIFO with a reader.
   void plantFifo() {
     EXPECT_EQ(0, ::mkfifo(m_target.c_str(), 0600));
     m_reader = ::open(m_target.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     EXPECT_LE(0, m_reader);
   }
 
-  /// Moves the target away, if there is one, and has `plant` put something else in its place.
+  /// Moves the target away, if there is one, and calls `plant` to create something else.
   void swap(const std::function<void(Scene&)>& plant) {
     std::error_code ignored;
     fs::rename(m_target, m_moved, ignored);
@@ -91,7 +91,7 @@ class Scene {
   static uid_t user() { return ::geteuid() == 0 ? 1234 : ::geteuid(); }
   static gid_t group() { return ::geteuid() == 0 ? 5678 : ::getegid(); }
 
-  /// The bytes in the FIFO, which stay there.
+  /// Returns the bytes in the FIFO, which stay there.
   std::string waiting() const {
     int count = 0;
     EXPECT_EQ(0, ::ioctl(m_reader, FIONREAD, &count));
@@ -102,7 +102,7 @@ class Scene {
     return bytes;
   }
 
-  /// All that a copy could change in what is at `path` itself; "" if nothing is there.
+  /// Returns everything that a copy could change at `path` itself; "" if nothing is there.
   std::string describe(const std::string& path) const {
     struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0) return {};
@@ -126,7 +126,7 @@ class Scene {
   int m_reader = -1;
 };
 
-/// What comes of a swap.
+/// The outcome of a swap.
 enum class Outcome {
   followed,  ///< what was swapped in receives the copy
   refused,   ///< the copy fails before it touches anything
@@ -134,7 +134,7 @@ enum class Outcome {
   removed,   ///< the copy fails; the path's entry is removed, not what it leads to
 };
 
-/// The first call that finds what was swapped in.
+/// The first call that finds the swapped file.
 enum class FoundBy { access, check, open, none, unlink };
 
 struct Swap {
@@ -183,7 +183,7 @@ Outcome outcomeOf(const Swap& swap, FoundBy found, bool noOverwrite) {
   }
 }
 
-/// A call of the copy, and what finds a swap made before and after it.
+/// A call of the copy, and what finds a swap before and after it.
 struct Call {
   const char* name;
   FoundBy before;
@@ -233,7 +233,7 @@ const Calls kClosing = {
     {"close source", FoundBy::none, FoundBy::none},
 };
 
-/// One after the other; without noOverwrite the check for it is left out.
+/// In this order; without noOverwrite, its check is omitted.
 Calls join(const std::vector<Calls>& parts, bool noOverwrite) {
   Calls calls;
   for (const Calls& part : parts) {
@@ -262,7 +262,7 @@ const std::vector<Copy> kCopies = {
      {kUntilOpened, kUntilCopied, kRemoving, kClosing}},
 };
 
-/// Runs a copy of a scene that is stopped at each of its calls.
+/// Runs a copy of a scene, stopped at each of its calls.
 std::vector<std::string> run(const Scene& scene, const Copy& copy, bool noOverwrite, int expected,
                              const std::function<void(const Stop&)>& atStop) {
   return watchCalls(
@@ -310,7 +310,7 @@ bool isSpared(const Copy& copy, const Swap& swap, Outcome outcome) {
 
 class CopyFileRaces : public ::testing::TestWithParam<std::tuple<Copy, bool>> {};
 
-// Without noOverwrite there is a target to be moved away, with it there is none.
+// Without noOverwrite there is a target to move away, with it there is none.
 TEST_P(CopyFileRaces, MakesTheseCalls) {
   const auto& [copy, noOverwrite] = GetParam();
   const Scene scene(!noOverwrite);

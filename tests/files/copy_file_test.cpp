@@ -111,7 +111,7 @@ TEST_F(CopyFile, KnowsRelativePathsForTheSameFile) {
   });
 }
 
-TEST_F(CopyFile, KeepsAnExistingTargetWhenTold) {
+TEST_F(CopyFile, KeepsAnExistingTargetOnRequest) {
   writeFile(target, "the target");
   EXPECT_EQ(-1, copy(source, target, true));
   EXPECT_EQ("the target", contentOf(target));
@@ -265,7 +265,7 @@ TEST_F(CopyFile, LeavesTheModeOfAnExistingTarget) {
   EXPECT_EQ(mode_t{0600}, modeOf(target));
 }
 
-TEST_F(CopyFile, KeepsTimesModeAndOwnerWhenTold) {
+TEST_F(CopyFile, KeepsTimesModeAndOwnerOnRequest) {
   const bool isRoot = ::geteuid() == 0;
   ASSERT_EQ(0, ::chown(source.c_str(), isRoot ? 1234 : ::geteuid(), isRoot ? 5678 : ::getegid()));
   ASSERT_EQ(0, ::chmod(source.c_str(), 0641));
@@ -294,7 +294,7 @@ TEST_F(CopyFile, LosesSetUserIdBitsToTheChangeOfOwner) {
   EXPECT_EQ(mode_t{0755}, modeOf(target));
 }
 
-TEST_F(CopyFile, SucceedsThoughTheAttributesCannotBeKept) {
+TEST_F(CopyFile, SucceedsEvenIfAttributesCannotBeKept) {
   const bool isRoot = ::geteuid() == 0;
   ASSERT_EQ(0, ::chmod(directory.path().c_str(), 0777));
   ASSERT_EQ(0, ::chmod(source.c_str(), 0644));
@@ -308,7 +308,7 @@ TEST_F(CopyFile, SucceedsThoughTheAttributesCannotBeKept) {
   });
 }
 
-TEST_F(CopyFile, LeavesAttributesAloneUnlessTold) {
+TEST_F(CopyFile, LeavesAttributesUnchangedByDefault) {
   const timespec times[] = {{1'000'000'000, 0}, {1'111'111'111, 0}};
   ASSERT_EQ(0, ::chmod(source.c_str(), 0751));
   ASSERT_EQ(0, ::utimensat(AT_FDCWD, source.c_str(), times, 0));
@@ -324,7 +324,7 @@ TEST_F(CopyFile, LeavesAttributesAloneUnlessTold) {
   }
 }
 
-TEST_F(CopyFile, DropsBlanksAroundThePaths) {
+TEST_F(CopyFile, DropsSpacesAroundThePaths) {
   EXPECT_EQ(0, copy("  " + source + " ", " " + target + "  "));
   EXPECT_EQ("the source", contentOf(target));
   writeFile(directory / " inner", "inner");
@@ -340,7 +340,7 @@ TEST_F(CopyFile, TakesAnyName) {
   EXPECT_EQ(-1, copy(source, directory / std::string(1 << 20, 'x')));
 }
 
-TEST_F(CopyFile, ThrowsForNothingButBlanks) {
+TEST_F(CopyFile, ThrowsForOnlySpaces) {
   writeFile(target, "the target");
   for (const char* const blank : {"", "   "}) {
     EXPECT_THROW(copy(blank, target), std::out_of_range);

@@ -22,7 +22,7 @@ using namespace std::string_view_literals;
 
 constexpr std::size_t kMebi = std::size_t{1} << 20;
 
-/// A text of up to `longest` bytes from `alphabet`.
+/// Returns a string of up to `longest` bytes from `alphabet`.
 std::string randomText(std::mt19937& random, std::string_view alphabet, std::size_t longest) {
   std::string text(random() % (longest + 1), '\0');
   for (char& c : text) c = alphabet[random() % alphabet.size()];
@@ -191,7 +191,7 @@ TEST(SpecialName, MapsEveryPairOfBytesBothWays) {
   }
 }
 
-TEST(SpecialName, MapsAnyTextBothWays) {
+TEST(SpecialName, MapsAnyStringBothWays) {
   std::mt19937 random(20240229);  // NOLINT(bugprone-random-generator-seed): the same every time
   const std::string bytes = allBytes();
   for (int i = 0; i < 20'000; ++i) {
@@ -201,7 +201,7 @@ TEST(SpecialName, MapsAnyTextBothWays) {
   for (const char byte : {'^', '/', 'x', '\0'}) expectRoundTrip(std::string(kMebi, byte));
 }
 
-TEST(SpecialName, GivesFileNamesOfNoDirectory) {
+TEST(SpecialName, ReturnsFileNamesOutsideAnyDirectory) {
   const TempDir directory;
   const std::string name = "NE:1/shelf\\2 *?\"<>|^ $(id)\n\xff";
   const std::string path = directory.write(VexaCommonUtils::specialName2FileName(name), "");

@@ -1,8 +1,7 @@
-// The file utilities under faults that no real file can be made to have at the right moment. This
-// program stands in for a few functions of the C library, which the library then calls.
+// The file utilities with faults that no real file can have at the right moment. This program
+// replaces some functions of the C library.
 
-// The checked forms of these functions are defined in their headers, where clang refuses a second
-// definition.
+// The headers define checked forms of these functions, and clang refuses a second definition.
 #undef _FORTIFY_SOURCE
 
 #include <dirent.h>
@@ -28,7 +27,7 @@ namespace {
 
 using commutil_test::cLibrary;
 
-/// Functions to be called in the place of the real ones; an empty one lets the real one through.
+/// Functions called instead of the real ones; an empty one calls the real one.
 struct Faults {
   std::function<ssize_t(int, void*, std::size_t)> read;
   std::function<ssize_t(int, const void*, std::size_t)> write;

@@ -40,7 +40,7 @@ using commutil_test::treeBelow;
 using commutil_test::writeFile;
 using namespace std::string_literals;
 
-/// The file names that a directory gives, in its own order.
+/// Returns the file names of a directory, in its own order.
 std::vector<std::string> namesInOrder(const std::string& directory) {
   std::vector<std::string> names;
   for (const auto& entry : fs::directory_iterator(directory)) {
@@ -60,7 +60,7 @@ class TreeListing {
 
 // mkdir_all
 
-TEST(MkdirAll, CreatesWhatStandsBeforeEachSeparatorAndTheWhole) {
+TEST(MkdirAll, CreatesWhatIsBeforeEachSeparatorAndTheWhole) {
   struct Case {
     std::string path;
     std::set<std::string> created;
@@ -108,7 +108,7 @@ TEST(MkdirAll, TakesAbsolutePaths) {
   EXPECT_EQ((std::set<std::string>{"x", "x/y"}), treeBelow(directory.path()));
 }
 
-TEST(MkdirAll, GivesEveryNewDirectoryTheModeThatTheMaskLeaves) {
+TEST(MkdirAll, SetsTheModeOfEveryNewDirectoryByTheMask) {
   for (const mode_t mask : {mode_t{0}, mode_t{022}, mode_t{027}, mode_t{070}}) {
     SCOPED_TRACE(mask);
     const TempDir directory;
@@ -121,7 +121,7 @@ TEST(MkdirAll, GivesEveryNewDirectoryTheModeThatTheMaskLeaves) {
   }
 }
 
-TEST(MkdirAll, LeavesWhatExistsAlone) {
+TEST(MkdirAll, LeavesWhatExistsUnchanged) {
   const TempDir directory;
   ASSERT_EQ(0, ::mkdir((directory / "a").c_str(), 0700));
   ASSERT_EQ(0, ::chmod((directory / "a").c_str(), 01711));
@@ -146,7 +146,7 @@ TEST(MkdirAll, IgnoresErrors) {
 
 // readFile
 
-TEST(ReadFile, GivesExactlyTheBytes) {
+TEST(ReadFile, ReturnsExactlyTheBytes) {
   const std::vector<std::string> contents = {
       "",
       "x",
@@ -174,7 +174,7 @@ TEST(ReadFile, GivesExactlyTheBytes) {
   }
 }
 
-TEST(ReadFile, FailsAndLeavesTheContentAlone) {
+TEST(ReadFile, FailsAndLeavesTheContentUnchanged) {
   const TempDir directory;
   directory.write("file", "text");
   ASSERT_EQ(0, ::mkfifo((directory / "fifo").c_str(), 0600));
@@ -259,7 +259,7 @@ TEST(ReadFile, FollowsLinksAndTakesAnyName) {
   EXPECT_EQ(0, VexaCommonUtils::readFile(directory / "link", content));
   EXPECT_EQ("hostile", content);
   content.clear();
-  // The system sees a path up to its first NUL byte.
+  // The system reads a path up to its first NUL byte.
   EXPECT_EQ(0, VexaCommonUtils::readFile((directory / "link") + "\0/x"s, content));
   EXPECT_EQ("hostile", content);
 }
@@ -354,7 +354,7 @@ TEST(GetParentDirectory, TakesDirectoriesOfUpTo4096Bytes) {
   }
 }
 
-TEST(GetParentDirectory, ThrowsForNothingButBlanks) {
+TEST(GetParentDirectory, ThrowsForOnlySpaces) {
   std::string expected;
   try {
     static_cast<void>(std::string().at(0));
@@ -428,7 +428,7 @@ TEST(GetFilesByDir, MatchesThePatternAnywhereInTheName) {
   }
 }
 
-TEST(GetFilesByDir, AddsASlashEvenBehindASlash) {
+TEST(GetFilesByDir, AddsASlashEvenAfterASlash) {
   const TempDir tree;
   tree.write("sub/file", "");
   const std::string root = tree.path().string();
@@ -441,7 +441,7 @@ TEST(GetFilesByDir, AddsASlashEvenBehindASlash) {
   });
 }
 
-TEST(GetFilesByDir, ListsWhateverIsNoDirectory) {
+TEST(GetFilesByDir, ListsEverythingButDirectories) {
   const TempDir tree;
   const std::string root = tree.path().string();
   const TempDir elsewhere;
@@ -466,7 +466,7 @@ TEST(GetFilesByDir, ListsWhateverIsNoDirectory) {
       root + "/.hidden",        root + "/..two",    root + "/...",  root + "/" + kHostileName};
   EXPECT_EQ(expected, std::set<std::string>(listing.files.begin(), listing.files.end()));
   EXPECT_EQ(expected.size(), listing.files.size());
-  // The directory that is asked for may itself be a link.
+  // The directory itself may be a link.
   EXPECT_EQ(std::list<std::string>{root + "/directory link/unseen"},
             TreeListing(root + "/directory link", "").files);
 }
@@ -504,7 +504,7 @@ TEST(GetFilesByDir, ReleasesEveryDirectory) {
   EXPECT_EQ(before, openDescriptors());
 }
 
-/// A tree of which one directory may not be read, listed by a user whom that concerns.
+/// A tree with one unreadable directory, listed by a user without root's rights.
 class GetFilesByDirErrors : public ::testing::Test {
  protected:
   GetFilesByDirErrors() { ::chmod(tree.path().c_str(), 0755); }
@@ -539,12 +539,12 @@ TEST_F(GetFilesByDirErrors, ShowOnlyWhenNoDirectoryWasOpenedAfterwards) {
 }
 
 TEST_F(GetFilesByDirErrors, AreNotHiddenByFilesReadAfterwards) {
-  // Made until a file stands behind the directory in the directory's own order.
+  // Created until a file comes after the directory in the directory's own order.
   tree.write("dir/file", "");
   for (int i = 0; namesInOrder(root).back() == "dir"; ++i) {
     tree.write(std::to_string(i), "");
     if (i % 2 == 0) continue;
-    // Some file systems put what is newest first.
+    // Some file systems list the newest entry first.
     std::filesystem::remove_all(root + "/dir");
     tree.write("dir/file", "");
   }
@@ -560,7 +560,7 @@ TEST_F(GetFilesByDirErrors, ShowThroughTheLevelsAbove) {
   expectListing("top", -1, {root + "/top/a/file", root + "/top/b/file"});
 }
 
-TEST_F(GetFilesByDirErrors, AreTheResultForTheDirectoryAskedFor) {
+TEST_F(GetFilesByDirErrors, AreTheResultForTheDirectoryItself) {
   tree.write("file", "");
   expectListing(".", -1, {root + "/file"});
 }

@@ -20,7 +20,7 @@ using namespace std::string_view_literals;
 
 constexpr std::size_t kMebi = std::size_t{1} << 20;
 
-/// A text of up to `longest` bytes from `alphabet`.
+/// Returns a string of up to `longest` bytes from `alphabet`.
 std::string randomText(std::mt19937& random, std::string_view alphabet, std::size_t longest) {
   std::string text(random() % (longest + 1), '\0');
   for (char& c : text) c = alphabet[random() % alphabet.size()];
@@ -66,7 +66,7 @@ const PathCase kPathCases[] = {
     {"\\", "/", true},
     {"/", "//", false},
     {"//", "/", true},
-    // an empty base accepts what holds no dot piece
+    // an empty base accepts paths without dot components
     {"", "", false},
     {"", "/", false},
     {"", "/data", false},
@@ -74,7 +74,7 @@ const PathCase kPathCases[] = {
     {"x", "", true},
     {"a/b\\c", "", true},
     {"$(reboot);`id`|\n\x01\xff", "", true},
-    // dot pieces
+    // dot components
     {".", "", false},
     {"..", "", false},
     {"./", "", false},
@@ -99,14 +99,14 @@ const PathCase kPathCases[] = {
     {".x/..", "", false},
     {"x./..", "", false},
     {".../..", "", false},
-    // dot pieces of the base
+    // dot components of the base
     {"/a/x", "/a/.", false},
     {"/a/x", "/a/..", false},
     {"./x", ".", false},
     {"/a/x", ".", false},
     {"/a/x", "..", false},
     {"/a/.../x", "/a/...", true},
-    // pieces end at a NUL byte, the comparison does not
+    // components end at a NUL byte, the comparison does not
     {"/a/x\0/../y"s, "/a", true},
     {"/a/..\0/y"s, "/a", false},
     {"/a/.\0./y"s, "/a", false},
@@ -149,7 +149,7 @@ TEST(CheckPath, RefusesMoreThan1024Bytes) {
   }
 }
 
-/// The check as it is stated, over the library's own splitting and replacing.
+/// The documented check, over the library's splitting and replacing.
 bool checkByTheSteps(const std::string& path, const std::string& base) {
   const auto hasDots = [](const std::string& text) {
     std::vector<std::string> pieces;
@@ -174,7 +174,7 @@ bool checkByTheSteps(const std::string& path, const std::string& base) {
   return workingPath.find(workingBase) == 0;
 }
 
-TEST(CheckPath, AgreesWithItsStepsOnAnyText) {
+TEST(CheckPath, AgreesWithItsStepsOnAnyString) {
   std::mt19937 random(20240229);  // NOLINT(bugprone-random-generator-seed): the same every time
   int accepted = 0;
   for (int i = 0; i < 200'000; ++i) {

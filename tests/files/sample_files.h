@@ -7,11 +7,11 @@
 
 #include "support/fixtures.h"
 
-// What the tests of the file utilities make and look at.
+// What the tests of the file utilities create and read.
 
 namespace commutil_test {
 
-/// Bytes that a shell, a terminal or a parser might take for something else.
+/// Bytes that a shell, a terminal or a parser might treat specially.
 inline const std::string kHostileName = "a; $(touch x) `id` \"'\\ %s \n\x01\xff*?";
 
 inline std::string contentOf(const std::string& path) { return readFile(path); }
@@ -26,7 +26,7 @@ inline std::string patternOfSize(std::size_t size) {
   return text;
 }
 
-/// The directory's entries as paths below it.
+/// Returns the directory's entries as paths below it.
 inline std::set<std::string> treeBelow(const std::filesystem::path& directory) {
   std::set<std::string> names;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {

@@ -21,7 +21,7 @@ namespace {
 
 using commutil_test::cLibrary;
 
-/// A resolver and a uname(2) that answer as a test tells them; while one exists, the requests of
+/// A resolver and a uname(2) whose results the test sets; while one exists, the requests of
 /// this process come here.
 struct FakeSystem {
   FakeSystem() { current = this; }
@@ -43,7 +43,7 @@ struct FakeSystem {
   bool unameFails = false;
   int result = 0;
   bool hasResult = true;
-  bool answersElsewhere = false;  // not in the record that the caller offers
+  bool answersElsewhere = false;  // not in the caller's record
   hostent host{};
   int requests = 0;
   bool sawZeroedBuffer = false;
@@ -143,7 +143,7 @@ TEST(Resolver, FailsByItsCodeAndByAMissingResult) {
   }
 }
 
-TEST(Resolver, AnswersWhereItsResultPointsTo) {
+TEST(Resolver, ReturnsWhatItsResultPointsTo) {
   FakeHost host(4);
   host->answersElsewhere = true;
   std::string text;
@@ -182,7 +182,7 @@ TEST(Resolver, AnAddressWithoutANameFails) {
   EXPECT_EQ("", name);
 }
 
-TEST(Resolver, IsNotAskedForTheZeroNetworkNorForNoName) {
+TEST(Resolver, IsNotCalledForTheZeroNetworkNorForNoName) {
   FakeHost host(4);
   std::string text;
   EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP("0.1.2.3", text));
@@ -192,7 +192,7 @@ TEST(Resolver, IsNotAskedForTheZeroNetworkNorForNoName) {
   EXPECT_EQ(0, VexaCommonUtils::getHostnamebyIP("1.0.0.0", text)) << "the first octet alone counts";
 }
 
-TEST(Hosts, TakeTextsOf1MiB) {
+TEST(Hosts, TakeStringsOf1MiB) {
   std::string text(1 << 20, 'a');
   EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname(text, text));
   text.assign(1 << 20, '1');
@@ -218,7 +218,7 @@ TEST(GetIPbyHostname, RefusesTheEmptyName) {
   EXPECT_EQ("", ip);
 }
 
-TEST(GetIPbyHostname, ReadsDottedText) {
+TEST(GetIPbyHostname, ReadsDottedAddresses) {
   std::string ip = "junk";
   EXPECT_EQ(0, VexaCommonUtils::getIPbyHostname("10.1.2.3", ip));
   EXPECT_EQ("10.1.2.3", ip);
@@ -232,13 +232,13 @@ TEST(GetIPbyHostname, EmptiesTheAddressOfAnUnknownName) {
   }
 }
 
-TEST(GetIPbyHostname, ReadsItsNameBeforeItWritesTheSameText) {
+TEST(GetIPbyHostname, ReadsItsNameBeforeItWritesTheSameString) {
   std::string text = "10.1.2.3";
   EXPECT_EQ(0, VexaCommonUtils::getIPbyHostname(text, text));
   EXPECT_EQ("10.1.2.3", text);
 }
 
-TEST(GetHostnamebyIP, RefusesTextThatIsNoAddress) {
+TEST(GetHostnamebyIP, RefusesWhatIsNotAnAddress) {
   for (const char* const ip : {"not-an-ip", "", "256.1.1.1", "1.2.3.4.5", "fe80::1", "1.2.3.4;"}) {
     std::string name = "junk";
     EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP(ip, name)) << ip;

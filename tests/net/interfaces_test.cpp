@@ -77,13 +77,13 @@ TEST(GetAllIPAddr, TakesTheListWhateverTheResult) {
   EXPECT_THAT(addresses, ElementsAre("1.2.3.4"));
 }
 
-// The carrier of an address
+// The interface of an address
 
 constexpr const char* kJunk = "junk";
 
 namespace {
 
-/// A list as getifaddrs(3) gives it, made of names and addresses.
+/// A list as getifaddrs(3) returns it, of names and addresses.
 class InterfaceEntries {
  public:
   void add(std::string name) { m_entries.push_back({std::move(name), {}, false}); }
@@ -204,7 +204,7 @@ TEST(GetInterfaceOfIPV6, TakesNoListOfARequestThatFailed) {
   EXPECT_EQ(kJunk, name);
 }
 
-TEST(GetInterfaceOfIPV6, AsksTheRealKernel) {
+TEST(GetInterfaceOfIPV6, ReadsTheRealKernel) {
   std::string ip = "2001:DB8::dead:beef";
   std::string name = kJunk;
   EXPECT_EQ(-1, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name)) << "a documentation address";

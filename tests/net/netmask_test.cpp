@@ -24,7 +24,7 @@ using commutil_test::openDescriptors;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-// A sanitizer's own malloc must stay in its place.
+// A sanitizer needs its own malloc.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define COMMUTIL_FAILING_MALLOC
 static std::size_t failingMallocSize = 0;
@@ -40,8 +40,8 @@ constexpr unsigned long kListRequest = 35090;
 constexpr unsigned long kNetmaskRequest = 35099;
 constexpr const char* kJunk = "junk";
 
-/// Stand-ins for "ifconfig" and "grep": what the pipeline prints is the file "output", and each
-/// tool's arguments are kept in a file of its name with ".args".
+/// Fakes for "ifconfig" and "grep": the pipeline prints the file "output", and each tool writes its
+/// arguments to a file of its name with ".args".
 class ToolOutput {
  public:
   explicit ToolOutput(std::string_view output) : m_path("PATH", m_dir.path().string()) {
@@ -50,7 +50,7 @@ class ToolOutput {
     addTool("grep", "/bin/cat >/dev/null; /bin/cat '" + m_dir / "output" + "'\n");
   }
 
-  /// The arguments of the tool, one a line; "" when it did not run.
+  /// Returns the arguments of the tool, one per line; "" if it did not run.
   std::string arguments(const std::string& tool) const {
     const std::string path = m_dir / (tool + ".args");
     return std::filesystem::exists(path) ? commutil_test::readFile(path) : "";
@@ -88,7 +88,7 @@ FakeKernel::Ioctl kernelWith(std::vector<ifreq> records) {
 
 }  // namespace
 
-// The netmask from the tool's text
+// The netmask from the tool's output
 
 struct MaskCase {
   const char* name;
@@ -137,7 +137,7 @@ const MaskCase kMaskCases[] = {
     {"all bytes but NUL", allBytes().substr(1) + " netmask 1.2.3.4", "1.2.3.4"},
 };
 
-TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsText) {
+TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsOutput) {
   for (const MaskCase& row : kMaskCases) {
     SCOPED_TRACE(row.name);
     const ToolOutput tools(row.output);
@@ -147,7 +147,7 @@ TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsText) {
   }
 }
 
-TEST(GetNetmaskByIpUseifconfig, AMaskTextBelowSixCharactersIsOutOfRange) {
+TEST(GetNetmaskByIpUseifconfig, AMaskBelowSixCharactersIsOutOfRange) {
   const std::vector<MaskCase> cases = {
       {"no mask at all", "inet 10.1.2.3  broadcast 10.1.2.255\n", ""},
       {"blanks only", "   ", ""},
@@ -190,7 +190,7 @@ TEST(GetNetmaskByIpUseifconfig, NoOutputIsAFailure) {
   EXPECT_EQ("", netmask);
 }
 
-TEST(GetNetmaskByIpUseifconfig, AsksForTheAddressAsItStands) {
+TEST(GetNetmaskByIpUseifconfig, PassesTheAddressUnchanged) {
   for (const char* ip : {"10.1.2.3", " 10.1.2.3\t", "", "a b", "$HOME \\ \"x\" `id`", "-v", "*"}) {
     SCOPED_TRACE(ip);
     const ToolOutput tools("netmask 255.0.0.0");
@@ -245,7 +245,7 @@ TEST(GetNetmaskByIpUseioctl, SendsTheSecondRequestOnTheMatchingRecord) {
   EXPECT_EQ((std::vector<unsigned long>{kListRequest, kNetmaskRequest}), requests);
 }
 
-TEST(GetNetmaskByIpUseioctl, ComparesTheWholeText) {
+TEST(GetNetmaskByIpUseioctl, ComparesTheWholeString) {
   const FakeKernel kernel(kernelWith({interfaceRecord("eth0", "10.1.2.3")}));
   for (const char* ip : {"10.1.2.30", "10.1.2", "10.1.2.3 ", " 10.1.2.3", "010.1.2.3", "10.1.2.03",
                          "", "0.0.0.0", "10.1.2.3\n", "fe80::1"}) {
@@ -293,7 +293,7 @@ TEST(GetNetmaskByIpUseioctl, FailsWithTheKernel) {
       {"no netmask",
        [](unsigned long request, void* argument) {
          if (request != kListRequest) {
-           // The search ends here: the second record, which would succeed, is not asked.
+           // The search ends here: the second record, which would succeed, is not read.
            return std::string_view(static_cast<ifreq*>(argument)->ifr_name) == "eth0" ? -1 : 0;
          }
          return commutil_test::giveRecords(
@@ -354,7 +354,7 @@ TEST(GetNetmaskByIpUseioctl, ClosesItsSocketOnEveryPath) {
   EXPECT_EQ(before, openDescriptors());
 }
 
-TEST(GetNetmaskByIpUseioctl, AsksThroughOnePlainDatagramSocket) {
+TEST(GetNetmaskByIpUseioctl, UsesOnePlainDatagramSocket) {
   const FakeKernel kernel(kernelWith({}));
   std::string netmask;
   EXPECT_EQ(-1, GetNetmaskByIpUseioctl("10.1.2.3", netmask));
@@ -379,7 +379,7 @@ TEST(GetNetmaskByIpUseioctl, KeepsItsSocketFromChildren) {
   EXPECT_TRUE(checked);
 }
 
-// Both ways
+// Both sources
 
 TEST(GetNetmaskByIP, RefusesLoopbackAndWhatIsNotDotted) {
   const FakeKernel kernel([](unsigned long, void*) {
@@ -406,7 +406,7 @@ TEST(GetNetmaskByIP, RefusesLoopbackAndWhatIsNotDotted) {
   EXPECT_EQ("", tools.arguments("ifconfig"));
 }
 
-TEST(GetNetmaskByIP, TakesTheKernelsAnswerFirst) {
+TEST(GetNetmaskByIP, TakesTheKernelsResultFirst) {
   const FakeKernel kernel(kernelWith({interfaceRecord("eth0", "10.1.2.3")}));
   const ToolOutput tools("netmask 255.0.0.0");
   std::string ip = "10.1.2.3";
@@ -419,7 +419,7 @@ TEST(GetNetmaskByIP, TakesTheKernelsAnswerFirst) {
 TEST(GetNetmaskByIP, FallsBackToTheTool) {
   const FakeKernel kernel(kernelWith({interfaceRecord("lo", "127.0.0.1")}));
   const ToolOutput tools("netmask 255.0.0.0");
-  // Only the exact loopback text is refused; blanks around an address go into the command.
+  // Only the exact loopback address is refused; spaces around an address go into the command.
   for (const char* text : {"10.1.2.3", " 127.0.0.1", "127.0.0.2", "999.1.1.1", ".1..2.3.4."}) {
     SCOPED_TRACE(text);
     std::string ip = text;

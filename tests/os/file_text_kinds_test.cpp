@@ -1,9 +1,8 @@
-// What stands in a configuration file's place: only regular files and the null device are read,
-// nothing else is even opened, also when it takes the file's place between two steps. This program
-// replaces the functions that look at files and open them.
+// Only regular files and the null device are read; nothing else is even opened, not even if it
+// replaces the file between two steps. This program replaces the functions that examine and open
+// files.
 
-// The checked forms of these functions are defined in their headers, where clang refuses a second
-// definition.
+// The headers define checked forms of these functions, and clang refuses a second definition.
 #undef _FORTIFY_SOURCE
 
 #include <fcntl.h>
@@ -36,7 +35,7 @@ using commutil_test::cLibrary;
 using commutil_test::runInChild;
 using commutil_test::TempDir;
 
-/// What the reader calls, in order, and what the test does before and after each call.
+/// The reader's calls, in order, and what the test does before and after each.
 struct Watch {
   Watch() { current = this; }
   ~Watch() { current = nullptr; }
@@ -109,7 +108,7 @@ int fstat(int fd, struct stat* status) noexcept {
 
 namespace {
 
-/// Ends a test whose reader waits for ever.
+/// Ends a test whose reader waits forever.
 void limitTime() { ::alarm(60); }
 
 void makeFifo(const std::string& path) { ASSERT_EQ(0, ::mkfifo(path.c_str(), 0600)); }
@@ -145,7 +144,7 @@ const Kind kUnreadable[] = {
     {"link to itself", [](const std::string& path) { makeLink(path, path.c_str()); }},
 };
 
-TEST(FileKinds, WhatIsNoFileIsNotEvenOpened) {
+TEST(FileKinds, WhatIsNotAFileIsNotEvenOpened) {
   for (const Kind& kind : kUnreadable) {
     SCOPED_TRACE(kind.name);
     const TempDir dir;
@@ -200,7 +199,7 @@ TEST(FileKinds, ALinkToAFileAndAFileOfTheKernelAreRead) {
   EXPECT_EQ(0U, text.find("Name:"));
 }
 
-/// The steps that a file of a usual kind takes.
+/// The steps for a regular file.
 const std::vector<std::string> kSteps = {"stat", "open", "fstat"};
 
 TEST(FileKinds, WhatTakesTheFilesPlaceWhileItIsReadIsNotRead) {
@@ -221,7 +220,7 @@ TEST(FileKinds, WhatTakesTheFilesPlaceWhileItIsReadIsNotRead) {
           if (number == step) swap();
         };
         std::string text = "before";
-        const bool opened = step >= 2;  // from then on the path does not count
+        const bool opened = step >= 2;  // from then on the path does not matter
         EXPECT_EQ(opened, readFileText(path, text));
         EXPECT_EQ(opened ? "the file" : "before", text);
       });
@@ -229,7 +228,7 @@ TEST(FileKinds, WhatTakesTheFilesPlaceWhileItIsReadIsNotRead) {
   }
 }
 
-TEST(FileKinds, AFileThatTakesAFifosPlaceAfterTheLookIsLeftAlone) {
+TEST(FileKinds, AFileThatReplacesAFifoAfterTheCheckIsNotRead) {
   const TempDir dir;
   const std::string path = dir / "a.cfg";
   makeFifo(path);
@@ -304,7 +303,7 @@ TEST(FileKinds, OtherFailuresOfTheOpenAreFinal) {
   }
 }
 
-/// Holds a lease on the file at `path` until another process opens it, then lets go.
+/// Holds a lease on the file at `path` until another process opens it, then releases it.
 void holdLease(const std::string& path, int ready) {
   sigset_t set;
   sigemptyset(&set);

@@ -23,7 +23,7 @@ TEST(ReadFileText, ReadsFilesOfEverySize) {
   }
 }
 
-TEST(ReadFileText, LeavesTheTextOnFailure) {
+TEST(ReadFileText, LeavesTheStringOnFailure) {
   const TempDir dir;
   ::mkdir((dir / "folder").c_str(), 0755);
   for (const std::string& path : {dir / "missing", dir / "folder", std::string()}) {

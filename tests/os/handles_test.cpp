@@ -125,7 +125,7 @@ TEST(Owners, TakeNothingFromAFailure) {
 }
 
 TEST(Owners, FreeBlocks) {
-  const commutil::MallocBlock block(std::malloc(16));  // leaks are the sanitizer's to find
+  const commutil::MallocBlock block(std::malloc(16));  // the sanitizer finds leaks
   EXPECT_TRUE(block);
 }
 

@@ -16,13 +16,13 @@ using commutil::LazyValue;
 using commutil_test::inThreads;
 using Text = Answer<std::string>;
 
-TEST(LazyValue, KeepsTheFirstAnswerThatMayBeKept) {
+TEST(LazyValue, CachesTheFirstResultThatMayBeCached) {
   LazyValue<std::string> value;
   EXPECT_EQ("first", value.get([] { return Text{"first", true}; }));
   EXPECT_EQ("first", value.get([]() -> Text { throw std::logic_error("computed again"); }));
 }
 
-TEST(LazyValue, ComputesAgainAfterAnAnswerThatMayNotBeKept) {
+TEST(LazyValue, ComputesAgainAfterAResultThatMayNotBeCached) {
   LazyValue<std::string> value;
   EXPECT_EQ("default", value.get([] { return Text{"default", false}; }));
   EXPECT_EQ("other default", value.get([] { return Text{"other default", false}; }));
@@ -48,7 +48,7 @@ TEST(LazyValue, ComputesOnceForThreadsThatComeTogether) {
   inThreads(10, [&](int) {
     EXPECT_EQ("found", value.get([&] {
       ++computed;
-      for (int n = 0; n < 10'000; ++n) std::this_thread::yield();  // lets the others queue up
+      for (int n = 0; n < 10'000; ++n) std::this_thread::yield();  // lets others queue up
       return Text{"found", true};
     }));
   });

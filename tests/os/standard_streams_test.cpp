@@ -1,5 +1,5 @@
-// Operations that print through a stream buffer of the caller's that throws: nothing escapes from
-// them but the unwinding of a canceled thread.
+// Operations that print through a throwing stream buffer of the caller: nothing escapes from them
+// except the unwinding of a canceled thread.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -17,7 +17,7 @@
 #include "VexaLocks.h"
 #include "support/fixtures.h"
 
-// The address sanitizer misses that a cancellation leaves stack frames; this tells it.
+// Tells the address sanitizer that a cancellation leaves stack frames.
 extern "C" [[gnu::weak]] void __asan_handle_no_return();
 
 namespace {
@@ -26,7 +26,7 @@ using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-/// Replaces the buffer of a stream for a scope. Keeps what it is given; one of its calls fails.
+/// Replaces the buffer of a stream for a scope. Keeps its input; one of its calls fails.
 class FailingBuffer : public std::streambuf {
  public:
   FailingBuffer(std::ostream& stream, int failing, std::function<void()> fail)
@@ -127,14 +127,14 @@ const Operation kOperations[] = {
     {"Instance of a locale that is missing", std::cout, takeMissingLocale, 3},
 };
 
-/// Calls `operation` while a call of its stream's buffer fails.
+/// Calls `operation`; one call of its stream's buffer fails.
 void callFailing(const Operation& operation, int failing, const std::function<void()>& fail) {
   FailingBuffer buffer(operation.stream, failing, fail);
   operation.call();
   EXPECT_LT(failing, buffer.calls());
 }
 
-/// Runs `body` in a child for each operation and each call of the buffer that it makes.
+/// Runs `body` in a child for each operation and each call of the buffer in it.
 void forEachCall(const std::function<void(const Operation& operation, int failing)>& body) {
   for (const Operation& operation : kOperations) {
     for (int failing = 0; failing < operation.calls; ++failing) {
@@ -165,7 +165,7 @@ TEST(ThrowingStreams, LinesAfterTheOneThatFailedArePrinted) {
   EXPECT_EQ("Stack trace printing not supported on this platform\n\n", buffer.text());
 }
 
-/// What a canceled thread runs: the argument is an operation and the call of the buffer that
+/// The body of a canceled thread: the argument is an operation, and the call of the buffer that
 /// cancels it.
 void* callCanceled(void* argument) {
   const auto& [operation, failing] = *static_cast<std::pair<Operation, int>*>(argument);

@@ -16,7 +16,7 @@ using commutil_test::runInChild;
 
 namespace {
 
-/// What getCommandLine tells in a program that is started with `arguments` behind its name.
+/// Returns the result of getCommandLine in a program started with `arguments` after its name.
 std::string commandLineOf(const std::string& name, std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), name);
   std::vector<char*> argv;
@@ -53,7 +53,7 @@ TEST(CommandLine, SeesItsFirst1023Bytes) {
     EXPECT_EQ("<before>\n<p>\n<" + std::string(row.kept, 'x') + ">\n",
               commandLineOf("p", {std::string(row.argument, 'x')}));
   }
-  // A word that begins behind the limit is not seen; one cut at the limit is kept in its cut form.
+  // A word that begins after the limit is not read; one that crosses the limit is cut.
   const std::string first(1019, 'x');
   EXPECT_EQ("<before>\n<p>\n<" + first + ">\n<y>\n", commandLineOf("p", {first, "yz"}));
   EXPECT_EQ("<before>\n<p>\n<" + first + "x>\n", commandLineOf("p", {first + "x", "yz"}));
@@ -90,7 +90,7 @@ TEST(ProcessLoad, IsAPlaceholder) {
   }
 }
 
-/// Notes what stands in a stream's buffer each time it is flushed.
+/// Records the contents of a stream's buffer on each flush.
 class FlushRecorder : public std::stringbuf {
  public:
   std::vector<std::string> flushed;

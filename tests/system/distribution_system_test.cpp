@@ -48,7 +48,7 @@ const Release kReleases[] = {
     {"NUL in front", std::string("\0", 1) + kLine + "\n", false},
     {"NUL in a line before", std::string("a\0b\n", 4) + kLine + "\n", true},
     {"two line ends", kLine + "\n\n", true},
-    // A longer line arrives in pieces of 1023 bytes, and a piece is compared as a line is.
+    // A longer line arrives in pieces of 1023 bytes, each compared like a line.
     {"1022 bytes in front", std::string(1022, 'x') + kLine + "\n", false},
     {"1023 bytes in front", std::string(1023, 'x') + kLine + "\n", true},
     {"1024 bytes in front", std::string(1024, 'x') + kLine + "\n", false},
@@ -69,7 +69,7 @@ TEST(DistributionSystem, KnowsTheDistributionByItsLine) {
   }
 }
 
-TEST(DistributionSystem, AsksForTheDistributionOnEveryCall) {
+TEST(DistributionSystem, ReadsTheDistributionOnEveryCall) {
   runInChild([] {
     enterNamespaces(CLONE_NEWNS);
     mountTmpfs("/etc");

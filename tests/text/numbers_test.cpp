@@ -42,7 +42,7 @@ TEST(Classes, KnowEveryByteAtEveryPlace) {
   }
 }
 
-TEST(Classes, OfTexts) {
+TEST(Classes, OfStrings) {
   EXPECT_TRUE(StringIsRight("00:1A:ff"));
   EXPECT_TRUE(StringIsRight(""));
   EXPECT_FALSE(StringIsRight("0x1f"));
@@ -121,7 +121,7 @@ TEST(StrHexToInt, PrintsThreeCharactersAtMost) {
   }
 }
 
-TEST(StrHexToInt, RefusesWhatIsNoDigit) {
+TEST(StrHexToInt, RefusesWhatIsNotADigit) {
   for (const char* hex : {"g1", "0xff", "1g", " 1", "1 ", "-1", "+1", "f\n"}) {
     EXPECT_EQ(StrHexToInt(hex), "") << hex;
   }

@@ -22,7 +22,7 @@ using ::testing::ElementsAreArray;
 
 using Tokens = std::vector<std::string>;
 
-// Places around which block-wise code changes course.
+// Positions at which block-wise code changes its path.
 const std::vector<std::size_t> kLengths = {0,  1,  7,  15, 16, 17, 31, 32,
                                            33, 47, 48, 63, 64, 65, 100};
 
@@ -53,7 +53,7 @@ struct TrimCase {
   std::string both;     // expected of Vexatrim
 };
 
-TEST(Trim, TakesBlanksOnly) {
+TEST(Trim, TakesSpacesOnly) {
   const std::vector<TrimCase> cases = {
       {"  a b  ", "a b  ", "a b"},
       {"\ta\t", "\ta\t", "\ta\t"},
@@ -78,7 +78,7 @@ TEST(Trim, TakesBlanksOnly) {
   }
 }
 
-TEST(Trim, OfEveryByteTakesTheBlankOnly) {
+TEST(Trim, OfEveryByteTakesTheSpaceOnly) {
   for (const char byte : allBytes()) {
     SCOPED_TRACE(static_cast<int>(byte));
     std::string text(3, byte);
@@ -134,7 +134,7 @@ struct SplitCase {
   Tokens expected;
 };
 
-TEST(Split, SkipsDelimiterBytesAndEndsAtTheDelimiterText) {
+TEST(Split, SkipsDelimiterBytesAndEndsAtTheWholeDelimiter) {
   const std::vector<SplitCase> cases = {
       {"a,,b,", ",", {"a", "b"}},
       {",,,", ",", {}},
@@ -146,7 +146,7 @@ TEST(Split, SkipsDelimiterBytesAndEndsAtTheDelimiterText) {
       {"xaybz", "ab", {"xaybz"}},
       {"xabyabz", "ab", {"x", "y", "z"}},
       {"bxaby", "ab", {"x", "y"}},
-      {"xabbay", "ab", {"x", "y"}},  // the bytes behind the found text are skipped as a set
+      {"xabbay", "ab", {"x", "y"}},  // bytes after the found delimiters are skipped as a set
       {"xaaby", "ab", {"xa", "y"}},  // the first whole occurrence ends the token
       {"xab", "ab", {"x"}},
       {"xa", "ab", {"xa"}},
@@ -166,7 +166,7 @@ TEST(Split, SkipsDelimiterBytesAndEndsAtTheDelimiterText) {
   }
 }
 
-TEST(Split, WithoutDelimitersGivesAnEmptyTokenForEachByte) {
+TEST(Split, WithoutDelimitersAppendsAnEmptyTokenForEachByte) {
   EXPECT_EQ(splitToList("", ""), Tokens());
   EXPECT_EQ(splitToList("a", ""), Tokens(1));
   EXPECT_EQ(splitToList("a,b", ""), Tokens(3));
@@ -183,7 +183,7 @@ TEST(Split, AppendsAndNeverClears) {
   EXPECT_THAT(out, ElementsAre("old", "a", "b", "c"));
 }
 
-TEST(Split, MayTakeItsTextFromTheList) {
+TEST(Split, MayTakeItsStringFromTheList) {
   std::list<std::string> out = {"a,b", ","};
   VexaCommonUtils::split(out.front(), out.back(), out);
   EXPECT_THAT(out, ElementsAre("a,b", ",", "a", "b"));
@@ -206,7 +206,7 @@ TEST(SplitAll, TakesDelimitersAsASet) {
       {"a\tb\nc d", " \t\n", {"a", "b", "c", "d"}},
       {"\xE9,\xFF", ",", {"\xE9", "\xFF"}},
       {"\xE9,\xFF", "\xE9", {",\xFF"}},
-      {"a b\0c d"s, " ", {"a", "b"}},  // text behind a NUL is not seen
+      {"a b\0c d"s, " ", {"a", "b"}},  // bytes after a NUL are not read
       {"\0a b"s, " ", {}},
       {"a,b c", ",\0 "s, {"a", "b c"}},  // nor are delimiters
       {"a b", "\0 "s, {"a b"}},
@@ -230,7 +230,7 @@ TEST(SplitAll, CountsWhatTheVectorHeldBefore) {
   EXPECT_EQ(out.size(), 5U);
 }
 
-TEST(SplitAll, MayTakeItsTextFromTheVector) {
+TEST(SplitAll, MayTakeItsStringFromTheVector) {
   std::vector<std::string> out = {"a b c d e f g h", " "};
   out.shrink_to_fit();
   EXPECT_EQ(VexaCommonUtils::splitAll(out[0], out[1], out), 10U);
@@ -282,7 +282,7 @@ TEST(Replace, GoesLeftToRightAndNeverIntoWhatItInserted) {
       {"aaa", "aa", "b", "ba"},
       {"aaaa", "aa", "a", "aa"},
       {"abab", "ab", "", ""},
-      {"aabb", "ab", "", "ab"},  // what closes up is not searched again
+      {"aabb", "ab", "", "ab"},  // what joins is not searched again
       {"xabyab", "ab", "ba", "xbayba"},
       {"abc", "x", "y", "abc"},
       {"abc", "abcd", "y", "abc"},
@@ -291,7 +291,7 @@ TEST(Replace, GoesLeftToRightAndNeverIntoWhatItInserted) {
        "a longer text than the buffer of a short string"},
       {"", "a", "b", ""},
       {"", "", "b", ""},
-      {"abc", "", "b", "abc"},  // an empty text to find leaves the text alone
+      {"abc", "", "b", "abc"},  // an empty search string changes nothing
       {"abc", "", "", "abc"},
       {"a\0b\0"s, "\0"s, "00", "a00b00"},
       {"a\0b"s, "a\0"s, "x\0y"s, "x\0yb"s},
@@ -308,7 +308,7 @@ TEST(Replace, GoesLeftToRightAndNeverIntoWhatItInserted) {
   }
 }
 
-TEST(Replace, LeavesItsArgumentsAlone) {
+TEST(Replace, LeavesItsArgumentsUnchanged) {
   std::string s = "abc";
   std::string from = "b";
   std::string to = "xyz";
@@ -317,10 +317,10 @@ TEST(Replace, LeavesItsArgumentsAlone) {
   EXPECT_EQ(to, "xyz");
 }
 
-TEST(Replace, MayBeGivenOneObjectTwice) {
+TEST(Replace, AcceptsOneObjectTwice) {
   std::string a = "a";
   std::string s = "banana";
-  VexaCommonUtils::Vexareplace(s, a, s);  // each "a" by the text as it was
+  VexaCommonUtils::Vexareplace(s, a, s);  // replaces each "a" by the original string
   EXPECT_EQ(s, "bbanananbanananbanana");
   s = "aba";
   VexaCommonUtils::Vexareplace(s, s, a);
@@ -365,7 +365,7 @@ TEST(ReplaceChar, WritesTheWholeReplacement) {
   }
 }
 
-TEST(ReplaceChar, MayBeGivenOneObjectTwice) {
+TEST(ReplaceChar, AcceptsOneObjectTwice) {
   const std::string s = "a-";
   EXPECT_EQ(ReplaceChar(s, '-', s), "aa-");
 }
@@ -397,7 +397,7 @@ TEST(ToUpper, ChangesTheAsciiLettersOnly) {
   }
 }
 
-TEST(ToUpper, WorksOnTextsOfEveryLength) {
+TEST(ToUpper, WorksOnStringsOfEveryLength) {
   for (const std::size_t length : kLengths) {
     SCOPED_TRACE(length);
     const std::string text(length, 'q');
@@ -419,7 +419,7 @@ TEST(Tabs, PadTo32Columns) {
   EXPECT_EQ(VexaCommonUtils::tabs("\0\0"s).size(), 30U);
 }
 
-TEST(Reverse, GivesTheBytesBackwards) {
+TEST(Reverse, ReturnsTheBytesBackwards) {
   for (const auto& [text, expected] : std::vector<std::pair<std::string, std::string>>{
            {"", ""}, {"a", "a"}, {"abc", "cba"}, {"a\0\xC3\xA9"s, "\xA9\xC3\0a"s}}) {
     std::string s = text;

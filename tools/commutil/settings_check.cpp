@@ -94,14 +94,19 @@ settings::DocumentText readDocument(const std::string& path) {
   }
 }
 
-void addSettingsCheck(Tool& tool, CLI::App& settings) {
+Argument documentOperand(std::string& path) {
+  Argument argument = operand("FILE", path, "The document; - is standard input");
+  argument.completion = Completion::file;
+  return argument;
+}
+
+void addSettingsCheck(Tool& tool, Command& settings) {
   tool.add<CheckOptions>(
       settings, "check",
       "Check a settings document: names that the library does not know, values that it does not "
       "accept.",
-      [](CLI::App& subcommand, CheckOptions& options) {
-        addOperand(subcommand, "FILE", options.path, "The document; - is standard input");
-        addJsonFlag(subcommand, options.json);
+      [](Command& subcommand, CheckOptions& options) {
+        subcommand.arguments = {documentOperand(options.path), jsonFlag(options.json)};
       },
       check);
 }

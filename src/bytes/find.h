@@ -1,42 +1,13 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <string_view>
 
-#include "bytes/byte_blocks.h"
-
-// What trimming, splitting and replacing look for.
+#include "bytes/block.h"
 
 namespace commutil {
-
-/// A set of bytes.
-class ByteSet {
- public:
-  explicit ByteSet(std::string_view bytes) {
-    for (const char byte : bytes) m_words[word(byte)] |= bit(byte);
-  }
-
-  bool contains(char byte) const { return (m_words[word(byte)] & bit(byte)) != 0; }
-
-  /// The position of the first byte of `text` at or after `from` that is not in the set, the
-  /// text's length when there is none.
-  std::size_t skip(std::string_view text, std::size_t from) const {
-    while (from < text.size() && contains(text[from])) ++from;
-    return std::min(from, text.size());
-  }
-
- private:
-  static std::size_t word(char byte) { return static_cast<unsigned char>(byte) / 64U; }
-  static std::uint64_t bit(char byte) {
-    return std::uint64_t{1} << (static_cast<unsigned char>(byte) % 64U);
-  }
-
-  std::array<std::uint64_t, 4> m_words{};  // cheaper to clear than 256 bytes, for short texts
-};
 
 /// Finds a text as a whole, in time linear in what is searched.
 class Finder {
@@ -85,16 +56,16 @@ class Finder {
   // likely place has the first byte of the wanted text and, at its distance, the last one.
   template <class Visit>
   std::size_t forEachInBlocks(std::string_view text, const Visit& visit) const {
-    const __m128i first = _mm_set1_epi8(m_wanted.front());
-    const __m128i last = _mm_set1_epi8(m_wanted.back());
+    const Block first = Block::filledWith(m_wanted.front());
+    const Block last = Block::filledWith(m_wanted.back());
     std::size_t patience = text.size();  // bytes that may be compared in vain
     std::size_t next = 0;
     std::size_t block = 0;
-    for (; block + length() + kBlockSize <= text.size(); block += kBlockSize) {
+    for (; block + length() + Block::kSize <= text.size(); block += Block::kSize) {
       const char* const starts = text.data() + block;
-      const __m128i likely = _mm_and_si128(_mm_cmpeq_epi8(loadBlock(starts), first),
-                                           _mm_cmpeq_epi8(loadBlock(starts + length() - 1), last));
-      for (auto mask = blockMask(likely); mask != 0; mask &= mask - 1) {
+      const Block likely =
+          (Block::load(starts) == first) & (Block::load(starts + length() - 1) == last);
+      for (unsigned mask = likely.mask(); mask != 0; mask &= mask - 1) {
         const std::size_t at = block + lowestBit(mask);
         if (at < next) continue;
         if (length() <= 2 || isAt(text, at)) {
