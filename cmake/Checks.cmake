@@ -1,10 +1,12 @@
-# What ./dev check runs beside the tests: tests of the label "check", and of one that says what they
-# check. Only the preset dev registers them, for they need more packages than the tests.
+# The checks that ./dev check runs: ctest tests with the label "check" and a label for their kind.
+# Only the preset dev registers them, because they need more packages than the tests.
 cmake_minimum_required(VERSION 3.25)
 
-# commutil_check(NAME LABEL COMMAND...): a test that builds takes one processor, as any other.
+# commutil_check(NAME LABEL COMMAND...). A check that builds uses one processor, like any other
+# test.
 function(commutil_check name label)
-  add_test(NAME ${name} COMMAND ${ARGN} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  add_test(NAME ${name} COMMAND ${ARGN}
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} COMMAND_EXPAND_LISTS)
   set_tests_properties(${name} PROPERTIES
     LABELS "check;${label}"
     TIMEOUT 1800
@@ -15,6 +17,9 @@ set(work ${PROJECT_BINARY_DIR}/checks)
 
 commutil_check(abi.Contract abi abi/check $<TARGET_FILE:commutil>)
 commutil_check(abi.Changes abi tests/contract/abi_changes ${work}/abi-changes)
+set(objects $<TARGET_OBJECTS:commutil_base> $<TARGET_OBJECTS:commutil_objects>)
+commutil_check(layers.Kept layers tests/contract/layers ${objects})
+commutil_check(layers.Changes layers tests/contract/layers_changes ${work}/layers-changes ${objects})
 commutil_check(docs.Whole docs cmake/dev/docs)
 commutil_check(install.Consumed install
   tests/consumer/check-install ${PROJECT_BINARY_DIR} ${work}/install)
@@ -24,13 +29,13 @@ commutil_check(shell.Commands shell tests/contract/dev_commands)
 commutil_check(shell.Scripts shell cmake/dev/check-scripts)
 commutil_check(format.Sources format cmake/dev/check-format)
 
-# Static analysis, a test for each source: "check" of what is shipped, "full" of the rest. The tree
-# lint holds the compile commands of clang, of benchmarks and fuzz targets too.
+# Static analysis, one test per source: label "check" for shipped sources, "full" for the others.
+# The tree lint has clang's compile commands for all of them, benchmarks and fuzz targets included.
 commutil_check(lint.Configure lint ${CMAKE_COMMAND} --preset lint)
 set_tests_properties(lint.Configure PROPERTIES FIXTURES_SETUP lint_tree)
 file(GLOB_RECURSE sources RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS
   src/*.cpp tools/*.cpp providers/*.cpp examples/*.cpp tests/*.cpp bench/*.cpp fuzz/*.cpp)
-# Projects of their own, and the one source that is C++23, on which clang-tidy 14 crashes.
+# Except separate projects, and the one C++23 source, on which clang-tidy 14 crashes.
 list(FILTER sources EXCLUDE REGEX "^tests/(consumer|stand_in)/|/raw_text[.]cpp$")
 foreach(source IN LISTS sources)
   commutil_check(lint.${source} lint clang-tidy --quiet -p build/lint ${source})
@@ -40,8 +45,8 @@ foreach(source IN LISTS sources)
   endif()
 endforeach()
 
-# Every public header alone. The option names the standard: a header set's check does not take it
-# from CXX_STANDARD.
+# Compiles every public header separately. A header set's check ignores CXX_STANDARD, so an option
+# selects the standard.
 file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/*.h)
 foreach(standard 14 17 20 2b)
   set(target headers_cxx${standard})
@@ -56,7 +61,7 @@ commutil_check(headers.GCC headers ${CMAKE_COMMAND} --build --preset headers)
 commutil_check(headers.Clang headers ${CMAKE_COMMAND} --build --preset lint)
 set_tests_properties(headers.Clang PROPERTIES FIXTURES_REQUIRED lint_tree)
 
-# The long ones first.
+# Start the longest checks first.
 foreach(check abi.Changes parent.Unchanged stand_in.Called headers.GCC headers.Clang docs.Whole)
   set_tests_properties(${check} PROPERTIES COST 1000)
 endforeach()

@@ -1,5 +1,5 @@
-# What a build with fuzz targets compiles everything with: coverage for libFuzzer and the sanitizers
-# that turn a fault into a finding. Such a build is for fuzzing alone.
+# Flags of a fuzzing build: coverage for libFuzzer, and the sanitizers that turn a fault into a
+# finding. Use such a build for fuzzing only.
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   message(FATAL_ERROR "libFuzzer comes with clang: configure with the preset fuzz")
 endif()

@@ -1,6 +1,6 @@
-# What an install holds, by component: the library; its headers, and the CMake package and pkg-config
-# file through which users find them; the operator's command and the reference settings store. ACE is
-# a public requirement: a public header derives from its queue.
+# Installed files by component: library; development (headers, CMake package, pkg-config file);
+# tools (the operator's command and the reference settings store). ACE is a public requirement,
+# because a public class derives from its message queue.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/commutil)
@@ -35,8 +35,8 @@ install(FILES
   DESTINATION ${package_dir}
   COMPONENT development)
 
-# Relative to the file itself, so that an installed tree may be moved; a folder that is given as an
-# absolute one stays what it is.
+# Relative to the file itself, so that an installed tree can be moved; absolute directories stay
+# absolute.
 file(RELATIVE_PATH relative_prefix
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" relative_prefix ${relative_prefix})

@@ -1,5 +1,5 @@
-# The man pages of the operations, one for each family and a link for each name, in
-# man/man3 of the build folder. Made from the headers' contracts by Doxygen's XML.
+# Generates the man pages of the operations in man/man3 of the build directory, one per family and a
+# link per name, from the headers' contracts through Doxygen's XML.
 find_program(DOXYGEN_EXECUTABLE doxygen REQUIRED)
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 

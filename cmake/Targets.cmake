@@ -1,4 +1,4 @@
-# Flags that every target of ours compiles with; PRIVATE, so that none reaches a parent project.
+# Compile flags of all our targets; PRIVATE, so that none reaches a parent project.
 function(commutil_compile_options target)
   target_compile_features(${target} PRIVATE cxx_std_20)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
@@ -9,15 +9,15 @@ function(commutil_compile_options target)
   commutil_harden(${target})
 endfunction()
 
-# Checks of the C++ library in Debug builds; guarded stacks, control-flow protection and a read-only
-# relocation table in the others, and checked C functions, which take an optimised build.
+# Debug builds check the C++ library's preconditions; other builds guard stacks, control flow and
+# the relocation table; optimized ones also check C functions.
 function(commutil_harden target)
   set(release $<NOT:$<CONFIG:Debug>>)
-  set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+  set(optimized $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
   target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
   target_compile_options(${target} PRIVATE
-    $<${optimised}:-U_FORTIFY_SOURCE>
-    $<${optimised}:-D_FORTIFY_SOURCE=2>
+    $<${optimized}:-U_FORTIFY_SOURCE>
+    $<${optimized}:-D_FORTIFY_SOURCE=2>
     $<${release}:-fstack-protector-strong>
     $<${release}:-fcf-protection>)
   get_target_property(type ${target} TYPE)

@@ -18,8 +18,8 @@ bool writeGreetings(const char* path) {
   if (!out.isValid()) return false;
 
   out << L"Gr\u00FC\u00DFe" << L' ' << L"\u4F60\u597D" << wendl;
-  // A new statement behind each manipulator: it returns the std::ostream inside, which has no
-  // buffer, so that `out << wendl << L"second"` would lose "second".
+  // Each manipulator ends a statement: it returns the std::ostream inside, which has no buffer, so
+  // that `out << wendl << L"second"` would lose "second".
   out << L"second" << wendl;
 
   out << wflush;
@@ -34,7 +34,7 @@ void printLines(const char* path) {
   std::array<wchar_t, 81> line{};  // getline writes one element more than its limit
   for (;;) {
     in.getline(line.data(), line.size() - 1);
-    // The read that meets the end stores WEOF where the line would be.
+    // The read that meets the end of the file stores WEOF.
     if (in.eof() != 0 || in.fail() != 0) return;
     Vexawprintf(L"%ls", line.data());
   }
@@ -47,7 +47,7 @@ int main(int argc, char* argv[]) {
     std::fputs("Usage: wide_text FILE\n", stderr);
     return 2;
   }
-  VexaLocale::Instance();  // wide text is converted by the locale of the environment
+  VexaLocale::Instance();  // sets the locale, which converts wide text
   if (!writeGreetings(argv[1])) {
     std::perror(argv[1]);
     return 1;

@@ -1,5 +1,5 @@
-// A pool of workers that prepare messages side by side and publish them in the order in which the
-// messages came in. Usage: worker_pool [WORKERS [MESSAGES]]
+// A pool of workers that process messages concurrently and publish the results in message order.
+// Usage: worker_pool [WORKERS [MESSAGES]]
 
 #include <VexaLocks.h>
 #include <ace/Message_Block.h>
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Work that takes the longer the larger the number: the primes below it.
+/// Counts the primes below `number`, as work that takes longer for larger numbers.
 int countPrimesBelow(int number) {
   int count = 0;
   for (int candidate = 2; candidate < number; ++candidate) {
@@ -33,14 +33,14 @@ int numberOf(const ACE_Message_Block& message) {
 void work(VexaToken_Message_Queue& queue, VexaToken& token) {
   for (bool stopped = false; !stopped;) {
     ACE_Message_Block* message = nullptr;
-    // With the message comes the worker's place in line for the token.
+    // Dequeuing also reserves the worker's place in the token.
     if (queue.dequeue_head(message, nullptr) < 0) return;
     stopped = message->msg_type() == ACE_Message_Block::MB_STOP;
     const int number = stopped ? 0 : numberOf(*message);
     message->release();
-    const int primes = countPrimesBelow(number % 100 * 100);  // side by side with other workers
+    const int primes = countPrimesBelow(number % 100 * 100);  // concurrently with other workers
 
-    // The place must be used, whatever the message was: all who came later wait behind it.
+    // Every reservation must be used, even for an empty message: later ones wait for it.
     token.acquire(nullptr, nullptr, nullptr);
     if (!stopped) std::printf("message %d: %d primes\n", number, primes);
     token.release();
@@ -72,7 +72,7 @@ int main(int argc, char** argv) {
   pool.reserve(static_cast<std::size_t>(workers));
   for (int i = 0; i < workers; ++i) pool.emplace_back([&] { work(queue, token); });
   for (int number = 1; number <= messages; ++number) put(queue, number);
-  // One end for each worker, behind all the work.
+  // One stop message per worker, after all the work.
   for (int i = 0; i < workers; ++i) putEnd(queue);
   for (std::thread& worker : pool) worker.join();
   return 0;

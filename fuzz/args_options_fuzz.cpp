@@ -1,4 +1,4 @@
-// The command-line reader on any words, beside a plain model.
+// Compares the command-line reader with a plain model, on any arguments.
 #include <algorithm>
 #include <iterator>
 #include <list>

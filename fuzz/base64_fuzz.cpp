@@ -1,4 +1,4 @@
-// Base64 beside the rule of RFC 4648: a round trip of any bytes, and any text decoded.
+// Compares base64 with the rule of RFC 4648: a round trip of any bytes, and decoding of any string.
 #include "text/base64_model.h"
 
 #include <cctype>
@@ -21,7 +21,7 @@ void checkRoundTrip(const std::string& text) {
   const std::string encoded =
       VexaCommonUtils_i::encodeData(data.data(), static_cast<unsigned>(data.size()));
   expectEqual(encoded, commutil_test::modelEncode(text), "encodeData");
-  expectEqual(encoded.size(), (text.size() + 2) / 3 * 4, "the length of an encoded text");
+  expectEqual(encoded.size(), (text.size() + 2) / 3 * 4, "the length of an encoded string");
   expectEqual(VexaCommonUtils::base64Decode(encoded), text, "what was encoded decodes");
 }
 
@@ -39,7 +39,7 @@ void commutil_fuzz::testInput(Input& input) {
   checkRoundTrip(text);
   checkDecoding(text);
 
-  // Most texts end at once: a text that begins well gets further.
+  // Most strings end at once; a valid start gets further.
   const std::string begin = text.substr(0, encodedBytes);
   checkDecoding(commutil_test::modelEncode(begin) + text.substr(begin.size()));
 

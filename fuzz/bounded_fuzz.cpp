@@ -1,5 +1,5 @@
-// The bounded copies and formatting: sizes and counts of any relation, arrays that end where they
-// say, and what is left of them.
+// The bounded copies and formatting with any sizes and counts: results, and no access beyond an
+// array.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -35,7 +35,7 @@ void checkTexts(const std::string& text, std::size_t size, std::size_t count) {
   const std::string cut = text.substr(0, count);
   const bool fits = cut.size() < size;
   expectEqual(strncpy_s(dest.data(), size, text.c_str(), count) == 0, fits, "strncpy_s");
-  if (size > 0) expectEqual(std::string(dest.data()), fits ? cut : "", "the text of strncpy_s");
+  if (size > 0) expectEqual(std::string(dest.data()), fits ? cut : "", "the result of strncpy_s");
 
   dest = unwritten(size);
   const int length = snprintf_s(dest.data(), size, count, "%s", text.c_str());
@@ -44,7 +44,7 @@ void checkTexts(const std::string& text, std::size_t size, std::size_t count) {
   if (size == 0) return;
   expect(std::memchr(dest.data(), '\0', size) != nullptr, "snprintf_s terminates");
   expectEqual(std::string(dest.data()), text.substr(0, std::min(count, size - 1)),
-              "the text of snprintf_s");
+              "the result of snprintf_s");
 }
 
 }  // namespace

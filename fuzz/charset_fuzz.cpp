@@ -1,5 +1,5 @@
-// Conversions between the locale's encoding and wide text beside the C library's, in a UTF-8 locale
-// and in the C locale.
+// Compares conversions between the locale's encoding and wide strings with the C library's, in a
+// UTF-8 locale and in the C locale.
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -19,7 +19,7 @@ using commutil_fuzz::expectEqual;
 
 constexpr wchar_t kUnwritten = 0x5A5A;
 
-/// A text's characters before its first invalid sequence.
+/// The characters of a string before its first invalid sequence.
 struct Widened {
   std::wstring text;
   bool whole;
@@ -47,19 +47,20 @@ void checkWidening(const std::string& text) {
 
   std::vector<wchar_t> dst(text.size() + 1, kUnwritten);
   VexaCommonUtils::STR2WSTR(text.c_str(), dst.data());
-  expect(dst.back() == L'\0', "a NUL stands behind as many elements as the text has bytes");
+  expect(dst.back() == L'\0', "the element after as many as the string has bytes is NUL");
   const std::size_t length = expected.text.size();
   expectEqual(std::wstring(dst.data(), length), expected.text, "STR2WSTR into an array");
-  if (expected.whole) expect(dst[length] == L'\0', "a NUL ends the wide text");
+  if (expected.whole) expect(dst[length] == L'\0', "a NUL ends the wide string");
 
   dst.assign(1, kUnwritten);
   VexaCommonUtils::STR2WSTR(nullptr, dst.data());
-  expect(dst[0] == kUnwritten, "no text, nothing written");
+  expect(dst[0] == kUnwritten, "a null string writes nothing");
 
   expectEqual(VexaCommonUtils::LOC2UTF8(text.c_str()), text, "LOC2UTF8");
   expectEqual(VexaCommonUtils::UTF8TOLOC(text.c_str()), text, "UTF8TOLOC");
   if (expected.whole) {
-    expectEqual(VexaCommonUtils::WSTR2STR(expected.text.c_str()), text, "a whole text comes back");
+    expectEqual(VexaCommonUtils::WSTR2STR(expected.text.c_str()), text,
+                "a valid string survives a round trip");
   }
 }
 
@@ -71,7 +72,7 @@ std::string modelNarrow(const std::wstring& wide) {
   return text;
 }
 
-/// The input's bytes as wide characters, up to the first NUL.
+/// Returns the input's bytes as wide characters, up to the first NUL.
 std::wstring wideText(const std::string& bytes) {
   std::wstring wide(bytes.size() / sizeof(wchar_t), L'\0');
   std::memcpy(wide.data(), bytes.data(), wide.size() * sizeof(wchar_t));
@@ -81,7 +82,7 @@ std::wstring wideText(const std::string& bytes) {
 }  // namespace
 
 void commutil_fuzz::testInput(Input& input) {
-  VexaLocale::Instance();  // takes the environment's locale, once
+  VexaLocale::Instance();  // sets the environment's locale, once
   const unsigned choice = input.choice(4);
   expect(std::setlocale(LC_ALL, choice % 2 == 0 ? "C.UTF-8" : "C") != nullptr, "a known locale");
   const std::string rest = input.rest();

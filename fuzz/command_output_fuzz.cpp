@@ -1,5 +1,4 @@
-// The text that a command's output becomes, however its blocks are cut, beside a reader of short
-// lines.
+// Compares the result of a command's output, split into any blocks, with a reader of short lines.
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -13,7 +12,7 @@
 
 namespace {
 
-/// Hands `output` on in blocks as long as the bytes of `lengths` say, over and over.
+/// Passes on `output` in blocks of the lengths in `lengths`, repeatedly.
 std::string collect(std::string_view output, const std::string& lengths) {
   std::string text;
   commutil::OutputText collected(text);

@@ -1,4 +1,5 @@
-// The expanders of environment references beside a plain model, over variables of the run's own.
+// Compares the expanders of environment references with a plain model, over variables set by the
+// run.
 #include <cstdlib>
 #include <string>
 
@@ -11,7 +12,7 @@ namespace {
 
 using commutil_fuzz::expectEqual;
 
-/// A variable for one run; a name that is already taken, or is none, is passed over.
+/// A variable for one run; ignores a name that is in use or invalid.
 class Variable {
  public:
   Variable(std::string name, const std::string& value) : m_name(std::move(name)) {

@@ -1,5 +1,5 @@
-// Names stored as file names: the mapping and its inverse beside plain models, and mapped names as
-// files of a real folder, found again by a part of their name.
+// Names stored as file names: compares the mapping and its inverse with plain models, and finds
+// mapped names in a real directory by part of their name.
 #include <unistd.h>
 
 #include <list>
@@ -63,7 +63,7 @@ void checkListing(const std::string& fileName, const std::string& pattern) {
   std::list<std::string> expected{"before"};
   if (fileName.find(pattern) != fileName.npos) expected.push_back(path);
   expectEqual(files, expected, "the files listed");
-  expect(::unlink(path.c_str()) == 0, "the file was made under its name");
+  expect(::unlink(path.c_str()) == 0, "the file was created under its name");
 }
 
 }  // namespace

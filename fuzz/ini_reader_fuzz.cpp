@@ -1,4 +1,4 @@
-// The INI reader on any bytes, beside a plain model of its header's words.
+// Compares the INI reader with a model of its header's rules, on any bytes.
 #include <algorithm>
 #include <list>
 #include <string>
@@ -50,7 +50,7 @@ void commutil_fuzz::testInput(Input& input) {
   for (const auto& [name, entries] : model.sections()) checkSection(reader, name, model);
   expectEqual(reader.getParamValue(section, key), "", "a section is named with its brackets");
 
-  // A section line without its bracket names no section, whatever follows it.
+  // A section line without its closing bracket names no section.
   if (section.find_first_of("\r\n") != section.npos) return;
   checkSection(reader, section, model);
   expectEqual(reader.getParamValue("[" + section + "]", key), model.value(section, key), "a value");

@@ -1,5 +1,5 @@
-// IP address texts beside plain models: the three checks of dotted IPv4, the one text form of IPv6,
-// the cutting of ports and prefix lengths, and the conversions to socket addresses and back.
+// Compares operations on IP addresses with plain models: the three checks of dotted IPv4, the full
+// form of IPv6, removal of ports and prefix lengths, conversions to socket addresses and back.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
@@ -41,7 +41,7 @@ bool modelCheckIp(const std::string& ip) {
   return fields.size() == 4 && std::all_of(fields.begin(), fields.end(), isDigits);
 }
 
-/// Fills `octets` with the fields before the first one that is no octet.
+/// Fills `octets` with the fields before the first invalid one.
 int modelValidate(const std::string& ip, std::vector<unsigned char>& octets) {
   if (ip.find('.') == ip.npos) return -1;
   for (std::size_t begin = 0; begin <= ip.size();) {
@@ -87,7 +87,7 @@ void checkDotted(const std::string& ip) {
   expectEqual(VexaCommonUtils_i::validateIPv4(ip, octets), modelValidate(ip, expected),
               "validateIPv4");
   expectEqual(octets, expected, "the octets of validateIPv4");
-  if (VexaCommonUtils::isValidIP(ip)) expect(octets.size() == 4, "strict texts parse");
+  if (VexaCommonUtils::isValidIP(ip)) expect(octets.size() == 4, "what isValidIP accepts parses");
 }
 
 void checkForm(const std::string& ip) {
@@ -99,7 +99,7 @@ void checkForm(const std::string& ip) {
   const bool isV6 = !isV4 && ::inet_pton(AF_INET6, ip.c_str(), &before) == 1;
   expectEqual(family, isV4 ? AF_INET : isV6 ? AF_INET6 : 0, "the family of formatStringIP");
   if (!isV6) {
-    expectEqual(form, ip, "formatStringIP changes IPv6 alone");
+    expectEqual(form, ip, "formatStringIP changes only IPv6");
     return;
   }
   in6_addr after{};
@@ -145,7 +145,7 @@ void checkSocketAddress(const std::string& text, int family) {
   if (parsed != 1) expected = record;
   expectEqual(VexaCommonUtils_i::stringIPToAddress(family, text.c_str(), record.data(), 1), parsed,
               "stringIPToAddress");
-  expectEqual(record, expected, "stringIPToAddress writes the address alone");
+  expectEqual(record, expected, "stringIPToAddress writes only the address");
 
   std::array<char, 48> printed{};
   const int result = VexaCommonUtils_i::addressToStringIP(family, record.data(), 0, printed.data(),

@@ -1,5 +1,5 @@
-// The cluster's node list and the application configuration: documents composed from the input, of
-// right and wrong kinds, beside what they must give; and any text at all.
+// The cluster's node list and the application configuration: documents of right and wrong kinds
+// composed from the input, compared with expected results, and any string.
 #include <json/value.h>
 #include <json/writer.h>
 
@@ -46,13 +46,13 @@ std::string written(const Json::Value& root) {
 
 // The node list
 
-/// A node as composed: what it adds to the addresses, or none where it is of a wrong kind.
+/// A composed node: what it adds to the addresses; nothing if a member is of a wrong kind.
 struct Node {
   Json::Value json{Json::objectValue};
   std::optional<Addresses> addresses = Addresses();
 };
 
-/// Gives the node attributes; returns whether it serves remote clients.
+/// Adds attributes to the node; returns whether it serves remote clients.
 bool addAttributes(Input& input, Node& node) {
   Json::Value& attributes = node.json["extAttr"];
   switch (input.choice(8)) {
@@ -175,7 +175,7 @@ void checkDatabaseType(Input& input) {
   expectEqual(answer.keep, !expected.empty(), "a database type that was read is kept");
 }
 
-// Any text
+// Any string
 
 void checkText(Input& input) {
   const std::string text = input.rest();
@@ -187,7 +187,7 @@ void checkText(Input& input) {
   Addresses addresses{"before"};
   try {
     const int result = VexaCommonUtils_i::GetAllWebswingNodeIPs(addresses);
-    expectEqual(result, isJson ? 0 : -1, "GetAllWebswingNodeIPs of any text");
+    expectEqual(result, isJson ? 0 : -1, "GetAllWebswingNodeIPs of any string");
   } catch (const Json::LogicError&) {
     expect(isJson, "only a document throws");
   }
@@ -202,7 +202,7 @@ void checkText(Input& input) {
 
 }  // namespace
 
-// The settings store, which these look-ups do not ask.
+// Replaces the settings store, which these lookups do not read.
 int VexaCommonUtils_i::getSettingParamValue(const std::string& /*key*/, std::string& /*value*/) {
   return -1;
 }

@@ -1,5 +1,5 @@
-// The JSON reader on any text: what it accepts is a whole document that survives being written and
-// read again, with nothing but blanks and comments around it.
+// The JSON reader on any string: accepts only whole documents, with whitespace and comments around
+// them, which survive being written and read again.
 #include <json/value.h>
 #include <json/writer.h>
 
@@ -26,7 +26,7 @@ const JsonReader& strict() {
 std::string written(const Json::Value& root) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "";
-  builder["emitUTF8"] = true;  // strings hold any bytes, which must come back as they were
+  builder["emitUTF8"] = true;  // strings may hold any bytes, which must survive
   return Json::writeString(builder, root);
 }
 
@@ -35,7 +35,7 @@ void checkAccepted(const std::string& text, const Json::Value& root) {
   expect(lenient().parse(written(root), again), "what was read can be written and read again");
   expect(again == root, "a document stays the same when written and read again");
   expect(lenient().parse(text + "\n /* */ // end", again) && again == root,
-         "blanks and comments may follow");
+         "whitespace and comments may follow");
   for (const char* const more : {"\n]", "\n}", "\n,", "\nx", "\n\"", "\n/* ", "\n1"}) {
     expect(!lenient().parse(text + more, again), "nothing else may follow");
   }
@@ -52,7 +52,7 @@ void commutil_fuzz::testInput(Input& input) {
   Json::Value strictRoot;
   if (!strict().parse(text, strictRoot)) return;
   expect(accepted && strictRoot == root, "the lenient reader takes what the strict one takes");
-  expect(!strict().parse(text + "\n// end", strictRoot), "the strict reader refuses comments");
-  expect(!strict().parse("/* */" + text, strictRoot), "the strict reader refuses comments");
-  expect(strict().parse(text + " \n", strictRoot) && strictRoot == root, "blanks may follow");
+  expect(!strict().parse(text + "\n// end", strictRoot), "the strict reader rejects comments");
+  expect(!strict().parse("/* */" + text, strictRoot), "the strict reader rejects comments");
+  expect(strict().parse(text + " \n", strictRoot) && strictRoot == root, "whitespace may follow");
 }

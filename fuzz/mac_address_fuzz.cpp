@@ -1,4 +1,4 @@
-// The lines of interface tools that hold a MAC address, and the value class, beside plain models.
+// Compares the parsers of ifconfig lines and the value class with plain models.
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -48,13 +48,13 @@ void checkValue(const std::string& text) {
   CMACAddress lower = address;
   for (char& c : lower.text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   const CMACAddress& same = lower;
-  expect(address == same, "addresses are equal in any case");
+  expect(address == same, "addresses are equal ignoring case");
   address = static_cast<const unsigned char*>(nullptr);
   expect(address == same, "a null pointer changes nothing");
 
   LocalMACAddress read = unwritten();
-  expectEqual(GetEther(lower.text, &read), 0, "the text of an address is read");
-  expect(std::equal(bytes.begin(), bytes.end(), read.mac), "the text is read as the same address");
+  expectEqual(GetEther(lower.text, &read), 0, "the text of an address parses");
+  expect(std::equal(bytes.begin(), bytes.end(), read.mac), "the text parses to the same address");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Conversions between numbers and text, and the percentage ceiling, beside plain models.
+// Compares conversions between numbers and strings, and percentage rounding, with plain models.
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// The value of the last sixteen digits counts, its low 32 bits as a signed number.
+/// The last sixteen digits count, of their value the low 32 bits as a signed number.
 std::string modelHexToInt(const std::string& hex) {
   if (hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return "";
   const std::string last = hex.size() > 16 ? hex.substr(hex.size() - 16) : hex;
@@ -27,7 +27,7 @@ double modelUpper(double x) {
   if (x >= 99.0) return 99.0;
   if (x >= 0.0) return std::ceil(x);
   if (x > -1.0) return 0.0;
-  const double wrapped = std::ldexp(1.0, 64);  // where the unsigned whole part wraps
+  const double wrapped = std::ldexp(1.0, 64);  // the unsigned whole part wraps here
   return x < -std::ldexp(1.0, 63) ? wrapped : wrapped + std::trunc(x);
 }
 

@@ -1,6 +1,5 @@
-// Paths from outside: the check that a path stays below its base, beside a plain model and beside
-// what such a path names; and the splitting of a path, which looks at the file system but changes
-// nothing there.
+// Untrusted paths: compares the check that a path stays below its base with a plain model and with
+// what the path names, and tests the splitting of paths, which reads the file system only.
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
@@ -39,7 +38,7 @@ bool modelCheckPath(const std::string& path, const std::string& base) {
   return workPath.find(workBase) == 0;
 }
 
-/// Whether what `path` names, as text, lies below what `base` names.
+/// Returns whether `path`, normalized as a string, is below `base`.
 bool namesPlaceBelow(const std::string& path, const std::string& base) {
   const std::filesystem::path place = std::filesystem::path(path).lexically_normal();
   const std::filesystem::path top = std::filesystem::path(base + "/").lexically_normal();
@@ -60,7 +59,7 @@ void checkParentDirectory(const std::string& path) {
   std::string fileName = "before";
   try {
     const std::string parent = VexaCommonUtils_i::getParentDirectory(path, fileName);
-    expect(!trimmed.empty(), "a path of blanks throws");
+    expect(!trimmed.empty(), "a path of spaces throws");
     const std::size_t slash = trimmed.rfind('/');
     expectEqual(fileName, slash == trimmed.npos ? trimmed : trimmed.substr(slash + 1),
                 "the last component");
@@ -68,7 +67,7 @@ void checkParentDirectory(const std::string& path) {
     if (slash == trimmed.size() - 1) expectEqual(parent, "", "no component, no parent");
     if (slash == trimmed.npos) expect(!parent.empty(), "a bare name lies in this directory");
   } catch (const std::out_of_range&) {
-    expect(trimmed.empty(), "only a path of blanks throws");
+    expect(trimmed.empty(), "only a path of spaces throws");
     expectEqual(fileName, "", "no last component then");
   }
 }

@@ -1,6 +1,5 @@
-// Database query text read back: a LIKE operand must stay one literal that matches the text it was
-// made of and nothing else, whatever the text and the configured type. The type comes from here:
-// the library's own look-up is not linked.
+// Parses database query text back: a LIKE operand must be one literal that matches only the string
+// it was made from, for any string and any database type, which this program supplies.
 #include <strings.h>
 
 #include <string>
@@ -29,7 +28,7 @@ namespace {
 constexpr int kAnyText = -1;
 constexpr int kAnyCharacter = -2;
 
-/// The elements of a LIKE pattern: bytes that stand for themselves and wildcards.
+/// The elements of a LIKE pattern: literal bytes and wildcards.
 std::vector<int> readPattern(const std::string& pattern, bool oracleFamily) {
   std::vector<int> elements;
   for (std::size_t i = 0; i < pattern.size(); ++i) {
@@ -52,12 +51,12 @@ std::vector<int> readPattern(const std::string& pattern, bool oracleFamily) {
   return elements;
 }
 
-/// Reads the literal that `sql` begins with; what follows it stays in `sql`.
+/// Removes the literal at the start of `sql` and returns it.
 std::string readLiteral(std::string& sql) {
   expect(!sql.empty() && sql.front() == '\'', "a literal begins with a quote");
   std::string text;
   for (std::size_t i = 1; i < sql.size(); ++i) {
-    if (sql[i] == '\'' && sql[i + 1] != '\'') {  // behind the last byte reads as NUL
+    if (sql[i] == '\'' && sql[i + 1] != '\'') {  // the byte after the last reads as NUL
       sql.erase(0, i + 1);
       return text;
     }
@@ -79,7 +78,7 @@ void checkOperand(const std::string& text, unsigned mode) {
   if (mode == Vexacommon::FUZZY_QUERY_LEFT || both) expected.push_back(kAnyText);
   for (const char c : text) expected.push_back(static_cast<unsigned char>(c));
   if (mode == Vexacommon::FUZZY_QUERY_RIGHT || both) expected.push_back(kAnyText);
-  expectEqual(readPattern(pattern, oracleFamily), expected, "the pattern matches the text");
+  expectEqual(readPattern(pattern, oracleFamily), expected, "the pattern matches the string");
 }
 
 }  // namespace

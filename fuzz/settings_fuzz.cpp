@@ -1,6 +1,5 @@
-// The deployment switches on settings files of any bytes and any answer of the settings store,
-// beside a model of the files. What the library keeps for the life of a process is asked below its
-// cache; the store is this program.
+// Compares the deployment switches with a model, on settings files of any bytes and any result of
+// the settings store, which is this program. Calls the code below the caches.
 #include <algorithm>
 #include <string>
 
@@ -20,7 +19,7 @@ using commutil_fuzz::Input;
 using commutil_fuzz::Scratch;
 using commutil_fuzz::setVariable;
 
-/// What the store answers: for the application's key, then for the global one.
+/// The store's results for the application's key, then for the global one.
 struct StoreAnswer {
   int result = 1;
   std::string value;
@@ -33,7 +32,7 @@ StoreAnswer readAnswer(Input& input) {
   return {result, input.field()};
 }
 
-/// What the two look-ups leave of `value`: a failing store writes nothing here.
+/// Returns `value` after the two lookups; a failing store writes nothing here.
 std::string modelStore(std::string value) {
   for (const StoreAnswer& answer : {applicationAnswer, globalAnswer}) {
     if (answer.result != 0) continue;

@@ -1,6 +1,6 @@
-// The SSL option file made of any template and any answers of the settings store, beside the steps
-// that make it. The library generates one file in a process's life, so what generates it is called;
-// the store is this program.
+// Compares the SSL option file of any template and any result of the settings store with a model.
+// Calls the generator directly, because the library generates one file per process; this program is
+// the store.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,7 +20,7 @@ namespace {
 using commutil_fuzz::expect;
 using commutil_fuzz::expectEqual;
 
-/// What the store holds by parameter; what it lacks is not found.
+/// The store's values by parameter; others are not found.
 std::map<std::string, std::string> storedValues;
 
 bool holds(const std::string& text, const std::string& option) {
@@ -32,7 +32,7 @@ std::string setting(const std::string& parameter, const std::string& byDefault) 
   return found == storedValues.end() ? byDefault : found->second;
 }
 
-/// The option file of a template; none where an option finds no place.
+/// Returns the option file of a template; nothing if an option has no place.
 std::optional<std::string> modelFile(std::string text) {
   const std::size_t caFile = text.find("-SSLCAfile");
   bool hasPlace = true;
@@ -60,7 +60,7 @@ mode_t modeOf(const std::string& path) {
 
 bool VexaCommonUtils_i::GetSetParamValue(const std::string& primaryKey,
                                          const std::string& fallbackKey, std::string& value) {
-  expectEqual(value, "", "a value is cleared before its look-up");
+  expectEqual(value, "", "a value is cleared before its lookup");
   const std::string parameter = primaryKey.substr(primaryKey.rfind('/') + 1);
   expectEqual(primaryKey, "/vexa/common/svc_ssl_conf/app/" + parameter, "the application's key");
   expectEqual(fallbackKey, "/vexa/common/svc_ssl_conf/global/" + parameter, "the global key");

@@ -1,4 +1,4 @@
-// Splitting, trimming, replacing, upper-casing and classifying beside plain models.
+// Compares splitting, trimming, replacing, upper-casing and classifying with plain models.
 #include <algorithm>
 #include <list>
 #include <set>
@@ -20,7 +20,7 @@ using commutil_test::modelSplit;
 using commutil_test::modelSplitAll;
 using commutil_test::modelTrim;
 
-constexpr std::size_t kLongestReplacement = 64;  // longer ones make runs slow
+constexpr std::size_t kLongestReplacement = 64;  // longer ones are slow
 
 void checkSplitting(const std::string& s, const std::string& delims) {
   std::list<std::string> list{"before"};
@@ -68,14 +68,14 @@ void checkReplacing(const std::string& s, std::string from, std::string to) {
   VexaCommonUtils::stringReplace(from, to, changed);
   expectEqual(changed, expected, "stringReplace");
 
-  // One object for several arguments counts as it was before the call.
+  // If one object is passed for several arguments, its value before the call counts for each.
   const std::string begin = s.substr(0, kLongestReplacement);
   changed = begin;
   VexaCommonUtils::Vexareplace(changed, from, changed);
-  expectEqual(changed, modelReplace(begin, from, begin), "Vexareplace by the text itself");
+  expectEqual(changed, modelReplace(begin, from, begin), "Vexareplace by the string itself");
   changed = s;
   VexaCommonUtils::stringReplace(changed, to, changed);
-  expectEqual(changed, s.empty() ? s : to, "stringReplace of the text itself");
+  expectEqual(changed, s.empty() ? s : to, "stringReplace of the string itself");
 
   const char c = from.empty() ? ' ' : from.front();
   expectEqual(ReplaceChar(s, c, to), modelReplace(s, std::string(1, c), to), "ReplaceChar");

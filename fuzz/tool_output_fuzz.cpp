@@ -1,5 +1,5 @@
-// The look-ups that read the output of system tools, beside models: netmasks, MAC addresses and the
-// session. No tool runs and no interface is asked: what they say comes from the input.
+// Compares lookups that parse the output of system tools with models: netmasks, MAC addresses and
+// the session. No tool runs and no interface is read; the input supplies their output.
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <netinet/in.h>
@@ -48,8 +48,8 @@ bool holds(const std::string& text, const std::string& word) {
   return text.find(word) != text.npos;
 }
 
-/// The element behind `word`; "" when there is none.
-std::string behind(const std::list<std::string>& words, std::list<std::string>::iterator word) {
+/// Returns the element after `word`; "" if there is none.
+std::string after(const std::list<std::string>& words, std::list<std::string>::iterator word) {
   return std::next(word) == words.end() ? "" : trimmed(*std::next(word));
 }
 
@@ -59,16 +59,16 @@ std::string modelMaskText(const std::string& output) {
   std::string mask;
   std::list<std::string> fields = modelSplit(output, " ");
   for (auto field = fields.begin(); field != fields.end(); ++field) {
-    if (ToUpper(*field) == "NETMASK") return behind(fields, field);
+    if (ToUpper(*field) == "NETMASK") return after(fields, field);
     std::list<std::string> parts = modelSplit(*field, ":");
     const auto part = std::find_if(parts.begin(), parts.end(),
                                    [](const auto& text) { return ToUpper(text) == "MASK"; });
-    if (part != parts.end()) mask = behind(parts, part);
+    if (part != parts.end()) mask = after(parts, part);
   }
   return mask;
 }
 
-/// The netmask in the output, "" where there is none; throws where the library does.
+/// Returns the netmask in the output, "" if there is none; throws if the library does.
 std::string modelNetmask(const std::string& output) {
   if (output.empty()) return "";
   std::string mask = modelMaskText(output);
@@ -95,11 +95,11 @@ void checkNetmask(Input& input) {
   std::string netmask = "before";
   try {
     const int result = GetNetmaskByIpUseifconfig(ip, netmask);
-    expect(expected.has_value(), "a mask text that is too short throws");
+    expect(expected.has_value(), "a mask that is too short throws");
     expectEqual(netmask, *expected, "the netmask");
     expectEqual(result, expected->empty() ? -1 : 0, "GetNetmaskByIpUseifconfig");
   } catch (const std::out_of_range&) {
-    expect(!expected.has_value(), "only a mask text that is too short throws");
+    expect(!expected.has_value(), "only a mask that is too short throws");
     expectEqual(netmask, "before", "the netmask is unchanged then");
   }
   expectEqual(shell.openStreams(), 0, "the stream is closed");
@@ -154,7 +154,7 @@ void checkMacList(Input& input) {
 
 // The MAC address of an IPv6 address
 
-/// What the newer tool's output says.
+/// The output of the newer tool.
 std::optional<MacBytes> modelZirelMac(const std::string& ip, const std::string& output) {
   std::string current;
   std::string carrier;
@@ -203,7 +203,7 @@ void checkZirelMac(Input& input) {
   expectEqual(shell.openStreams(), 0, "the stream is closed");
 }
 
-/// One interface that carries 2001:db8::7.
+/// One interface with the address 2001:db8::7.
 struct Carrier {
   sockaddr_in6 address{};
   char name[5] = "eth1";
@@ -270,7 +270,7 @@ void checkSession(Input& input) {
 
 }  // namespace
 
-// In place of the library's own, which reads a file of the system and is not linked.
+// Replaces the library's own, which reads a file of the system.
 bool VexaCommonUtils_i::isZirel() { return isZirelHost; }
 
 void commutil_fuzz::testInput(Input& input) {

@@ -1,5 +1,5 @@
-// Wide printing of any text, width and precision, within its bound of 4096 characters; and what was
-// written read back.
+// Wide printing of any string, width and precision within its bound of 4096 characters; reads what
+// it wrote.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "VexaWideIO.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "support/expect.h"
 #include "support/input.h"
 #include "support/scratch.h"
@@ -24,7 +24,7 @@ using commutil_fuzz::Scratch;
 constexpr std::size_t kBound = 4096;
 constexpr std::size_t kLongest = 1 << 16;  // of any result here
 
-/// The arguments of every format here, in their order.
+/// The arguments of every format, in order.
 struct Arguments {
   int width = 0;
   int precision = 0;
@@ -34,7 +34,7 @@ struct Arguments {
   double real = 0.0;
 };
 
-/// Up to 9999, so that some results are longer than the bound; negative for half of them.
+/// Up to 9999, so that some results exceed the bound; half of them negative.
 int readNumber(Input& input) { return std::atoi(input.cText().substr(0, 5).c_str()); }
 
 std::wstring readWide(Input& input) {
@@ -43,7 +43,7 @@ std::wstring readWide(Input& input) {
   return wide;
 }
 
-/// A format for `Arguments`, with text of the input around the directives.
+/// A format for `Arguments`, with parts of the input around the directives.
 std::wstring readFormat(Input& input) {
   std::wstring literal;
   for (const wchar_t c : readWide(input)) literal.append(c == L'%' ? 2 : 1, c);
@@ -59,7 +59,7 @@ std::wstring modelPrint(const std::wstring& format, const Arguments& a) {
   return length < 0 || static_cast<std::size_t>(length) >= kBound ? L"" : buf.data();
 }
 
-/// What fputws(3) writes of a text.
+/// Returns the bytes that fputws(3) writes for a string.
 std::string modelWrite(const Scratch& scratch, const std::wstring& text) {
   const std::string path = scratch / "expected";
   const commutil::FileHandle file(std::fopen(path.c_str(), "w"));
@@ -76,7 +76,7 @@ void checkWriting(const std::wstring& format, const Arguments& a, const std::wst
   expect(file != nullptr, "the file can be opened");
   Vexafwprintf(file.get(), buf.data(), format.c_str(), a.width, a.precision, a.text.c_str(),
                a.wide.c_str(), a.number, a.real);
-  expectEqual(std::wstring(buf.data()), expected, "the text of Vexafwprintf");
+  expectEqual(std::wstring(buf.data()), expected, "the result of Vexafwprintf");
   std::fflush(file.get());
   const std::string content = modelWrite(scratch, expected);
   expectEqual(contentOf(path), content, "the file of Vexafwprintf");

@@ -1,5 +1,5 @@
-// The wide reader on any bytes, in a UTF-8 locale and in the C locale, by any sequence of its
-// operations: each beside the stdio calls that it is described by, on a handle of its own.
+// Compares the wide reader with the stdio calls that define it, on a separate handle: any bytes and
+// any sequence of operations, in a UTF-8 locale and in the C locale.
 #include <algorithm>
 #include <array>
 #include <clocale>
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "VexaWideIO.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "support/expect.h"
 #include "support/input.h"
 #include "support/scratch.h"
@@ -24,7 +24,7 @@ using commutil_fuzz::Input;
 
 constexpr wchar_t kUnwritten = 0x5A5A;
 
-/// The described steps on a handle.
+/// The model: stdio calls on a handle.
 class Model {
  public:
   Model(const char* path, std::string content)
@@ -35,8 +35,8 @@ class Model {
   std::FILE* file() const { return m_file.get(); }
   bool isWide() const { return std::fwide(file(), 0) > 0; }
 
-  /// An offset to go to. The C library may never return from a seek of a wide handle to a place
-  /// inside a character: there, the start of the character in whole text before.
+  /// An offset to seek to. The C library may never return from a seek of a wide handle into a
+  /// character, so this is the start of that character, in valid text before it.
   long offset(std::size_t wanted) const {
     if (!isWide()) return static_cast<long>(wanted);
     std::size_t at = 0;
@@ -51,8 +51,8 @@ class Model {
     return static_cast<long>(at);
   }
 
-  /// Stores values until the end, `limit` of them, or a line feed or `delim`, on which it stops.
-  /// Returns its index, or else the number of values.
+  /// Stores values until the end, `limit` of them, or a line feed or `delim`. Returns the index of
+  /// the latter, or else the number of values.
   std::size_t readWide(std::vector<wchar_t>& buf, std::size_t limit, std::wint_t delim) {
     std::size_t i = 0;
     for (; i < limit && std::feof(file()) == 0; ++i) {
@@ -94,7 +94,7 @@ class Model {
     buf[i] = '\0';
   }
 
-  /// Reads the text of a number; false where the byte behind it cannot be given back.
+  /// Reads the characters of a number; returns false if the byte after it cannot be put back.
   bool readNumber(const std::string& accepted, std::string& text) {
     int c = EOF;
     while (std::feof(file()) == 0) {
@@ -114,7 +114,7 @@ class Model {
   std::string m_content;
 };
 
-/// A size from 1 to about 1100, small ones more often.
+/// A size from 1 to about 1100; small sizes are more likely.
 std::size_t readSize(Input& input) {
   const unsigned n = input.choice(64);
   return n < 48 ? n + 1 : (n - 47) * 67;
@@ -126,7 +126,7 @@ std::wint_t readDelim(Input& input) {
   return kDelims[input.choice(kDelims.size())];
 }
 
-/// Reads a line of wide text both ways, into arrays with the same leftovers.
+/// Reads a line of wide text both ways, into arrays with the same old contents.
 void checkWideLine(Input& input, Vexawifstream& stream, Model& model, unsigned form) {
   const std::size_t n = readSize(input);
   const std::wint_t delim = form % 2 == 0 ? L'\n' : readDelim(input);
@@ -188,7 +188,7 @@ void checkByte(Vexawifstream& stream, Model& model) {
 }
 
 void checkNumber(Input& input, Vexawifstream& stream, Model& model) {
-  if (model.isWide()) return;  // would step back by a byte: see Model::offset
+  if (model.isWide()) return;  // would step back a byte: see Model::offset
   std::string text;
   if (input.choice(2) == 0) {
     const bool read = model.readNumber("0123456789", text);

@@ -8,11 +8,9 @@
 #include "VexaExport.h"
 
 /// @file
-/// The free functions on addresses, netmasks and MAC addresses; the utility classes hold the
-/// others.
+/// Free functions on addresses, netmasks and MAC addresses; see the utility classes for others.
 
-/// A hardware address as a string and as bytes. A plain value: throws nothing, and is thread-safe
-/// unless two threads change one object at once.
+/// A hardware address as a string and as bytes. Throws nothing. Not thread-safe, as any value.
 class VEXA_EXPORT CMACAddress {
  public:
   /// Sets both fields to zero.
@@ -30,8 +28,7 @@ class VEXA_EXPORT CMACAddress {
 
   /// Returns whether `text` equals that of `other`, ignoring case, see strcasecmp(3).
   /// @sharp{mac} Does not compare `bytes`.
-  /// @sharp{mac} Not const: some C++20 compilers warn of an ambiguous comparison of two non-const
-  /// objects. @instead Compare with a const object on the right.
+  /// @sharp{mac} Not const: ambiguous to some C++20 compilers unless the right operand is const.
   bool operator==(const CMACAddress& other);
 
   char text[19];           ///< six pairs of hexadecimal digits joined by ":", NUL-terminated
@@ -39,15 +36,13 @@ class VEXA_EXPORT CMACAddress {
 };
 
 /// @name Addresses and host names
-/// Strings only, no lookup: dotted addresses of RFC 791, and those of RFC 4291, section 2.2.
-/// Thread-safe.
-/// @{
+/// Strings only, no lookup: addresses of RFC 791 and of RFC 4291, section 2.2. Thread-safe. @{
 
 /// Returns whether `ip`, trimmed of `" \t\r\n"`, has exactly four fields between ".", empty ones
 /// not counted, of decimal digits only: tells a dotted IPv4 address from an IPv6 one.
 /// @throws std::logic_error if `ip` is null
-/// @sharp{addresses} Has no limit of range or length: accepts "999.1.1.1" and ".1..2.3.4.".
-/// @instead Use `VexaCommonUtils::isValidIP` for validation.
+/// @sharp{addresses} Accepts "999.1.1.1" and ".1..2.3.4.". @instead Use
+/// `VexaCommonUtils::isValidIP`.
 VEXA_EXPORT bool CheckIp(const char* ip);
 
 /// Expands the first "::" of `ip` in place to as many "0" groups as make eight: "fe80::1" becomes
@@ -66,10 +61,8 @@ VEXA_EXPORT void FullNameIp(std::string& ip);
 /// `buf` has.
 VEXA_EXPORT int TrimStringIp(char* buf, int size);
 
-/// @}
-/// @name Netmasks and interfaces
-/// Running a tool starts a shell and takes milliseconds, everything else microseconds. Thread-safe.
-/// @{
+/// @} @name Netmasks and interfaces
+/// Running a tool starts a shell and takes milliseconds, all else microseconds. Thread-safe. @{
 
 /// Finds the netmask of the local IPv4 address `ip` in the kernel, see netdevice(7). The first
 /// match counts; interfaces that are down are included.
@@ -88,18 +81,15 @@ VEXA_EXPORT int GetNetmaskByIpUseioctl(const std::string& ip, std::string& netma
 /// @sharp{interfaces} Puts `ip` into a shell command as it is, in single quotes, as a pattern of
 /// grep(1): "10.1.2.3" finds 10.1.2.30 and 10.112.3.9, a line feed every line. @instead Check `ip`
 /// with `VexaCommonUtils::isValidIP`; prefer the kernel's answer.
-/// @sharp{interfaces} Checks a mask by `CheckIp` only, and throws for a short one, as does
-/// `VexaCommonUtils::getNetmaskByIP`. @instead Catch; check with `VexaCommonUtils::isValidIP`.
+/// @sharp{interfaces} Checks masks by `CheckIp` only. @instead Use `VexaCommonUtils::isValidIP`.
 VEXA_EXPORT int GetNetmaskByIpUseifconfig(const std::string& ip, std::string& netmask);
 
 /// Sets `address` to `text` up to its first "/", if any: "fe80::1/64" gives "fe80::1". An empty
 /// `text` changes nothing.
 VEXA_EXPORT void GetInet6Address(const std::string& text, std::string& address);
 
-/// @}
-/// @name MAC addresses
-/// Running a tool starts a shell and takes milliseconds, everything else microseconds. Thread-safe.
-/// @{
+/// @} @name MAC addresses
+/// Running a tool starts a shell and takes milliseconds, all else microseconds. Thread-safe. @{
 
 /// Appends the machine's MAC addresses to `addresses`, each once, ignoring case: those of
 /// `GetHWMACAddr`; those of "/sbin/ifconfig -a", in its order, from the "HWaddr" column or, if

@@ -1,4 +1,4 @@
-// A settings store whose own cost is next to nothing.
+// A settings store with almost no cost of its own.
 #include <string>
 
 extern "C" int getSettingParamValue(const std::string& key, std::string& value);

@@ -1,4 +1,4 @@
-// The expanders and the look-up of a variable beside Poco's, and beside a bare copy with the same
+// The expanders and the lookup of a variable against Poco's, and against a plain copy with the same
 // number of getenv(3) calls.
 #include <Poco/Environment.h>
 #include <Poco/Path.h>
@@ -16,7 +16,7 @@ constexpr std::size_t kSizes[] = {40, 1U << 10U, 64U << 10U, 1U << 20U, 64U << 2
 
 constexpr std::size_t kLargestForPoco = 64U << 10U;  // it copies the rest at each reference
 
-/// Text with a reference every 40 bytes.
+/// A string with a reference every 40 bytes.
 std::string textOf(std::size_t size) {
   std::string text;
   while (text.size() + 40 <= size) text += "/opt/platform/share/${BENCH_ROOT}/conf/";

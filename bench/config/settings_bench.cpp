@@ -1,5 +1,5 @@
-// What the caches cost once they are filled: the database type beside twice the copy of the same
-// string, a resolved look-up beside the provider's own cost and three calls through a pointer.
+// The cost of filled caches: the database type against two copies of the same string, a lookup
+// against the store's own cost and three calls through a pointer.
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
 
@@ -56,7 +56,7 @@ void lookupLimit(benchmark::State& state) {
   }
 }
 
-/// Fills both caches: the store is found by its name because it is loaded already.
+/// Fills both caches; the store is already loaded, so it is found by its name.
 void fillCaches(const char* type) {
   ::dlopen(BENCH_STORE, RTLD_LAZY | RTLD_GLOBAL);
   std::string value;

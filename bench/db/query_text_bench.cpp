@@ -1,5 +1,5 @@
-// Escaping of database query text beside libpq's quoting, Abseil's replacing and the plain byte
-// loop. The limit is a copy of the text.
+// Escaping of database query text against libpq's quoting, Abseil's replacing and a plain byte
+// loop. The limit is a copy of the string.
 #include <absl/strings/str_replace.h>
 #include <benchmark/benchmark.h>
 #include <libpq-fe.h>
@@ -83,7 +83,7 @@ void measureTexts(const std::string& kind, const std::string& piece) {
   }
 }
 
-// A type that is read once, as in a real deployment: without one every call would look for it.
+// Caches the database type, as in a real deployment: otherwise every call would search for it.
 void configureDatabase() {
   const commutil_bench::Scratch scratch;
   const std::string file = scratch / "app.json";

@@ -1,5 +1,5 @@
-// The checks and the one text form of IP addresses beside Boost.Asio and GIO; the limit is what the
-// C library takes to read the address, and to print it where a text is made.
+// Checks and full form of IP addresses against Boost.Asio and GIO. The limit is the C library's
+// time to parse the address and, if a string is returned, to print it.
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
 #include <gio/gio.h>
@@ -17,7 +17,7 @@ namespace {
 
 namespace ip = boost::asio::ip;
 
-// Registers OPERATION/SIZE/WHO: `call` runs on the text and returns what it found.
+// Registers OPERATION/SIZE/WHO: `call` returns its result for the string.
 template <class Call>
 void measure(const std::string& group, const std::string& who, const std::string& text, Call call) {
   benchmark::RegisterBenchmark((group + "/" + who).c_str(),
@@ -41,7 +41,7 @@ bool isV4ByInetPton(const std::string& text) {
   return ::inet_pton(AF_INET, text.c_str(), &address) == 1;
 }
 
-/// The check `ours` of dotted IPv4 beside everybody else's.
+/// The check `ours` of dotted IPv4 against the peers' checks.
 template <class Check>
 void measureCheck(const std::string& operation, const std::string& kind, const std::string& text,
                   Check ours) {

@@ -1,4 +1,4 @@
-// MAC address parsers and lists, beside the C library and the same by hand.
+// MAC address parsers and lists against the C library and handwritten code.
 #include <benchmark/benchmark.h>
 #include <net/if.h>
 #include <netinet/ether.h>
@@ -56,7 +56,7 @@ void kernelOurs(benchmark::State& state) {
   }
 }
 
-/// The system calls alone.
+/// Only the system calls.
 void kernelSystemCalls(benchmark::State& state) {
   std::array<ifreq, 16> records{};
   for (auto _ : state) {
@@ -94,7 +94,7 @@ void allByPopen(benchmark::State& state) {
   }
 }
 
-// Processes dominate here, whose time is not ours: a fixed number of rounds.
+// Processes, whose cost is not ours, dominate here: a fixed number of rounds.
 constexpr int kToolRounds = 50;
 
 BENCHMARK(etherOurs)->Name("GetEther/line/ours");

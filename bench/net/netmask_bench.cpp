@@ -1,4 +1,4 @@
-// Netmask and interface look-ups on this machine's loopback interface, beside the same by hand.
+// Netmask and interface lookups on the loopback interface, against handwritten code.
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
 #include <ifaddrs.h>
@@ -22,7 +22,7 @@ void netmaskOurs(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(GetNetmaskByIpUseioctl(kAddress, netmask));
 }
 
-/// What a user would write: the list of addresses with their masks.
+/// What a user would write: search the list of addresses with their masks.
 void netmaskByGetifaddrs(benchmark::State& state) {
   in_addr wanted{};
   ::inet_pton(AF_INET, kAddress, &wanted);
@@ -44,7 +44,7 @@ void netmaskByGetifaddrs(benchmark::State& state) {
   }
 }
 
-/// The system calls alone.
+/// Only the system calls.
 void netmaskSystemCalls(benchmark::State& state) {
   std::array<ifreq, 50> records{};
   for (auto _ : state) {
@@ -100,10 +100,10 @@ void toolByPopen(benchmark::State& state) {
   }
 }
 
-// Processes dominate here, whose time is not ours: a fixed number of rounds.
+// Processes, whose cost is not ours, dominate here: a fixed number of rounds.
 constexpr int kToolRounds = 50;
 
-// Our look-up keeps its list, so its rounds are bounded: they are memory.
+// Our lookup leaks its list by contract, so the number of rounds bounds the memory.
 constexpr int kInterfaceRounds = 5000;
 
 BENCHMARK(netmaskOurs)->Name("netmask/kernel/ours");

@@ -1,5 +1,5 @@
-// Four queries of a command line (is an option there, its value, its values, the flags) beside
-// getopt_long and GOption, which parse the line once. The limit compares every word four times.
+// Four queries of a command line (presence of an option, its value, its values, the flags) against
+// getopt_long and GOption, which parse the line once. The limit compares every argument four times.
 #include <benchmark/benchmark.h>
 #include <getopt.h>
 #include <glib.h>
@@ -31,7 +31,7 @@ class CommandLine {
   }
 
   int argc() const { return static_cast<int>(m_words.size()); }
-  /// Parsers reorder the words, so each parse takes a copy.
+  /// Parsers reorder the arguments, so each parse takes a copy.
   std::vector<char*> argv() const { return m_argv; }
 
  private:
@@ -119,7 +119,7 @@ void compareWords(benchmark::State& state, std::size_t words) {
   }
 }
 
-// All words behind the first two are values of the one option.
+// All arguments after the first two are values of the one option.
 void collectOurs(benchmark::State& state, std::size_t words) {
   std::vector<std::string> texts(words, "value");
   texts[0] = "-v";

@@ -1,6 +1,6 @@
-// Commands beside posix_spawn, popen and ACE used by hand, and beside the bare system calls. A
-// program that ends at once is run, so that what is measured is the way to it. The sizes "0GiB" and
-// "1GiB" are what the calling process holds resident.
+// Commands against posix_spawn, popen and ACE used directly, and against the bare system calls. The
+// program ends at once, so that only starting it is measured. "0GiB" and "1GiB" are the resident
+// memory of the calling process.
 
 #include <ace/OS_NS_fcntl.h>
 #include <ace/OS_NS_unistd.h>
@@ -28,7 +28,7 @@ constexpr const char* kLarge = "exec head -c 1048576 /usr/lib/x86_64-linux-gnu/l
 constexpr const char* kLargeText = "yes 'a line of text' | head -c 1048576";
 constexpr std::size_t kGiB = 1UL << 30;
 
-/// Memory that is resident for a scope.
+/// Keeps memory resident for a scope.
 class Resident {
  public:
   explicit Resident(std::size_t size) : m_size(size) {
@@ -141,7 +141,7 @@ bool captureByFgets(const char* command) {
   return !text.empty();
 }
 
-/// By the system calls alone.
+/// Only the system calls.
 bool captureByRead(const char* command) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return false;

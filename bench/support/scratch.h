@@ -7,7 +7,7 @@
 
 namespace commutil_bench {
 
-/// A fresh directory, removed with all it holds.
+/// A new directory, removed with its contents by the destructor.
 class Scratch {
  public:
   Scratch() {
@@ -23,7 +23,7 @@ class Scratch {
   Scratch& operator=(const Scratch&) = delete;
 
   const std::filesystem::path& path() const { return m_path; }
-  /// The path of `name` below the directory.
+  /// Returns the path of `name` below the directory.
   std::string operator/(std::string_view name) const { return (m_path / name).string(); }
 
  private:

@@ -5,7 +5,7 @@
 
 namespace commutil_bench {
 
-/// `size` bytes of `piece` after `piece`, the last one cut where the text ends.
+/// Returns `size` bytes of repeated `piece`, the last one cut off.
 inline std::string repeated(const std::string& piece, std::size_t size) {
   std::string text;
   while (text.size() < size) text.append(piece);

@@ -1,4 +1,4 @@
-// The process lock beside its own system calls made by hand and beside Boost's file lock.
+// The process lock against its own system calls and against Boost's file lock.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -16,7 +16,7 @@
 
 namespace {
 
-/// A share directory with an empty lock directory.
+/// Creates a share directory with an empty lock directory.
 class Share {
  public:
   Share() {
@@ -91,7 +91,7 @@ void takeByHand(benchmark::State& state) {
   }
 }
 
-/// Boost wants the file to be there; opening it is part of the job.
+/// Boost needs an existing file; opening it is part of the work.
 void takeBoost(benchmark::State& state) {
   const Share share;
   const std::string file = share.file();

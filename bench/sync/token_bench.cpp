@@ -1,4 +1,4 @@
-// The token beside ACE's own: alone, and handed round by threads that always queue for it.
+// The token against ACE's: uncontended, and passed among threads that always wait for it.
 
 #include <ace/Token.h>
 #include <benchmark/benchmark.h>
@@ -47,7 +47,7 @@ void takeAlone(benchmark::State& state) {
   }
 }
 
-/// The two atomic exchanges that no lock does without.
+/// Two atomic exchanges, the least that a lock needs.
 void exchangePair(benchmark::State& state) {
   std::atomic<std::uint32_t> word{0};
   for ([[maybe_unused]] auto _ : state) {
@@ -56,7 +56,7 @@ void exchangePair(benchmark::State& state) {
   }
 }
 
-/// The threads queue before the first hand-over, so that the queue is never empty.
+/// All threads queue before the first release, so that the queue is never empty.
 template <class Token>
 void handRound(benchmark::State& state, int threadCount) {
   for ([[maybe_unused]] auto _ : state) {
@@ -88,7 +88,7 @@ void futexCall(std::atomic<std::uint32_t>& word, int operation, std::uint32_t va
   ::syscall(SYS_futex, &word, operation, value, nullptr, nullptr, 0);
 }
 
-/// Two threads that wake each other: one wake and one wait for each hand-over.
+/// Two threads that wake each other: one wake and one wait per release.
 void futexPingPong(benchmark::State& state) {
   const auto play = [](std::atomic<std::uint32_t>& word, std::uint32_t side) {
     for (int turn = 0; turn < kHandOvers / 2; ++turn) {

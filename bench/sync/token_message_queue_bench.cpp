@@ -1,4 +1,4 @@
-// The message queue with its token beside ACE's queue with ACE's token around the ordered work.
+// The message queue with its token against ACE's queue with ACE's token around the ordered work.
 
 #include <ace/Message_Block.h>
 #include <ace/Message_Queue.h>
@@ -21,7 +21,7 @@ constexpr int kMessages = 100'000;
 struct OurPool {
   OurPool() : queue(kWaterMark, kWaterMark) { queue.setToken(&token); }
 
-  /// Takes a message and the token; whether there was one.
+  /// Takes a message and the token; returns whether there was a message.
   bool take() {
     ACE_Message_Block* message = nullptr;
     ACE_Time_Value now = ACE_Time_Value::zero;

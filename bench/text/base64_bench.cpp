@@ -1,5 +1,5 @@
-// Base64 beside GLib, OpenSSL and modp_b64, each as its users call it, results in fresh memory. The
-// limit is a fresh string of the result's size, filled once.
+// Base64 against GLib, OpenSSL and modp_b64, each as its users call it, with results in new memory.
+// The limit is a new string of the result's size, filled once.
 #include <benchmark/benchmark.h>
 #include <glib.h>
 #include <modp_b64.h>

@@ -1,5 +1,5 @@
-// Conversions between multibyte and wide text beside the C library's own. The limit is a fresh text
-// with one element copied for each.
+// Conversions between multibyte and wide strings against the C library's. The limit is a new string
+// with one element copied for each byte.
 #include <benchmark/benchmark.h>
 
 #include <clocale>
@@ -24,7 +24,7 @@ void widenMbstowcs(benchmark::State& state, const std::string& text) {
   }
 }
 
-/// The floor: every byte becomes one element of a fresh text.
+/// The limit: every byte becomes one element of a new string.
 void widenCopying(benchmark::State& state, const std::string& text) {
   for (auto _ : state) benchmark::DoNotOptimize(std::wstring(text.begin(), text.end()));
 }

@@ -1,5 +1,5 @@
-// Identifiers beside the look-up of the MAC address that each makes (peers that keep the address
-// are no comparison), time stamps beside strftime.
+// Identifiers against the MAC address lookup that each performs (peers cache the address, so they
+// do not compare), and time stamps against strftime.
 #include <ace/OS_NS_netdb.h>
 #include <benchmark/benchmark.h>
 

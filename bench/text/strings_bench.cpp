@@ -1,5 +1,5 @@
-// The string utilities beside Boost.StringAlgorithms, Poco and Abseil. A limit is what the result
-// costs by itself: a copy of the text, a list of the same tokens, a C library search.
+// The string utilities against Boost.StringAlgorithms, Poco and Abseil. A limit is the cost of the
+// result only: a copy of the string, a list of the same tokens, a C library search.
 #include <Poco/String.h>
 #include <Poco/StringTokenizer.h>
 #include <absl/strings/ascii.h>
@@ -34,14 +34,14 @@ std::string sizeName(std::size_t size) {
   return size >= 1024 ? std::to_string(size >> 10) + "KiB" : std::to_string(size) + "B";
 }
 
-// Makes the text when its benchmark runs: together the large ones would not fit.
+// Creates the string when its benchmark runs: all large ones together would not fit into memory.
 using MakeText = std::function<std::string()>;
 
 MakeText repeating(const std::string& piece, std::size_t size) {
   return [piece, size] { return repeated(piece, size); };
 }
 
-// Registers OPERATION/SIZE/WHO: `call` runs on the text and returns what it made.
+// Registers OPERATION/SIZE/WHO: `call` returns its result for the string.
 template <class Call>
 void measure(const std::string& operation, std::size_t size, const std::string& who,
              const MakeText& makeText, Call call) {
@@ -106,7 +106,7 @@ void measureSplits() {
 
 constexpr std::size_t kSplitAllSize = 1024;
 
-// Calls `take` with each token of a text of six letters and a blank after another.
+// Calls `take` with each token of a string of six-letter words separated by spaces.
 template <class Take>
 void takeTokens(const std::string& s, const Take& take) {
   for (std::size_t at = 0; at < s.size(); at += 7) {

@@ -1,5 +1,5 @@
-// Wide text read and written by lines beside the C and the C++ library's wide streams. The limit of
-// reading is the same bytes by read(2), converted block by block.
+// Wide text written and read by lines, against the wide streams of C and C++. The limit of reading
+// is read(2) of the same bytes, converted block by block.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t kLine = 4096;
 
-/// A file of 60-character lines in a folder of its own, removed at the end.
+/// A file of 60-character lines in its own directory, removed by the destructor.
 class SampleFile {
  public:
   SampleFile(const std::string& character, std::size_t size) {
@@ -73,7 +73,7 @@ void readWifstream(const std::string& path) {
   benchmark::DoNotOptimize(line);
 }
 
-/// The floor: the bytes by read(2), converted block by block.
+/// The limit: read(2), converted block by block.
 void readDecoding(const std::string& path) {
   std::FILE* const file = std::fopen(path.c_str(), "r");
   std::vector<char> bytes(65536);

@@ -1,4 +1,4 @@
-# What the commands of ./dev share. Sourced, at the root of the project.
+# Functions shared by the commands of ./dev. Sourced at the root of the project.
 # shellcheck shell=bash
 
 jobs=$(nproc)
@@ -30,12 +30,12 @@ as_root() {
   elif command -v sudo >/dev/null; then
     sudo env "$@"
   else
-    fail "not root, and there is no sudo; as root, run: apt-get update &&" \
+    fail "not root, and sudo is not installed; as root, run: apt-get update &&" \
       "apt-get install ${missing[*]}"
   fi
 }
 
-# Installs the packages of groups of packages.txt.
+# Installs the missing packages of groups of packages.txt.
 need() {
   local missing=() package
   for package in $(packages_of "$@" | sort -u); do
@@ -43,8 +43,8 @@ need() {
   done
   if [ ${#missing[@]} -gt 0 ]; then
     say "Installing ${#missing[@]} packages: ${missing[*]}"
-    as_root apt-get -q update >/dev/null || fail "apt-get update; is the network up?"
-    # Another installation may be running on a machine that has just started.
+    as_root apt-get -q update >/dev/null || fail "apt-get update; check the network and /etc/apt"
+    # A machine that has just started may be running another installation.
     as_root DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 install -y \
       --no-install-recommends "${missing[@]}" >/dev/null || fail "apt-get install"
   fi
@@ -60,7 +60,7 @@ configure() {
   cmake --preset "$@" >"$log" 2>&1 || { cat "$log"; fail "configuring build/$preset"; }
 }
 
-# Passes on what a build prints, but of ninja's status lines only one for every 10 %.
+# Copies a build's output, but only one of ninja's status lines per 10 %.
 every_tenth() {
   local line shown=0
   while IFS= read -r line; do
@@ -74,7 +74,7 @@ every_tenth() {
   done
 }
 
-# build PRESET [BUILD-PRESET]: the whole tree of a preset, or what another build preset names of it.
+# build PRESET [BUILD-PRESET]: builds a preset's tree, or the targets of another build preset in it.
 build() {
   local preset=$1
   say "Building build/$preset"
@@ -108,7 +108,7 @@ run_tests() {
   passed=$((passed + all - lost))
   if grep '(Skipped)\|(Disabled)\|(Not Run)' "$log"; then
     status=1
-    say "A test that cannot run must fail, not skip"
+    say "These tests did not run; a test that cannot run must fail, not skip"
   fi
   if [ "$status" != 0 ]; then
     printf '==> FAILED: tests of %s; the whole log is %s\n' "$preset" "$log" >&2

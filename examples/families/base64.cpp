@@ -1,4 +1,4 @@
-// Binary data in a text setting.
+// Stores binary data in a text setting.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -6,8 +6,8 @@
 
 namespace {
 
-/// Decodes a text that must be base64 from its first byte to its last. The decoders end silently at
-/// the first byte that is none, so the size of what came out tells.
+/// Decodes a string that must be base64 throughout. The decoders end silently at the first other
+/// byte, so encode the result again and compare.
 bool decodeStrictly(const std::string& text, std::string& data) {
   data = VexaCommonUtils_i::decodeData(text);
   const auto size = static_cast<unsigned int>(data.size());
@@ -24,7 +24,7 @@ int main() {
   std::cout << text << ' ' << std::boolalpha << decodeStrictly(text, back) << ' ' << (back == data)
             << '\n';
 
-  std::cout << VexaCommonUtils::base64Decode("TWE") << ' '  // padding may be missing
+  std::cout << VexaCommonUtils::base64Decode("TWE") << ' '  // padding is optional
             << VexaCommonUtils::base64Decode("TWFu TWFu") << ' '
             << decodeStrictly("TWFu TWFu", back) << '\n';
 }

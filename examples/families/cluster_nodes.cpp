@@ -1,4 +1,4 @@
-// The addresses of the cluster's remote-client nodes.
+// Lists the addresses of the cluster's remote-client nodes.
 #include <VexaCommonUtils_i.h>
 
 #include <exception>
@@ -21,7 +21,7 @@ int main() {
   std::cout << VexaCommonUtils_i::GetAllWebswingNodeIPs(addresses) << '\n';
   for (const std::string& address : addresses) std::cout << "  " << address << '\n';
 
-  // A document of the wrong kinds raises the JSON library's exception.
+  // Members of the wrong kinds raise the JSON library's exception.
   scratch.write(list, R"({"nodeList": ["node-1"]})");
   try {
     VexaCommonUtils_i::GetAllWebswingNodeIPs(addresses);

@@ -1,5 +1,4 @@
-// Where a service finds its files: the variables of its deployment, a configuration file, the trace
-// directory.
+// Finds a service's files: environment variables, a configuration file, the trace directory.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -15,7 +14,7 @@ int main() {
   scratch.name("_APP_LOG_DIR", "logs");
   scratch.write("app/conf/setting.cfg", "[TraceDir]\ntracedir = ${_APP_LOG_DIR}/trace\n");
 
-  // The application has a file of its own; of the other one not even the common tree has a copy.
+  // The application has its own setting.cfg; the other file does not exist anywhere.
   for (const char* name : {"setting.cfg", "missing.cfg"}) {
     std::cout << scratch.show(VexaCommonUtils_i::getConfFile(name)) << '\n';
   }
@@ -27,6 +26,6 @@ int main() {
             << VexaCommonUtils::replEnvVar("%REGION%/100%") << '\n'
             << VexaCommonUtils_i::VexareplaceEnvVar("${REGION}/$REGION") << '\n';
 
-  // Unset and empty read alike: ask getenv(3) where that matters.
+  // Unset and empty variables both give "": use getenv(3) to distinguish them.
   std::cout << '"' << VexaCommonUtils::Vexagetenv("UNSET_HERE") << '"' << '\n';
 }

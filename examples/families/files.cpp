@@ -1,4 +1,4 @@
-// Folders, whole files, copies and listings.
+// Creates directories, reads, copies and lists files.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -9,7 +9,7 @@
 int main() {
   const Scratch scratch;
 
-  // Nothing tells whether it worked; what comes next does.
+  // mkdir_all reports no error; the next step does.
   VexaCommonUtils::mkdir_all(scratch.path() + "/backup/today");
   const std::string source = scratch.write("data/nodes.xml", "<nodes/>\n");
   const std::string target = scratch.path() + "/backup/today/nodes.xml";
@@ -21,7 +21,7 @@ int main() {
   if (VexaCommonUtils::readFile(target, content) == 0) std::cout << content;
   std::cout << VexaCommonUtils::readFile(scratch.path() + "/missing", content) << ' ' << content;
 
-  // The pattern is part of a name, not its end.
+  // The pattern may be anywhere in a name.
   scratch.write("backup/nodes.xml.old", "");
   std::list<std::string> files;
   VexaCommonUtils::getFilesByDir(scratch.path() + "/backup", ".xml", files);

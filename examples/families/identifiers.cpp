@@ -1,5 +1,5 @@
-// Identifiers and time stamps. What they hold depends on the clock and the host, so their shape is
-// printed here.
+// Generates identifiers and time stamps. Their digits depend on the clock and the host, so only
+// their form is printed here.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -10,8 +10,8 @@
 
 namespace {
 
-/// An identifier that is unique in the process: two calls within one microsecond give the same
-/// text, so a number of our own follows.
+/// Returns an identifier unique within the process: two calls within one microsecond return the
+/// same UUID, so a counter follows.
 std::string uniqueName() {
   static std::atomic<unsigned long> number{0};
   return VexaCommonUtils_i::generateUUID() + "-" + std::to_string(++number);
@@ -20,7 +20,7 @@ std::string uniqueName() {
 }  // namespace
 
 int main() {
-  ::setenv("TZ", "UTC0", 1);  // before the first local time of the process
+  ::setenv("TZ", "UTC0", 1);  // before the process first reads the local time
 
   const std::string first = uniqueName();
   const std::string second = uniqueName();

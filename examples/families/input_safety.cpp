@@ -1,4 +1,4 @@
-// Names and texts from outside, checked before they reach the file system or a shell.
+// Checks untrusted names and strings before they reach the file system or a shell.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -22,7 +22,7 @@ int main() {
   std::cout << VexaCommonUtils_i::checkUnSafeStr("list -l") << ' '
             << VexaCommonUtils_i::checkUnSafeStr("list $(id)") << '\n';
 
-  // Any name as a file name, and back.
+  // Maps any name to a file name, and back.
   const std::string name = "node:7/trace";
   const std::string file = VexaCommonUtils::specialName2FileName(name);
   std::cout << file << ' ' << (VexaCommonUtils::fileName2SpecialName(file) == name) << '\n';

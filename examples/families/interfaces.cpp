@@ -1,5 +1,5 @@
-// The netmask of an address. A stand-in for "ifconfig" answers for an address that the kernel does
-// not know, so that every run prints the same.
+// Finds the netmask of an address. A fake ifconfig prints an address that the kernel does not have,
+// so that every run prints the same.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 #include <VexaNetUtils.h>
@@ -20,7 +20,7 @@ int main() {
   std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
   ::setenv("PATH", (scratch.path() + "/bin:" + std::getenv("PATH")).c_str(), 1);
 
-  // Loopback and addresses of another kind fail at once, before a shell sees them.
+  // Loopback and IPv6 addresses fail at once and never reach the shell.
   for (const char* text : {"192.0.2.7", "127.0.0.1", "fe80::1"}) {
     std::string ip = text;
     std::string netmask;
@@ -28,15 +28,15 @@ int main() {
     std::cout << text << ' ' << result << " \"" << netmask << "\"\n";
   }
 
-  // Lines of the tool without a mask raise an exception.
+  // Output of the tool without a mask raises an exception.
   std::string netmask;
   try {
     GetNetmaskByIpUseifconfig("192.0.2.9", netmask);
   } catch (const std::out_of_range&) {
-    std::cout << "the tool tells no mask\n";
+    std::cout << "the tool prints no mask\n";
   }
 
-  // An address as tools print it, in the form that look-ups compare.
+  // Removes the prefix length and normalizes the address, for comparisons.
   std::string address;
   GetInet6Address("FE80::1/64", address);
   VexaCommonUtils_i::formatStringIP(address);

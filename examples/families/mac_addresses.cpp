@@ -1,4 +1,4 @@
-// MAC addresses as text and bytes, and out of the lines of the interface tool.
+// Stores MAC addresses as a string and as bytes, and parses lines of ifconfig.
 #include <VexaNetUtils.h>
 
 #include <cstdio>
@@ -9,7 +9,7 @@ int main() {
   address = bytes;
   std::printf("%s\n", address.text);
 
-  // Case does not count. The right-hand side is const: C++20 would find two operators otherwise.
+  // Ignores case. The right operand is const because C++20 finds two operators otherwise.
   CMACAddress other;
   std::snprintf(other.text, sizeof other.text, "%s", "00:0c:29:ab:cd:ef");
   const CMACAddress& fixed = other;
@@ -22,8 +22,8 @@ int main() {
     std::printf("%s ends in %02X\n", name.c_str(), mac.mac[5]);
   }
 
-  // Of all local addresses only the text counts: tools give no bytes. How many there are is the
-  // machine's business.
+  // Read only `text` of local addresses: some sources set no bytes. Their number depends on the
+  // machine.
   std::vector<CMACAddress> all;
   const int count = GetLocalMACAddr(all);
   std::printf("%s\n", count == static_cast<int>(all.size()) ? "listed" : "?");

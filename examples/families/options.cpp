@@ -1,4 +1,4 @@
-// The words of a command line.
+// Reads a command line.
 #include <ArgsOptions.h>
 
 #include <iostream>
@@ -27,6 +27,6 @@ int main() {
   show("flags:", options.getFlags());
   std::cout << options.numberOfOptions() << " of " << options.numberOfargs() << '\n';
 
-  // A flag may stand last, where it has no value: ask for its presence.
+  // A flag that comes last has no value: test for its presence.
   std::cout << '"' << options.getOption("host3") << "\" " << options.hasOption("host3") << '\n';
 }

@@ -1,4 +1,4 @@
-// One instance of a job at a time: a lock between processes.
+// Lets one process at a time do a job.
 #include <VexaLocks.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@ const char* runOnce(VexaProcessLock& lock) {
   return lock.ExitProcessMutex() == 0 ? "done" : "the lock cannot be released";
 }
 
-/// What a second process meets.
+/// Tries the lock in a second process.
 void runInChild(VexaProcessLock& lock) {
   std::cout << std::flush;
   const pid_t child = ::fork();
@@ -36,15 +36,15 @@ int main() {
   const Scratch scratch;
   scratch.name("_APP_SHARE_DIR", "share");
 
-  VexaProcessLock lock("cleanup", "/lock/");  // the folder with both its slashes
-  lock.SetOutputType(OUTPUT_TYPE_SILENT);     // else messages mix with our own output
+  VexaProcessLock lock("cleanup", "/lock/");  // the directory with both slashes
+  lock.SetOutputType(OUTPUT_TYPE_SILENT);     // keeps messages out of our output
 
   if (lock.EnterProcessMutex() != 0) return 1;
   runInChild(lock);
   lock.ExitProcessMutex();
   runInChild(lock);
 
-  // Without the directory there is no lock; never exit an object that did not enter.
+  // Without the directory the lock fails. Exit only objects that entered.
   ::unsetenv("_APP_SHARE_DIR");
   std::cout << runOnce(lock) << '\n';
 }

@@ -1,4 +1,4 @@
-// SQL that is put together by hand, with text from outside, for an Oracle database.
+// Composes SQL by hand from untrusted strings, for an Oracle database.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -14,14 +14,14 @@ int main() {
 
   const std::string name = "100%_o'clock";
 
-  // A literal: quotes doubled, between quotes of our own.
+  // A literal: doubled quotes, between our own quotes.
   std::cout << "update node set name = '" << VexaCommonUtils::transDBUpdateString(name) << "'\n";
 
-  // A whole LIKE operand with its clause, wildcards on both sides.
+  // A whole LIKE operand with its clause, and wildcards on both sides.
   std::cout << "select * from node where name like "
             << VexaCommonUtils_i::TransferLikeSql(name, Vexacommon::FUZZY_QUERY_BOTH) << '\n';
 
-  // The same by hand, for a pattern with a wildcard in the middle.
+  // The same composed by hand, for a pattern with a wildcard in the middle.
   const auto part = [](const std::string& text) {
     return VexaCommonUtils::transDBSearchString(VexaCommonUtils::transDBUpdateString(text));
   };

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <string>
 
-/// A folder of the example's own below the system's temporary folder, removed with all it holds at
-/// the end of the object.
+/// A directory of the example's own below the system's temporary directory. The destructor removes
+/// it with its contents.
 class Scratch {
  public:
   Scratch() : m_path(std::filesystem::temp_directory_path() / "commutil-XXXXXX") {
@@ -24,13 +24,13 @@ class Scratch {
 
   const std::string& path() const { return m_path; }
 
-  /// Sets the environment variable `variable` to the folder `name` in here, which is made.
+  /// Creates the directory `name` in here and sets the environment variable `variable` to it.
   void name(const char* variable, const std::string& name) const {
     std::filesystem::create_directories(m_path + "/" + name);
     ::setenv(variable, (m_path + "/" + name).c_str(), 1);
   }
 
-  /// Writes the file `name`, making the folders above it. Returns its path.
+  /// Writes the file `name` and creates its directories. Returns its path.
   std::string write(const std::string& name, const std::string& text) const {
     const std::filesystem::path file = m_path + "/" + name;
     std::filesystem::create_directories(file.parent_path());
@@ -38,7 +38,7 @@ class Scratch {
     return file;
   }
 
-  /// Returns `text` with this folder's path written as "SCRATCH", the same in every run.
+  /// Returns `text` with this directory's path replaced by "SCRATCH", the same in every run.
   std::string show(std::string text) const {
     for (std::size_t at = text.find(m_path); at != text.npos; at = text.find(m_path)) {
       text.replace(at, m_path.size(), "SCRATCH");

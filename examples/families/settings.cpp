@@ -1,5 +1,5 @@
-// The deployment's switches: settings file, settings store, TS mode, database type. A settings
-// store answers where it is installed; without one, as here, the defaults of the switches hold.
+// Reads the deployment's switches: settings file, settings store, TS mode, database type. Without
+// an installed settings store, as here, the switches have their defaults.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -21,7 +21,7 @@ int main() {
   std::cout << "all addresses:          " << VexaCommonUtils::isListenAllIp() << '\n'
             << "loopback, wrong case:   " << VexaCommonUtils_i::isListenLoopback() << '\n';
 
-  // Nothing is kept before the file can be read, and everything from then on.
+  // Nothing is cached before the file can be read; then the result is.
   std::cout << "TS mode, no file:       " << VexaCommonUtils_i::isTsMode() << '\n';
   scratch.write("omc/etc/conf/TSSetting.cfg", "[TS]\nts_mode = true\n");
   std::cout << "TS mode:                " << VexaCommonUtils_i::isTsMode() << '\n';
@@ -32,11 +32,11 @@ int main() {
   ::setenv("APP_CONF_FILE", file.c_str(), 1);
   std::cout << "database:               " << VexaCommonUtils::getDBType() << '\n';
 
-  // One look-up of the store: the application's key, then the one for all.
+  // One lookup: the application's key, then the global one.
   std::string timeout;
   if (!VexaCommonUtils_i::GetSetParamValue("/vexa/common/setting_cfg/inventory/Timeout",
                                            "/vexa/common/setting_cfg/global/Timeout", timeout)) {
-    timeout = "30";  // the text may hold what a failing store left in it
+    timeout = "30";  // a failing store may have written to it
   }
   std::cout << "time-out:               " << timeout << '\n';
 }

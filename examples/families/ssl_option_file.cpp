@@ -1,4 +1,4 @@
-// The SSL option file of a service: its template with the options that it lacks.
+// Generates a service's SSL option file: the template with the missing options.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -15,7 +15,7 @@ int main() {
   ::setenv("APP_NAME", "inventory", 1);
   ::setenv("PROCESS_INSTANCE_ID", "7", 1);
 
-  // A template without the quoted option is a fault of the installation: catch what it raises.
+  // A template without the quoted option is an installation error and raises an exception.
   scratch.write("common/conf/svc_ssl.conf", "static Resource_Factory\n");
   try {
     VexaCommonUtils_i::get_svc_ssl_conf("svc_ssl.conf");
@@ -30,6 +30,6 @@ int main() {
   if (path.empty() || VexaCommonUtils::readFile(path, text) != 0) return 1;
   std::cout << scratch.show(path) << '\n' << text;
 
-  // Any other name is only looked up.
+  // For any other name, only finds the file.
   std::cout << scratch.show(VexaCommonUtils_i::get_svc_ssl_conf("svc.conf")) << '\n';
 }

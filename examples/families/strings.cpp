@@ -1,4 +1,4 @@
-// Trimming, splitting, replacing and formatting byte strings.
+// Trims, splits, replaces and formats byte strings.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 #include <VexaStringUtils.h>
@@ -7,13 +7,13 @@
 #include <iostream>
 
 int main() {
-  // The trims differ: blanks alone, or the bytes of a set.
+  // Trims spaces only, or any set of bytes.
   std::string line = "  name = value\r\n";
   std::cout << '[' << VexaCommonUtils::Vexaltrim(line).size() << "] ["
             << VexaCommonUtils_i::VexatrimAll(line, " \t\r\n") << "]\n";
 
-  // `split` takes any text and appends; `splitAll` sees 1024 bytes and counts what the vector
-  // holds.
+  // `split` has no length limit and appends; `splitAll` reads 1024 bytes and counts all elements of
+  // the vector.
   std::list<std::string> fields;
   VexaCommonUtils::split("eth0,,eth1,", ",", fields);
   std::vector<std::string> words{"before"};
@@ -26,11 +26,11 @@ int main() {
   VexaCommonUtils::stringReplace("\\", "/", path);
   std::cout << path << ' ' << ReplaceChar("50%", '%', "\\%") << ' ' << ToUpper("abz-9") << '\n';
 
-  // Empty texts pass the tests of classes: ask for emptiness too.
+  // The empty string passes these tests: also test for emptiness.
   std::cout << std::boolalpha << VexaCommonUtils_i::Isdigitstr("") << ' '
             << StringIsRight("00:1A:ff") << ' ' << StringIsRight("0x1f") << '\n';
 
-  std::array<char, 22> number{};  // the size that these formatters take for granted
+  std::array<char, 22> number{};  // the size that these functions require
   std::cout << VexaCommonUtils::ltoa(-5, number.data()) << ' ' << StrHexToInt("ff") << " \""
             << StrHexToInt("fff") << "\" " << VexaCommonUtils_i::getUpperIntVal(98.01) << '\n';
 

@@ -1,4 +1,4 @@
-// Wide text and the locale's multibyte text.
+// Converts between wide strings and multibyte strings of the locale.
 #include <VexaCommonUtils.h>
 #include <VexaLocale.h>
 
@@ -7,7 +7,7 @@
 
 int main() {
   ::setenv("LC_ALL", "C.UTF-8", 1);
-  // Early and from one thread: the first conversion would do it otherwise, amid other threads.
+  // Early and from one thread: otherwise the first conversion sets the locale while threads run.
   VexaLocale::Instance();
 
   const std::wstring wide = VexaCommonUtils::STR2WSTR(
@@ -16,7 +16,8 @@ int main() {
   std::cout << wide.size() << " characters, " << VexaCommonUtils::WSTR2STR(wide.c_str()).size()
             << " bytes\n";
 
-  // Failures are not reported: an invalid sequence ends the text, what cannot be encoded gives "".
+  // Failures are not reported: an invalid sequence ends the result, an unencodable character gives
+  // "".
   std::cout << VexaCommonUtils::STR2WSTR("ab\xFFzz").size() << " characters before the fault\n";
   const wchar_t beyond[] = {static_cast<wchar_t>(0xD800), L'\0'};
   std::cout << '"' << VexaCommonUtils::WSTR2STR(beyond) << "\"\n";

@@ -1,4 +1,4 @@
-// Threads that work side by side and report in the order in which they began.
+// Threads work concurrently and report in the order in which they began.
 #include <VexaLocks.h>
 
 #include <cstdio>
@@ -10,12 +10,12 @@
 
 namespace {
 
-/// One job: reserves its place in line, tells so, works, and reports when its turn comes.
+/// Reserves its place, fulfills `reserved`, works, and reports in its turn.
 void doJob(VexaToken& token, std::promise<void> reserved, int number) {
   token.grab();
   token.letgo();
   reserved.set_value();
-  // Work in any order here. Whatever it comes to, the place must be used: others stand behind it.
+  // Work in any order here. Every reservation must be used, even after a failure: later ones wait.
   if (token.acquire(nullptr, nullptr, nullptr) != 0) return;
   std::printf("job %d\n", number);
   token.release();
@@ -27,8 +27,7 @@ int main() {
   VexaToken token;
   std::vector<std::thread> threads;
   for (int number = 1; number <= 4; ++number) {
-    // A place belongs to the thread that reserves it: the next job begins when this one has its
-    // own.
+    // A reservation belongs to its thread: the next job starts when this one has reserved.
     std::promise<void> reserved;
     const std::future<void> done = reserved.get_future();
     threads.emplace_back(doJob, std::ref(token), std::move(reserved), number);
@@ -36,6 +35,6 @@ int main() {
   }
   for (std::thread& thread : threads) thread.join();
 
-  // Without a reservation there is no token, free as it may be.
+  // Without a reservation, acquire fails even if the token is free.
   std::printf("%d\n", token.acquire(nullptr, nullptr, nullptr));
 }

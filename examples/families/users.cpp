@@ -1,4 +1,4 @@
-// The user database and the process's own words.
+// Reads the user database and the process's command line.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 #include <pwd.h>
@@ -8,7 +8,7 @@
 #include <iostream>
 
 int main() {
-  // The entry's texts stand in the buffer, which must outlive it.
+  // The strings of the entry are in the buffer, which must outlive it.
   std::array<char, 1024> buffer{};
   passwd entry{};
   if (VexaCommonUtils_i::securityGetpwuid(0, entry, buffer.data(), buffer.size())) {
@@ -23,6 +23,6 @@ int main() {
   VexaCommonUtils_i::getCommandLine(words);
   std::cout << words.size() << " word or more: " << !words.front().empty() << '\n';
 
-  // In the main thread, which this is.
+  // This is the main thread.
   std::cout << (VexaCommonUtils::getKernelThreadIDForFS() == ::getpid()) << '\n';
 }

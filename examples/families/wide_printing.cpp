@@ -1,4 +1,4 @@
-// Formatted wide text.
+// Formats and prints wide text.
 #include <VexaLocale.h>
 #include <VexaWideIO.h>
 
@@ -7,17 +7,17 @@
 
 int main() {
   ::setenv("LC_ALL", "C.UTF-8", 1);
-  VexaLocale::Instance();  // else what is not ASCII fails to print
+  VexaLocale::Instance();  // otherwise only ASCII prints
 
-  // The first output makes standard output wide: use no bytes on it from here on.
+  // The first output makes standard output wide: write no bytes to it after that.
   Vexawprintf(L"%ls has %d nodes\n", L"M\u00FCnchen", 3);
 
-  // 4096 wide characters, whatever the text: the functions take that for granted.
+  // Every buffer must have 4096 wide characters.
   std::vector<wchar_t> text(4096);
   Vexaswprintf(text.data(), L"%08.3f", 3.14159);
   Vexawprintf(L"%ls\n", text.data());
 
-  // What does not fit leaves nothing, not a part.
+  // A result that does not fit leaves an empty string, not a part.
   Vexaswprintf(text.data(), L"%5000d", 1);
   Vexawprintf(L"[%ls]\n", text.data());
 

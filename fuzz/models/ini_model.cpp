@@ -21,7 +21,7 @@ IniModel::IniModel(std::string_view text) : m_rest(text) {
   if (m_rest.substr(0, kByteOrderMark.size()) == kByteOrderMark)
     m_rest.remove_prefix(kByteOrderMark.size());
   m_rest = m_rest.substr(0, m_rest.find('\0'));
-  for (skipBlanks(); !m_rest.empty(); skipBlanks()) {
+  for (skipWhitespace(); !m_rest.empty(); skipWhitespace()) {
     if (m_rest.front() == ';' || m_rest.front() == '#') {
       skipLine();
     } else if (m_rest.front() == '[') {
@@ -52,7 +52,7 @@ void IniModel::skipLine() {
   while (!atLineEnd()) m_rest.remove_prefix(1);
 }
 
-void IniModel::skipBlanks() {
+void IniModel::skipWhitespace() {
   m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
 }
 
@@ -69,7 +69,7 @@ std::pair<std::string, bool> IniModel::textBefore(char end) {
 
 void IniModel::readSection() {
   m_rest.remove_prefix(1);
-  skipBlanks();  // line ends too: the name may stand on a later line
+  skipWhitespace();  // line ends too: the name may be on a later line
   std::tie(m_section, m_inSection) = textBefore(']');
   if (!m_inSection) return;
   m_sections[m_section];

@@ -10,7 +10,7 @@
 namespace commutil_fuzz {
 namespace {
 
-/// Cuts `output` behind line feeds and after `longest` bytes at the latest.
+/// Splits `output` after line feeds and after at most `longest` bytes.
 std::list<std::string> pieces(const std::string& output, std::size_t longest) {
   std::list<std::string> result;
   for (std::size_t at = 0; at < output.size();) {

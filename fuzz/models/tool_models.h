@@ -5,26 +5,26 @@
 #include <optional>
 #include <string>
 
-// What is read off the output of commands, a step at a time.
+// Models of the parsers of command output, one step per function.
 
 namespace commutil_fuzz {
 
-/// The output that a reader of pieces of at most 127 bytes for C strings keeps: what follows a NUL
-/// in its piece is lost.
+/// Returns the output as kept by a reader of 127-byte pieces as C strings: bytes after a NUL in a
+/// piece are lost.
 std::string modelOutput(const std::string& output);
 
-/// The lines that fgets(3) gives with a buffer of `size` bytes, each up to its first NUL.
+/// Returns the lines that fgets(3) reads with a buffer of `size` bytes, each up to its first NUL.
 std::list<std::string> modelLines(const std::string& output, std::size_t size);
 
 using MacBytes = std::array<unsigned char, 6>;
 
-/// Six hexadecimal fields between ":"; none for any other number of them.
+/// Parses six hexadecimal fields between ":"; returns nothing for any other number of fields.
 std::optional<MacBytes> modelMacBytes(const std::string& text);
 
-/// The address behind the first "ether" of a line, or of a line without the word.
+/// Returns the address after the first "ether" of a line, or of a line without "ether".
 std::optional<MacBytes> modelEther(const std::string& line);
 
-/// The address in the field behind the first field "ether".
+/// Returns the address in the field after the first field "ether".
 std::optional<MacBytes> modelZirelEther(const std::string& line);
 
 }  // namespace commutil_fuzz

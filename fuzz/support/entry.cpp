@@ -1,4 +1,4 @@
-// Where libFuzzer calls a target.
+// Defines the function that libFuzzer calls.
 #include "support/input.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -4,19 +4,19 @@
 #include <string_view>
 #include <type_traits>
 
-// Properties that hold for every input. One that does not ends the process, which is libFuzzer's
-// finding; the message tells what was expected, the stack where.
+// Properties that hold for every input. A violation ends the process with a message, which
+// libFuzzer reports as a finding.
 
 namespace commutil_fuzz {
 
 /// Ends the process with a message on standard error.
 [[noreturn]] void fail(const std::string& message);
 
-/// A text between double quotes, with what is not printable as \xNN.
+/// Returns a string between double quotes, unprintable bytes as \xNN.
 std::string quoted(std::string_view text);
 std::string quoted(std::wstring_view text);
 
-/// A value as a message shows it; ranges are shown by their elements.
+/// Prints a value for a message; a range by its elements.
 template <class T>
 std::string shown(const T& value) {
   if constexpr (std::is_convertible_v<const T&, std::string_view>) {

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "platform/file_io.h"
+#include "os/file_io.h"
 #include "support/c_library.h"
 #include "support/expect.h"
 
@@ -25,11 +25,11 @@ std::FILE* FakeShell::open(const std::string& command) {
   const std::optional<std::string> output = m_answer(command);
   if (!output) return nullptr;
   commutil::Descriptor file(::memfd_create("output", MFD_CLOEXEC));
-  expect(static_cast<bool>(file), "a file in memory can be made");
+  expect(static_cast<bool>(file), "a file in memory can be created");
   expect(commutil::writeAll(file.get(), *output), "a file in memory can be written");
   ::lseek(file.get(), 0, SEEK_SET);
   std::FILE* const stream = ::fdopen(file.release(), "r");
-  expect(stream != nullptr, "a stream can be made");
+  expect(stream != nullptr, "a stream can be created");
   ++m_open;
   return stream;
 }

@@ -7,11 +7,11 @@
 
 namespace commutil_fuzz {
 
-/// While one exists, no command that the library hands to a shell runs: this answers in its place,
-/// by the program's own popen(3) and pclose(3), which stand before the C library's.
+/// While one exists, the library's shell commands do not run: it supplies their output through the
+/// program's own popen(3) and pclose(3), which the linker finds before the C library's.
 class FakeShell {
  public:
-  /// What a command prints; none when it cannot be started.
+  /// Returns what a command prints; nothing if it cannot be started.
   using Answer = std::function<std::optional<std::string>(const std::string& command)>;
 
   explicit FakeShell(Answer answer);
@@ -21,7 +21,7 @@ class FakeShell {
 
   std::FILE* open(const std::string& command);
   int close(std::FILE* stream);
-  /// The number of streams that were not closed yet.
+  /// Returns the number of streams that are not closed yet.
   int openStreams() const { return m_open; }
 
  private:

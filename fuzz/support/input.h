@@ -8,11 +8,11 @@
 
 namespace commutil_fuzz {
 
-/// A text as a C string has it: up to its first NUL.
+/// Returns a string as C code reads it: up to its first NUL.
 inline std::string upToNul(const std::string& text) { return text.substr(0, text.find('\0')); }
 
-/// What one run is fed with, taken from its front: choices, which are single characters ("0", "1",
-/// ...), and fields, which end at the byte 0x1F. The last part of an input is taken as it is.
+/// The input of one run, consumed from the front: choices, which are single characters ("0", "1",
+/// ...), fields, which end at the byte 0x1F, and the rest.
 class Input {
  public:
   Input(const std::uint8_t* data, std::size_t size)
@@ -20,7 +20,7 @@ class Input {
 
   bool empty() const { return m_rest.empty(); }
 
-  /// The next byte; NUL behind the end.
+  /// Returns the next byte; NUL after the end.
   char byte() {
     if (m_rest.empty()) return '\0';
     const char next = m_rest.front();
@@ -28,10 +28,10 @@ class Input {
     return next;
   }
 
-  /// A number below `count`.
+  /// Returns a number below `count`.
   unsigned choice(unsigned count) { return static_cast<unsigned char>(byte() - '0') % count; }
 
-  /// The text up to the next 0x1F, or all that is left.
+  /// Returns the bytes up to the next 0x1F, or the rest.
   std::string field() {
     const std::size_t end = std::min(m_rest.find('\x1F'), m_rest.size());
     std::string text(m_rest.substr(0, end));
@@ -39,10 +39,10 @@ class Input {
     return text;
   }
 
-  /// A field up to its first NUL.
+  /// Returns a field up to its first NUL.
   std::string cText() { return upToNul(field()); }
 
-  /// All that is left, with any byte in it.
+  /// Returns the rest, any bytes included.
   std::string rest() {
     std::string text(m_rest);
     m_rest = {};
@@ -53,7 +53,7 @@ class Input {
   std::string_view m_rest;
 };
 
-/// What each target defines: one run. It ends the process where a property does not hold.
+/// The function that each target defines: one run. Ends the process if a property does not hold.
 void testInput(Input& input);
 
 }  // namespace commutil_fuzz

@@ -8,14 +8,14 @@
 #include <fstream>
 #include <iterator>
 
-#include "platform/file_io.h"
+#include "os/file_io.h"
 #include "support/expect.h"
 
 namespace commutil_fuzz {
 
 Scratch::Scratch()
     : m_path((std::filesystem::temp_directory_path() / "commutil-fuzz-XXXXXX").string()) {
-  expect(::mkdtemp(m_path.data()) != nullptr, "a temporary folder can be made");
+  expect(::mkdtemp(m_path.data()) != nullptr, "a temporary directory can be created");
 }
 
 Scratch::~Scratch() {
@@ -35,7 +35,7 @@ std::string Scratch::write(std::string_view name, std::string_view content) cons
   std::string path = *this / name;
   const commutil::Descriptor file(
       ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-  expect(static_cast<bool>(file), "a file can be made in the temporary folder");
+  expect(static_cast<bool>(file), "a file can be created in the temporary directory");
   expect(commutil::writeAll(file.get(), content), "a temporary file can be written");
   return path;
 }

@@ -5,7 +5,8 @@
 
 namespace commutil_fuzz {
 
-/// The one folder that a target writes to: made below TMPDIR, removed when the process exits.
+/// The only directory that a target writes to: created below TMPDIR, removed when the process
+/// exits.
 class Scratch {
  public:
   Scratch();
@@ -14,21 +15,21 @@ class Scratch {
   Scratch& operator=(const Scratch&) = delete;
 
   const std::string& path() const { return m_path; }
-  /// The path of `name` below the folder.
+  /// Returns the path of `name` below the directory.
   std::string operator/(std::string_view name) const;
-  /// Makes the folder `name` and those above it.
+  /// Creates the directory `name` and its parents.
   void makeFolder(std::string_view name) const;
-  /// Writes a file, whose folder exists, and returns its path.
+  /// Writes a file in an existing directory and returns its path.
   std::string write(std::string_view name, std::string_view content) const;
 
  private:
   std::string m_path;
 };
 
-/// The bytes of a file that must be readable.
+/// Returns the bytes of a file that must be readable.
 std::string contentOf(const std::string& path);
 
-/// Sets a variable of the environment for the rest of the process.
+/// Sets an environment variable until the process ends.
 void setVariable(const char* name, const std::string& value);
 
 }  // namespace commutil_fuzz

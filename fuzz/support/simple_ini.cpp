@@ -1,5 +1,5 @@
-// The parser behind the INI reader, compiled here as the library's sources are: the system's own
-// shows libFuzzer no coverage and the sanitizers no faults.
+// The parser of the INI reader, compiled with fuzzing flags: the system's build has no coverage and
+// no sanitizers.
 #define SI_IMPLEMENTATION
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>

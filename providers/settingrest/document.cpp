@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/json_parse.h"
+#include "bytes/json_parse.h"
 
 namespace settingrest {
 namespace {
@@ -21,14 +21,15 @@ Json::CharReaderBuilder strictBuilder() {
   return builder;
 }
 
-/// Returns the first line of the parser's complaint, which tells the place: "Line 1, Column 2".
+/// Returns the first line of the parser's error message, which has the position: "Line 1, Column
+/// 2".
 std::string placeOf(const std::string& complaint) {
   const std::size_t begin = complaint.find_first_not_of("* ");
   if (begin == std::string::npos) return "unknown place";
   return complaint.substr(begin, complaint.find('\n', begin) - begin);
 }
 
-/// Parses `text` as jsoncpp does, but for lack of memory, which is std::bad_alloc.
+/// Parses `text` as jsoncpp does, but throws std::bad_alloc if memory runs out.
 Json::Value parseValue(std::string_view text) {
   try {
     Json::Value root;
@@ -44,7 +45,7 @@ Json::Value parseValue(std::string_view text) {
 Json::Value parse(std::string_view text) {
   Json::Value root = parseValue(text);
   if (!root.isObject()) throw std::runtime_error("not an object");
-  // The parser overlooks what is no JSON token behind the document.
+  // The parser ignores what follows the document and is not a JSON token.
   const auto end = static_cast<std::size_t>(root.getOffsetLimit());
   if (text.find_first_not_of(" \t\r\n", end) != std::string_view::npos)
     throw std::runtime_error("text behind the document");
@@ -74,7 +75,7 @@ void Document::add(const std::string& path, const Json::Value& value, const char
   } else if (value.isString()) {
     m_values[path] = value.asString();
   } else if (value.isNumeric() || value.isBool()) {
-    // As the document spells it: no digit is lost or added on the way through a number.
+    // As written in the document: a conversion to a number could lose or add digits.
     m_values[path].assign(text + value.getOffsetStart(), text + value.getOffsetLimit());
   }
 }

@@ -9,7 +9,7 @@ class Value;
 
 namespace settingrest {
 
-/// The settings of one JSON document by their whole path. Never changes once parsed.
+/// The settings of one JSON document by their full paths. Immutable once parsed.
 class Document {
  public:
   /// Reads the settings from `text`.
@@ -17,13 +17,13 @@ class Document {
   /// @throws std::bad_alloc  out of memory
   explicit Document(const std::string& text);
 
-  /// Returns the value of `key`, null when there is none. A "/" in front of it may be left out.
+  /// Returns the value of `key`, null if there is none. Its leading "/" is optional.
   const std::string* find(const std::string& key) const;
 
   /// Returns every setting by its path.
   const std::map<std::string, std::string>& values() const { return m_values; }
 
-  /// Returns the parameters directly below `group`, with or without a "/" at its end.
+  /// Returns the parameters directly below `group`, whose final "/" is optional.
   std::map<std::string, std::string> below(const std::string& group) const;
 
  private:

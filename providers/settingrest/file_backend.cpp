@@ -11,8 +11,8 @@
 #include <tuple>
 #include <utility>
 
-#include "platform/file_io.h"
-#include "platform/handles.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 #include "report.h"
 
 namespace settingrest {

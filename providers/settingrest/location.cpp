@@ -11,9 +11,9 @@ namespace {
 constexpr const char* kRootVariables[] = {"_APP_SHARE_DIR", "APP_ROOT", "COMMON_LIB_PATH"};
 constexpr const char* kFileName = "/conf/settings.json";
 
-std::string_view variable(const char* name) {
+const char* variable(const char* name) {
   const char* const value = std::getenv(name);
-  return value == nullptr ? std::string_view() : std::string_view(value);
+  return value == nullptr ? "" : value;
 }
 
 int hexDigit(char c) {
@@ -23,7 +23,7 @@ int hexDigit(char c) {
   return -1;
 }
 
-/// Decodes the %XX of a URL; nothing for an incomplete one and for a NUL, which no path holds.
+/// Decodes the %XX of a URL; returns nothing for an incomplete one or a NUL, which no path has.
 std::optional<std::string> percentDecode(std::string_view text) {
   std::string decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -41,7 +41,7 @@ std::optional<std::string> percentDecode(std::string_view text) {
   return decoded;
 }
 
-/// Removes `prefix`, in any mix of case, from the front of `text`.
+/// Removes `prefix`, ignoring case, from the front of `text`.
 bool consume(std::string_view& text, std::string_view prefix) {
   if (text.size() < prefix.size()) return false;
   for (std::size_t i = 0; i < prefix.size(); ++i) {
@@ -62,11 +62,11 @@ std::optional<std::string> pathOf(std::string_view url, std::string_view scheme)
 
 }  // namespace
 
-std::string_view locationUrl() { return variable(kUrlVariable); }
+const char* locationUrl() { return variable(kUrlVariable); }
 
 std::optional<Location> findLocation() {
-  const std::string_view url = locationUrl();
-  if (!url.empty()) return Location{true, std::string(url)};
+  std::string url = locationUrl();
+  if (!url.empty()) return Location{true, std::move(url)};
   for (const char* const name : kRootVariables) {
     std::string path(variable(name));
     if (path.empty()) continue;

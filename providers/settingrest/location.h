@@ -8,7 +8,7 @@ namespace settingrest {
 
 inline constexpr const char* kUrlVariable = "SETTINGREST_URL";
 
-/// A store: a URL as the environment has it, or the path of a file that was found.
+/// A store: a URL from the environment, or the path of a file that was found.
 struct Location {
   bool isUrl;
   std::string text;
@@ -19,9 +19,9 @@ struct Location {
 };
 
 /// Returns the value of the variable that names a store by URL, "" if there is none.
-std::string_view locationUrl();
+const char* locationUrl();
 
-/// Returns the store that the environment names at this moment; nothing if it names none.
+/// Returns the store that the environment names now; nothing if it names none.
 std::optional<Location> findLocation();
 
 /// Returns the file that a "file:" URL names; nothing if `url` is not one or is malformed.

@@ -1,4 +1,4 @@
-// Lets the operator's command tell this store from another one of the same name.
+// Lets the operator's command distinguish this store from others of the same name.
 namespace settingrest {
 
 extern const char kMark[];

@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "platform/file_io.h"
+#include "os/file_io.h"
 
 namespace settingrest {
 

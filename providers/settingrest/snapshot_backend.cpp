@@ -11,7 +11,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "report.h"
 
 namespace settingrest {
@@ -25,14 +25,15 @@ std::int64_t coarseMilliseconds() {
   return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
-/// Returns `path` with a "/" in front, as every setting has it.
-KeyParts absolute(std::string_view path) { return {path.substr(0, 1) == "/" ? "" : "/", path, ""}; }
+/// Returns `path` without the "/" in front, which may be left out.
+std::string_view withoutSlash(std::string_view path) {
+  return path.substr(path.substr(0, 1) == "/" ? 1 : 0);
+}
 
 /// Returns what the keys of the parameters of `group` begin with.
 KeyParts prefixOf(std::string_view group) {
-  KeyParts parts = absolute(group);
-  if (!group.empty() && group.back() != '/') parts.back = "/";
-  return parts;
+  const bool isWhole = group.empty() || group.back() == '/';
+  return {"/", withoutSlash(group), isWhole ? "" : "/"};
 }
 
 }  // namespace
@@ -43,12 +44,9 @@ Answer SnapshotBackend::findValue(const std::string& key, std::string& value) {
   const Published<State>::Pin state = current();
   if (!state || !state->snapshot) return Answer::noStore;
   const SnapshotView& view = state->snapshot->view;
-  const KeyParts parts = absolute(key);
-  const std::size_t index = view.lowerBound(parts);
+  const std::size_t index = state->snapshot->keys.find(withoutSlash(key));
   if (index == view.size()) return Answer::absent;
-  const SnapshotView::Entry found = view.entry(index);
-  if (parts.compareTo(found.key) != 0) return Answer::absent;
-  value.assign(found.value);
+  value.assign(view.entry(index).value);
   return Answer::found;
 }
 

@@ -9,6 +9,7 @@
 
 #include "backend.h"
 #include "file_identity.h"
+#include "key_index.h"
 #include "mapping.h"
 #include "published.h"
 #include "settingrest/snapshot_format.h"
@@ -27,10 +28,11 @@ class SnapshotBackend : public Backend {
  private:
   struct Snapshot {
     explicit Snapshot(std::unique_ptr<const Mapping> bytes)
-        : mapping(std::move(bytes)), view(mapping->bytes()) {}
+        : mapping(std::move(bytes)), view(mapping->bytes()), keys(view) {}
 
     std::unique_ptr<const Mapping> mapping;
     SnapshotView view;
+    KeyIndex keys;
   };
 
   /// What was found in the file's place last.

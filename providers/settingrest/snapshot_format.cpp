@@ -92,13 +92,6 @@ std::string snapshotFault(std::string_view bytes) {
 
 SnapshotView::SnapshotView(std::string_view bytes) : m_bytes(bytes), m_header(headerOf(bytes)) {}
 
-SnapshotView::Entry SnapshotView::entry(std::size_t index) const {
-  const SnapshotFileEntry record = recordOf(m_bytes, index);
-  return {{m_bytes.data() + record.keyOffset, record.keyBytes},
-          {m_bytes.data() + record.valueOffset, record.valueBytes},
-          record.revision};
-}
-
 std::size_t SnapshotView::lowerBound(const KeyParts& parts) const {
   std::size_t first = 0;
   std::size_t count = size();

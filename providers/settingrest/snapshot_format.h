@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -79,7 +80,14 @@ class SnapshotView {
   const SnapshotFileHeader& header() const { return m_header; }
   std::size_t size() const { return static_cast<std::size_t>(m_header.entryCount); }
 
-  Entry entry(std::size_t index) const;
+  Entry entry(std::size_t index) const {
+    SnapshotFileEntry record{};
+    std::memcpy(&record, m_bytes.data() + sizeof(SnapshotFileHeader) + index * sizeof record,
+                sizeof record);
+    return {{m_bytes.data() + record.keyOffset, record.keyBytes},
+            {m_bytes.data() + record.valueOffset, record.valueBytes},
+            record.revision};
+  }
 
   /// Returns the index of the first entry whose key is not less than the `parts` of a key.
   std::size_t lowerBound(const KeyParts& parts) const;

@@ -1,5 +1,6 @@
 // Finds the store that the environment names and picks the backend for its URL's scheme. Called on
 // every lookup.
+#include <cstring>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -48,10 +49,11 @@ Published<Choice>::Pin choose(const Location& place) {
 }  // namespace
 
 Published<Choice>::Pin currentChoice() {
-  const std::string_view url = locationUrl();
-  if (!url.empty()) {
+  const char* const url = locationUrl();
+  if (*url != '\0') {
     Published<Choice>::Pin choice = lastChoice.value.pin();
-    if (choice && choice->place.isUrl && choice->place.text == url) return choice;
+    if (choice && choice->place.isUrl && std::strcmp(choice->place.text.c_str(), url) == 0)
+      return choice;
   }
   const std::optional<Location> place = findLocation();
   return place ? choose(*place) : Published<Choice>::Pin();

@@ -1,6 +1,4 @@
-// The process environment: the one look-up of a variable and the expanders of references to
-// variables. Everything that is found through the environment comes here. Nothing is cached; safe
-// between threads as long as none of them changes the environment.
+// The lookup of environment variables and the expanders of references to them.
 #include <array>
 #include <cstdlib>
 #include <string_view>
@@ -12,7 +10,8 @@ namespace {
 
 constexpr std::size_t kShortName = 128;
 
-/// The value of the variable `name`, which getenv(3) reads up to its first NUL; null when not set.
+/// Returns the value of the variable `name`, which getenv(3) reads up to its first NUL; null if not
+/// set.
 const char* lookUp(std::string_view name) {
   if (name.size() >= kShortName) return std::getenv(std::string(name).c_str());
   std::array<char, kShortName> terminated;  // NOLINT(*-member-init): filled below
@@ -22,10 +21,10 @@ const char* lookUp(std::string_view name) {
 }
 
 /// Replaces references written `open` NAME `close`, in one pass from left to right. A variable set
-/// to the empty text counts as unset: its reference stays as written.
+/// to the empty string counts as unset: its reference stays as written.
 std::string expand(std::string_view text, std::string_view open, char close) {
   std::string result;
-  result.reserve(text.size() + text.size() / 4);  // values tend to be longer than references
+  result.reserve(text.size() + text.size() / 4);  // values are mostly longer than references
   std::size_t start = 0;
   while (start < text.size()) {
     const std::size_t reference = text.find(open, start);

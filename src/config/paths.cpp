@@ -1,6 +1,3 @@
-// Where the platform's configuration files, trace files and lock dump are, composed from
-// environment variables. Used by the settings, the SSL option file and the checks of input. Safe
-// between threads; the trace directory is the one thing kept.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -8,8 +5,8 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "config/uncached.h"
+#include "os/lazy_value.h"
 #include "platform/ini_reader.h"
-#include "platform/lazy_value.h"
 
 namespace {
 
@@ -45,8 +42,7 @@ std::string VexaCommonUtils::getTracePath() {
 }
 
 std::string VexaCommonUtils::getDumpAllLocksFile() {
-  // Unlike everywhere else a variable set to the empty text counts: getenv tells it from an unset
-  // one.
+  // Only here a variable set to the empty string counts: getenv distinguishes it from an unset one.
   const char* const file = std::getenv("VEXA_DUMP_ALL_LOCKS_FILE");
   return file != nullptr ? file : "/tmp/lockInfo.dump";
 }

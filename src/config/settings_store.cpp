@@ -1,6 +1,4 @@
-// The platform's settings store, served by a separately installed library that is loaded on first
-// use. Used by the deployment switches and the SSL option file. Safe between threads; calls into a
-// loaded store are not serialised.
+// The platform's settings store, a separately installed library that is loaded on first use.
 #include <ace/DLL.h>
 #include <ace/DLL_Manager.h>
 #include <ace/Guard_T.h>
@@ -19,7 +17,7 @@ namespace {
 constexpr const char* kStoreLibrary = "libsettingrest.so";
 constexpr int kUnavailable = -1;
 
-/// Reaches what ACE keeps from its users: the table of loaded libraries.
+/// Accesses a protected member of ACE: the table of loaded libraries.
 class LibraryTable : public ACE_DLL_Manager {
  public:
   static bool allocate(ACE_DLL_Manager& manager) {
@@ -27,8 +25,8 @@ class LibraryTable : public ACE_DLL_Manager {
   }
 };
 
-/// Creates ACE's manager of libraries; throws std::bad_alloc if that takes more memory than there
-/// is. ACE itself would leave a manager without its table, which opens nothing.
+/// Creates ACE's manager of libraries; throws std::bad_alloc if memory runs out. ACE itself would
+/// leave a manager without its table, which cannot open anything.
 bool createManager() {
   static constinit bool lacksTable = false;  // guarded by the caller's static
   errno = 0;
@@ -40,18 +38,18 @@ bool createManager() {
   return true;
 }
 
-/// The library that `store` has opened; null if the system cannot tell.
+/// Returns the library that `store` has opened; null if the system cannot tell.
 const link_map* libraryOf(const ACE_DLL& store) {
   link_map* library = nullptr;
   const int result = ::dlinfo(store.get_handle(), RTLD_DI_LINKMAP, &library);
   return result == 0 ? library : nullptr;
 }
 
-/// Opens the store. Throws std::bad_alloc if ACE could not copy the name and opened the program in
-/// the store's place, which it would then do for every later call.
+/// Opens the store. Throws std::bad_alloc if ACE could not copy the name: it then opens the program
+/// instead of the store, and would do so for every later call.
 bool open(ACE_DLL& store) {
   // ACE creates its manager without a barrier between threads, and each entry point has its own
-  // lock: the static's guard replaces it.
+  // lock, so the static's guard is the barrier.
   [[maybe_unused]] static const bool hasManager = createManager();
   if (store.open(kStoreLibrary) != 0) return false;
   const link_map* const library = libraryOf(store);
@@ -60,16 +58,16 @@ bool open(ACE_DLL& store) {
   throw std::bad_alloc();
 }
 
-/// Keeps the library of `store` mapped for the life of the process: ACE unloads it with the last of
-/// its handle objects, under the cached entry points. Returns whether it could.
+/// Keeps the library of `store` mapped until the process ends: ACE unloads it with the last of its
+/// handle objects, while entry points are still cached. Returns whether it could.
 bool pin(const ACE_DLL& store) {
   const link_map* const library = libraryOf(store);
   return library != nullptr && ::dlopen(library->l_name, RTLD_LAZY | RTLD_NOLOAD) != nullptr;
 }
 
-/// Loads the store and calls the entry point `name`, which is left in `resolved` before the call:
-/// the store may come back to the same lookup from inside it. Nothing is kept of a library that
-/// lacks the entry point, so that a better one is found later.
+/// Loads the store and calls the entry point `name`, which is set in `resolved` before the call:
+/// the store may call the same lookup recursively. Caches nothing of a library without the entry
+/// point, so that a better one is found later.
 template <class Function, class Output>
 int loadAndCall(std::atomic<Function>& resolved, ACE_Guard<ACE_Thread_Mutex>& guard,
                 const char* name, const std::string& key, Output& output) {
@@ -79,13 +77,13 @@ int loadAndCall(std::atomic<Function>& resolved, ACE_Guard<ACE_Thread_Mutex>& gu
   if (function == nullptr || pin(store)) {
     resolved.store(function, std::memory_order_release);
   } else {
-    guard.release();  // the lookup that comes back from inside the call must load the store again
+    guard.release();  // a recursive lookup must load the store again
   }
   return function != nullptr ? function(key, output) : kUnavailable;
 }
 
-/// Asks the store's entry point `name`, the only one whose answers are of type `Output`. It is kept
-/// once it is found, with a lock of its own.
+/// Calls the store's entry point `name`, the only one with a result of type `Output`. Once found,
+/// it is cached, with its own lock.
 template <class Output>
 int ask(const char* name, const std::string& key, Output& output) {
   using Function = int (*)(const std::string& key, Output& output);

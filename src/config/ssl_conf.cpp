@@ -1,6 +1,3 @@
-// The SSL option file of a service: its template with the options that the template lacks filled in
-// from the settings store. Called by services that start their CORBA layer with SSL. Safe between
-// threads; the file is generated once per process.
 #include <ace/Guard_T.h>
 #include <ace/Thread_Mutex.h>
 #include <fcntl.h>
@@ -15,8 +12,8 @@
 #include "VexaCommonUtils_i.h"
 #include "config/store_keys.h"
 #include "config/uncached.h"
-#include "platform/file_io.h"
-#include "platform/handles.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 
 namespace {
 
@@ -39,9 +36,9 @@ std::string siteSetting(const std::string& parameter, const char* byDefault) {
   return found ? value : byDefault;
 }
 
-/// Adds the options that `text` lacks in front of the double quote that ends the argument string
-/// with "-SSLCAfile". Each check and each search sees what was inserted before. Where there is no
-/// such quote the insertion throws std::out_of_range, which is meant to reach the caller.
+/// Inserts the options that `text` lacks before the first double quote after "-SSLCAfile". Each
+/// check and each search includes earlier insertions. Without such a quote the insertion throws
+/// std::out_of_range, which must reach the caller.
 void addMissingOptions(std::string& text) {
   const std::size_t caFile = text.find("-SSLCAfile");
   const auto lacks = [&](const char* option) { return text.find(option) == std::string::npos; };
@@ -53,7 +50,7 @@ void addMissingOptions(std::string& text) {
     add("\n-SSLNoProtection");
 }
 
-/// Returns whether the file may be overwritten: its own, and under no other name.
+/// Returns whether the file may be overwritten: owned by this user or root, with no other name.
 bool isReplaceable(int fd) {
   struct stat status = {};
   if (::fstat(fd, &status) != 0) return false;
@@ -61,8 +58,8 @@ bool isReplaceable(int fd) {
   return isTrusted && S_ISREG(status.st_mode) && status.st_nlink == 1;
 }
 
-/// Opens and empties the file at `path`, for a directory that does not let it be removed. Empty if
-/// what is there is not replaceable, or cannot be closed to other readers before it is written.
+/// Opens and empties the file at `path`, in a directory that forbids its removal. Empty if the file
+/// may not be overwritten, or its mode cannot be set before it is written.
 Descriptor openExisting(const std::string& path) {
   Descriptor file(::open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!file || !isReplaceable(file.get())) return {};
@@ -70,8 +67,8 @@ Descriptor openExisting(const std::string& path) {
   return file;
 }
 
-/// Creates a file at `path`, which is neither opened nor followed if it exists. Its mode is set
-/// apart from its creation because the umask must not narrow it.
+/// Creates a file at `path`; fails if something exists there, without opening or following it. Sets
+/// the mode separately because the umask must not narrow it.
 Descriptor createNew(const std::string& path) {
   Descriptor file(
       ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kMode));
@@ -79,13 +76,14 @@ Descriptor createNew(const std::string& path) {
   return file;
 }
 
-/// Returns whether an unlink(2) failed for want of a right, or because the file is a mount point.
+/// Returns whether an unlink(2) failed for lack of permission, or because the file is a mount
+/// point.
 bool isRemovalDenied(int error) {
   return error == EACCES || error == EPERM || error == EROFS || error == EBUSY;
 }
 
-/// Opens an empty file at `path` in place of what is there. Another process may put something there
-/// between the steps, so they are tried again, but not without end.
+/// Opens an empty file at `path` and removes what was there. Another process may create something
+/// between the steps, so it retries, a limited number of times.
 Descriptor openTarget(const std::string& path) {
   for (int tries = 0; tries < kMostTries; ++tries) {
     if (::unlink(path.c_str()) != 0 && errno != ENOENT)
@@ -109,7 +107,7 @@ bool writeGenerated(const std::string& path, std::string_view text) {
 }  // namespace
 
 bool commutil::generateSslConf(const std::string& source, const std::string& target) {
-  // Remove whatever is at `target`, so that none is left if the template cannot be used.
+  // Remove whatever is at `target`, so that nothing is left if the template cannot be used.
   ::unlink(target.c_str());
   std::string text;
   if (VexaCommonUtils::readFile(source, text) != 0) return false;

@@ -8,13 +8,13 @@
 
 namespace commutil {
 
-/// Where a parameter is looked for: the application's branch, then the one that all share.
+/// The branches of a lookup: the application's, then the global one.
 struct StoreKeys {
   std::string application;
   std::string global;
 };
 
-/// The keys of `parameter` in `tree`, which ends in "/".
+/// Returns the keys of `parameter` in `tree`, which ends in "/".
 inline StoreKeys storeKeys(const std::string& tree, const std::string& parameter) {
   return {tree + VexaCommonUtils::Vexagetenv("APP_NAME") + "/" + parameter,
           tree + "global/" + parameter};

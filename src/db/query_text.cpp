@@ -5,7 +5,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/byte_blocks.h"
+#include "bytes/rewrite.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ constexpr AnyOf<'\''> kQuote;
 constexpr AnyOf<'%', '_', '\\'> kBackslashEscaped;
 constexpr AnyOf<'%', '_', '[', ']'> kBracketed;
 
-/// Whether a database type is `name`, which is in small letters, in any case.
+/// Returns whether `type` equals the lower-case `name`, ignoring case.
 bool isType(std::string_view type, std::string_view name) {
   constexpr char kSmall = 'a' - 'A';
   return std::equal(type.begin(), type.end(), name.begin(), name.end(),
@@ -56,7 +56,7 @@ std::string VexaCommonUtils::transDBUpdateString(const std::string& text) {
 std::string VexaCommonUtils::transDBSearchString(const std::string& text) {
   if (text.empty()) return text;
   const std::string type = getDBType();
-  if (isOracleFamily(type.c_str())) {  // up to a NUL: here alone the type is taken as a C string
+  if (isOracleFamily(type.c_str())) {  // up to a NUL: only here the type is a C string
     return rewriteBytes(text, kBackslashEscaped, 2, writeEscaped);
   }
   return rewriteBytes(text, kBracketed, 3, writeBracketed);
@@ -66,7 +66,8 @@ std::string VexaCommonUtils::getEscapeString() {
   return isOracleFamily(getDBType()) ? " escape '\\' " : "";
 }
 
-// A "tessarn" text is quoted and escaped here although an "oracle" text is not: callers rely on it.
+// A "tessarn" string is quoted and escaped here although an "oracle" string is not: callers rely on
+// it.
 std::string VexaCommonUtils::TransferLikeSqlForSybAndMSSQL(const std::string& text) {
   if (isType(getDBType(), "oracle")) return text;
   return transDBSearchString(transDBUpdateString(text));

@@ -1,5 +1,3 @@
-// The addresses of the cluster's remote-client nodes, from the deployment's node list. For the
-// platform's server processes; the file is read on every call. Re-entrant.
 #include <json/value.h>
 
 #include <cstdlib>
@@ -7,7 +5,7 @@
 #include <string>
 
 #include "VexaCommonUtils_i.h"
-#include "platform/file_text.h"
+#include "os/file_text.h"
 #include "platform/json_reader.h"
 
 namespace {
@@ -24,7 +22,7 @@ bool servesRemoteClients(const Json::Value& node) {
 std::list<std::string> addressesOf(const Json::Value& node) {
   std::list<std::string> addresses;
   const Json::Value& entries = node["IPAddresses"];
-  // By index, so that an object in the array's place raises the JSON library's exception.
+  // By index, so that an object instead of the array raises the JSON library's exception.
   for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {  // NOLINT(modernize-loop-convert)
     addresses.push_back(entries[i]["IP"].asString());
   }
@@ -41,12 +39,12 @@ int VexaCommonUtils_i::GetAllWebswingNodeIPs(std::list<std::string>& ipList) {
   commutil::readFileText(std::string(root) + kNodeList, text);
   Json::Value parsed;
   if (!JsonReader(false).parse(text, parsed)) return -1;
-  const Json::Value& document = parsed;  // looking a member up in a constant one adds none
+  const Json::Value& document = parsed;  // a member lookup in a constant adds none
   const Json::Value& nodes = document["nodeList"];
   for (const std::string& name : nodes.getMemberNames()) {
     const Json::Value& node = nodes[name];
     if (!servesRemoteClients(node)) continue;
-    // Collected first, so that an exception of the JSON library leaves no half of a node behind.
+    // Collected first, so that an exception of the JSON library leaves no partial node.
     ipList.splice(ipList.end(), addressesOf(node));
   }
   return 0;

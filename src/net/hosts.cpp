@@ -1,10 +1,7 @@
-// The machine's own names and addresses, and look-ups through the system's resolver. For the
-// platform's server processes; nothing is cached. Re-entrant.
 #include <ace/OS_NS_arpa_inet.h>
 #include <ace/OS_NS_string.h>
 #include <ace/OS_NS_sys_utsname.h>
 #include <arpa/inet.h>
-#include <ifaddrs.h>
 #include <netdb.h>
 #include <netinet/in.h>
 
@@ -12,17 +9,15 @@
 #include <cstring>
 
 #include "VexaCommonUtils.h"
-#include "VexaCommonUtils_i.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
 
 namespace {
 
-// Fixed by contract: an answer that does not fit is a failure.
+// Fixed by contract: a result that does not fit is a failure.
 constexpr std::size_t kResolverBufferSize = 4096;
 constexpr std::size_t kHostNameSize = 256;
 
-/// One resolver answer with the buffer that its pointers point into.
+/// One result of the resolver with the buffer that its pointers point into.
 struct Resolved {
   std::array<char, kResolverBufferSize> buffer{};
   hostent entry{};
@@ -41,27 +36,11 @@ struct Resolved {
   }
 };
 
-/// Text of the 16 bytes that start four bytes into an IPv6 socket address, at its flow information:
-/// the contract's offset, four bytes before the address.
-std::string flowAndAddressText(const sockaddr* address) {
-  const auto* const source = reinterpret_cast<const char*>(address) + 4;
-  std::array<char, INET6_ADDRSTRLEN> text{};
-  ::inet_ntop(AF_INET6, source, text.data(), text.size());
-  return text.data();
-}
-
-std::string addressText(const sockaddr* address) {
-  const auto* const field = &reinterpret_cast<const sockaddr_in*>(address)->sin_addr;
-  std::array<char, INET_ADDRSTRLEN> text{};
-  ::inet_ntop(AF_INET, field, text.data(), text.size());
-  return text.data();
-}
-
-/// The first IPv4 address of `name`, "" on failure.
+/// Returns the first IPv4 address of `name`; "" on failure.
 std::string firstAddress(const std::string& name) {
   Resolved host;
   if (name.empty() || !host.byName(name.c_str())) return {};
-  // The entry's own length bounds the copy here: a longer address than IPv4's counts by its start.
+  // The entry's own length bounds the copy: of a longer address than IPv4's, the start counts.
   std::array<unsigned char, sizeof(in6_addr)> bytes{};
   const auto length = static_cast<std::size_t>(host.result->h_length);
   if (length > bytes.size()) return {};
@@ -106,23 +85,10 @@ int VexaCommonUtils::getHostnamebyIP(const std::string& ip, std::string& name) {
   in_addr address{};
   const bool parsed = ACE_OS::inet_aton(ip.c_str(), &address) != 0;
   name.clear();
-  // Only the first octet is looked at: every address in 0.0.0.0/8 is refused.
+  // Only the first octet is checked: every address in 0.0.0.0/8 is refused.
   if (!parsed || (ntohl(address.s_addr) >> 24) == 0) return -1;
   Resolved host;
   if (!host.byAddress(address) || host.result->h_name == nullptr) return -1;
   name = host.result->h_name;
-  return 0;
-}
-
-int VexaCommonUtils_i::getAllIPAddr(std::list<std::string>& addresses) {
-  ifaddrs* list = nullptr;
-  // Deliberately never released.
-  ::getifaddrs(&list);
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (entry->ifa_addr == nullptr) continue;
-    const int family = entry->ifa_addr->sa_family;
-    if (family == AF_INET) addresses.push_back(addressText(entry->ifa_addr));
-    if (family == AF_INET6) addresses.push_back(flowAndAddressText(entry->ifa_addr));
-  }
   return 0;
 }

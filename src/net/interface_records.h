@@ -7,25 +7,24 @@
 
 #include <cstddef>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 
-// The kernel's list of the interfaces that carry an IPv4 address, for the look-ups of netmasks and
-// of hardware addresses; see netdevice(7).
+// The kernel's list of the interfaces with an IPv4 address, see netdevice(7).
 
 namespace commutil {
 
 static_assert(sizeof(ifreq) == 40, "the look-ups count on records of 40 bytes");
 
-/// A socket to send interface requests through; empty when the system has none left.
+/// A socket for interface requests; empty if the system has none left.
 inline Descriptor interfaceSocket() {
-  // The plain type is the contract's; close-on-exec comes in a step of its own.
+  // The contract fixes the plain type; close-on-exec is a separate step.
   Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
   if (socket) ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
   return socket;
 }
 
-/// Fills `records`, which has room for `room` of them, with one record for each interface address
-/// in the kernel's order; what does not fit is left out. Returns their number; 0 on failure.
+/// Fills `records`, an array of `room` elements, with one record per interface address in the
+/// kernel's order, and drops the rest. Returns their number; 0 on failure.
 inline std::size_t listInterfaces(const Descriptor& socket, ifreq* records, std::size_t room) {
   ifconf request{};
   const auto size = static_cast<int>(room * sizeof(ifreq));

@@ -1,6 +1,4 @@
-// IP addresses as text: checks of dotted IPv4 that differ in strictness, and the one text form of
-// an IPv6 address. The netmask, interface and MAC look-ups call it, and the platform's processes.
-// Stateless and re-entrant.
+// Checks of dotted IPv4 that differ in strictness, and the full form of IPv6 addresses.
 #include <ace/INET_Addr.h>
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -37,14 +35,14 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-/// A decimal value with a digit more, held at LONG_MAX as strtol(3) holds it.
+/// Appends a digit, saturating at LONG_MAX as strtol(3) does.
 unsigned long withDigit(unsigned long value, char c) {
   const auto digit = static_cast<unsigned long>(c - '0');
   return value > (LONG_MAX - digit) / 10 ? LONG_MAX : value * 10 + digit;
 }
 
-/// Whether `text` is four fields between dots that each stand for a byte. Every byte is handed to
-/// `take` before the next field is looked at. Of a field's value only the low 32 bits are compared:
+/// Returns whether `text` is four fields between dots, each the value of a byte. Passes every byte
+/// to `take` before it reads the next field. Compares only the low 32 bits of a field's value:
 /// "4294967296" counts as 0.
 template <class Take>
 bool readOctets(std::string_view text, const Take& take) {
@@ -74,7 +72,7 @@ bool isIPv4(std::string_view text) {
   return readOctets(text, [](unsigned char /*octet*/) {});
 }
 
-/// Whether `ip` is four fields of digits up to 255 between exactly three dots.
+/// Returns whether `ip` is four fields of digits up to 255 between exactly three dots.
 bool isDottedQuad(std::string_view ip) {
   int dots = 0;
   int digits = 0;
@@ -94,12 +92,12 @@ bool isDottedQuad(std::string_view ip) {
   return dots == 3 && digits > 0;
 }
 
-/// The bare address inside a text with brackets or an IPv4 port, IPv6 in full form.
+/// Returns the bare address in a string with brackets or an IPv4 port, IPv6 in full form.
 std::string bareAddress(std::string text) {
   const std::size_t open = text.find('[');
   if (open != std::string::npos) {
     const std::size_t close = text.find(']');
-    // A "]" before the "[" leaves everything behind the "[".
+    // A "]" before the "[" leaves everything after the "[".
     if (close != std::string::npos) text = text.substr(open + 1, close - open - 1);
     FullNameIp(text);
   } else if (text.find('.') == std::string::npos) {
@@ -110,8 +108,8 @@ std::string bareAddress(std::string text) {
   return text;
 }
 
-/// Whether inet_ntop(3) ends the text of `address` in a dotted IPv4 address: a mapped one, or a
-/// compatible one that is longer than a group.
+/// Returns whether inet_ntop(3) prints the end of `address` as a dotted IPv4 address: a mapped one,
+/// or a compatible one longer than a group.
 bool endsDotted(const in6_addr& address) {
   const auto& bytes = address.s6_addr;
   if (std::any_of(bytes, bytes + 10, [](auto byte) { return byte != 0; })) return false;
@@ -119,8 +117,8 @@ bool endsDotted(const in6_addr& address) {
   return group5 == 0xffff || (group5 == 0 && (bytes[12] | bytes[13]) != 0);
 }
 
-/// The full text of an IPv6 address: that of inet_ntop(3), its "::" expanded. Empty where that
-/// fails.
+/// Returns the full form of an IPv6 address: the output of inet_ntop(3) with "::" expanded. Empty
+/// on failure.
 std::string fullText(const in6_addr& address) {
   std::array<char, INET6_ADDRSTRLEN> text{};
   if (endsDotted(address)) {
@@ -136,7 +134,7 @@ std::string fullText(const in6_addr& address) {
   return {text.data(), out - 1};
 }
 
-/// The address field of the socket-address record of a family, null for other families.
+/// Returns the address field of the socket-address record of a family; null for other families.
 void* addressField(int family, void* record) {
   if (family == AF_INET) return &static_cast<sockaddr_in*>(record)->sin_addr;
   if (family == AF_INET6) return &static_cast<sockaddr_in6*>(record)->sin6_addr;
@@ -146,7 +144,7 @@ void* addressField(int family, void* record) {
 }  // namespace
 
 bool CheckIp(const char* ip) {
-  // As building a string from it would.
+  // As constructing a string from it would.
   if (ip == nullptr) throw std::logic_error("basic_string: construction from null is not valid");
   int fields = 0;
   char before = '.';

@@ -1,6 +1,5 @@
-// MAC addresses: the value class, the parsers of the lines that tools print, and the list of all
-// addresses of the machine, merged from the kernel, the interface tool and the bonding driver.
-// The platform's server processes call it. No shared state: any thread may.
+// MAC addresses: the value class, the parsers of ifconfig lines, and the merged list of the
+// kernel's, ifconfig's and the bonding driver's addresses.
 #include <strings.h>
 
 #include <algorithm>
@@ -37,7 +36,7 @@ void appendOnce(std::vector<CMACAddress>& addresses, const CMACAddress& address)
   }
 }
 
-/// Appends `work` with the text `text`; its bytes stay those of the address it held last.
+/// Appends `work` with the text `text`; its bytes stay those of the address that it held last.
 void appendText(std::vector<CMACAddress>& addresses, CMACAddress& work, const char* text) {
   if (strncpy_s(work.text, sizeof(work.text), text, sizeof(work.text) - 1) == 0) {
     appendOnce(addresses, work);
@@ -54,14 +53,14 @@ void appendFromTool(std::vector<CMACAddress>& addresses, CMACAddress& work) {
   if (!stream) return;
   Line line{};
   while (std::fgets(line.data(), static_cast<int>(line.size()), stream.get()) != nullptr) {
-    // Every piece loses its last character, be it a line end or not.
+    // Every piece loses its last character, whether that is a line end or not.
     const std::size_t length = std::strlen(line.data());
     if (length > 0) line[length - 1] = '\0';
     appendText(addresses, work, line.data());
   }
 }
 
-/// The last word of `line`, which must stand behind a blank; "" when there is none.
+/// Returns the last word of `line`, which must follow a space; "" if there is none.
 std::string_view lastWord(std::string_view line) {
   constexpr std::string_view kBlanks = " \t\r\n";
   const std::size_t end = line.find_last_not_of(kBlanks);
@@ -86,8 +85,8 @@ void appendFromBonding(std::vector<CMACAddress>& addresses, CMACAddress& work) {
   }
 }
 
-/// Reads six hexadecimal fields between ":", empty ones skipped, the low byte of each; text behind
-/// a field's digits is ignored. No field reads on into the next: ":" ends strtol(3) too.
+/// Reads six hexadecimal fields between ":", empty ones skipped, the low byte of each; ignores what
+/// follows a field's digits. No field reads on into the next: ":" ends strtol(3) too.
 int parseBytes(const std::string& text, Vexacommon::LocalMACAddress* mac) {
   std::array<unsigned char, 6> bytes{};
   std::size_t count = 0;
@@ -158,7 +157,7 @@ void GetMac(const std::string& line, std::string& name) {
 int GetEther(std::string line, Vexacommon::LocalMACAddress* mac) {
   constexpr std::string_view kWord = "ether";
   const std::size_t word = line.find(kWord);
-  // The blank behind the word goes with it; a line that ends with the word has nothing left.
+  // Also skips the space after the word; a line that ends with the word has nothing left.
   if (word != std::string::npos) line.erase(0, word + kWord.size() + 1);
   return parseBytes(line, mac);
 }

@@ -1,6 +1,5 @@
-// The MAC address of the interface that carries an IPv6 address, read from the output of the
-// interface tool in its older and its newer form. The platform's server processes call it.
-// No shared state: any thread may.
+// The MAC address of the interface with an IPv6 address, from older and newer forms of ifconfig's
+// output.
 #include <netinet/in.h>
 
 #include <array>
@@ -14,8 +13,8 @@
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
 #include "net/tool_stream.h"
+#include "os/handles.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
 
 namespace {
 
@@ -36,7 +35,7 @@ bool holds(const std::string& text, const char* word) {
   return text.find(word) != std::string::npos;
 }
 
-/// Tells whether an "inet6" line names the address `ip`, which stands in full form.
+/// Returns whether an "inet6" line has the address `ip`, which is in full form.
 bool namesAddress(const std::string& line, const std::string& ip) {
   std::list<std::string> fields;
   VexaCommonUtils::split(line, " ", fields);
@@ -50,8 +49,7 @@ bool namesAddress(const std::string& line, const std::string& ip) {
   return false;
 }
 
-/// What the newer tool's output tells: the interface that carries an address, and every interface's
-/// hardware address.
+/// The newer tool's output: the interface with an address, and every interface's hardware address.
 struct ToolAnswer {
   std::string carrier;
   std::map<std::string, Vexacommon::LocalMACAddress> macs;
@@ -83,7 +81,7 @@ int VexaCommonUtils_i::getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAdd
   const std::string command = "/sbin/ifconfig |grep " + name + "|awk '{print $5}'";
   const commutil::ToolStream stream(pipeline_s(command.c_str()));
   std::array<char, 48> line{};
-  // A tool that gives no line leaves the result that of the interface look-up, by contract.
+  // If the tool prints no line, the result is that of the interface lookup, by contract.
   if (!stream || std::fgets(line.data(), static_cast<int>(line.size()), stream.get()) == nullptr) {
     return 0;
   }
@@ -97,7 +95,7 @@ int VexaCommonUtils_i::getZirelMacAddrOfIPV6(const std::string& ip,
   const ToolAnswer answer = readTool(lines, ip);
   int result = -1;
   for (const auto& [name, address] : answer.macs) {
-    // Part of the carrier's name will do and the last match wins: "eth1" also matches "eth10".
+    // Part of the carrier's name is enough and the last match wins: "eth1" also matches "eth10".
     if (answer.carrier.find(name) == std::string::npos) continue;
     memcpy_s(mac, sizeof(*mac), &address, sizeof(address));
     result = 0;

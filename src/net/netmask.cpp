@@ -1,8 +1,4 @@
-// The netmask of one of the machine's IPv4 addresses and the interface that carries one of its IPv6
-// addresses. The platform's server processes and the MAC address look-ups call it.
-// No shared state: every call owns its socket, buffers and command output.
 #include <arpa/inet.h>
-#include <ifaddrs.h>
 #include <netinet/in.h>
 
 #include <array>
@@ -17,8 +13,8 @@
 #include "VexaNetUtils.h"
 #include "VexaStringUtils.h"
 #include "net/interface_records.h"
+#include "os/handles.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
 
 namespace {
 
@@ -28,7 +24,7 @@ static_assert(kRequestBytes == kMaxRecords * sizeof(ifreq));
 
 using AddressText = std::array<char, 300>;
 
-/// Prints the IPv4 address of `record`; the buffer of inet_ntoa(3) is each thread's own.
+/// Prints the IPv4 address of `record`; the buffer of inet_ntoa(3) is thread-local.
 bool printAddress(const ifreq& record, AddressText& text) {
   sockaddr_in address{};
   std::memcpy(&address, &record.ifr_addr, sizeof(address));
@@ -36,7 +32,7 @@ bool printAddress(const ifreq& record, AddressText& text) {
                     ::inet_ntoa(address.sin_addr)) >= 0;
 }
 
-/// The netmask of `ip` as the kernel knows it; "" when it knows none.
+/// Returns the kernel's netmask of `ip`; "" if it has none.
 std::string netmaskFromKernel(const std::string& ip) {
   const commutil::Descriptor socket = commutil::interfaceSocket();
   if (!socket) return {};
@@ -49,7 +45,8 @@ std::string netmaskFromKernel(const std::string& ip) {
   AddressText text{};
   for (ifreq* record = records; record != records + count; ++record) {
     if (!printAddress(*record, text) || std::strcmp(text.data(), ip.c_str()) != 0) continue;
-    // The request keeps the record's address: by it the kernel tells addresses of one name apart.
+    // The request keeps the record's address, by which the kernel distinguishes addresses of one
+    // name.
     if (::ioctl(socket.get(), SIOCGIFNETMASK, record) < 0) return {};
     return printAddress(*record, text) ? text.data() : "";
   }
@@ -58,13 +55,13 @@ std::string netmaskFromKernel(const std::string& ip) {
 
 using Words = std::list<std::string>;
 
-/// The element behind `word`, trimmed; "" when there is none.
+/// Returns the element after `word`, trimmed; "" if there is none.
 std::string wordAfter(const Words& words, Words::const_iterator word) {
   const auto next = std::next(word);
   return next == words.end() ? "" : VexaCommonUtils_i::VexatrimAll(*next, " \t\r\n");
 }
 
-/// Sets `mask` to what stands behind the first "Mask:" inside `field`, if there is one.
+/// Sets `mask` to what follows the first "Mask:" in `field`, if there is one.
 void readMaskPart(const std::string& field, std::string& mask) {
   Words parts;
   VexaCommonUtils::split(field, ":", parts);
@@ -75,8 +72,8 @@ void readMaskPart(const std::string& field, std::string& mask) {
   }
 }
 
-/// The mask text in the tool's output: behind the first field "netmask" or, without one, behind the
-/// last "Mask:".
+/// Returns the mask in the tool's output: after the first field "netmask" or, without one, after
+/// the last "Mask:".
 std::string findMask(const std::string& output) {
   Words fields;
   VexaCommonUtils::split(output, " ", fields);
@@ -88,8 +85,8 @@ std::string findMask(const std::string& output) {
   return mask;
 }
 
-/// The dotted form of a mask of eight hexadecimal digits. Text of less than six characters throws
-/// std::out_of_range, which callers of the look-up know.
+/// Returns the dotted form of a mask of eight hexadecimal digits. A mask of less than six
+/// characters throws std::out_of_range, as the contract says.
 std::string dottedFromHex(const std::string& digits) {
   std::string dotted;
   for (const std::size_t position : {0U, 2U, 4U, 6U}) {
@@ -97,14 +94,6 @@ std::string dottedFromHex(const std::string& digits) {
     dotted += StrHexToInt(digits.substr(position, 2));
   }
   return dotted;
-}
-
-std::string printInet6(const sockaddr* address) {
-  sockaddr_in6 record{};
-  std::memcpy(&record, address, sizeof(record));
-  std::array<char, 128> text{};
-  ::inet_ntop(AF_INET6, &record.sin6_addr, text.data(), static_cast<socklen_t>(text.size()));
-  return text.data();
 }
 
 }  // namespace
@@ -135,25 +124,4 @@ int GetNetmaskByIpUseifconfig(const std::string& ip, std::string& netmask) {
   const bool found = CheckIp(mask.c_str());
   netmask = found ? mask : "";
   return found ? 0 : -1;
-}
-
-int VexaCommonUtils_i::getInterfaceOfIPV6(std::string& ip, std::string& interfaceName) {
-  if (formatStringIP(ip) != AF_INET6) return -1;
-  // Never released: the list stays allocated by contract.
-  ifaddrs* list = nullptr;
-  if (::getifaddrs(&list) != 0) return -1;
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET6) continue;
-    std::string text = printInet6(entry->ifa_addr);
-    formatStringIP(text);
-    if (text != ip) continue;
-    interfaceName = entry->ifa_name;
-    return 0;
-  }
-  return -1;
-}
-
-void GetInet6Address(const std::string& text, std::string& address) {
-  if (text.empty()) return;
-  address = text.substr(0, text.find('/'));
 }

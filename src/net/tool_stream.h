@@ -4,11 +4,11 @@
 #include <memory>
 
 #include "VexaCommonUtils_i.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 
 namespace commutil {
 
-/// The output of a system tool, from `VexaCommonUtils_i::pipeline_s`; empty when none came back.
+/// The output of a system tool, from `VexaCommonUtils_i::pipeline_s`; empty on failure.
 using ToolStream =
     std::unique_ptr<std::FILE, HandleCloser<std::FILE, &VexaCommonUtils_i::pclose_s>>;
 

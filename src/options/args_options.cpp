@@ -1,5 +1,3 @@
-// The reader of a program's command line: each query scans the words that `main` received. For any
-// process; read-only, so queries may run in several threads at once.
 #include "ArgsOptions.h"
 
 #include <cstring>
@@ -7,15 +5,15 @@
 
 namespace {
 
-/// Lets a word pass; a null one is a caller's error, told in the same words by whichever compiler
-/// built the library (the string type's own differ).
+/// Returns `word`; throws std::logic_error if null, with a fixed message because standard libraries
+/// differ.
 const char* checked(const char* word) {
   if (word == nullptr) throw std::logic_error("basic_string::_M_construct null not valid");
   return word;
 }
 
 bool equals(const char* word, const std::string& name) {
-  // Most words differ in the first byte; a name with a NUL in it equals none.
+  // Most arguments differ in the first byte; a name that contains a NUL equals none.
   return *checked(word) == *name.c_str() && std::strcmp(word, name.c_str()) == 0 &&
          std::strlen(word) == name.size();
 }

@@ -14,19 +14,19 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/handle_lock.h"
-#include "platform/utf8.h"
+#include "bytes/utf8.h"
+#include "os/handle_lock.h"
 
 namespace commutil {
 namespace {
 
-// The C library whose structures these are. With any other, plain stdio does all the work.
+// The C library of these structures. With any other, plain stdio does all the work.
 constexpr std::string_view kKnownLibrary = "2.36";
 constexpr std::string_view kUtf8 = "ISO-10646/UTF8/";
-// After at least as many converted bytes, the library appends to its block and writes the block
-// whole; with fewer it writes pieces of this size.
+// After at least this many converted bytes, the library appends to its block and writes the block
+// whole; after fewer it writes pieces of this size.
 constexpr std::size_t kPiece = 16;
-// The smallest byte buffer that is worth a block.
+// The smallest byte buffer for which a block pays.
 constexpr std::size_t kSmallestBuffer = 64;
 
 /// The first members of glibc's `_IO_wide_data`.
@@ -51,7 +51,7 @@ struct Conversions {
   Conversion out;
 };
 
-/// The number of bytes before the last character of some UTF-8.
+/// Returns the number of bytes before the last character of some UTF-8.
 std::size_t beforeLast(const char* text, std::size_t size) {
   const auto continues = [text](std::size_t i) {
     return (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80;
@@ -62,7 +62,7 @@ std::size_t beforeLast(const char* text, std::size_t size) {
   return size;
 }
 
-/// The number of characters up to the first line feed or `delim`, `size` without one.
+/// Returns the number of characters up to the first line feed or `delim`; `size` without one.
 std::size_t lineLength(const wchar_t* text, std::size_t size, std::wint_t delim) {
   const wchar_t* const end = text + size;
   if (delim == L'\n') {
@@ -79,8 +79,8 @@ std::size_t lineLength(const wchar_t* text, std::size_t size, std::wint_t delim)
 /// A wide handle whose internal layout is known: the only way to that layout.
 class WideHandle {
  public:
-  /// Returns nothing, without having touched its layout, if `file` is not wide or belongs to an
-  /// unknown C library.
+  /// Returns nothing, without reading its layout, if `file` is not wide or belongs to an unknown C
+  /// library.
   static std::optional<WideHandle> of(std::FILE* file) {
     static const bool known = ::gnu_get_libc_version() == kKnownLibrary;
     if (!known || ::fwide(file, 0) <= 0) return std::nullopt;
@@ -117,8 +117,8 @@ class WideHandle {
   WideData* m_wide;
 };
 
-/// Makes text pending again unless it was written: a write that fails returns, and that of a
-/// canceled thread unwinds.
+/// Makes text pending again unless it was written: a failed write returns, that of a canceled
+/// thread unwinds.
 class WideHandle::Unwritten {
  public:
   Unwritten(const WideHandle& handle, wchar_t* text, wchar_t* end)
@@ -141,8 +141,8 @@ class WideHandle::Unwritten {
   bool m_written = false;
 };
 
-/// Whether blocks can be written: through full buffers of a useful size, where the layout agrees
-/// with what stdio reports.
+/// Returns whether blocks can be written: the handle is fully buffered, the buffer large enough,
+/// and the layout agrees with what stdio reports.
 bool WideHandle::writesBlocks() const {
   return m_wide->buffer != nullptr && ::__fwriting(m_file) != 0 && ::__flbf(m_file) == 0 &&
          m_wide->end == m_wide->bufferEnd && pendingSize() == ::__fpending(m_file) &&
@@ -150,20 +150,20 @@ bool WideHandle::writesBlocks() const {
          byteBufferSize() >= kSmallestBuffer;
 }
 
-/// Bytes put to a wide handle wait where the blocks would be converted.
+/// Bytes written to a wide handle wait in the buffer in which blocks would be converted.
 bool WideHandle::hasEmptyByteBuffer() const {
   return m_file->_IO_write_ptr == m_file->_IO_buf_base &&
          m_file->_IO_write_base == m_file->_IO_buf_base &&
          m_file->_IO_read_end == m_file->_IO_buf_base;
 }
 
-/// The handle keeps the encoding that it began with, whatever the locale is now.
+/// The handle keeps its first encoding, whatever the locale is now.
 bool WideHandle::writesUtf8() const {
   const __gconv_step* const step = reinterpret_cast<Conversions*>(m_file->_codecvt)->out.step;
   return step != nullptr && step->__to_name != nullptr && step->__to_name == kUtf8;
 }
 
-/// A pipe that does not wait takes fewer bytes in blocks than in pieces.
+/// A nonblocking pipe takes fewer bytes in blocks than in pieces.
 bool WideHandle::waitsForRoom() const {
   const int flags = ::fcntl(::fileno_unlocked(m_file), F_GETFL);
   return flags >= 0 && (flags & O_NONBLOCK) == 0;
@@ -178,12 +178,12 @@ bool WideHandle::isRegularFile() const {
 }
 
 /// Writes a block from the front of `text`, up to the first character that UTF-8 does not encode:
-/// all but its last character are converted here, and the library writes them with that one. Text
-/// that is too short for that is a piece of the library's. Returns the number of characters, 0 if
-/// the write fails.
+/// converts all but its last character here; the library writes them with that one. The library
+/// writes text that is too short as a piece. Returns the number of characters, 0 if the write
+/// fails.
 std::size_t WideHandle::writeBlock(wchar_t* text, std::size_t size) const {
   char* const block = m_file->_IO_buf_base;
-  // A pipe takes all of a block of this size or nothing. The last character needs room, too.
+  // A pipe takes a block of this size whole or not at all. The last character must fit, too.
   const std::size_t room = std::min<std::size_t>(byteBufferSize(), PIPE_BUF);
   Unwritten unwritten(*this, text, text + size);
   Converted converted = narrowUtf8(text, size, block, room);
@@ -201,9 +201,9 @@ std::size_t WideHandle::writeBlock(wchar_t* text, std::size_t size) const {
   return converted.read;
 }
 
-/// Writes what is pending if that can be done in blocks; false if a write failed. What is pending
-/// then is what stdio leaves: on a full disk all of it, so that later calls fail alike. What a pipe
-/// has taken is not pending, since its reader must not get it twice.
+/// Writes what is pending if blocks can do that; false if a write failed. Then the same is pending
+/// as with stdio: on a full disk all of it, so that later calls fail alike. What a pipe has taken
+/// is not pending, because its reader must not get it twice.
 bool WideHandle::writePending() const {
   const std::size_t size = pendingSize();
   if (size == 0 || !writesBlocks() || !hasEmptyByteBuffer() || !writesUtf8()) return true;
@@ -211,7 +211,7 @@ bool WideHandle::writePending() const {
   if ((size <= kPiece && measureUtf8(text, size) <= kPiece) || !waitsForRoom()) return true;
   for (std::size_t done = 0; done < size;) {
     if (measureUtf8(text + done, 1) == kNoUtf8) {
-      // Left to the library, which reports it.
+      // The library writes it and reports the failure.
       m_wide->pending = text + done;
       m_wide->next = text + size;
       return true;
@@ -240,8 +240,8 @@ bool writePending(std::FILE* file) {
   return !handle || handle->writePending();
 }
 
-/// Writes what is pending for the last time: text that cannot be written is dropped, so that
-/// fclose(3) does not try again.
+/// Writes what is pending for the last time: drops text that cannot be written, so that fclose(3)
+/// does not try again.
 bool writeLast(std::FILE* file) {
   const HandleLock lock(file);
   const bool written = writePending(file);
@@ -249,8 +249,7 @@ bool writeLast(std::FILE* file) {
   return written;
 }
 
-/// The way of fputws(3) with the first text of a line-buffered handle: its line feeds are flushed
-/// one by one.
+/// Writes the first text of a line-buffered handle as fputws(3) does, which flushes each line feed.
 int putCharacters(std::FILE* file, const wchar_t* text) {
   for (; *text != L'\0'; ++text) {
     if (::fputwc_unlocked(*text, file) == WEOF) return EOF;
@@ -264,7 +263,7 @@ int putWideText(std::FILE* file, const wchar_t* text) {
   const HandleLock lock(file);
   std::size_t left = std::wcslen(text);
   if (left > kPiece && ::fwide(file, 0) == 0) {
-    // The first character gives the handle its orientation and its buffers.
+    // The first character sets the handle's orientation and allocates its buffers.
     if (::fputwc_unlocked(*text, file) == WEOF) return EOF;
     ++text;
     --left;

@@ -12,7 +12,7 @@
 //
 // Delete both files and call stdio instead when no supported system has a glibc older than 2.39.
 
-/// Whether the workaround is compiled in. At run time it also checks the C library's version.
+/// True if the workaround is compiled in. At run time it also checks the C library's version.
 #define COMMUTIL_HAS_WIDE_STDIO (COMMUTIL_WIDE_STDIO && !__GLIBC_PREREQ(2, 39))
 
 namespace commutil {
@@ -31,9 +31,9 @@ int flushWide(std::FILE* file);
 /// fclose(3).
 int closeWide(std::FILE* file);
 
-/// Reads up to `limit` characters that `file` has already decoded, stopping after a line feed or
-/// `delim`. Returns their number, which is 0 where fgetwc(3) must be called. The caller holds the
-/// handle's lock.
+/// Reads up to `limit` characters that `file` has already decoded, and stops after a line feed or
+/// `delim`. Returns their number, 0 if fgetwc(3) must be called. The caller holds the handle's
+/// lock.
 std::size_t takeDecoded(std::FILE* file, wchar_t* buf, std::size_t limit, std::wint_t delim);
 
 #else

@@ -1,5 +1,3 @@
-// Bounded copies and formatting over the C library, for every family that fills a fixed buffer.
-// Re-entrant; no state.
 #include "platform/bounded.h"
 
 #include <cerrno>

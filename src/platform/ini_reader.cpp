@@ -1,5 +1,3 @@
-// The platform's INI reader over SimpleIni, for "setting.cfg", "TSSetting.cfg" and "secure.cfg".
-// No state beyond the object.
 #include "platform/ini_reader.h"
 
 // The library's byte strings need no converter.
@@ -11,13 +9,13 @@
 #include <optional>
 #include <vector>
 
-#include "platform/file_text.h"
+#include "os/file_text.h"
 
 namespace {
 
 using Ini = CSimpleIniCaseA;
 
-/// The section's name without its brackets; none when it carries no brackets.
+/// Returns the section's name without its brackets; nothing if it has none.
 std::optional<std::string> bareSection(const std::string& section) {
   if (section.size() < 2 || section.front() != '[' || section.back() != ']') return std::nullopt;
   return section.substr(1, section.size() - 2);

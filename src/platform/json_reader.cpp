@@ -1,11 +1,9 @@
-// The platform's JSON reader over jsoncpp, for the application configuration and the node list.
-// Re-entrant; no state beyond the object.
 #include "platform/json_reader.h"
 
 #include <algorithm>
 #include <string_view>
 
-#include "platform/json_parse.h"
+#include "bytes/json_parse.h"
 
 namespace {
 
@@ -20,8 +18,8 @@ Json::CharReaderBuilder builderFor(bool strict) {
   return builder;
 }
 
-/// Whether `rest` holds nothing but blanks and whole comments. The parser itself overlooks what is
-/// no JSON token behind the document.
+/// Returns whether `rest` is only whitespace and complete comments. The parser itself ignores what
+/// follows the document and is not a JSON token.
 bool isBlankOrComment(std::string_view rest) {
   while (true) {
     rest.remove_prefix(std::min(rest.find_first_not_of(" \t\r\n"), rest.size()));

@@ -1,6 +1,4 @@
-// Running other programs: the one place where the library starts them. Used by the network and
-// session look-ups here and by the platform's processes. Every operation waits on the caller's
-// thread and may be called from any; `system` also changes the process's SIGCHLD disposition.
+// Running other programs: only this source starts them.
 #include <ace/OS_NS_fcntl.h>
 #include <ace/Process.h>
 #include <fcntl.h>
@@ -17,7 +15,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "process/output_text.h"
 
 using commutil::Descriptor;
@@ -31,33 +29,34 @@ constexpr std::size_t kCommandLineSize = 4096;
 constexpr std::size_t kEnvironmentSize = 16384;
 constexpr std::size_t kEnvironmentEntries = 512;
 constexpr std::size_t kArguments = 128;
-constexpr std::size_t kReadBlockSize = 65536;  // what a pipe holds
-constexpr int kFailedReads = 1000;             // in a row: then the end is taken to be out of reach
+constexpr std::size_t kReadBlockSize = 65536;  // the size of a pipe
+constexpr int kFailedReads = 1000;             // consecutive failures before giving up
 
-/// Sets the calling thread's signal mask; a failure is told by `errno` alone.
+/// Sets the calling thread's signal mask; only `errno` reports a failure.
 void setSignalMask(const sigset_t& mask, sigset_t* before) {
   const int error = ::pthread_sigmask(SIG_SETMASK, &mask, before);
   if (error != 0) errno = error;
 }
 
-/// The exit code of a wait status; 4 for a child that was killed (or is reported stopped).
+/// Returns the exit code of a wait status; 4 for a child that was killed (or is reported stopped).
 int exitCode(int status) { return (status & 0x7f) != 0 ? kKilledExitCode : (status >> 8) & 0xff; }
 
-/// Waits once: a wait that fails, also one that a signal interrupts, counts as exit code 0.
+/// Waits once: a wait that fails, even for a signal, counts as exit code 0.
 int waitForExitCode(pid_t child) {
   int status = 0;
   ::waitpid(child, &status, 0);
   return exitCode(status);
 }
 
-/// How a command is started. Throws std::bad_alloc where ACE's class would go on without a buffer.
+/// The options of a command. Throws std::bad_alloc where ACE's class would continue without a
+/// buffer.
 class CommandOptions : public ACE_Process_Options {
  public:
   explicit CommandOptions(bool inheritEnvironment)
       : ACE_Process_Options(inheritEnvironment, kCommandLineSize, kEnvironmentSize,
                             kEnvironmentEntries, kArguments) {
     if (command_line_argv_ != nullptr) return;  // the last one
-    // ACE leaves this pointer unset if an earlier buffer is missing, and frees it all the same.
+    // ACE leaves this pointer unset if an earlier buffer is missing, but frees it nevertheless.
     if (environment_buf_ == nullptr) environment_argv_ = nullptr;
     throw std::bad_alloc();
   }
@@ -71,8 +70,8 @@ class CommandOptions : public ACE_Process_Options {
   }
 };
 
-/// Occupies the standard descriptors that are closed: ACE would put its copies of `fd` there, and
-/// its child closes the copies once they stand on 0, 1 and 2.
+/// Occupies the closed standard descriptors: ACE would put its copies of `fd` there, and its child
+/// closes the copies once they are on 0, 1 and 2.
 std::array<Descriptor, 2> fillStandardDescriptors(int fd) {
   std::array<Descriptor, 2> fillers;
   for (Descriptor& filler : fillers) {
@@ -83,7 +82,7 @@ std::array<Descriptor, 2> fillStandardDescriptors(int fd) {
   return fillers;
 }
 
-/// Puts the child's three standard handles on `fd`. ACE copies it without telling of a failure; the
+/// Puts the child's three standard handles on `fd`. ACE does not report a failure to copy it; the
 /// child would then run on the caller's own handles.
 bool setStandardHandles(ACE_Process_Options& options, int fd) {
   const std::array<Descriptor, 2> fillers = fillStandardDescriptors(fd);
@@ -109,7 +108,7 @@ class SignalBlock {
   sigset_t m_before{};
 };
 
-/// Gives every signal with a handler its default action, as exec would do.
+/// Sets the default action of every signal with a handler, as exec would.
 void dropSignalHandlers() {
   for (int signal = 1; signal < NSIG; ++signal) {
     struct sigaction action {};
@@ -120,8 +119,8 @@ void dropSignalHandlers() {
   }
 }
 
-/// Becomes the program at `path`. Runs in the caller's memory, so no handler may run here once the
-/// signals are let in again.
+/// Executes the program at `path`. Runs in the caller's memory, so no handler may run here once
+/// signals are unblocked.
 [[noreturn]] void becomeProgram(const char* path, char* const* argv, const sigset_t& mask) {
   dropSignalHandlers();
   ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
@@ -129,14 +128,14 @@ void dropSignalHandlers() {
   ::_exit(errno);
 }
 
-/// Starts the program at `path`; -1 when no process can be made. The child borrows the caller's
-/// memory until it is the program: a copy would cost time in proportion to the caller's size.
+/// Starts the program at `path`; -1 if no process can be created. The child shares the caller's
+/// memory until it executes the program: a copy would take time proportional to the caller's size.
 pid_t startProgram(const char* path, char* const* argv) {
   const SignalBlock block;
   const int errnoBefore = errno;
   // NOLINTNEXTLINE(clang-analyzer-security.insecureAPI.vfork): it waits for one exec, nothing else
   const pid_t child = ::vfork();
-  // NOLINTNEXTLINE(clang-analyzer-unix.Vfork): async-signal-safe calls alone, none returns here
+  // NOLINTNEXTLINE(clang-analyzer-unix.Vfork): only async-signal-safe calls, none returns here
   if (child == 0) becomeProgram(path, argv, block.before());
   if (child > 0) errno = errnoBefore;
   return child;
@@ -152,7 +151,7 @@ int VexaCommonUtils::system(const char* command) {
   setSignalMask(none, &saved);
   ::signal(SIGCHLD, SIG_DFL);
   PipeStream stream(::popen(command, "w"));
-  if (!stream) return -1;  // the empty mask stays: callers know it
+  if (!stream) return -1;  // the empty mask stays, by contract
   int status = ::pclose(stream.release());
   if (status == -1 && errno == ECHILD) status = 0;
   setSignalMask(saved, nullptr);

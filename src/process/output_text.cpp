@@ -1,5 +1,3 @@
-// The text that a command's output becomes, for getSystemExecResult: blocks of any size in, what a
-// line reader with a buffer of 128 bytes would keep out. No shared state.
 #include "process/output_text.h"
 
 #include <cstring>
@@ -10,7 +8,7 @@ namespace {
 constexpr std::size_t kPieceSize = 127;
 constexpr auto npos = std::string_view::npos;
 
-/// The bytes of `block` behind its last line end; all of it without one.
+/// Returns the bytes of `block` after its last line end; all of it without one.
 std::size_t bytesOfOpenLine(std::string_view block) {
   const void* const newline = ::memrchr(block.data(), '\n', block.size());
   if (newline == nullptr) return block.size();

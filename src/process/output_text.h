@@ -6,8 +6,8 @@
 
 namespace commutil {
 
-/// Collects a command's output as a reader of lines does that takes pieces of at most 127 bytes
-/// for C strings: what follows a NUL in its piece is lost. Output without a NUL is kept whole.
+/// Collects a command's output like a reader of lines in pieces of at most 127 bytes as C strings:
+/// what follows a NUL in its piece is lost. Output without a NUL is kept whole.
 class OutputText {
  public:
   explicit OutputText(std::string& text) : m_text(text) {}
@@ -19,8 +19,8 @@ class OutputText {
   void appendPieces(std::string_view block);
 
   std::string& m_text;
-  std::size_t m_length = 0;  // bytes of the piece that the next byte continues
-  bool m_cut = false;        // that piece has had its NUL
+  std::size_t m_length = 0;  // bytes of the unfinished piece
+  bool m_cut = false;        // that piece had its NUL
 };
 
 }  // namespace commutil

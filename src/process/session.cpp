@@ -1,6 +1,4 @@
-// Sessions: dropping from root to the platform's service user, which a server process does once at
-// its start, and finding out who sits at the controlling terminal. Any thread may call; the drop
-// changes the identity of all of them, and calls of it exclude each other.
+// Sessions: switching from root to the service user, and the session at the controlling terminal.
 #include <ace/Guard_T.h>
 #include <ace/Thread_Mutex.h>
 #include <grp.h>
@@ -23,7 +21,7 @@ constexpr const char* kBlanks = " \t\r\n";
 constexpr std::size_t kUserBufferSize = 1024;
 constexpr mode_t kSessionMask = 027;
 
-// Serialises switchOmcUser.
+// Serializes switchOmcUser.
 ACE_Thread_Mutex switchMutex;
 
 /// A file-creation mask for a scope.
@@ -38,8 +36,8 @@ class FileModeMask {
   mode_t m_before;
 };
 
-/// Opens a PAM session for the service user, which stays open for the rest of the process's life.
-/// Returns 0; the PAM error code when the transaction cannot start; -1 on any other failure.
+/// Opens a PAM session for the service user, which stays open until the process ends. Returns 0;
+/// the PAM error code if the transaction cannot start; -1 on any other failure.
 int openServiceSession() {
   const FileModeMask mask(kSessionMask);
   const pam_conv conversation{};
@@ -48,17 +46,17 @@ int openServiceSession() {
   if (error != PAM_SUCCESS) return error;
   error = ::pam_setcred(handle, PAM_ESTABLISH_CRED);
   if (error == PAM_SUCCESS) error = ::pam_open_session(handle, 0);
-  if (error == PAM_SUCCESS) return 0;  // the handle is kept: ending it would end the session
+  if (error == PAM_SUCCESS) return 0;  // keeps the handle: ending it would end the session
   ::pam_end(handle, error);
   return -1;
 }
 
-/// Gives the process the user's identity, groups first: they cannot be changed without root.
+/// Sets the process's identity to the user's, groups first: without root they cannot be changed.
 bool takeIdentity(uid_t user, gid_t group) {
   return ::setgid(group) == 0 && ::initgroups(kServiceUser, group) == 0 && ::setuid(user) == 0;
 }
 
-/// Runs `command` and returns its output without surrounding blanks in `output`.
+/// Runs `command` and sets `output` to its output without surrounding whitespace.
 bool query(const char* command, std::string& output) {
   if (VexaCommonUtils_i::getSystemExecResult(command, output) != 0) return false;
   output = VexaCommonUtils_i::VexatrimAll(output, kBlanks);
@@ -88,7 +86,7 @@ int VexaCommonUtils::getSessionDetails(std::string& user, std::string& address) 
   const std::size_t open = output.rfind('(');
   const std::size_t close = output.rfind(')');
   if (open == std::string::npos || close == std::string::npos) return -1;
-  // Brackets the wrong way round give the rest of the output.
+  // Parentheses in reverse order give the rest of the output.
   address = close < open ? output.substr(open) : output.substr(open, close - open + 1);
   return 0;
 }

@@ -1,64 +1,9 @@
-// Who runs the process and how: the user database, the process's own command line and thread id,
-// and the placeholders for stack traces and load figures. Re-entrant.
+// Lookups in the user database.
 #include <pwd.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
 #include <string>
-#include <string_view>
-#include <vector>
 
-#include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/bounded.h"
-#include "platform/handles.h"
-#include "platform/standard_streams.h"
-
-using commutil::FileHandle;
-
-namespace {
-
-constexpr std::size_t kLineSize = 1024;
-
-/// Reads at most 1024 bytes of the process's command line; "" when it cannot be read.
-std::string readCommandLine() {
-  std::array<char, kLineSize> path{};
-  snprintf_s(path.data(), path.size(), path.size() - 1, "/proc/%d/cmdline", ::getpid());
-  const FileHandle file(std::fopen(path.data(), "re"));
-  if (!file) return "";
-  std::array<char, kLineSize> line{};
-  return {line.data(), std::fread(line.data(), 1, line.size(), file.get())};
-}
-
-/// Appends the pieces of `text` between NULs and blanks to `words`, without the empty ones.
-void appendWords(std::string_view text, std::vector<std::string>& words) {
-  constexpr std::string_view separators(" \0", 2);
-  while (true) {
-    text.remove_prefix(std::min(text.find_first_not_of(separators), text.size()));
-    if (text.empty()) return;
-    const std::string_view word = text.substr(0, text.find_first_of(separators));
-    words.emplace_back(word);
-    text.remove_prefix(word.size());
-  }
-}
-
-}  // namespace
-
-long VexaCommonUtils::getKernelThreadIDForFS() { return ::syscall(SYS_gettid); }
-
-int VexaCommonUtils::getProcessCPUAndMem(const std::string& /*process*/, unsigned int& /*cpu*/,
-                                         unsigned int& /*memory*/) {
-  return 0;
-}
-
-void VexaCommonUtils::printStackTrace() {
-  commutil::printLine("Stack Trace:");
-  commutil::printLine("Stack trace printing not supported on this platform");
-  commutil::printLine("");
-}
 
 bool VexaCommonUtils_i::securityGetpwnam(const std::string& name, passwd& entry, char* buffer,
                                          long bufferLength) {
@@ -74,10 +19,4 @@ bool VexaCommonUtils_i::securityGetpwuid(unsigned int uid, passwd& entry, char* 
   passwd* found = nullptr;
   const auto size = static_cast<std::size_t>(bufferLength);
   return ::getpwuid_r(uid, &entry, buffer, size, &found) == 0 && found != nullptr;
-}
-
-void VexaCommonUtils_i::getCommandLine(std::vector<std::string>& words) {
-  std::string line = readCommandLine();
-  if (!line.empty()) line.pop_back();  // the last byte goes, whatever it is
-  appendWords(line, words);
 }

@@ -1,6 +1,3 @@
-// Process lock: a named mutex between the processes of one host, a record lock on a file below the
-// share directory. Called by processes that run one instance of some job. One object serves one
-// thread at a time.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,9 +8,9 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaLocks.h"
+#include "os/handles.h"
+#include "os/standard_streams.h"
 #include "platform/bounded.h"
-#include "platform/handles.h"
-#include "platform/standard_streams.h"
 
 namespace {
 
@@ -22,15 +19,16 @@ constexpr int kHeldElsewhere = -9;
 constexpr std::size_t kTextSize = 1024;
 constexpr std::size_t kTextLimit = 1022;
 constexpr char kShareVariable[] = "_APP_SHARE_DIR";
-// The misspelling is what operators' scripts search for.
+// Operators' scripts search for this misspelling.
 constexpr char kNoShareDirectory[] = "Getting the envionment variable _APP_SHARE_DIR failed.";
 
-/// Opens the lock file, making the last component of its directory where it is missing. Neither
-/// result is checked: a file that is not open shows when it is locked.
+/// Opens the lock file, creating the last component of its directory if it is missing. Checks
+/// neither result: locking reports a file that is not open.
 commutil::Descriptor openLockFile(std::string path, const std::string& fileName) {
   if (::access(path.c_str(), F_OK) != 0) ::mkdir(path.c_str(), 0750);
   path += fileName;
-  // Not close-on-exec: closing the file in exec would drop the lock, which else survives it.
+  // Not close-on-exec: closing the file in exec would release the lock, which otherwise survives
+  // it.
   return commutil::Descriptor(::open(path.c_str(), O_RDWR | O_CREAT, 0666));
 }
 
@@ -46,13 +44,13 @@ bool hasShareDirectory() {
   try {
     return !VexaCommonUtils::Vexagetenv(kShareVariable).empty();
   } catch (const std::bad_alloc&) {
-    return true;  // an empty value takes no memory
+    return true;  // an empty value needs no memory
   }
 }
 
 bool isHeldElsewhere(int error) { return error == EAGAIN || error == EACCES; }
 
-/// Sleeps a full second, whatever signals are handled meanwhile.
+/// Sleeps a full second, regardless of signals.
 void sleepOneSecond() {
   timespec left{1, 0};
   while (::nanosleep(&left, &left) != 0 && errno == EINTR) continue;
@@ -83,7 +81,7 @@ int VexaProcessLock::EnterProcessMutex() {
   }
   const int error = errno;
   file.reset();
-  // A mistaken exit must meet EBADF, not a file that was given the closed number since.
+  // A mistaken exit must get EBADF, not a file that has got the closed number since.
   m_descriptor = -1;
   if (isHeldElsewhere(error)) return kHeldElsewhere;
   char text[kTextSize];
@@ -119,7 +117,7 @@ int VexaProcessLock::ExitProcessMutex() {
   return 0;
 }
 
-// By value is how the contract passes the message.
+// The contract passes the message by value.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 int VexaProcessLock::WaitMaxTime(int maxTimes, std::string message) {
   if (maxTimes < 0) return 0;

@@ -1,6 +1,5 @@
-// Token: a lock between the threads of one process, handed out in the order in which they reserved
-// a place. Called by worker pools, most often through VexaToken_Message_Queue. Every field is
-// guarded by the token's one mutex.
+// Token: a lock between threads, granted in the order of reservations. The token's mutex guards
+// every field.
 #include <ace/OS_NS_Thread.h>
 #include <pthread.h>
 
@@ -14,7 +13,7 @@
 
 namespace {
 
-// What an entry's runable says of its thread.
+// The state of an entry's thread, its runable.
 constexpr int kReserved = 0;
 constexpr int kHandedOver = 1;
 constexpr int kWaiting = 2;
@@ -22,9 +21,9 @@ constexpr int kWaiting = 2;
 constexpr int kAtTail = -1;
 constexpr int kAtHead = 0;
 
-/// What a condition is made with by default, made once: it is half the price of a condition. Never
-/// destroyed, since threads may still reserve while the process exits; not on the heap, so that it
-/// goes with the library when that is unloaded.
+/// The default attributes of a condition, built once: half the cost of a condition variable. Never
+/// destroyed, because threads may still reserve during exit; not on the heap, so that they are
+/// unloaded with the library.
 const ACE_Condition_Attributes& defaultAttributes() {
   using Attributes = ACE_Condition_Attributes;
   alignas(Attributes) static std::array<std::byte, sizeof(Attributes)> room;
@@ -32,8 +31,8 @@ const ACE_Condition_Attributes& defaultAttributes() {
   return attributes;
 }
 
-/// Holds the token's mutex for a scope; goes on without it when locking fails. The C library's own
-/// calls, because ACE's wrappers around them cost a turn of the token a tenth of its time.
+/// Holds the token's mutex for a scope; continues without it if locking fails. Calls the C library
+/// directly, because ACE's wrappers cost a tenth of a turn's time.
 class Locked {
  public:
   explicit Locked(ACE_Thread_Mutex& mutex) : m_mutex(mutex.lock()) {}
@@ -154,7 +153,7 @@ int VexaToken::acquire(void (*sleep_hook)(void*), void* arg, ACE_Time_Value* tim
   entry.reset(queued);
   if (error == 0 || error == EINTR) return mustWait && sleep_hook != nullptr ? 1 : 0;
 
-  // The token came at the moment the deadline passed: hand it on, or it is lost.
+  // The token came at the deadline: hand it on, or it is lost.
   if (error == ETIME && queued->runable_ == kHandedOver) wakeup_next_waiter();
   entry.reset();
   errno = error;
@@ -172,7 +171,7 @@ void VexaToken::wakeup_next_waiter() {
   owner_ = ACE_OS::NULL_thread;
   ACE_Token_Queue_Entry* const next = waiters_.head_;
   if (next == nullptr) return;
-  // A thread that has only reserved takes the token by being the head when it acquires.
+  // A thread that has only reserved takes the token as the head when it acquires.
   if (next->runable_ == kWaiting) in_use_ = 1;
   next->runable_ = kHandedOver;
   next->signal();

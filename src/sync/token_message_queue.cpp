@@ -1,6 +1,3 @@
-// Token message queue: ACE's message queue whose dequeue reserves the caller's place in a token,
-// for pools whose workers do the ordered part of their work in dequeue order. Lock order: the
-// queue's mutex, then the token's.
 #include <ace/Guard_T.h>
 
 #include <cerrno>
@@ -28,7 +25,7 @@ int VexaToken_Message_Queue::dequeue_head(ACE_Message_Block*& first_item, ACE_Ti
   if (wait_not_empty_cond(timeout) == -1) return -1;
   const int left = dequeue_head_i(first_item);
   if (left == -1) return -1;
-  // A queue without a token is a set-up error; the message is the caller's all the same.
+  // A queue without a token is a setup error; the caller owns the message nevertheless.
   if (token_ == nullptr) return -1;
   token_->grab();
   token_->letgo();

@@ -1,5 +1,3 @@
-// Base64 (RFC 4648), for binary data that the platform keeps in text settings or sends through text
-// channels: one encoder and one decoder under two names. Re-entrant; no state.
 #include <array>
 #include <cctype>
 #include <climits>
@@ -8,9 +6,9 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/checked_size.h"
-#include "platform/raw_text.h"
-#include "text/base64_blocks.h"
+#include "bytes/base64_avx2.h"
+#include "bytes/checked_size.h"
+#include "bytes/raw_text.h"
 
 namespace {
 
@@ -30,7 +28,7 @@ constexpr std::array<unsigned char, UCHAR_MAX + 1> makeIndices() {
 
 constexpr auto kIndices = makeIndices();
 
-/// Whether `c` is a data character. The locale is asked only for bytes outside the alphabet.
+/// Returns whether `c` is a data character. Reads the locale only for bytes outside the alphabet.
 bool isData(unsigned char c) { return kIndices[c] != kNotInAlphabet || std::isalnum(c) != 0; }
 
 void encodeGroup(const unsigned char* in, char* out) {
@@ -58,8 +56,8 @@ void encode(const unsigned char* in, std::size_t size, char* out) {
   if (size > 0) encodeRest(in, size, out);
 }
 
-/// Turns four indices into three bytes. Sums, not ors: the index 255 of a letter that only the
-/// locale knows carries into the neighbouring bits.
+/// Combines four indices into three bytes. Sums, not ors: the index 255 of a letter that only the
+/// locale has carries into the neighboring bits.
 void decodeGroup(const unsigned char* in, unsigned char* out) {
   out[0] = static_cast<unsigned char>((in[0] << 2) + ((in[1] >> 4) & 3));
   out[1] = static_cast<unsigned char>(((in[1] & 15) << 4) + ((in[2] >> 2) & 15));
@@ -67,7 +65,7 @@ void decodeGroup(const unsigned char* in, unsigned char* out) {
 }
 
 /// Decodes whole groups up to the first one with a byte outside the alphabet. Returns the number of
-/// characters decoded.
+/// decoded characters.
 std::size_t decodeGroups(const unsigned char* in, std::size_t size, unsigned char* out) {
   std::size_t done = 0;
   for (; size - done >= 4; done += 4, in += 4, out += 3) {
@@ -79,7 +77,7 @@ std::size_t decodeGroups(const unsigned char* in, std::size_t size, unsigned cha
   return done;
 }
 
-/// Decodes any text up to its end. Returns the number of bytes.
+/// Decodes any string up to its end. Returns the number of bytes.
 std::size_t decodeToEnd(const unsigned char* in, std::size_t size, unsigned char* out) {
   const unsigned char* const begin = out;
   std::array<unsigned char, 4> group{};
@@ -100,7 +98,7 @@ std::size_t decodeToEnd(const unsigned char* in, std::size_t size, unsigned char
   return static_cast<std::size_t>(out - begin);
 }
 
-/// Decodes a text in three ways, from the fastest one to the one that takes everything.
+/// Decodes a string in three ways, from the fastest to the most general.
 std::size_t decodeInto(const unsigned char* in, std::size_t size, unsigned char* out) {
   std::size_t done = commutil::decodeBlocks(in, size, out);
   done += decodeGroups(in + done, size - done, out + done / 4 * 3);
@@ -114,7 +112,7 @@ std::string decode(const std::string& encoded) {
   std::string bytes = commutil::writtenText(most, [=](char* out, std::size_t) {
     return decodeInto(in, size, reinterpret_cast<unsigned char*>(out));
   });
-  // A long text that ended early must not hold on to the room for all of it.
+  // A long string that ended early must not keep the memory for all of it.
   if (bytes.size() < bytes.capacity() / 2) bytes.shrink_to_fit();
   return bytes;
 }

@@ -1,5 +1,3 @@
-// Conversions between the locale's multibyte encoding, wide text and UTF-8. Called by the
-// platform's processes; re-entrant, but bound to the process-wide locale.
 #include "VexaCommonUtils.h"
 
 #include <langinfo.h>
@@ -12,7 +10,7 @@
 #include <string>
 
 #include "VexaLocale.h"
-#include "platform/utf8.h"
+#include "bytes/utf8.h"
 
 using commutil::Converted;
 using commutil::countUtf8;
@@ -24,13 +22,13 @@ namespace {
 
 constexpr std::size_t kInvalid = static_cast<std::size_t>(-1);
 
-// The longest multibyte text that has a length for callers, who know it as a signed 32-bit number.
+// The longest multibyte string whose length fits callers' signed 32-bit numbers.
 constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max();
 
 bool localeIsUtf8() { return std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0; }
 
-/// Does what mbstowcs(3) does for `src` of `length` bytes and room for `room` characters, quicker
-/// in a UTF-8 locale: the C library gets what is unusual.
+/// Does what mbstowcs(3) does for `src` of `length` bytes and `room` characters of output, faster
+/// in a UTF-8 locale: unusual input goes to the C library.
 std::size_t widen(const char* src, std::size_t length, wchar_t* dst, std::size_t room) {
   if (!localeIsUtf8()) return std::mbstowcs(dst, src, room);
   const Converted plain = widenUtf8(src, length, dst);
@@ -41,7 +39,7 @@ std::size_t widen(const char* src, std::size_t length, wchar_t* dst, std::size_t
 
 /// Converts by the C library, in any locale.
 std::string narrow(const wchar_t* src) {
-  // As a signed 32-bit number a failure and 2 GiB are negative alike.
+  // As a signed 32-bit number, both a failure and 2 GiB are negative.
   const auto length = static_cast<std::int32_t>(std::wcstombs(nullptr, src, 0));
   if (length < 0) return "";
   std::string text(static_cast<std::size_t>(length), '\0');
@@ -63,7 +61,7 @@ void VexaCommonUtils::STR2WSTR(const char* src, wchar_t* dst) {
 std::wstring VexaCommonUtils::STR2WSTR(const std::string& s) {
   VexaLocale::Instance();
   const std::size_t length = std::strlen(s.c_str());
-  // Zero-filled: an invalid sequence ends the text without a NUL of its own.
+  // Zero-filled, because an invalid sequence ends the string without its own NUL.
   std::wstring text(localeIsUtf8() ? countUtf8(s.c_str(), length) : length, L'\0');
   const std::size_t written = widen(s.c_str(), length, text.data(), text.size());
   text.resize(written == kInvalid ? std::wcslen(text.c_str()) : written);

@@ -1,5 +1,3 @@
-// Identifiers made of the time and the host's MAC address, and local time stamps. For any process;
-// re-entrant, no state.
 #include <sys/time.h>
 
 #include <ace/OS_NS_netdb.h>
@@ -21,16 +19,17 @@ constexpr std::size_t kTimeDigits = 20;
 constexpr std::size_t kIdentifierSize = kTimeDigits + 2 * kMacSize;
 using Mac = std::array<unsigned char, kMacSize>;
 
-/// Fills `mac` with the host's address, zeros where none can be read. Returns false only when the
-/// copy fails.
+/// Sets `mac` to the host's address, zeros if none can be read. Returns false only if the copy
+/// fails.
 bool readMac(Mac& mac) {
   mac.fill(0);
   ACE_OS::macaddr_node_t node{};
-  if (ACE_OS::getmacaddress(&node) != 0) return true;  // asked on every call: addresses change
+  if (ACE_OS::getmacaddress(&node) != 0) return true;  // read on every call: addresses change
   return memcpy_s(mac.data(), mac.size(), node.node, kMacSize) == 0;
 }
 
-/// The time in units of 100 nanoseconds since the epoch; a clock that fails reads as -1 seconds.
+/// Returns the time in units of 100 nanoseconds since the epoch; a failing clock reads as -1
+/// seconds.
 unsigned long long timeIn100Nanoseconds() {
   timeval now{};
   ACE_Time_Value value(-1, 0);
@@ -40,14 +39,14 @@ unsigned long long timeIn100Nanoseconds() {
   return (seconds * 1'000'000 + microseconds) * 10;
 }
 
-/// Writes the lowest `digits` hexadecimal digits of `value`; returns the place behind them.
+/// Writes the lowest `digits` hexadecimal digits of `value`; returns the position after them.
 char* writeHex(char* out, unsigned long long value, std::size_t digits) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   for (std::size_t at = digits; at > 0; value >>= 4) out[--at] = kDigits[value & 15];
   return out + digits;
 }
 
-/// Writes a number below 100 as two digits; returns the place behind them.
+/// Writes a number below 100 as two digits; returns the position after them.
 char* writeTwoDigits(char* out, int value) {
   out[0] = static_cast<char>('0' + value / 10);
   out[1] = static_cast<char>('0' + value % 10);
@@ -56,7 +55,7 @@ char* writeTwoDigits(char* out, int value) {
 
 using StampBuffer = std::array<char, 100>;
 
-/// Writes a time whose year has not four digits; returns the length, negative on failure.
+/// Writes a time whose year does not have four digits; returns the length, negative on failure.
 int writeFarStamp(const tm& time, long year, StampBuffer& text) {
   return snprintf_s(text.data(), text.size(), text.size() - 1, "%04ld%02d%02d%02d%02d%02d", year,
                     time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec);

@@ -1,6 +1,3 @@
-// The record that the process locale has been taken from the environment. Called by the character
-// set conversions before they convert, and by processes that want the locale earlier. `Instance`
-// may be called from any thread, `Destory` only while nobody else is inside.
 #include "VexaLocale.h"
 
 #include <ace/Guard_T.h>
@@ -8,7 +5,7 @@
 #include <atomic>
 #include <clocale>
 
-#include "platform/standard_streams.h"
+#include "os/standard_streams.h"
 
 VexaLocale* VexaLocale::m_instance = nullptr;
 ACE_RW_Thread_Mutex VexaLocale::m_mutex;
@@ -17,7 +14,7 @@ VexaLocale* VexaLocale::Instance() {
   const std::atomic_ref<VexaLocale*> instance(m_instance);
   if (VexaLocale* const made = instance.load(std::memory_order_acquire)) return made;
 
-  // ACE leaves the error code of a lock that fails in errno; the work goes on unlocked then.
+  // If locking fails, ACE leaves the error in errno, and the work continues unlocked.
   const ACE_Write_Guard<ACE_RW_Thread_Mutex> guard(m_mutex);
   if (instance.load(std::memory_order_relaxed) == nullptr) {
     // Published before the locale is set: a thread on the unlocked path does not wait for it.

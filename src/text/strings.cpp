@@ -1,22 +1,18 @@
-// String utilities: trimming, splitting, replacing, upper-casing, classifying and converting byte
-// strings, for every other family and the platform's processes. Bytes and ASCII only, the locale is
-// never asked. Re-entrant; no state.
+// Trimming, splitting, replacing and upper-casing of byte strings. ASCII only: the locale is never
+// read.
 #include "VexaStringUtils.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstdint>
 #include <cstring>
-#include <limits>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "platform/bounded.h"
-#include "platform/byte_blocks.h"
-#include "platform/checked_size.h"
-#include "text/ascii.h"
-#include "text/search.h"
+#include "bytes/checked_size.h"
+#include "bytes/find.h"
+#include "bytes/rewrite.h"
+#include "bytes/scan.h"
+#include "bytes/upper.h"
 #include "text/tokens.h"
 
 namespace {
@@ -26,17 +22,15 @@ using commutil::Finder;
 using commutil::Token;
 using commutil::Tokens;
 
-constexpr std::size_t kNumberSize = 22;    // the buffer that callers of `ltoa` provide
-constexpr std::size_t kHexResultSize = 4;  // one byte in decimal
 constexpr std::size_t kLabelColumns = 32;
 
 // Replacing
 
-// Where `finder` finds its text. A short text's occurrences are kept, so that it is searched once.
+// The positions of `finder`'s matches. Those of a short string are cached, so it is searched once.
 class Occurrences {
  public:
   Occurrences(std::string_view text, const Finder& finder) : m_text(text), m_finder(finder) {
-    // The C library's search is the quickest to say that a long text holds none.
+    // The C library's search is the fastest for a long string without a match.
     if (text.size() > kShort && finder.find(text, 0) == text.size()) return;
     finder.forEach(text, [this](std::size_t at) {
       if (m_size < m_kept.size()) m_kept[m_size] = at;
@@ -61,8 +55,8 @@ class Occurrences {
   std::array<std::size_t, 8> m_kept{};
 };
 
-// Returns `text` with what was found replaced by `to`. Throws std::length_error, before anything is
-// written, when no string could hold the result.
+// Returns `text` with each match replaced by `to`. Throws std::length_error, before anything is
+// written, if no string can hold the result.
 std::string replaced(std::string_view text, const Finder& finder, const Occurrences& found,
                      std::string_view to) {
   const std::size_t kept = text.size() - found.size() * finder.length();
@@ -81,7 +75,7 @@ std::string replaced(std::string_view text, const Finder& finder, const Occurren
 
 // Replacing in a loop with std::string::replace would move the rest of the text for every match.
 void replaceAll(std::string& s, const std::string& from, const std::string& to) {
-  if (from.empty()) return;  // would be found for ever
+  if (from.empty()) return;  // would be found forever
   const Finder finder(from);
   if (to.size() == from.size()) {
     finder.forEach(s, [&s, &to](std::size_t at) { std::memmove(&s[at], to.data(), to.size()); });
@@ -89,25 +83,6 @@ void replaceAll(std::string& s, const std::string& from, const std::string& to) 
   }
   const Occurrences found(s, finder);
   if (found.size() > 0) s = replaced(s, finder, found, to);
-}
-
-// Numbers
-
-// The value 0 to 15 of a hexadecimal digit, -1 for any other byte.
-int hexDigitValue(char byte) {
-  if (byte >= '0' && byte <= '9') return byte - '0';
-  if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
-  if (byte >= 'A' && byte <= 'F') return byte - 'A' + 10;
-  return -1;
-}
-
-// The integer part of `x` < 2^64 as an unsigned number, a negative one wrapped. What lies below the
-// signed range would be an undefined conversion: it gives the largest number.
-std::uint64_t unsignedPart(double x) {
-  constexpr double kLowest = -9223372036854775808.0;
-  if (x >= 0.0) return static_cast<std::uint64_t>(x);
-  if (x < kLowest) return std::numeric_limits<std::uint64_t>::max();
-  return static_cast<std::uint64_t>(static_cast<std::int64_t>(x));
 }
 
 }  // namespace
@@ -137,8 +112,8 @@ void VexaCommonUtils::stringReplace(const std::string& from, const std::string& 
   replaceAll(s, from, to);
 }
 
-// A token starts at a byte outside the set of delimiter bytes, but only the whole delimiter text
-// ends it: not a mistake, callers rely on both.
+// A token starts at a byte outside the set of delimiter bytes, but only the whole delimiter string
+// ends it: callers rely on both.
 void VexaCommonUtils::split(const std::string& s, const std::string& delims,
                             std::list<std::string>& out) {
   const ByteSet set(delims);
@@ -154,22 +129,11 @@ unsigned long VexaCommonUtils::splitAll(const std::string& s, const std::string&
                                         std::vector<std::string>& out) {
   const Tokens tokens(s, delims);
   if (!tokens.copied()) return 0;
-  // At least doubled, so that many calls on one vector do not copy it every time.
+  // At least doubled, so that repeated calls on one vector do not copy it every time.
   const std::size_t size = out.size() + tokens.size();
   if (size > out.capacity()) out.reserve(std::max(size, 2 * out.capacity()));
   for (const Token& token : tokens) out.emplace_back(tokens.text(token));
   return size;
-}
-
-char* VexaCommonUtils::ltoa(long value, char* buf) {
-  if (buf == nullptr) return nullptr;
-  return snprintf_s(buf, kNumberSize, kNumberSize - 1, "%ld", value) < 0 ? nullptr : buf;
-}
-
-// Unlike `ltoa`, the unsigned forms answer the buffer whatever formatting says.
-char* VexaCommonUtils::ultoa(unsigned long value, char* buf) {
-  if (buf != nullptr) snprintf_s(buf, kNumberSize, kNumberSize - 1, "%lu", value);
-  return buf;
 }
 
 std::string VexaCommonUtils::tabs(const std::string& s) {
@@ -195,24 +159,6 @@ void VexaCommonUtils_i::splitAll(const std::string& s, const std::string& delims
   for (const Token& token : tokens) out.emplace_hint(out.end(), tokens.text(token));
 }
 
-char* VexaCommonUtils_i::ulltoa(unsigned long long value, char* buf) {
-  if (buf != nullptr) snprintf_s(buf, kNumberSize, kNumberSize - 1, "%llu", value);
-  return buf;
-}
-
-bool VexaCommonUtils_i::Isdigitstr(const std::string& s) {
-  return !commutil::containsAny(s, commutil::NoDigit());
-}
-
-// From 99 on the answer stays 99, so that 100 stands for a truly full resource.
-double VexaCommonUtils_i::getUpperIntVal(double x) {
-  if (std::isnan(x) || x >= 100.0) return 100.0;
-  if (x >= 99.0) return 99.0;
-  const std::uint64_t whole = unsignedPart(x);
-  const auto rounded = static_cast<double>(whole);
-  return x - rounded > 0.0 ? static_cast<double>(whole + 1) : rounded;
-}
-
 void ToUpperEx(std::string& s) { commutil::upperInto(s.data(), s); }
 
 std::string ToUpper(const std::string& s) {
@@ -221,26 +167,8 @@ std::string ToUpper(const std::string& s) {
   return result;
 }
 
-bool StringIsRight(const std::string& s) {
-  return !commutil::containsAny(s, commutil::LetterBeyondHex());
-}
-
 std::string ReplaceChar(const std::string& s, char c, const std::string& rep) {
   const Finder finder(std::string_view(&c, 1));
   const Occurrences found(s, finder);
   return found.size() == 0 ? s : replaced(s, finder, found, rep);
-}
-
-// Digits are summed with their weights modulo 2^64, so those from 16^16 on weigh nothing.
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the binary contract takes a value
-std::string StrHexToInt(std::string hex) {
-  std::uint64_t sum = 0;
-  for (const char byte : std::string_view(hex.c_str())) {
-    const int value = hexDigitValue(byte);
-    if (value < 0) return "";
-    sum = sum * 16 + static_cast<std::uint64_t>(value);
-  }
-  char text[kHexResultSize];
-  const auto low = static_cast<std::int32_t>(static_cast<std::uint32_t>(sum));
-  return snprintf_s(text, sizeof text, sizeof text - 1, "%d", low) < 0 ? "" : text;
 }

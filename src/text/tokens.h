@@ -10,15 +10,15 @@
 
 namespace commutil {
 
-constexpr std::size_t kSplitLimit = 1024;  // `splitAll` sees no more of its input
+constexpr std::size_t kSplitLimit = 1024;  // `splitAll` reads no more of its input
 
-/// Where a token is in its text. Small, since the stacks of callers may be too.
+/// The position of a token in its string. Small, because callers' stacks may be.
 struct Token {
   std::uint16_t begin;
   std::uint16_t length;
 };
 
-/// The tokens of a text as strtok_r(3) finds them, of a copy that ends at its first NUL.
+/// The tokens of a string as strtok_r(3) finds them in a copy that ends at the first NUL.
 class Tokens {
  public:
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): clearing the buffers would cost more
@@ -35,7 +35,7 @@ class Tokens {
 
  private:
   void find(const char* delims) {
-    std::array<bool, 256> ends{};  // what ends a token: the delimiters and NUL
+    std::array<bool, 256> ends{};  // the bytes that end a token: delimiters and NUL
     for (const char* delim = delims; *delim != '\0'; ++delim) ends[index(*delim)] = true;
     ends[0] = true;
     const char* at = m_text;

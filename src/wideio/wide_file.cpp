@@ -1,10 +1,9 @@
-// The combined wide stream: a reader or a writer of one file, each operation forwarded to the side
-// it belongs to. Called by the platform's processes. A stream belongs to one thread at a time.
+// The combined wide stream, which forwards each operation to its reader or its writer.
 #include "VexaWideIO.h"
 
 namespace {
 
-// The values of std::ios_base::app, in and out, which this stream compares as whole modes.
+// The values of std::ios_base::app, in and out, compared as whole modes.
 constexpr int kAppend = 1;
 constexpr int kRead = 8;
 constexpr int kWrite = 16;
@@ -19,7 +18,7 @@ Vexawfstream::~Vexawfstream() = default;
 
 void Vexawfstream::open(const char* path, int mode) {
   if ((m_mode & kOpenBits) != 0) close();
-  // The mode is taken even when the side could not open its file: closing goes by it.
+  // The mode is set even if the side could not open its file, because closing depends on it.
   m_mode = mode == kRead || mode == kWrite ? mode : kAppend;
   if (m_mode == kRead) {
     Vexawifstream::open(path, m_mode);

@@ -1,5 +1,3 @@
-// The << and >> operators of the wide streams, over the streams' members. Called by the platform's
-// processes. A stream belongs to one thread at a time.
 #include "VexaWideIO.h"
 
 #include <array>
@@ -11,7 +9,7 @@ namespace {
 
 constexpr std::size_t kNumberSize = 100;
 
-// What the pointer forms of >> take the caller's array to hold.
+// The size that the pointer forms of >> require of the caller's array.
 constexpr std::size_t kArraySize = 4097;
 
 /// Formats a number and writes it as bytes, cut at 99 characters. Never flushes.
@@ -155,7 +153,7 @@ Vexawifstream& operator>>(Vexawifstream& stream, char* buf) {
   return stream;
 }
 
-// Skips one byte: the argument stays as it is.
+// Skips one byte: the argument does not change.
 Vexawifstream& operator>>(Vexawifstream& stream, char& /*c*/) {
   char skipped = 0;
   stream.get(skipped);
@@ -199,7 +197,7 @@ Vexawfstream& operator>>(Vexawfstream& stream, char* buf) {
   return stream;
 }
 
-// Skips one byte: the argument stays as it is.
+// Skips one byte: the argument does not change.
 Vexawfstream& operator>>(Vexawfstream& stream, char /*c*/) {
   char skipped = 0;
   stream.get(skipped);

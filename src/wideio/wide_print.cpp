@@ -1,5 +1,3 @@
-// Wide formatted printing, bounded at 4096 wide characters. Called by the platform's processes.
-// Re-entrant; output of several threads to one stream may interleave between calls.
 #include "VexaWideIO.h"
 
 #include <cstdarg>

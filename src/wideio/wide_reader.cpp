@@ -1,12 +1,10 @@
-// The reading side of the wide streams: wide text, bytes and numbers from a stdio handle. Called by
-// the platform's processes and by the combined stream. A stream belongs to one thread at a time.
 #include "VexaWideIO.h"
 
 #include <array>
 #include <cstdlib>
 
+#include "os/handle_lock.h"
 #include "os/wide_stdio.h"
-#include "platform/handle_lock.h"
 
 using commutil::HandleLock;
 
@@ -14,13 +12,13 @@ namespace {
 
 constexpr int kReadMode = 8;
 
-/// The bytes of a number: 99 that count and the byte that ends it.
+/// The bytes of a number: 99 that count and the one that ends it.
 using NumberText = std::array<char, 100>;
 
-/// Reads values with fgetwc(3) into `buf` until the handle is at its end, a line feed or `delim`
-/// was stored, or `limit` values (at least 1) are. A read that fails stores WEOF and, unless it met
-/// the end, the next one is tried. Returns the index of the line feed or delimiter that ended the
-/// read, or else the number of values; elements from there on stay unwritten.
+/// Reads values with fgetwc(3) into `buf` until the end of the handle, a stored line feed or
+/// `delim`, or `limit` values (at least 1). A failed read stores WEOF and, unless it is at the end,
+/// the next one follows. Returns the index of the line feed or delimiter that ended the read, or
+/// else the number of values; later elements stay unwritten.
 std::size_t readWide(std::FILE* file, wchar_t* buf, std::size_t limit, std::wint_t delim) {
   const HandleLock lock(file);
   std::size_t i = 0;
@@ -54,8 +52,8 @@ bool isNumberByte(int c, bool withPoint) {
   return (c >= '0' && c <= '9') || (withPoint && c == '.');
 }
 
-/// Reads the text of a number and gives the byte behind it back, but for a line feed. False when
-/// the handle cannot step back.
+/// Reads the characters of a number and puts the byte after it back, unless it is a line feed.
+/// Returns false if the handle cannot step back.
 bool readNumber(std::FILE* file, NumberText& text, bool withPoint) {
   const HandleLock lock(file);
   std::size_t i = 0;
@@ -120,7 +118,7 @@ void Vexawifstream::get(wchar_t* buf, std::size_t n, unsigned int delim) {
 
 void Vexawifstream::getline(wchar_t* buf, std::size_t n) {
   if (m_file == nullptr) return;
-  // The NUL goes one element further than the text needs: callers rely on these positions.
+  // The NUL is one element further than necessary: callers rely on these positions.
   const std::size_t last = n == 1 ? 0 : readWide(m_file, buf, n - 1, L'\n');
   buf[last + 1] = L'\0';
 }
@@ -128,7 +126,7 @@ void Vexawifstream::getline(wchar_t* buf, std::size_t n) {
 void Vexawifstream::getline(wchar_t* buf, std::size_t n, unsigned int delim) {
   if (m_file == nullptr) return;
   const std::size_t last = n == 1 ? 0 : readWide(m_file, buf, n - 1, delim);
-  // Without a line end this looks at what the array held before; a line feed there is kept too.
+  // Without a line end this checks the array's old contents; a line feed there is kept too.
   buf[buf[last] == L'\n' ? last + 1 : last] = L'\0';
 }
 

@@ -1,6 +1,4 @@
-// The writing side of the wide streams, with its manipulators: wide text and bytes to a stdio
-// handle. Called by the platform's processes and by the combined stream. A stream belongs to one
-// thread at a time.
+// The writing side of the wide streams, with its manipulators.
 #include "VexaWideIO.h"
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// What services get where something else stands in a configuration file's place: a FIFO or a device
-// counts as a file that cannot be read, the null device as an empty one.
+// Configuration files that are not regular: a FIFO or a device counts as unreadable, the null
+// device as empty.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@ using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-/// An empty folder for each configuration file, and the variables that lead there.
+/// An empty directory for each configuration file, and the variables that name them.
 class ConfigurationKinds : public ::testing::Test {
  protected:
   ConfigurationKinds() {
@@ -27,8 +27,7 @@ class ConfigurationKinds : public ::testing::Test {
       std::filesystem::create_directories(m_dir.path() / name);
   }
 
-  /// Puts what `make` makes of a path into the place of every configuration file, and runs `body`
-  /// in a child that does not wait for ever.
+  /// Creates every configuration file by `make`, and runs `body` in a child with a time limit.
   template <class Make, class Body>
   void with(const Make& make, const Body& body) {
     for (const char* const name : {"conf/setting.cfg", "conf/secure.cfg", "conf/app.json",
@@ -85,7 +84,7 @@ TEST_F(ConfigurationKinds, TheNullDeviceIsAnEmptyFile) {
     CapturedOutput error(STDERR_FILENO);
     EXPECT_TRUE(VexaCommonUtils_i::checkUnSafeStr("text"));
     EXPECT_EQ("", error.stop()) << "the list could be read";
-    // The answers of files that could be read are cached, whatever stands there later.
+    // Results of readable files are cached, whatever replaces the files later.
     std::filesystem::remove(m_dir / "conf/setting.cfg");
     std::filesystem::remove(m_dir / "etc/conf/TSSetting.cfg");
     m_dir.write("conf/setting.cfg", "[TraceDir]\ntracedir=/srv/other\n");

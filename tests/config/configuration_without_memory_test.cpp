@@ -1,5 +1,5 @@
-// What services ask of their configuration files, with each allocation failing: the right answer or
-// an exception, never the answer that stands for a file that cannot be read.
+// Reads configuration files with each allocation failing: the right result or an exception, never
+// the result for an unreadable file.
 #include <gtest/gtest.h>
 
 #include <list>
@@ -18,8 +18,8 @@ using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-/// Expects that `call` returns true or throws std::bad_alloc, whichever allocation fails, and does
-/// throw. In a child: an answer may be cached, and SimpleIni loses what it holds.
+/// Expects that `call` returns true or throws std::bad_alloc, whichever allocation fails, and that
+/// some failure throws. In a child, because results are cached and SimpleIni leaks.
 template <class Call>
 void expectRightOrOutOfMemory(const Call& call) {
   runInChild([&call] {

@@ -18,7 +18,7 @@ int passing = kNever;  ///< allocations until one fails
 
 }  // namespace
 
-// Not inlined: g++ would take the inlined `free` for a mismatch with the callers' `new`.
+// Not inlined: g++ would warn that `free` mismatches the callers' `new`.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   if (passing != kNever && passing-- == 0) throw std::bad_alloc();
   if (void* const block = std::malloc(size == 0 ? 1 : size)) return block;
@@ -40,7 +40,7 @@ const std::string kType = "a type that does not fit into a string object";
 
 enum class Result { thrown, byDefault, found };
 
-/// Asks for the type, with the allocation after `allocations` others failing.
+/// Reads the type; the allocation after `allocations` others fails.
 Result ask(int allocations) {
   passing = allocations;
   try {
@@ -62,8 +62,8 @@ class DatabaseTypeMemory : public ::testing::Test {
   const ScopedEnv m_variable{"APP_CONF_FILE", m_file};
 };
 
-/// The results of first calls in which each allocation fails in turn, up to the first one that none
-/// fails in. After each failure a call in the same process finds the type.
+/// Returns the results of first calls with each allocation failing, up to the first call in which
+/// none fails. After each failure a call in the same process finds the type.
 std::vector<Result> resultsOfFirstCalls() {
   void* const shared =
       ::mmap(nullptr, sizeof(Result), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -92,7 +92,7 @@ TEST_F(DatabaseTypeMemory, ReadsAgainAfterAFailedAllocation) {
     EXPECT_EQ(Result::byDefault, results[i]) << "reading and parsing, allocation " << i;
 }
 
-/// A quoted LIKE operand for a percent sign, whose first read of the type fails.
+/// Returns a quoted LIKE operand for a percent sign, whose first read of the type fails.
 std::string operandAfterAFailedRead() {
   passing = 1;  // the path's allocation
   std::string operand = VexaCommonUtils_i::TransferLikeSql("%", Vexacommon::FUZZY_QUERY_NONE);

@@ -176,7 +176,7 @@ TEST_F(Environment, LooksUpNamesOfAnyLength) {
   }
 }
 
-TEST_F(Environment, LooksUpEveryNameAsItStands) {
+TEST_F(Environment, LooksUpEveryNameUnchanged) {
   for (const char* const name : {"a b", "x.y-z", "A$B", "A(B", "A{B", "\x80\xff", "<", "1"}) {
     SCOPED_TRACE(name);
     const ScopedEnv variable(name, "found");
@@ -189,8 +189,8 @@ TEST_F(Environment, LooksUpEveryNameAsItStands) {
   EXPECT_EQ("%P%Q%", VexaCommonUtils::replEnvVar("%P%Q%"));
 }
 
-TEST_F(Environment, HandsNamesToGetenvAsCText) {
-  // "A=x" and a NUL cannot be part of a name; getenv(3) is asked with them all the same.
+TEST_F(Environment, PassesNamesToGetenvAsCStrings) {
+  // "A=x" and a NUL cannot be part of a name, but are passed to getenv(3) nevertheless.
   EXPECT_EQ("$(A=1)", VexaCommonUtils::replaceEnvVar("$(A=1)"));
   EXPECT_EQ(std::string("1-\0-", 4), VexaCommonUtils::replaceEnvVar(std::string("$(A\0B)-\0-", 9)));
   const std::string kept("$(\0A)", 5);

@@ -10,7 +10,7 @@
 namespace commutil_test {
 
 FakeStore& fakeStore() {
-  static FakeStore& store = *new FakeStore;  // outlives the library that asks it
+  static FakeStore& store = *new FakeStore;  // outlives the library that calls it
   return store;
 }
 
@@ -32,12 +32,12 @@ void InstalledStore::remove() const { std::filesystem::remove(m_dir / "libsettin
 
 extern "C" {
 
-// At the end of a process ACE takes the locks of its libraries in the other order, whoever opened
-// one; the thread sanitizer reports that in a program of five lines too.
+// At process exit ACE takes the locks of its libraries in the other order, whoever opened one; the
+// thread sanitizer reports that even in a program of five lines.
 const char* __tsan_default_suppressions();
 const char* __tsan_default_suppressions() { return "deadlock:ACE_OS::mutex_lock\n"; }
 
-// What the store calls.
+// The functions that the store calls.
 
 int fakeStoreAnswer(const std::string& key, std::string& value) {
   static std::mutex mutex;
@@ -58,9 +58,9 @@ void fakeStoreUnloaded() {
 }
 }
 
-/// Starts the program once more with the library path, which the dynamic linker reads at the start
-/// only: the current directory, into which each test changes that has a store, then a file that is
-/// no library, at which the search ends. A store that is installed on the system is not found.
+/// Restarts the program with a library path, which the dynamic linker reads only at the start: the
+/// current directory, to which each test with a store changes, then a file that is not a library,
+/// which ends the search before an installed store.
 int main(int argc, char** argv) {
   constexpr const char* kLibraryPath = "LD_LIBRARY_PATH";
   constexpr std::string_view kStores = ".:" FAKE_STORES "/none:";

@@ -8,9 +8,9 @@
 
 #include "support/fixtures.h"
 
-// A settings store for tests: a shared library named as the real one is, whose answers this program
-// gives. A test program that links fake_store.cpp finds it in the current directory. Use it inside
-// `runInChild`: once loaded, a store stays.
+// A settings store for tests: a shared library with the real store's name, whose results the test
+// program sets. A program that links fake_store.cpp finds it in the current directory. Use it
+// inside `runInChild`: a loaded store stays.
 
 namespace commutil_test {
 
@@ -19,7 +19,7 @@ struct StoreAnswer {
   std::optional<std::string> value;  ///< written to the out-parameter whatever the result
 };
 
-/// What the store answers and what it was asked. Answers are set before the store is called.
+/// The results of the store, and its calls. Set the results before the first call.
 struct FakeStore {
   std::map<std::string, StoreAnswer> answers;          ///< other keys give 1
   std::vector<std::string> asked;                      ///< every key, in order
@@ -29,13 +29,13 @@ struct FakeStore {
 
 FakeStore& fakeStore();
 
-/// Lays the store library of a kind into a directory of its own, which becomes the current one.
-/// Kinds: "full"; "param_only", which has no group look-up; "no_entry_points"; "unresolved", which
-/// calls a function that exists nowhere when it is asked for the key "unresolved".
+/// Creates the store library of a kind in a directory of its own, which becomes the current one.
+/// Kinds: "full"; "param_only", without group lookups; "no_entry_points"; "unresolved", which calls
+/// an undefined function for the key "unresolved".
 class InstalledStore {
  public:
   explicit InstalledStore(const std::string& kind);
-  /// Puts another kind in the library's place, by rename.
+  /// Replaces the library by another kind, by rename.
   void replaceBy(const std::string& kind) const;
   void remove() const;
 

@@ -1,5 +1,5 @@
-// What every kind of the fake settings store holds; the test program that loads it gives its
-// answers.
+// The common part of all kinds of the fake settings store; the test program that loads it sets its
+// results.
 extern "C" {
 
 void fakeStoreUnloaded();

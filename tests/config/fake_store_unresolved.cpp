@@ -1,5 +1,5 @@
-// The fake settings store's lookup of one value, which needs a function that exists nowhere when it
-// is asked for the key "unresolved".
+// The fake settings store's lookup of one value, which calls an undefined function for the key
+// "unresolved".
 #include <string>
 
 extern "C" {

@@ -14,7 +14,7 @@ using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-/// A deployment of three empty trees that the environment names.
+/// A deployment of three empty trees, named by the environment.
 class Paths : public testing::Test {
  protected:
   TempDir m_dir;
@@ -89,7 +89,7 @@ TEST_F(Paths, PassesOverADanglingLink) {
   EXPECT_EQ(app, VexaCommonUtils_i::getConfFile("a.cfg"));
 }
 
-TEST_F(Paths, AppendsTheFileNameAsGiven) {
+TEST_F(Paths, AppendsTheFileNameUnchanged) {
   const std::string root = m_dir.path().string();
   m_dir.write("app/conf/sub/a.cfg", "");
   EXPECT_EQ(root + "/app/conf/sub/a.cfg", VexaCommonUtils_i::getConfFile("sub/a.cfg"));
@@ -140,7 +140,7 @@ TEST_F(Paths, FindsTheTraceDirectory) {
     m_dir.write("app/conf/setting.cfg", trace.settings);
     runInChild([&] {
       EXPECT_EQ(trace.result, VexaCommonUtils::getTracePath());
-      // Each answer from a settings file that could be read is kept.
+      // A result read from a settings file is cached.
       m_dir.write("app/conf/setting.cfg", "[TraceDir]\ntracedir=/changed\n");
       const ScopedEnv log("_APP_LOG_DIR", "/changed");
       EXPECT_EQ(trace.result, VexaCommonUtils::getTracePath());

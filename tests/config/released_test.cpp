@@ -1,5 +1,4 @@
-// Calls that come when the library has released its caches at the end of the process: they compute
-// the answer anew.
+// Calls at process exit, after the library has released its caches: they compute the results again.
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <unistd.h>
@@ -16,7 +15,7 @@ namespace {
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-/// Writes the answers of two calls: the first might leave something for the next one.
+/// Writes the results of two calls: the first might leave something for the next.
 void report(const char* when) {
   for (int call = 0; call < 2; ++call) {
     const std::string trace = VexaCommonUtils::getTracePath();
@@ -25,7 +24,7 @@ void report(const char* when) {
   }
 }
 
-/// Reports when it is destroyed, if it was told to.
+/// Reports when it is destroyed, if enabled.
 struct Reporter {
   ~Reporter() { report("static"); }
 };
@@ -40,13 +39,13 @@ class Released : public testing::Test {
  protected:
   Released() { configure("a long enough directory for traces", "a database type of some length"); }
 
-  /// What both caches find from now on.
+  /// Sets what both caches read from now on.
   void configure(const std::string& directory, const std::string& type) const {
     m_dir.write("conf/setting.cfg", "[TraceDir]\ntracedir=/" + directory + "\n");
     m_dir.write("app.json", R"({"databases": {"m": [{"type": ")" + type + R"("}]}})");
   }
 
-  /// Fills the caches, changes what they were filled from and ends the process.
+  /// Fills the caches, changes their sources and ends the process.
   [[noreturn]] void fillAndExit() const {
     report("filled");
     configure("another directory for the traces", "another type of some length");
@@ -60,7 +59,7 @@ class Released : public testing::Test {
     return line + line;
   }
 
-  /// Expects in a child that `prepare` makes the answers be reported at the end, found anew.
+  /// Expects in a child that after `prepare` the results at exit are computed again.
   void expectFoundAnew(const std::string& when, const std::function<void()>& prepare) const {
     const std::string directory = "a long enough directory for traces";
     const std::string type = "a database type of some length";
@@ -80,19 +79,19 @@ class Released : public testing::Test {
   const ScopedEnv m_conf{"APP_CONF_FILE", m_dir / "app.json"};
 };
 
-TEST_F(Released, ExitHandlersGetAnAnswer) {
+TEST_F(Released, ExitHandlersGetAResult) {
   expectFoundAnew("handler", [] { std::atexit([] { report("handler"); }); });
 }
 
-TEST_F(Released, DestructorsOfStaticsGetAnAnswer) {
+TEST_F(Released, DestructorsOfStaticsGetAResult) {
   expectFoundAnew("static", [] { static const Reporter reporter; });
 }
 
-TEST_F(Released, DestructorsOfTheProgramGetAnAnswer) {
+TEST_F(Released, DestructorsOfTheProgramGetAResult) {
   expectFoundAnew("last", [] { reportsLast = true; });
 }
 
-TEST_F(Released, AFirstCallAtTheEndGetsAnAnswer) {
+TEST_F(Released, AFirstCallAtTheEndGetsAResult) {
   const auto run = [] {
     std::atexit([] { report("handler"); });
     reportsLast = true;

@@ -1,6 +1,5 @@
-// The settings store is found by the next lookup, whatever failed during the first one. This
-// program replaces what loading the store takes: memory without exceptions, dlopen(3) and
-// dlinfo(3).
+// The next lookup finds the settings store, whatever failed during the first one. This program
+// replaces what loading the store needs: memory without exceptions, dlopen(3) and dlinfo(3).
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -33,8 +32,8 @@ using commutil_test::Fault;
 Fault openFault;
 Fault infoFault;
 std::atomic<int> opened{0};      // calls of dlopen that may load the store
-std::function<void()> onPinned;  // runs after the first call of dlopen that may not
-bool refusesPin = false;         // those fail
+std::function<void()> onPinned;  // runs after the first call of dlopen that may not load it
+bool refusesPin = false;         // such calls fail
 
 }  // namespace
 
@@ -90,7 +89,7 @@ void expectStaysMapped() {
   fakeStore().onUnload = [] { ADD_FAILURE() << "unmapped under its entry points"; };
 }
 
-/// Runs the body with a store in a child that dies instead of hanging.
+/// Runs the body with a store, in a child with a time limit.
 void runWithStore(const std::function<void()>& body) {
   commutil_test::runInChild([&body] {
     ::alarm(120);
@@ -107,14 +106,14 @@ int resultOf(const Lookup& lookup, std::string& value) {
   }
 }
 
-/// Expects that a call of `lookup` answers rightly.
+/// Expects the right result of `lookup`.
 void expectFound(const Lookup& lookup) {
   std::string value;
   EXPECT_EQ(0, lookup.call(value));
   EXPECT_EQ("found", value);
 }
 
-/// How often the first call of `lookup` makes the call that `fault` counts.
+/// Returns how often the first call of `lookup` makes the call that `fault` counts.
 int callsIn(const Lookup& lookup, Fault& fault) {
   constexpr int kShared = MAP_SHARED | MAP_ANONYMOUS;
   void* const place = ::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, kShared, -1, 0);
@@ -130,8 +129,8 @@ int callsIn(const Lookup& lookup, Fault& fault) {
   return calls;
 }
 
-/// Fails each call that `fault` counts during the first lookup, every one in a process of its own,
-/// and expects a legitimate result of that lookup and the right answer of the next ones.
+/// Fails each call that `fault` counts during the first lookup, each in its own process, and
+/// expects a legitimate result of that lookup and the right results of the next ones.
 void failEachCall(Fault& fault, int fewestCalls) {
   const InstalledStore store("full");
   for (const Lookup& lookup : kLookups) {
@@ -178,7 +177,7 @@ TEST(SettingsStoreFaults, WithoutACreatedManagerTheLookupLacksMemory) {
   }
 }
 
-TEST(SettingsStoreFaults, AStoreThatCannotBePinnedAnswersAndIsLoadedAgain) {
+TEST(SettingsStoreFaults, AStoreThatCannotBePinnedWorksAndIsLoadedAgain) {
   const InstalledStore store("full");
   for (const Lookup& lookup : kLookups) {
     SCOPED_TRACE(lookup.name);

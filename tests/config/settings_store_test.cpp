@@ -25,7 +25,7 @@ using testing::Pair;
 
 using Params = std::map<std::string, std::string>;
 
-/// Runs `body` in a child that dies instead of hanging.
+/// Runs `body` in a child with a time limit.
 void runInChild(const std::function<void()>& body) {
   commutil_test::runInChild([&] {
     ::alarm(120);
@@ -58,7 +58,7 @@ TEST(SettingsStore, WithoutALibraryNothingIsFoundOrTouched) {
   });
 }
 
-TEST(SettingsStore, AnythingElseUnderTheNameIsNoLibrary) {
+TEST(SettingsStore, AnythingElseUnderTheNameIsNotALibrary) {
   const TempDir dir;
   dir.write("libsettingrest.so", "no library");
   runInChild([&] {
@@ -269,7 +269,7 @@ TEST(SettingsStoreDeathTest, TheProcessExitsCleanly) {
   EXPECT_EXIT(lookUpAndExit(), testing::ExitedWithCode(3), "^unloaded\n$");
 }
 
-TEST(SettingsStoreDeathTest, OutlivesAceAndAnswersDuringExit) {
+TEST(SettingsStoreDeathTest, OutlivesAceAndWorksDuringExit) {
   const InstalledStore store("full");
   const auto lookUpAtExit = [] {
     std::atexit([] { std::fputs(valueOf("/key") == "found" ? "found\n" : "lost\n", stderr); });
@@ -303,13 +303,13 @@ const TwoKeys kTwoKeys[] = {
     {"neither", {}, {}, false, "", kBoth},
     {"second fails having written", {}, {{1, "f"}}, false, "f", kBoth},
     {"second is empty", {{1, "p"}}, {{0, ""}}, false, "", kBoth},
-    // The text is not cleared in between: what the first look-up wrote is what the second leaves.
+    // The value is not cleared in between: what the first lookup wrote remains.
     {"second leaves what the first wrote", {{1, "p"}}, {{0, std::nullopt}}, true, "p", kBoth},
     {"both fail, first wrote", {{1, "p"}}, {}, false, "p", kBoth},
     {"second succeeds without writing", {{0, ""}}, {{0, std::nullopt}}, false, "", kBoth},
 };
 
-TEST(SettingsStore, AsksForOneKeyThenForAnother) {
+TEST(SettingsStore, ReadsOneKeyThenAnother) {
   const InstalledStore store("full");
   for (const TwoKeys& row : kTwoKeys) {
     SCOPED_TRACE(row.name);
@@ -324,7 +324,7 @@ TEST(SettingsStore, AsksForOneKeyThenForAnother) {
   }
 }
 
-TEST(SettingsStore, TheCallersOwnTextCountsWhereTheStoreSucceedsWithoutWriting) {
+TEST(SettingsStore, TheCallersValueCountsIfTheStoreSucceedsWithoutWriting) {
   const InstalledStore store("full");
   runInChild([] {
     fakeStore().answers["/p"] = {0, std::nullopt};

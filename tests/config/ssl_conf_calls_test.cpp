@@ -74,7 +74,7 @@ class SslConfCalls : public testing::Test {
     m_dir.write("app/conf/svc_ssl.conf", "\"-SSLCAfile a\"");
   }
 
-  /// Generates the file, and expects that it is there.
+  /// Generates the file, and expects that it exists.
   void generate() const {
     EXPECT_EQ(m_target, VexaCommonUtils_i::get_svc_ssl_conf("svc_ssl.conf"));
     EXPECT_EQ("\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\"", readFile(m_target));

@@ -1,6 +1,6 @@
-// The SSL option file while another process puts something else at its path, before and after each
-// file call of its generation. The file is a new one, or the one that was opened: what was put
-// there is removed or left alone, and what it leads to is never changed.
+// The SSL option file while another process replaces its path, before and after each file call of
+// its generation. The file is a new one or the opened one; what the other process created is
+// removed or unchanged, and the target of its link never changes.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -31,10 +31,10 @@ using commutil_test::TempDir;
 using commutil_test::watchCalls;
 using commutil_test::writeFile;
 
-/// With every option, so that no settings store is asked.
+/// A template with every option, so that the settings store is not read.
 const std::string kText = "\"-SSLCAfile a -SSLAuthenticate b -SSLVersion c -SSLNoProtection\"";
 
-/// Runs `body` in a child, which ends instead of hanging.
+/// Runs `body` in a child with a time limit.
 void runInChild(const std::function<void()>& body) {
   commutil_test::runInChild([&] {
     ::alarm(20);
@@ -42,7 +42,7 @@ void runInChild(const std::function<void()>& body) {
   });
 }
 
-/// A deployment with a template, someone else's file and, if told, an older option file.
+/// A deployment with a template, another user's file and, if `hasTarget`, an older option file.
 class Scene {
  public:
   explicit Scene(bool hasTarget) {
@@ -62,7 +62,7 @@ class Scene {
   const std::string& moved() const { return m_moved; }
   void openToOthers() const { EXPECT_EQ(0, ::chmod(m_dir.path().c_str(), 0755)); }
 
-  /// Moves the target away, if there is one, and has `plant` put something else in its place.
+  /// Moves the target away, if there is one, and calls `plant` to create something else.
   void swap(const std::function<void(const Scene&)>& plant) {
     std::error_code ignored;
     fs::rename(m_target, m_moved, ignored);
@@ -76,7 +76,7 @@ class Scene {
 
   void expectUnchanged(const std::string& path) { EXPECT_EQ(m_before[path], describe(path)); }
 
-  /// Expects the generated file itself, not a link to it, at `path`.
+  /// Expects the generated file, not a link to it, at `path`.
   static void expectGenerated(const std::string& path) {
     struct stat status = {};
     ASSERT_EQ(0, ::lstat(path.c_str(), &status)) << path;
@@ -87,7 +87,7 @@ class Scene {
   }
 
  private:
-  /// All that writing could change in what is at `path` itself; "" if nothing is there.
+  /// Returns everything that writing could change at `path` itself; "" if nothing is there.
   static std::string describe(const std::string& path) {
     struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0) return {};
@@ -124,7 +124,7 @@ std::vector<std::string> generate(const std::string& expected,
       failing);
 }
 
-/// A call, and whether the file has been opened before and after it.
+/// A call, and whether the file is open before and after it.
 struct Call {
   const char* name;
   bool openedBefore;

@@ -111,7 +111,7 @@ const Generation kGenerations[] = {
       {"gateway/SSLVersion", {0, "TLSv1.3"}}},
      "\"-SSLCAfile a\"",
      "\"-SSLCAfile a\n-SSLAuthenticate CLIENT\n-SSLVersion TLSv1.3\""},
-    // Each value begins empty: what another option's look-up left does not count.
+    // Each value begins empty: what another option's lookup left does not count.
     {"look-ups that succeed without writing",
      {{"gateway/SSLAuthenticate", {0, "SERVER"}},
       {"gateway/SSLVersion", {0, std::nullopt}},
@@ -223,7 +223,7 @@ TEST_F(SslConf, FillsTheTemplatesGaps) {
   }
 }
 
-TEST_F(SslConf, AsksTheApplicationsKeyThenTheGlobalOneForEachGap) {
+TEST_F(SslConf, ReadsTheApplicationsKeyThenTheGlobalOneForEachGap) {
   writeTemplate("\"-SSLCAfile a\"");
   runInChild([&] {
     fakeStore().answers[kApplication + "SSLVersion"] = {0, "TLSv1.3"};
@@ -354,7 +354,7 @@ TEST_F(SslConf, IsGeneratedOnce) {
     std::filesystem::remove_all(m_dir / "app");
     EXPECT_EQ(m_target, generate());
     EXPECT_EQ("someone else's", readFile(m_target));
-    // The path is composed anew.
+    // The path is composed again.
     const ScopedEnv instance("PROCESS_INSTANCE_ID", "8");
     EXPECT_EQ(m_dir / "share/svc_ssl_8.conf", generate());
     EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(m_dir / "share"), {}));

@@ -1,5 +1,5 @@
-// What is computed once when its mutex cannot be taken: the answers are the same, and a mutex that
-// was not taken is not released. This program stands in for the thread library's mutexes.
+// Cached results if the mutex cannot be locked: the results are the same, and a mutex that was not
+// locked is not unlocked. This program replaces the thread library's mutexes.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -47,7 +47,7 @@ using commutil_test::TempDir;
 
 class Unlocked : public testing::Test {
  protected:
-  /// Expects `answer` of `ask`, in a child, though the first mutex that it takes is refused.
+  /// Expects `answer` of `ask`, in a child in which locking the first mutex fails.
   static void expect(const std::string& answer, const std::function<std::string()>& ask) {
     commutil_test::runInChild([&] {
       refuseNext = true;
@@ -76,7 +76,7 @@ TEST_F(Unlocked, FindsTheDatabaseType) {
   expect("oracle", VexaCommonUtils::getDBType);
 }
 
-TEST_F(Unlocked, AsksTheSettingsStore) {
+TEST_F(Unlocked, ReadsTheSettingsStore) {
   const InstalledStore store("full");
   fakeStore().answers["/key"] = {0, "found"};
   expect("found", [] {

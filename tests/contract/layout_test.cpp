@@ -1,6 +1,6 @@
-// The classes that processes were compiled against: sizes, alignment, bases and public fields, and
-// what only shows at run time, the places of bases and virtual operations. Private fields are
-// compared with structures of the same fields; their names and offsets are in abi/libcommutil.abi.
+// The classes that processes were compiled against: sizes, alignment, bases, public fields, and
+// positions of bases and virtual functions at run time. Private fields are compared with structures
+// of the same fields; their names and offsets are in abi/libcommutil.abi.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ constexpr bool kHasFieldsOf = sizeof(Class) == sizeof(Fields) && alignof(Class) 
 template <class Class>
 constexpr bool kHasNoVirtuals = std::is_class_v<Class> && !std::is_polymorphic_v<Class>;
 
-/// A public base that is not virtual: only such a one converts in both directions.
+/// A public base that is not virtual: only such a base converts in both directions.
 template <class Base, class Class>
 constexpr bool kDerivesFrom =
     std::is_base_of_v<Base, Class>&& std::is_convertible_v<Class*, Base*>&& requires(Base* base) {
@@ -152,7 +152,7 @@ std::ptrdiff_t distance(const void* from, const void* to) {
   return static_cast<const char*>(to) - static_cast<const char*>(from);
 }
 
-TEST(Layout, TheReaderStandsBeforeTheWriter) {
+TEST(Layout, TheReaderIsBeforeTheWriter) {
   const Vexawfstream stream;
   EXPECT_EQ(0, distance(&stream, static_cast<const Vexawifstream*>(&stream)));
   // Vtable, count of characters read, file handle.
@@ -171,8 +171,8 @@ TEST(Layout, TheMessageQueuesBaseComesFirst) {
   EXPECT_EQ(0, distance(&queue, static_cast<const AceQueue*>(&queue)));
 }
 
-/// The slot of a virtual operation: by the C++ ABI a pointer to it is 1 plus its bytes in the
-/// table.
+/// The slot of a virtual function: in the C++ ABI a pointer to it is 1 plus its offset in bytes in
+/// the table.
 template <class Member>
 std::uintptr_t slotOf(Member operation) {
   std::uintptr_t word = 0;
@@ -181,7 +181,7 @@ std::uintptr_t slotOf(Member operation) {
   return word / sizeof(void*);
 }
 
-TEST(Layout, DequeueHeadStandsInItsBasesSlot) {
+TEST(Layout, DequeueHeadIsInItsBasesSlot) {
   using Dequeue = int (AceQueue::*)(ACE_Message_Block*&, ACE_Time_Value*);
   using Own = int (VexaToken_Message_Queue::*)(ACE_Message_Block*&, ACE_Time_Value*);
   EXPECT_EQ(6U, slotOf(static_cast<Own>(&VexaToken_Message_Queue::dequeue_head)));
@@ -203,9 +203,9 @@ void expectDestructors(const void* object, std::size_t slot, const std::string& 
   EXPECT_EQ(::dlsym(RTLD_DEFAULT, (symbol + "D0Ev").c_str()), entryOf(object, slot + 1));
 }
 
-TEST(Layout, DestructorsStandInTheirBasesSlots) {
+TEST(Layout, DestructorsAreInTheirBasesSlots) {
   const VexaToken_Message_Queue queue;
-  expectDestructors(&queue, 1, "VexaToken_Message_Queue");  // behind the base's close
+  expectDestructors(&queue, 1, "VexaToken_Message_Queue");  // after the base's close
   const Vexawifstream reader;
   expectDestructors(&reader, 0, "Vexawifstream");
   const Vexawofstream writer;

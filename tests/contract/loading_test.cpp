@@ -1,8 +1,8 @@
-// Loading and unloading the library, which this program is not linked with: it goes with its last
-// handle, leaves nothing behind however often it comes, and two copies of it keep apart.
+// Loads and unloads the library, with which this program is not linked: closing its last handle
+// unloads it, repeated loading leaves nothing behind, and two copies keep separate state.
 //
-// By contract two things stay: the settings store, which is mapped once and never unmapped, because
-// its entry points may be called for ever; and what `VexaLocale::Destory` was not called for.
+// By contract two things stay: the settings store, which is never unmapped because its entry points
+// may be called any time; and the locale instance, unless `VexaLocale::Destory` was called.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
@@ -75,7 +75,7 @@ struct Holdings {
   }
 };
 
-/// Runs `round` a thousand times, after each of which the library is gone, and expects that the
+/// Runs `round` a thousand times, after each of which the library is unloaded, and expects that the
 /// process holds no more in the last 300 rounds than in the 300 before.
 void expectNoGrowth(const std::function<void(int)>& round) {
   Holdings before;
@@ -93,8 +93,8 @@ void expectNoGrowth(const std::function<void(int)>& round) {
   EXPECT_LE(after.bytes, before.bytes);
 }
 
-/// A deployment of which every cached answer can be read; the trace directory is named by the
-/// variable TRACES.
+/// A deployment in which every cached result can be read; the variable TRACES names the trace
+/// directory.
 class Loading : public testing::Test {
  protected:
   Loading() {
@@ -125,11 +125,11 @@ TEST_F(Loading, AThousandTimesWithoutUseLeavesNothing) {
   expectNoGrowth([](int) { load(COMMUTIL); });
 }
 
-TEST_F(Loading, AThousandTimesWithUseLeavesTheSettingsStoreAlone) {
+TEST_F(Loading, AThousandTimesWithUseKeepsTheSettingsStore) {
   using Use = const char*(const char* share, const char* traceDirectory);
   long storeMappings = 0;
   expectNoGrowth([&](int round) {
-    // Two values by turns, so that a cache which outlived its library shows.
+    // Two values alternate, so that a cache which outlived its library shows.
     const char* const traces = round % 2 == 0 ? "/even/" : "/odd/";
     ::setenv("TRACES", traces, 1);
     const Library user = load(LOADING_USER);
@@ -142,7 +142,7 @@ TEST_F(Loading, AThousandTimesWithUseLeavesTheSettingsStoreAlone) {
   EXPECT_EQ(storeMappings, mappingsOf(kStoreName)) << "mapped more than once";
 }
 
-/// A copy of the library under a path of its own, and some of its operations.
+/// A copy of the library under its own path, and some of its operations.
 struct Copy {
   explicit Copy(const std::string& directory) {
     std::filesystem::create_directories(directory);
@@ -197,9 +197,8 @@ TEST_F(Loading, OneCopyGoesWhileTheOtherStays) {
 
 }  // namespace
 
-/// Starts the program once more with what only counts at the start: where the dynamic linker finds
-/// the settings store, and that a thread keeps no freed blocks, so that every block in use is one
-/// that somebody holds.
+/// Restarts the program with settings that apply at the start: where the dynamic linker finds the
+/// settings store, and that threads cache no freed blocks, so that every block in use has an owner.
 int main(int argc, char** argv) {
   if (std::getenv("GLIBC_TUNABLES") == nullptr) {
     ::setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0:glibc.malloc.mxfast=0", 1);

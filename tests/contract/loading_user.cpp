@@ -1,5 +1,5 @@
-// A plug-in that was compiled against the library, as servers load them: it brings the library into
-// the process and uses every family that keeps something between calls.
+// A plug-in compiled against the library, as servers load them: it loads the library and uses every
+// family that keeps state between calls.
 #include <ace/Message_Block.h>
 
 #include <list>
@@ -30,7 +30,7 @@ bool askSettings() {
          !VexaCommonUtils_i::get_svc_ssl_conf("svc_ssl.conf").empty();
 }
 
-/// The one instance that has to be destroyed by hand before the library goes.
+/// The instance that must be destroyed before the library is unloaded.
 bool convertCharacters() {
   const bool converted =
       VexaCommonUtils::STR2WSTR("text") == L"text" && VexaCommonUtils::WSTR2STR(L"text") == "text";
@@ -95,9 +95,9 @@ bool readWords() {
 
 }  // namespace
 
-/// Uses the library below the share directory `share`. Returns the family that failed, or "". What
-/// the contract keeps for the life of the process is left out: the interface lists of
-/// `getAllIPAddr` and `getInterfaceOfIPV6`, and the session of `switchOmcUser`.
+/// Uses the library below the share directory `share`. Returns the family that failed, or "".
+/// Leaves out what the contract keeps until the process ends: the interface lists of `getAllIPAddr`
+/// and `getInterfaceOfIPV6`, and the session of `switchOmcUser`.
 extern "C" __attribute__((visibility("default"))) const char* useLibrary(
     const char* share, const char* traceDirectory) {
   if (!fillCaches(traceDirectory)) return "caches";

@@ -1,5 +1,5 @@
-// The exported operations as processes call them: exact types, and no default argument but those of
-// the message queue's constructor. Nothing runs; compiling is the test.
+// The exported operations as processes call them: exact types, and no default arguments except
+// those of the message queue's constructor. Nothing runs; compiling is the test.
 #include <pwd.h>
 
 #include <cstdarg>
@@ -35,7 +35,7 @@ constexpr bool declares(Pointer /*operation*/) {
 template <class Signature, class Class>
 using MemberPointer = Signature Class::*;
 
-/// The arguments of a function type, `Object` before them where it is not void.
+/// The arguments of a function type, after `Object` if it is not void.
 template <class Object, class Signature>
 struct Arguments;
 
@@ -59,7 +59,7 @@ constexpr bool takesFirst(std::index_sequence<Index...> /*which*/) {
   return std::is_invocable_v<Call, std::tuple_element_t<Index, Types>...>;
 }
 
-/// Whether `Call` takes all the arguments and not one less: the last one has no default.
+/// True if `Call` takes all the arguments and not one less: the last one has no default.
 template <class Object, class Signature, class Call>
 constexpr bool needsAll(Call /*call*/) {
   using Types = typename Arguments<Object, Signature>::Types;
@@ -80,7 +80,7 @@ constexpr bool needsAll(Call /*call*/) {
   [](auto& object, auto&&... args) -> decltype(static_cast<void>( \
                                        object.name(static_cast<decltype(args)>(args)...))) {}
 
-// The trailing arguments are the operation's function type.
+// The trailing arguments form the operation's function type.
 #define FREE_OPERATION(name, ...)                                    \
   static_assert(declares<std::add_pointer_t<__VA_ARGS__>>(&::name)); \
   static_assert(needsAll<void, __VA_ARGS__>(CALL_OF(::name)))
@@ -314,7 +314,7 @@ constexpr bool opens() {
   return true;
 }
 
-/// Whether a call of each shorter form means one operation: the longer ones have no defaults.
+/// True if a call of each shorter form means one operation: the longer ones have no defaults.
 template <class Stream>
 constexpr bool readsWithoutDefaults(Stream* stream, wchar_t* wide, char* bytes) {
   return requires {

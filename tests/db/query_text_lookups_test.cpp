@@ -1,5 +1,5 @@
-// How often database query text asks for the database type: this program compiles the family itself
-// and answers in place of the settings.
+// How often database query text reads the database type: this program compiles the source with its
+// own settings.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace {
 
-std::vector<std::string> answers;  // one a look-up, the last one for ever
+std::vector<std::string> answers;  // one per lookup, the last one for all later ones
 std::size_t lookUps = 0;
 
 void answer(const std::vector<std::string>& types) {
@@ -28,7 +28,7 @@ std::string VexaCommonUtils::getDBType() {
 
 namespace {
 
-TEST(QueryTextLookUps, AreMadeOnEveryCall) {
+TEST(QueryTextLookups, AreDoneOnEveryCall) {
   answer({"oracle"});
   VexaCommonUtils::transDBUpdateString("'");
   EXPECT_EQ(lookUps, 0U);
@@ -42,13 +42,13 @@ TEST(QueryTextLookUps, AreMadeOnEveryCall) {
   EXPECT_EQ(lookUps, 3U);
 }
 
-TEST(QueryTextLookUps, FollowAChangeOfTheAnswer) {
+TEST(QueryTextLookups, FollowAChangeOfTheType) {
   answer({"sybase", "oracle"});
   EXPECT_EQ(VexaCommonUtils::transDBSearchString("%"), "[%]");
   EXPECT_EQ(VexaCommonUtils::transDBSearchString("%"), "\\%");
 }
 
-TEST(QueryTextLookUps, OfAnOperandAreTwo) {
+TEST(QueryTextLookups, OfAnOperandAreTwo) {
   answer({"sybase", "oracle"});
   EXPECT_EQ(VexaCommonUtils_i::TransferLikeSql("%", Vexacommon::FUZZY_QUERY_NONE),
             "'[%]' escape '\\' ");
@@ -61,7 +61,7 @@ TEST(QueryTextLookUps, OfAnOperandAreTwo) {
   EXPECT_EQ(lookUps, 1U);
 }
 
-TEST(QueryTextLookUps, TakeATypeOfAnyBytes) {
+TEST(QueryTextLookups, TakeATypeOfAnyBytes) {
   for (const std::string type : {"", "\xFF\xFE", "oracle\n", "sybase'%"}) {
     answer({type});
     EXPECT_EQ(VexaCommonUtils_i::TransferLikeSql("[", Vexacommon::FUZZY_QUERY_NONE), "'[[]'");

@@ -22,7 +22,7 @@ using Vexacommon::FuzzyQueryMode;
 
 constexpr const char* kClause = " escape '\\' ";
 
-// Runs `body` in a process of its own whose database is of `type`, text of a JSON string.
+// Runs `body` in its own process with the database type `type`, the contents of a JSON string.
 void withDatabase(const std::string& type, const std::function<void()>& body) {
   SCOPED_TRACE("database type " + type);
   const TempDir dir;
@@ -33,7 +33,7 @@ void withDatabase(const std::string& type, const std::function<void()>& body) {
 
 const std::vector<std::string> kOracleFamily = {"oracle",  "Oracle",  "ORACLE",
                                                 "tessarn", "TESSARN", "TeSsArN"};
-// The last are names that only look alike.
+// The last ones only look similar.
 const std::vector<std::string> kOtherTypes = {
     "sybase",  "mssql",    "",       "Sybase",   "oracl",        "oracle ",
     " oracle", "oracle10", "tessar", "tessarn1", "\\u0000oracle"};
@@ -80,8 +80,8 @@ TEST(TransDBUpdateString, LeavesEveryOtherByte) {
   }
 }
 
-TEST(TransDBUpdateString, NeverAsksForTheType) {
-  // A process that asks keeps the first type it reads.
+TEST(TransDBUpdateString, NeverReadsTheType) {
+  // A process keeps the first type that it reads.
   withDatabase("oracle", [] {
     VexaCommonUtils::transDBUpdateString("it's");
     VexaCommonUtils::transDBSearchString("");
@@ -130,7 +130,7 @@ TEST(TransDBSearchString, WrapsInBracketsForAnyOtherType) {
   }
 }
 
-TEST(TransDBSearchString, ChangesEachPlaceOfALongText) {
+TEST(TransDBSearchString, ChangesEachPositionOfALongString) {
   for (const std::string type : {"oracle", "sybase"}) {
     withDatabase(type, [&type] {
       const bool oracle = type == "oracle";
@@ -241,7 +241,7 @@ TEST(TransferLikeSql, AssemblesTheOperand) {
   }
 }
 
-TEST(QueryText, IsForSybaseWhereNoTypeCanBeRead) {
+TEST(QueryText, IsForSybaseIfNoTypeCanBeRead) {
   const ScopedEnv conf("APP_CONF_FILE", std::nullopt);
   commutil_test::runInChild([] {
     EXPECT_EQ(VexaCommonUtils::transDBSearchString("%\\"), "[%]\\");
@@ -251,7 +251,7 @@ TEST(QueryText, IsForSybaseWhereNoTypeCanBeRead) {
   });
 }
 
-// Anything quadratic would run into the test's time limit.
+// Quadratic code would exceed the test's time limit.
 TEST(QueryText, GrowsLinearly) {
   constexpr std::size_t kPieces = std::size_t{1} << 20;
   std::string text;

@@ -1,5 +1,5 @@
-// Replaces every way to allocate by one that can be made to fail, for this program and every
-// library in it.
+// Replaces all allocation functions by ones that can fail, for this program and every library in
+// it.
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
@@ -10,7 +10,7 @@
 using commutil_faults::Function;
 using commutil_faults::mustFail;
 
-// The allocator behind the replaced names: the sanitizer's or the C library's own.
+// The replaced allocator: the sanitizer's or the C library's.
 #if defined(__SANITIZE_ADDRESS__)
 #define COMMUTIL_REAL(name) __interceptor_##name
 #else
@@ -70,7 +70,7 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexce
 }
 }
 
-// Not inlined: g++ would take the inlined `free` for a mismatch with the callers' `new`.
+// Not inlined: g++ would warn that `free` mismatches the callers' `new`.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   void* const block = fails(Function::throwingNew) ? nullptr : allocate(size);
   if (block == nullptr) throw std::bad_alloc();

@@ -24,13 +24,13 @@
 #include <set>
 #include <sstream>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 
 namespace commutil_faults {
 namespace {
 
-constexpr unsigned kTimeLimit = 120;         // seconds of a child, far more than any needs
-constexpr int kPause = 250;                  // milliseconds between looks whether a child hangs
+constexpr unsigned kTimeLimit = 120;         // seconds per child, far more than needed
+constexpr int kPause = 250;                  // milliseconds between checks for a hanging child
 constexpr unsigned kMostOccurrences = 5000;  // of one function in one operation
 
 struct Finding {
@@ -46,7 +46,7 @@ struct Run {
   std::vector<Finding> findings;
 };
 
-// What becomes of memory that the C library corrupts depends on the allocator: with the sanitizer's
+// The fate of memory that the C library corrupts depends on the allocator: with the sanitizer's,
 // some exceptions never happen.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool kSanitized = true;
@@ -54,7 +54,7 @@ constexpr bool kSanitized = true;
 constexpr bool kSanitized = false;
 #endif
 
-/// What a child reports, in memory shared with it: it may crash at any point.
+/// A child's report, in shared memory: the child may crash at any point.
 struct Report {
   struct Text {
     char text[2048];
@@ -93,11 +93,11 @@ void prepareReport() {
   report = static_cast<Report*>(shared);
 }
 
-/// The open descriptors with what they lead to.
+/// Returns the open descriptors with their targets.
 std::set<std::string> descriptors() {
   std::set<std::string> open;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    std::error_code gone;  // the one that lists the directory
+    std::error_code gone;  // for the descriptor that lists the directory
     const std::filesystem::path target = std::filesystem::read_symlink(entry.path(), gone);
     if (!gone && target.filename() != "fd")
       open.insert(entry.path().filename().string() + " " + target.string());
@@ -105,7 +105,7 @@ std::set<std::string> descriptors() {
   return open;
 }
 
-/// What is left that was not there before; empty when there is nothing.
+/// Returns what is left that was not there before; empty if nothing is.
 std::string leftBehind(const std::set<std::string>& before) {
   for (const std::string& descriptor : descriptors()) {
     if (before.count(descriptor) == 0) return "descriptor " + descriptor;
@@ -138,7 +138,7 @@ Outcome judge(const Operation& operation, const Answer& answer, const std::strin
   return allowed ? Outcome::failureValue : Outcome::problem;
 }
 
-/// The standard handles of a child: nothing to read, and a file in memory for what it prints.
+/// Sets a child's standard handles: no input, and output to a file in memory.
 int printed = -1;
 
 void replaceStandardHandles() {
@@ -156,7 +156,8 @@ std::string printedText() {
   return text.substr(0, 3000);
 }
 
-/// Whether the process waits for a lock without a time limit; its one thread would hold it itself.
+/// Returns whether the process waits for a lock without a time limit, which only its one thread can
+/// hold.
 bool waitsForItself(pid_t process) {
   std::ifstream file("/proc/" + std::to_string(process) + "/syscall");
   long number = -1;
@@ -166,8 +167,7 @@ bool waitsForItself(pid_t process) {
   return file && number == SYS_futex && arguments[3] == 0;
 }
 
-/// Waits for the end of a child; one that hangs is killed. Returns its wait status, none if it
-/// hung.
+/// Waits for a child to end, and kills one that hangs. Returns its wait status; none if it hung.
 std::optional<int> statusOf(pid_t child) {
   const commutil::Descriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
   pollfd end{handle.get(), POLLIN, 0};
@@ -213,7 +213,7 @@ Run inChild(const Body& body) {
   return run;
 }
 
-/// What an operation answers when nothing fails, and how often it calls what can fail.
+/// An operation's result without a failure, and how often it calls each function that can fail.
 struct Reference {
   std::string answer;
   CallCounts calls{};
@@ -290,7 +290,7 @@ class Harness {
     return row;
   }
 
-  /// In the child: the operation with the fault, then without it, then what is related.
+  /// In the child: the operation with the fault, then without it, then the related ones.
   void runWithFault(const Operation& operation, const std::string& right,
                     const Fault& fault) const {
     const std::set<std::string> before = descriptors();
@@ -327,7 +327,7 @@ class Harness {
     return found == m_tour.end() ? m_tour.front() : *found;
   }
 
-  /// The answer without a fault: none of a failure, twice the same, and nothing left behind.
+  /// Runs it without a fault: the result is not a failure, repeats, and leaves nothing behind.
   const Reference& referenceOf(const Operation& operation) {
     if (const auto known = m_references.find(operation.name); known != m_references.end())
       return known->second;
@@ -394,7 +394,7 @@ class Harness {
                   << printedText() << "  failed in" << frames.str();
   }
 
-  /// An exception whose outcome no longer happens has to go.
+  /// An exception whose outcome no longer occurs must be removed.
   void expectNoStaleException() const {
     for (const Exception& exception : m_exceptions) {
       const bool concerned = std::any_of(m_tour.begin(), m_tour.end(), [&](const Operation& one) {

@@ -8,12 +8,12 @@
 #include "faults/exceptions.h"
 #include "faults/fault.h"
 
-// Runs operations with one call after the other failing, each time in a child of its own.
+// Runs operations with each call failing, each time in its own child.
 
 namespace commutil_faults {
 
-/// One call of an operation. A fault strikes only inside of what the operation passes to it, not
-/// where arguments are made and answers compared.
+/// One call of an operation. Faults apply only to what the operation passes to it, not to creating
+/// arguments and comparing results.
 class Attempt {
  public:
   /// Without a `fault` nothing is counted and nothing fails.
@@ -40,14 +40,14 @@ class Attempt {
 
 /// An exported operation in one use.
 struct Operation {
-  /// As abi/symbols.txt has it, in short (`shortName`); " [...]" after it tells uses apart.
+  /// As in abi/symbols.txt, in short (`shortName`); " [...]" after it distinguishes uses.
   std::string name;
-  /// Calls it through the attempt and returns what it answered, out-parameters included, the same
-  /// each time. Leaves nothing open.
+  /// Calls it through the attempt and returns the result, out-parameters included, the same each
+  /// time. Leaves nothing open.
   std::function<std::string(Attempt&)> call;
-  /// What it may answer when a call that it makes fails. `std::bad_alloc` is always allowed.
+  /// The allowed results if a call that it makes fails. `std::bad_alloc` is always allowed.
   std::vector<std::string> failures = {};
-  /// Operations that share a lock or a cache with it: they have to answer afterwards, too.
+  /// Operations that share a lock or a cache with it: they must work afterwards, too.
   std::vector<std::string> related = {};
 };
 
@@ -72,11 +72,11 @@ enum class Problem {
 
 const char* nameOf(Problem problem);
 
-/// Whether the exception is one of the operation: its name is a pattern, as a shell's.
+/// Returns whether the exception is one of the operation: its name is a shell pattern.
 bool covers(const Exception& exception, const std::string& operation);
 
-/// Makes every call of every operation fail in turn. Adds a failure to the running test for each
-/// outcome that is not allowed, for each exception that no longer happens, and prints a table.
+/// Fails every call of every operation in turn. Adds a failure to the running test for each
+/// forbidden outcome and each exception that no longer occurs, and prints a table.
 void runTour(const Tour& tour, const std::vector<Exception>& exceptions);
 
 }  // namespace commutil_faults

@@ -5,8 +5,8 @@
 
 namespace commutil_faults {
 
-/// An outcome that is not allowed elsewhere, where the fault struck below a certain function. The
-/// file explains the fields.
+/// An outcome that is allowed only if the fault is below a certain function. The file explains the
+/// fields.
 struct Exception {
   std::string operation;
   std::string function;
@@ -14,7 +14,7 @@ struct Exception {
   std::string reason;
 };
 
-/// Reads the file of exceptions; fails the running test for a line that is not one.
+/// Reads the file of exceptions; fails the running test on a malformed line.
 std::vector<Exception> readExceptions(const std::string& path);
 
 }  // namespace commutil_faults

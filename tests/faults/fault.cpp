@@ -24,7 +24,7 @@ struct Frame {
   char function[kNameSize];
 };
 
-/// Shared with the children: what they did is read after they have crashed, too.
+/// Shared with the children, to be read even after they crash.
 struct Record {
   CallCounts counts;
   bool struck;
@@ -54,7 +54,7 @@ void keepStack() {
               RTLD_DL_SYMENT);
     const char* const path = info.dli_fname != nullptr ? info.dli_fname : "";
     const char* const slash = std::strrchr(path, '/');
-    // The symbol found is the nearest one before: a local function lies after its end.
+    // The found symbol is the nearest one before: a local function is after its end.
     const auto* const start = static_cast<const char*>(info.dli_saddr);
     const bool inside = symbol != nullptr && start != nullptr &&
                         static_cast<const char*>(addresses[i]) <= start + symbol->st_size;
@@ -109,7 +109,7 @@ bool struck() { return record->struck; }
 
 std::vector<std::string> stackOfFault() {
   std::vector<std::string> stack;
-  bool replaced = false;  // past the frames of the replaced function, this program's own
+  bool replaced = false;  // after the frames of the replaced function, which are this program's
   for (std::size_t i = 0; i < record->frames; ++i) {
     const Frame& frame = record->stack[i];
     const bool own = std::string_view(frame.library) == kProgram;

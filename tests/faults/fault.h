@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
-// Functions that can be made to fail. `arm` chooses one call of one function; what replaces that
-// function asks `mustFail` each time it is called. One fault at a time, in one thread.
+// Functions that can fail. `arm` chooses one call of one function; the function's replacement calls
+// `mustFail` each time. One fault at a time, in one thread.
 
 namespace commutil_faults {
 
-/// A function that can be made to fail. One more mechanism adds its functions here, their names to
-/// `kFunctions`, and replacements that ask `mustFail`.
+/// A function that can fail. To add some, add them here, their names to `kFunctions`, and
+/// replacements that call `mustFail`.
 enum class Function : unsigned char {
   throwingNew,
   nothrowNew,
@@ -37,7 +37,7 @@ inline constexpr std::array<FunctionName, 6> kFunctions{{
 
 using CallCounts = std::array<unsigned, kFunctions.size()>;
 
-/// The `occurrence`th call of a function, counted from 1; 0 is no call at all.
+/// The `occurrence`th call of a function, counted from 1; 0 is no call.
 struct Fault {
   Function function = Function::malloc;
   unsigned occurrence = 0;
@@ -46,19 +46,19 @@ struct Fault {
 /// Prepares the record of faults, which the calling process shares with its children.
 void prepareFaults();
 
-/// From here on calls are counted and that of `fault` fails, until `disarm`.
+/// Counts calls from here on and fails that of `fault`, until `disarm`.
 void arm(const Fault& fault);
 void disarm();
 
-/// For replacements: counts a call, and returns whether it has to fail.
+/// For replacements: counts a call, and returns whether it must fail.
 bool mustFail(Function function);
 
-/// What was counted since `arm` last ran, in this process or a child.
+/// Returns what was counted since `arm` last ran, in this process or a child.
 CallCounts counts();
 bool struck();
 
-/// The functions between the operation and the call that failed, innermost first:
-/// "library!function". Local functions go by their library alone.
+/// The functions between the operation and the failed call, innermost first: "library!function".
+/// Local functions appear by their library only.
 std::vector<std::string> stackOfFault();
 
 }  // namespace commutil_faults

@@ -1,5 +1,5 @@
-// Every exported operation with each of its allocations failing: it answers or throws
-// std::bad_alloc, leaves nothing behind, and the same call without the fault answers as ever.
+// Every exported operation with each of its allocations failing: it returns an allowed result or
+// throws std::bad_alloc, leaves nothing behind, and works without the fault as before.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -28,7 +28,7 @@ TEST_P(Faults, LeaveNothingWrong) {
 INSTANTIATE_TEST_SUITE_P(Allocations, Faults, testing::ValuesIn(tourParts()),
                          [](const auto& instance) { return instance.param.name; });
 
-/// The name of an operation without its use.
+/// Returns the name of an operation without its use.
 std::string operationOf(const std::string& name) { return name.substr(0, name.find(" [")); }
 
 std::set<std::string> toured() {
@@ -39,7 +39,7 @@ std::set<std::string> toured() {
   return names;
 }
 
-/// The exported functions; of several entry points of one (constructors, destructors) one.
+/// Returns the exported functions; of several entry points of one (constructors, destructors) one.
 std::set<std::string> exported() {
   std::map<std::string, std::set<std::string>> signatures;  // by the name without parameters
   std::ifstream file(EXPORTED_SYMBOLS);

@@ -17,7 +17,7 @@ using commutil_test::TempDir;
 
 std::string directory;
 
-/// No name service but files: another one would wait for a network.
+/// Only the files of the name service: others would wait for a network.
 void makeNames() {
   replaceFile("/etc/nsswitch.conf",
               "passwd: files\ngroup: files\ninitgroups: files\nhosts: files\n");

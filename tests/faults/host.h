@@ -6,13 +6,12 @@
 
 namespace commutil_faults {
 
-/// The host on which the operations are called: names, users, tools, interfaces, a clock zone and a
-/// platform with its files and its environment. For the rest of the process's life, which must have
-/// a child's.
+/// The host of the operations: names, users, tools, interfaces, a time zone, and a platform with
+/// its files and environment. Lasts until the process, which must be a child, ends.
 class Host {
  public:
   Host();
-  /// The path of a file or directory of the platform.
+  /// Returns the path of a file or directory of the platform.
   static std::string path(const std::string& name);
 
  private:

@@ -9,8 +9,8 @@
 
 #include "faults/engine.h"
 
-// The table of operations: for every exported one its arguments, its call and what it may answer
-// when something fails. The functions build the table on a `Host`.
+// The table of operations: for each exported one, arguments, call and allowed results if something
+// fails. The functions build it on a `Host`.
 
 namespace commutil_faults {
 
@@ -39,13 +39,13 @@ Tour widePrintTour();
 
 const std::vector<TourPart>& tourParts();
 
-/// The name of an operation as the tour has it, for a demangled one: standard types in short, the
-/// parameters only where `overloaded`.
+/// Returns the tour's name of a demangled operation: standard types in short, parameters only if
+/// `overloaded`.
 std::string shortName(std::string demangled, bool overloaded);
 
-// Answers as text. Strings appear between quotes; a long one by its size and the sum of its bytes.
+// Results as strings: strings between quotes, a long one by its size and the sum of its bytes.
 
-/// The text of an array that ends at its first NUL.
+/// Returns the string in an array, up to its first NUL.
 template <class Character>
 std::basic_string<Character> upToNul(const std::basic_string<Character>& array) {
   return array.substr(0, array.find(Character{}));
@@ -85,7 +85,7 @@ std::string show(const Values&... values) {
   return text;
 }
 
-/// What has been printed since the last time, for operations that print.
+/// Returns what has been printed since the last call, for operations that print.
 std::string takePrinted();
 
 }  // namespace commutil_faults

@@ -11,7 +11,7 @@ namespace {
 using Utils = VexaCommonUtils;
 using Utils_i = VexaCommonUtils_i;
 
-/// An operation that takes nothing.
+/// An operation without arguments.
 template <class Result>
 Operation plain(const char* name, Result (*function)(), std::vector<std::string> failures = {},
                 std::vector<std::string> related = {}) {
@@ -19,7 +19,7 @@ Operation plain(const char* name, Result (*function)(), std::vector<std::string>
           std::move(related)};
 }
 
-/// An operation that takes a text.
+/// An operation on a string.
 Operation ofText(const char* name, std::string (*function)(const std::string&),
                  const std::string& text) {
   return {name, [=](Attempt& attempt) { return show(attempt([&] { return function(text); })); }};
@@ -30,7 +30,7 @@ const std::vector<std::string> kStoreUsers{
     "VexaCommonUtils_i::GetSetParamValue", "VexaCommonUtils_i::isListenLoopback",
     "VexaCommonUtils_i::get_svc_ssl_conf"};
 
-/// The option file is generated once by a process.
+/// A process generates the option file once.
 std::string optionFile(Attempt& attempt) {
   const std::string path = attempt([] { return Utils_i::get_svc_ssl_conf("svc_ssl.conf"); });
   return show(path, path.empty() ? "" : commutil_test::readFile(path));
@@ -74,7 +74,7 @@ Tour environmentTour() {
 }
 
 Tour settingsTour() {
-  // A store that cannot be loaded gives -1, one that cannot be read 1; either leaves the defaults.
+  // A missing store returns -1, an unreadable one 1; either leaves the defaults.
   return {
       {"VexaCommonUtils_i::getSettingParamValue",
        [](Attempt& attempt) {
@@ -129,7 +129,7 @@ Tour settingsTour() {
 
 Tour databaseTour() {
   const std::string text = "100% of 'it' [all]_";
-  // Without memory to read the type in, it is "sybase" for that call.
+  // Without memory for the type, it is "sybase" for that call.
   const std::string oracle = R"('%100\% of ''it'' [all]\_%')";
   const std::string sybase = R"('%100[%] of ''it'' [[]all[]][_]%')";
   const std::string clause = R"( escape '\' )";
@@ -159,7 +159,7 @@ Tour databaseTour() {
          return show(
              attempt([&] { return Utils_i::TransferLikeSql(text, Vexacommon::FUZZY_QUERY_BOTH); }));
        },
-       // The type is read twice: a pattern in one dialect, its clause in the other.
+       // The type is read twice: the pattern may be in one dialect, its clause in the other.
        {show(sybase), show(sybase + clause), show(oracle)},
        {"VexaCommonUtils::getDBType"}},
   };

@@ -16,7 +16,7 @@ using Utils = VexaCommonUtils;
 using Utils_i = VexaCommonUtils_i;
 using Mac = Vexacommon::LocalMACAddress;
 
-/// An operation that changes or reads an address text.
+/// An operation that reads or changes an address string.
 template <class Function>
 Operation ofAddress(const char* name, Function function, const std::string& address) {
   return {name, [=](Attempt& attempt) {
@@ -26,7 +26,7 @@ Operation ofAddress(const char* name, Function function, const std::string& addr
           }};
 }
 
-/// An operation with a text as its answer.
+/// An operation that returns a string.
 template <class Function>
 Operation ofAnswer(const char* name, Function function, std::vector<std::string> failures = {}) {
   return {name,
@@ -245,7 +245,7 @@ Tour interfacesTour() {
          const int result = attempt([&] { return GetLocalMACAddr(addresses); });
          return show(result, shownMacs(addresses));
        },
-       // The tool names an interface more, and is left out when it cannot be started.
+       // The tool adds an interface, and is omitted if it cannot be started.
        {show(1, "02:00:00:00:00:17 ")}},
   };
 }

@@ -23,7 +23,7 @@ using Utils_i = VexaCommonUtils_i;
 
 constexpr const char* kCommand = "exit 7";
 
-/// A command that ends with 7, by one of the ways to run it.
+/// A command that exits with 7, run in one of the ways.
 template <class Function>
 Operation running(const char* name, Function function, std::vector<std::string> failures) {
   return {name, [=](Attempt& attempt) { return show(attempt(function)); }, std::move(failures)};
@@ -95,7 +95,7 @@ Tour usersTour() {
          const mode_t after = ::umask(mask);
          return show(result, after, ::getuid(), ::getgid());
        },
-       // The user database, PAM or a change of the identity.
+       // The user database, PAM or changing the identity.
        {show(-1, 031, 0, 0), show(PAM_BUF_ERR, 031, 0, 0), show(PAM_ABORT, 031, 0, 0),
         show(-1, 031, 0, 4712)},
        {"VexaCommonUtils_i::securityGetpwnam"}},
@@ -182,7 +182,7 @@ Tour filesTour() {
              attempt([&] { return Utils::getFilesByDir(directory, "file-of-the-", files); });
          return show(result) + " " + sorted(files);
        },
-       // Without the directory that could not be opened; an error shows if it came last.
+       // Without the unopened directory; an error shows if it came last.
        {show(-1, Files()), show(-1, Files{one}), show(0, Files{one}), show(-1, Files{other})}},
       {"VexaCommonUtils_i::getParentDirectory",
        [](Attempt& attempt) {

@@ -24,7 +24,7 @@ Operation ofLock(const char* name, Body body, std::vector<std::string> related =
       name, [=](Attempt& attempt) { return body(attempt, *newLock()); }, {}, std::move(related)};
 }
 
-/// An operation on a token that nobody holds.
+/// An operation on a free token.
 template <class Body>
 Operation ofToken(const char* name, Body body) {
   return {name,
@@ -51,7 +51,7 @@ std::string order(Queue& queue, const Entry& one, const Entry& other) {
   return show(queue.find(1) == &one, queue.find(2) == &other);
 }
 
-/// A queue with two messages; takes one and tells whether its reservation could be used.
+/// A queue with two messages: takes one and returns whether its reservation could be used.
 std::string dequeue(Attempt& attempt) {
   VexaToken token;
   VexaToken_Message_Queue queue;
@@ -140,7 +140,7 @@ Tour syncTour() {
                 try {
                   attempt([&] { return token.grab(); });
                 } catch (const std::bad_alloc&) {
-                  // The mutex is free: the token can be reserved, taken and handed on.
+                  // The mutex is free: the token can be reserved, acquired and released.
                   token.grab();
                   token.letgo();
                   if (token.acquire(nullptr, nullptr, nullptr) != 0) return show("not acquired");

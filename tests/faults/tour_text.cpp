@@ -18,7 +18,7 @@ const std::string kPadded = "  a text with spaces on both of its sides  ";
 const std::string kUtf8 = "\xc3\xa4\xc3\xb6\xc3\xbc in a text of some length";
 const std::wstring kWide = L"\u00e4\u00f6\u00fc in a text of some length";
 
-/// An operation on a text.
+/// An operation on a string.
 template <class Function>
 Operation ofText(const char* name, Function function, const std::string& text) {
   return {name, [=](Attempt& attempt) {
@@ -47,7 +47,7 @@ Operation ofNumber(const char* name, char* (*function)(Number, char*)) {
           }};
 }
 
-/// Whether the stamp is that of now on the host's clock, five hours ahead.
+/// Returns whether the stamp is the current time on the host's clock, five hours ahead.
 std::string stampShown(const std::string& stamp) {
   for (const std::time_t now = std::time(nullptr); const int before : {0, 1, 2, 3}) {
     const std::time_t there = now - before + 5 * 60 * 60;
@@ -198,7 +198,7 @@ Tour stringsTour() {
 }
 
 Tour charsetTour() {
-  // Where the locale could not be set, the "C" locale converts no such text.
+  // If the locale could not be set, the "C" locale does not convert such text.
   const std::vector<std::string> all{
       "VexaLocale::Instance", "VexaCommonUtils::STR2WSTR(char const*, wchar_t*)",
       "VexaCommonUtils::STR2WSTR(string const&)", "VexaCommonUtils::WSTR2STR"};

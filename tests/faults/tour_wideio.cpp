@@ -19,15 +19,15 @@ const std::string kReaders = "Vexawifstream";
 const std::string kWriters = "Vexawofstream";
 const std::string kFiles = "Vexawfstream";
 
-// A read that fails, also for lack of a buffer, gives WEOF.
+// A failed read, also for lack of a buffer, returns WEOF.
 const std::wstring kFailedLine(1, static_cast<wchar_t>(WEOF));
 
 std::string outputPath() { return Host::path("output"); }
 
-/// What a fresh handle does depends on the locale, which is set once and not what fails here.
+/// A new handle's behavior depends on the locale, which is set once and does not fail here.
 void setLocale() { VexaLocale::Instance(); }
 
-/// An operation on a stream that has opened `file` to read.
+/// An operation on a stream that has opened `file` for reading.
 template <class Stream, class Body>
 Operation reading(const std::string& name, const char* file, Body body,
                   std::vector<std::string> failures = {}) {
@@ -41,7 +41,8 @@ Operation reading(const std::string& name, const char* file, Body body,
           std::move(failures)};
 }
 
-/// An operation on a stream that has opened the output file to write; answers with the file, too.
+/// An operation on a stream that has opened the output file for writing; the result includes the
+/// file.
 template <class Stream, class Body>
 Operation writing(const std::string& name, Body body, std::vector<std::string> failures = {}) {
   return {name,
@@ -104,7 +105,7 @@ template <class Stream>
 void addReads(Tour& tour, const std::string& of) {
   const auto wideLine = [](auto read) {
     return [=](Attempt& attempt, Stream& stream) {
-      wchar_t line[101] = L"";  // getline takes one element more
+      wchar_t line[101] = L"";  // getline needs one element more
       attempt([&] { read(stream, line); });
       return show(std::wstring(line));
     };
@@ -183,7 +184,7 @@ void addWrites(Tour& tour, const std::string& of) {
   }));
 }
 
-/// `stream << value`; numbers and text have different functions behind them.
+/// `stream << value`; numbers and text use different functions.
 template <class Stream, class Value>
 Operation inserting(const std::string& of, const char* type, Value value) {
   return writing<Stream>("operator<<(" + of + "&, " + type + ")",

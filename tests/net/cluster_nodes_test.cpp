@@ -17,7 +17,7 @@ using testing::IsEmpty;
 
 constexpr const char* kFile = "etc/sysconf/nodelists.json";
 
-/// The answer for a node list with `content`, and the list it left, which held "before".
+/// The result for a node list with `content`, and the output list, which held "before".
 struct Answer {
   int result;
   std::list<std::string> addresses;
@@ -98,7 +98,7 @@ TEST(ClusterNodes, SkipsNodesAndMembersThatAreMissing) {
   }
 }
 
-TEST(ClusterNodes, GivesAnEmptyTextForAnElementWithoutAnAddress) {
+TEST(ClusterNodes, ReturnsAnEmptyStringForAnElementWithoutAnAddress) {
   const Answer answer = ask(
       "{\"nodeList\":{" + node("n", "\"true\"", R"([{"x":1},{"IP":null},null,{"IP":"1"}])") + "}}");
   EXPECT_EQ(0, answer.result);
@@ -118,7 +118,7 @@ TEST(ClusterNodes, AppendsAgainOnEveryCall) {
   EXPECT_EQ(2U, addresses.size()) << "the file is read on every call";
 }
 
-TEST(ClusterNodes, FailsForTextThatIsNoDocument) {
+TEST(ClusterNodes, FailsForWhatIsNotADocument) {
   const std::string documents[] = {"",
                                    " \n",
                                    "{",
@@ -174,7 +174,7 @@ TEST(ClusterNodes, LetsTheJsonLibrarysExceptionThroughWithoutHalfANode) {
   }
 }
 
-TEST(ClusterNodes, TakesAnyTextAsItStands) {
+TEST(ClusterNodes, TakesAnyStringUnchanged) {
   const struct {
     std::string json;
     std::string ip;

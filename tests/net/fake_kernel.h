@@ -8,17 +8,17 @@
 #include <string>
 #include <vector>
 
-// A kernel that answers interface requests as a test tells it: the test program's own `socket`,
-// `ioctl`, `getifaddrs` and `freeifaddrs` stand before the C library's.
+// A kernel whose results the test sets: the test program's `socket`, `ioctl`, `getifaddrs` and
+// `freeifaddrs` replace the C library's.
 
 namespace commutil_test {
 
-/// While one exists, interface requests of this process come here.
+/// While one exists, it receives this process's interface requests.
 class FakeKernel {
  public:
-  /// Answers a request; the result is that of ioctl(2).
+  /// Replaces ioctl(2): returns its result.
   using Ioctl = std::function<int(unsigned long request, void* argument)>;
-  /// Answers getifaddrs(3).
+  /// Replaces getifaddrs(3).
   using Getifaddrs = std::function<int(ifaddrs** list)>;
 
   explicit FakeKernel(Ioctl answer);
@@ -37,13 +37,13 @@ class FakeKernel {
   Getifaddrs m_getifaddrs;
 };
 
-/// A record as SIOCGIFCONF gives it.
+/// A record as SIOCGIFCONF returns it.
 ifreq interfaceRecord(const std::string& name, const std::string& ip);
 
-/// The IPv4 address that a record holds.
+/// Returns the IPv4 address in a record.
 std::string addressOf(const ifreq& record);
 
-/// Answers SIOCGIFCONF with as many of `records` as fit, as the kernel does.
+/// Returns as many of `records` as fit, as SIOCGIFCONF does.
 int giveRecords(const std::vector<ifreq>& records, void* argument);
 
 }  // namespace commutil_test

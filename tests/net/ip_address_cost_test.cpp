@@ -1,5 +1,5 @@
-// What the address checks cost in memory: nothing. The vector of `validateIPv4` is the caller's and
-// grows at most to four bytes; the text form of an IPv6 address is one text.
+// The address checks allocate nothing. The vector of `validateIPv4` is the caller's and grows to
+// four bytes at most; the full form of an IPv6 address is one string.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -42,7 +42,7 @@ TEST(AddressAllocations, NoneInAnyCheck) {
   }
 }
 
-TEST(AddressAllocations, NoneForATextThatStaysAsItIs) {
+TEST(AddressAllocations, NoneForAnUnchangedString) {
   for (const std::string text :
        {"192.168.100.254", "00000000000000000000192.168.100.254",
         "a-host-name-that-is-longer-than-a-short-text.example", "1:2:3:4:5:6:7:8"}) {

@@ -71,7 +71,7 @@ TEST(IsValidIP, TakesFourFieldsOfDigitsUpTo255) {
   }
 }
 
-TEST(IsValidIP, RefusesEveryByteThatIsNoDigitOrDot) {
+TEST(IsValidIP, RefusesEveryByteButDigitsAndDots) {
   for (int byte = 0; byte < 256; ++byte) {
     const auto c = static_cast<char>(byte);
     const bool digit = c >= '0' && c <= '9';
@@ -155,7 +155,7 @@ TEST(ValidateIPv4, ComparesTheLow32BitsOfAField) {
       {"4294967552.0.0.1", -1, {}},
       {"4294967295.0.0.1", -1, {}},
       {"9223372032559808512.0.0.1", 0, {0, 0, 0, 1}},
-      // Held at LONG_MAX from here on, whose low bits are all set.
+      // LONG_MAX from here on, whose low bits are all set.
       {"9223372036854775807.0.0.1", -1, {}},
       {"9223372036854775808.0.0.1", -1, {}},
       {"18446744073709551616.0.0.1", -1, {}},
@@ -168,7 +168,7 @@ TEST(ValidateIPv4, ComparesTheLow32BitsOfAField) {
   }
 }
 
-TEST(ValidateIPv4, RefusesEmbeddedNulsAndLongTexts) {
+TEST(ValidateIPv4, RefusesEmbeddedNulsAndLongStrings) {
   std::vector<unsigned char> octets;
   EXPECT_EQ(-1, VexaCommonUtils_i::validateIPv4("1.2.3.4\0"s, octets));
   EXPECT_THAT(octets, ElementsAre(1, 2, 3));
@@ -183,7 +183,7 @@ struct Format {
   std::string formatted;
 };
 
-TEST(FormatStringIP, GivesEachAddressOneText) {
+TEST(FormatStringIP, ReturnsOneFormForEachAddress) {
   const Format rows[] = {
       {"10.0.0.1", 2, "10.0.0.1"},
       {"010.0.0.1", 2, "010.0.0.1"},
@@ -216,7 +216,7 @@ TEST(FormatStringIP, GivesEachAddressOneText) {
   }
 }
 
-/// The full text by its rule: what the C library prints, its "::" expanded.
+/// The full form by its rule: the C library's output with "::" expanded.
 std::string printedAndExpanded(const in6_addr& address) {
   char text[INET6_ADDRSTRLEN];
   std::string full = ::inet_ntop(AF_INET6, &address, text, sizeof(text));
@@ -224,7 +224,7 @@ std::string printedAndExpanded(const in6_addr& address) {
   return full;
 }
 
-TEST(FormatStringIP, GivesWhatTheCLibraryPrintsForEveryPatternOfZeros) {
+TEST(FormatStringIP, AgreesWithTheCLibraryForEveryPatternOfZeros) {
   for (unsigned pattern = 0; pattern < 1U << 16; ++pattern) {
     // Each group is one of 0, 0x0a, 0xb00c and 0xffff.
     constexpr std::array<std::uint16_t, 4> kGroupValues = {0, 0x0a, 0xb00c, 0xffff};
@@ -262,7 +262,7 @@ TEST(FullNameIp, ExpandsTheFirstDoubleColon) {
       {"abc", "abc"},
       {"::ffff:10.1.2.3", "::ffff:10.1.2.3"},
       {"1::2.", "1::2."},
-      // Eight colons and more leave nothing to fill in; nothing refuses such a text.
+      // Eight or more colons leave nothing to fill in; such strings are not refused.
       {"1:2:3:4:5:6::7", "1:2:3:4:5:6:0:7"},
       {"1:2:3:4:5:6:7::8", "1:2:3:4:5:6:7:8"},
       {"1:2:3:4:5:6:7:8::9", "1:2:3:4:5:6:7:8:9"},
@@ -325,7 +325,7 @@ TEST(TrimStringIp, LeavesTheBareAddress) {
   }
 }
 
-TEST(TrimStringIp, CopiesATextOfExactlyTheSizeWithoutATerminator) {
+TEST(TrimStringIp, CopiesAResultOfExactlyTheSizeWithoutATerminator) {
   std::array<char, 16> buf;
   buf.fill('#');
   std::strcpy(buf.data(), "10.1.1.1:9");
@@ -400,7 +400,7 @@ TEST(AddressToStringIP, RefusesBadArguments) {
   EXPECT_STREQ("untouched", buf);
 }
 
-TEST(FormatStringIpDns, LeavesIPv4TextAndExpandsIPv6Literals) {
+TEST(FormatStringIpDns, KeepsIPv4AndExpandsIPv6Literals) {
   const Format rows[] = {
       {"10.0.0.1", 2, "10.0.0.1"},
       {"4294967297.0.0.1", 2, "4294967297.0.0.1"},
@@ -432,7 +432,7 @@ TEST(FullNameIp, TakesANulAsAnyByte) {
   EXPECT_EQ("a\0:0:0:0:0:0:0:b"s, ip);
 }
 
-TEST(IpAddresses, TakeTextsOf1MiB) {
+TEST(IpAddresses, TakeStringsOf1MiB) {
   constexpr std::size_t kLength = 1 << 20;
   for (const char byte : {'1', '.', ':', '[', ']', ' ', ';', '\xff'}) {
     SCOPED_TRACE(byte);

@@ -1,4 +1,3 @@
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -25,7 +24,7 @@ using commutil_test::openDescriptors;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-// A sanitizer's own malloc must stay in its place.
+// A sanitizer needs its own malloc.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define COMMUTIL_FAILING_MALLOC
 static std::size_t failingMallocSize = 0;
@@ -41,8 +40,8 @@ constexpr unsigned long kListRequest = 35090;
 constexpr unsigned long kNetmaskRequest = 35099;
 constexpr const char* kJunk = "junk";
 
-/// Stand-ins for "ifconfig" and "grep": what the pipeline prints is the file "output", and each
-/// tool's arguments are kept in a file of its name with ".args".
+/// Fakes for "ifconfig" and "grep": the pipeline prints the file "output", and each tool writes its
+/// arguments to a file of its name with ".args".
 class ToolOutput {
  public:
   explicit ToolOutput(std::string_view output) : m_path("PATH", m_dir.path().string()) {
@@ -51,7 +50,7 @@ class ToolOutput {
     addTool("grep", "/bin/cat >/dev/null; /bin/cat '" + m_dir / "output" + "'\n");
   }
 
-  /// The arguments of the tool, one a line; "" when it did not run.
+  /// Returns the arguments of the tool, one per line; "" if it did not run.
   std::string arguments(const std::string& tool) const {
     const std::string path = m_dir / (tool + ".args");
     return std::filesystem::exists(path) ? commutil_test::readFile(path) : "";
@@ -89,7 +88,7 @@ FakeKernel::Ioctl kernelWith(std::vector<ifreq> records) {
 
 }  // namespace
 
-// The netmask from the tool's text
+// The netmask from the tool's output
 
 struct MaskCase {
   const char* name;
@@ -138,7 +137,7 @@ const MaskCase kMaskCases[] = {
     {"all bytes but NUL", allBytes().substr(1) + " netmask 1.2.3.4", "1.2.3.4"},
 };
 
-TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsText) {
+TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsOutput) {
   for (const MaskCase& row : kMaskCases) {
     SCOPED_TRACE(row.name);
     const ToolOutput tools(row.output);
@@ -148,7 +147,7 @@ TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsText) {
   }
 }
 
-TEST(GetNetmaskByIpUseifconfig, AMaskTextBelowSixCharactersIsOutOfRange) {
+TEST(GetNetmaskByIpUseifconfig, AMaskBelowSixCharactersIsOutOfRange) {
   const std::vector<MaskCase> cases = {
       {"no mask at all", "inet 10.1.2.3  broadcast 10.1.2.255\n", ""},
       {"blanks only", "   ", ""},
@@ -191,7 +190,7 @@ TEST(GetNetmaskByIpUseifconfig, NoOutputIsAFailure) {
   EXPECT_EQ("", netmask);
 }
 
-TEST(GetNetmaskByIpUseifconfig, AsksForTheAddressAsItStands) {
+TEST(GetNetmaskByIpUseifconfig, PassesTheAddressUnchanged) {
   for (const char* ip : {"10.1.2.3", " 10.1.2.3\t", "", "a b", "$HOME \\ \"x\" `id`", "-v", "*"}) {
     SCOPED_TRACE(ip);
     const ToolOutput tools("netmask 255.0.0.0");
@@ -246,7 +245,7 @@ TEST(GetNetmaskByIpUseioctl, SendsTheSecondRequestOnTheMatchingRecord) {
   EXPECT_EQ((std::vector<unsigned long>{kListRequest, kNetmaskRequest}), requests);
 }
 
-TEST(GetNetmaskByIpUseioctl, ComparesTheWholeText) {
+TEST(GetNetmaskByIpUseioctl, ComparesTheWholeString) {
   const FakeKernel kernel(kernelWith({interfaceRecord("eth0", "10.1.2.3")}));
   for (const char* ip : {"10.1.2.30", "10.1.2", "10.1.2.3 ", " 10.1.2.3", "010.1.2.3", "10.1.2.03",
                          "", "0.0.0.0", "10.1.2.3\n", "fe80::1"}) {
@@ -294,7 +293,7 @@ TEST(GetNetmaskByIpUseioctl, FailsWithTheKernel) {
       {"no netmask",
        [](unsigned long request, void* argument) {
          if (request != kListRequest) {
-           // The search ends here: the second record, which would succeed, is not asked.
+           // The search ends here: the second record, which would succeed, is not read.
            return std::string_view(static_cast<ifreq*>(argument)->ifr_name) == "eth0" ? -1 : 0;
          }
          return commutil_test::giveRecords(
@@ -355,7 +354,7 @@ TEST(GetNetmaskByIpUseioctl, ClosesItsSocketOnEveryPath) {
   EXPECT_EQ(before, openDescriptors());
 }
 
-TEST(GetNetmaskByIpUseioctl, AsksThroughOnePlainDatagramSocket) {
+TEST(GetNetmaskByIpUseioctl, UsesOnePlainDatagramSocket) {
   const FakeKernel kernel(kernelWith({}));
   std::string netmask;
   EXPECT_EQ(-1, GetNetmaskByIpUseioctl("10.1.2.3", netmask));
@@ -380,7 +379,7 @@ TEST(GetNetmaskByIpUseioctl, KeepsItsSocketFromChildren) {
   EXPECT_TRUE(checked);
 }
 
-// Both ways
+// Both sources
 
 TEST(GetNetmaskByIP, RefusesLoopbackAndWhatIsNotDotted) {
   const FakeKernel kernel([](unsigned long, void*) {
@@ -407,7 +406,7 @@ TEST(GetNetmaskByIP, RefusesLoopbackAndWhatIsNotDotted) {
   EXPECT_EQ("", tools.arguments("ifconfig"));
 }
 
-TEST(GetNetmaskByIP, TakesTheKernelsAnswerFirst) {
+TEST(GetNetmaskByIP, TakesTheKernelsResultFirst) {
   const FakeKernel kernel(kernelWith({interfaceRecord("eth0", "10.1.2.3")}));
   const ToolOutput tools("netmask 255.0.0.0");
   std::string ip = "10.1.2.3";
@@ -420,7 +419,7 @@ TEST(GetNetmaskByIP, TakesTheKernelsAnswerFirst) {
 TEST(GetNetmaskByIP, FallsBackToTheTool) {
   const FakeKernel kernel(kernelWith({interfaceRecord("lo", "127.0.0.1")}));
   const ToolOutput tools("netmask 255.0.0.0");
-  // Only the exact loopback text is refused; blanks around an address go into the command.
+  // Only the exact loopback address is refused; spaces around an address go into the command.
   for (const char* text : {"10.1.2.3", " 127.0.0.1", "127.0.0.2", "999.1.1.1", ".1..2.3.4."}) {
     SCOPED_TRACE(text);
     std::string ip = text;
@@ -448,167 +447,4 @@ TEST(GetNetmaskByIP, FailsWhenNeitherKnowsTheAddress) {
   std::string netmask = kJunk;
   EXPECT_EQ(-1, VexaCommonUtils::getNetmaskByIP(ip, netmask));
   EXPECT_EQ("", netmask);
-}
-
-// The interface of an IPv6 address
-
-namespace {
-
-/// A list as getifaddrs(3) gives it, made of names and addresses.
-class InterfaceEntries {
- public:
-  void add(std::string name) { m_entries.push_back({std::move(name), {}, false}); }
-  void add(std::string name, const std::string& ip) {
-    Entry entry{std::move(name), {}, true};
-    const bool six = ip.find(':') != std::string::npos;
-    entry.address.ss_family = six ? AF_INET6 : AF_INET;
-    void* const field =
-        six ? static_cast<void*>(&reinterpret_cast<sockaddr_in6&>(entry.address).sin6_addr)
-            : &reinterpret_cast<sockaddr_in&>(entry.address).sin_addr;
-    ASSERT_EQ(1, ::inet_pton(entry.address.ss_family, ip.c_str(), field));
-    m_entries.push_back(entry);
-  }
-
-  int give(ifaddrs** list) {
-    m_list.assign(m_entries.size(), {});
-    for (std::size_t i = 0; i < m_entries.size(); ++i) {
-      m_list[i].ifa_next = i + 1 < m_list.size() ? &m_list[i + 1] : nullptr;
-      m_list[i].ifa_name = m_entries[i].name.data();
-      m_list[i].ifa_addr =
-          m_entries[i].hasAddress ? reinterpret_cast<sockaddr*>(&m_entries[i].address) : nullptr;
-    }
-    *list = m_list.empty() ? nullptr : m_list.data();
-    return 0;
-  }
-
- private:
-  struct Entry {
-    std::string name;
-    sockaddr_storage address;
-    bool hasAddress;
-  };
-  std::vector<Entry> m_entries;
-  std::vector<ifaddrs> m_list;
-};
-
-}  // namespace
-
-TEST(GetInterfaceOfIPV6, RefusesWhatIsNotIPv6) {
-  const FakeKernel kernel(FakeKernel::Getifaddrs([](ifaddrs**) {
-    ADD_FAILURE() << "the kernel was asked";
-    return -1;
-  }));
-  for (std::string ip :
-       {std::string("10.1.1.1"), std::string(), std::string("host"), std::string("fe80::1%eth0"),
-        std::string("fe80::1/64"), std::string(" fe80::1"), std::string("::1::"),
-        std::string("[::1]"), std::string(1 << 20, ':')}) {
-    SCOPED_TRACE(ip.substr(0, 40));
-    const std::string before = ip;
-    std::string name = kJunk;
-    EXPECT_EQ(-1, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name));
-    EXPECT_EQ(kJunk, name);
-    EXPECT_EQ(before, ip);
-  }
-}
-
-TEST(GetInterfaceOfIPV6, TakesTheFirstThatCarriesTheAddress) {
-  InterfaceEntries entries;
-  entries.add("none");
-  entries.add("v4", "10.1.2.3");
-  entries.add("other", "fe80::2");
-  entries.add("none");
-  entries.add("first", "fe80::1");
-  entries.add("second", "fe80::1");
-  entries.add("mapped", "::ffff:10.1.2.3");
-  FakeKernel kernel(FakeKernel::Getifaddrs([&](ifaddrs** list) { return entries.give(list); }));
-  struct Case {
-    std::string ip;
-    std::string full;
-    std::string name;
-  };
-  for (const Case& row : std::vector<Case>{
-           {"FE80::1", "fe80:0:0:0:0:0:0:1", "first"},
-           {"fe80:0000:0:0::2", "fe80:0:0:0:0:0:0:2", "other"},
-           {"::ffff:10.1.2.3", "::ffff:10.1.2.3", "mapped"},
-           {"::FFFF:a01:203", "::ffff:10.1.2.3", "mapped"},
-       }) {
-    SCOPED_TRACE(row.ip);
-    std::string ip = row.ip;
-    std::string name = kJunk;
-    EXPECT_EQ(0, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name));
-    EXPECT_EQ(row.full, ip);
-    EXPECT_EQ(row.name, name);
-  }
-  std::string ip = "FE80::3";
-  std::string name = kJunk;
-  EXPECT_EQ(-1, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name));
-  EXPECT_EQ("fe80:0:0:0:0:0:0:3", ip);
-  EXPECT_EQ(kJunk, name);
-  EXPECT_EQ(0, kernel.freedLists) << "the list stays allocated by contract";
-}
-
-TEST(GetInterfaceOfIPV6, FailsWithoutAList) {
-  for (const int result : {-1, 0}) {
-    SCOPED_TRACE(result);
-    FakeKernel kernel(FakeKernel::Getifaddrs([result](ifaddrs** list) {
-      *list = nullptr;
-      return result;
-    }));
-    std::string ip = "FE80::1";
-    std::string name = kJunk;
-    EXPECT_EQ(-1, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name));
-    EXPECT_EQ("fe80:0:0:0:0:0:0:1", ip);
-    EXPECT_EQ(kJunk, name);
-  }
-}
-
-TEST(GetInterfaceOfIPV6, TakesNoListOfARequestThatFailed) {
-  InterfaceEntries entries;
-  entries.add("carrier", "fe80::1");
-  FakeKernel kernel(FakeKernel::Getifaddrs([&](ifaddrs** list) {
-    entries.give(list);
-    return -1;
-  }));
-  std::string ip = "fe80::1";
-  std::string name = kJunk;
-  EXPECT_EQ(-1, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name));
-  EXPECT_EQ(kJunk, name);
-}
-
-TEST(GetInterfaceOfIPV6, AsksTheRealKernel) {
-  std::string ip = "2001:DB8::dead:beef";
-  std::string name = kJunk;
-  EXPECT_EQ(-1, VexaCommonUtils_i::getInterfaceOfIPV6(ip, name)) << "a documentation address";
-  EXPECT_EQ("2001:db8:0:0:0:0:dead:beef", ip);
-  EXPECT_EQ(kJunk, name);
-}
-
-// The prefix length
-
-TEST(GetInet6Address, CutsThePrefixLength) {
-  struct Case {
-    const char* text;
-    const char* address;
-  };
-  for (const Case& row :
-       {Case{"fe80::1/64", "fe80::1"}, Case{"2001:db8::5/64", "2001:db8::5"},
-        Case{"fe80::1", "fe80::1"}, Case{"a/b/c", "a"}, Case{"/64", ""}, Case{"/", ""},
-        Case{"fe80::1/", "fe80::1"}, Case{" x /", " x "}, Case{"", "junk"}}) {
-    SCOPED_TRACE(row.text);
-    std::string address = kJunk;
-    GetInet6Address(row.text, address);
-    EXPECT_EQ(row.address, address);
-  }
-}
-
-TEST(GetInet6Address, TakesAnyBytesAndItsOwnOutput) {
-  using namespace std::string_literals;
-  std::string address;
-  GetInet6Address("a\0b\xff/1"s, address);
-  EXPECT_EQ("a\0b\xff"s, address);
-  GetInet6Address(std::string(1 << 20, 'f') + "/64", address);
-  EXPECT_EQ(std::string(1 << 20, 'f'), address);
-  address = "fe80::1/64";
-  GetInet6Address(address, address);
-  EXPECT_EQ("fe80::1", address);
 }

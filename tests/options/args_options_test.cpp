@@ -27,7 +27,7 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using Words = std::vector<std::string>;
 
-/// A command line as `main` receives one. A word may be null.
+/// A command line as `main` receives it. An argument may be null.
 class CommandLine {
  public:
   explicit CommandLine(const Words& words) : m_words(words.begin(), words.end()) { point(); }
@@ -71,7 +71,7 @@ TEST(ArgsOptions, ReadsAWholeCommandLine) {
   EXPECT_EQ(9, options.numberOfargs());
 }
 
-TEST(ArgsOptions, FindsWholeWordsAlone) {
+TEST(ArgsOptions, FindsOnlyWholeArguments) {
   CommandLine line(Words{"prog", "-port=80", "--Verbose", "", "a b", "-\xFF"});
   const ArgsOptions options = line.options();
   using namespace std::string_literals;
@@ -92,7 +92,7 @@ TEST(ArgsOptions, FindsWholeWordsAlone) {
   EXPECT_EQ("a b", options.getOption(""));
 }
 
-TEST(ArgsOptions, ReturnsTheValueBehindTheFirstOccurrence) {
+TEST(ArgsOptions, ReturnsTheValueOfTheFirstOccurrence) {
   struct Case {
     Words words;
     const char* name;
@@ -105,7 +105,8 @@ TEST(ArgsOptions, ReturnsTheValueBehindTheFirstOccurrence) {
       {{"prog", "a", "b"}, "a", "b"},
       {{"prog", "-h", "a", "-h", "b"}, "-h", "a"},
       {{"prog", "-h", "", "b"}, "-h", ""},
-      // No value: the last word, an option behind it, also when a later occurrence has one.
+      // No value: the last argument, or one followed by an option, even if a later occurrence has a
+      // value.
       {{"prog", "-h"}, "-h", ""},
       {{"-h"}, "-h", ""},
       {{"prog", "-h", "-v"}, "-h", ""},
@@ -115,7 +116,7 @@ TEST(ArgsOptions, ReturnsTheValueBehindTheFirstOccurrence) {
       {{"prog", "-h", "--v", "a"}, "-h", ""},
       {{"prog", "-h", "-v", "-h", "b"}, "-h", ""},
       {{"prog", "-h", "-h", "b"}, "-h", ""},
-      // The escape word.
+      // The escape.
       {{"prog", "-h", "--", "-v"}, "-h", "-v"},
       {{"prog", "-h", "--", "v"}, "-h", "v"},
       {{"prog", "-h", "--", ""}, "-h", ""},
@@ -123,10 +124,10 @@ TEST(ArgsOptions, ReturnsTheValueBehindTheFirstOccurrence) {
       {{"prog", "-h", "--", "--", "b"}, "-h", "--"},
       {{"prog", "-h", "--", "-h", "b"}, "-h", "-h"},
       {{"prog", "-h", "--"}, "-h", ""},
-      // It does not hide the word behind it from the search for the name.
+      // It does not hide the argument after it from the search for the name.
       {{"prog", "--", "-h", "b"}, "-h", "b"},
       {{"prog", "-v", "--", "-h", "b"}, "-h", "b"},
-      // The escape word as the name itself.
+      // The escape as the name itself.
       {{"prog", "--", "a"}, "--", "a"},
       {{"prog", "--", "-a"}, "--", ""},
       {{"prog", "--", "--", "-a"}, "--", "-a"},
@@ -141,7 +142,7 @@ TEST(ArgsOptions, ReturnsTheValueBehindTheFirstOccurrence) {
   }
 }
 
-TEST(ArgsOptions, CollectsTheValuesBehindEveryOccurrence) {
+TEST(ArgsOptions, CollectsTheValuesOfEveryOccurrence) {
   struct Case {
     Words words;
     const char* name;
@@ -159,11 +160,11 @@ TEST(ArgsOptions, CollectsTheValuesBehindEveryOccurrence) {
       {{"prog", "-h", ""}, "-h", {""}},
       {{"prog", "-h", "a", "", "b"}, "-h", {"a", "", "b"}},
       {{"prog", "x", "-h"}, "-h", {}},
-      // What ends a run.
+      // The end of a run.
       {{"prog", "-h", "a", "-", "b"}, "-h", {"a"}},
       {{"prog", "-h", "a", "-5", "b"}, "-h", {"a"}},
       {{"prog", "-h", "a", "---", "b"}, "-h", {"a"}},
-      // The escape word.
+      // The escape.
       {{"prog", "-h", "--", "-v", "b"}, "-h", {"-v", "b"}},
       {{"prog", "-h", "a", "--", "-v", "--", "-w", "-x", "c"}, "-h", {"a", "-v", "-w"}},
       {{"prog", "-h", "--", "-h", "b"}, "-h", {"-h", "b"}},
@@ -175,7 +176,7 @@ TEST(ArgsOptions, CollectsTheValuesBehindEveryOccurrence) {
       {{"prog", "--", "-h", "b"}, "-h", {"b"}},
       {{"prog", "-h", "a", "-v", "--", "-h", "b"}, "-h", {"a", "b"}},
       {{"prog", "-h", "-v", "--", "b"}, "-h", {}},
-      // The escape word as the name itself opens a run and escapes nothing.
+      // The escape as the name itself opens a run and escapes nothing.
       {{"prog", "--", "a", "--", "b", "-x", "c"}, "--", {"a", "b"}},
       {{"prog", "--", "--", "-x", "c"}, "--", {}},
       {{"prog", "a", "--"}, "--", {}},
@@ -188,7 +189,7 @@ TEST(ArgsOptions, CollectsTheValuesBehindEveryOccurrence) {
   }
 }
 
-TEST(ArgsOptions, CountsEveryOptionWord) {
+TEST(ArgsOptions, CountsEveryOption) {
   CommandLine line(Words{"-prog", "-", "--", "-5", "-v", "-v", "a", "", "a-b", " -c", "--long=x"});
   const ArgsOptions options = line.options();
   EXPECT_THAT(options.getFlags(), ElementsAre("-prog", "-", "--", "-5", "-v", "-v", "--long=x"));
@@ -196,7 +197,7 @@ TEST(ArgsOptions, CountsEveryOptionWord) {
   EXPECT_EQ(11, options.numberOfargs());
 }
 
-TEST(ArgsOptions, FindsNothingWithoutWords) {
+TEST(ArgsOptions, FindsNothingWithoutArguments) {
   char word[] = "-h";
   char* argv[] = {word, word, nullptr};
   for (const int count : {0, -1, INT_MIN}) {
@@ -214,7 +215,7 @@ TEST(ArgsOptions, FindsNothingWithoutWords) {
   }
 }
 
-TEST(ArgsOptions, SeesTheProgramsNameAlone) {
+TEST(ArgsOptions, ReadsOnlyTheProgramsName) {
   CommandLine line(Words{"prog"});
   const ArgsOptions options = line.options();
   EXPECT_TRUE(options.hasOption("prog"));
@@ -225,7 +226,7 @@ TEST(ArgsOptions, SeesTheProgramsNameAlone) {
   EXPECT_EQ(1, options.numberOfargs());
 }
 
-TEST(ArgsOptions, LooksAtNoWordBehindTheCount) {
+TEST(ArgsOptions, ReadsNoArgumentAfterTheCount) {
   CommandLine line(Words{"prog", "-h", "--", "a", "-x"});
   const ArgsOptions options(3, line.argv());
   EXPECT_FALSE(options.hasOption("a"));
@@ -260,7 +261,7 @@ struct NullCase {
   std::vector<Query> queries;
 };
 
-TEST(ArgsOptions, RefusesANullWordThatItMeets) {
+TEST(ArgsOptions, ThrowsForANullArgumentThatItReads) {
   const NullCase cases[] = {
       {{std::nullopt}, {kHas, kOptions, kFlags, kNumber}},
       {{std::nullopt, "-h"}, {kHas, kOption, kOptions, kFlags, kNumber}},
@@ -280,10 +281,10 @@ TEST(ArgsOptions, RefusesANullWordThatItMeets) {
   }
 }
 
-TEST(ArgsOptions, NeverMeetsANullWordBehindItsAnswer) {
+TEST(ArgsOptions, NeverReadsANullArgumentAfterItsResult) {
   const NullCase cases[] = {
-      {{std::nullopt}, {kOption}},               // one word has no value
-      {{"prog", "a", std::nullopt}, {kOption}},  // the last word is no option
+      {{std::nullopt}, {kOption}},               // a single argument has no value
+      {{"prog", "a", std::nullopt}, {kOption}},  // the last argument is not an option
       {{"prog", "-h", "a", std::nullopt}, {kHas, kOption}},
       {{"prog", "-h", "-v", std::nullopt}, {kHas, kOption}},
       {{"prog", "-h", "--", "a", std::nullopt}, {kHas, kOption}},
@@ -321,7 +322,7 @@ TEST(ArgsOptions, ReadsTheArrayAfreshOnEachQuery) {
   EXPECT_EQ(2, options.numberOfOptions());
 }
 
-TEST(ArgsOptions, CarriesLongWordsAndManyOfThem) {
+TEST(ArgsOptions, HandlesLongArgumentsAndMany) {
   const std::string longWord(std::size_t{100} << 20, 'x');
   CommandLine line(Words{"prog", "-h", longWord, longWord + "y"});
   EXPECT_TRUE(line.options().hasOption(longWord + "y"));
@@ -347,7 +348,7 @@ TEST(ArgsOptions, ComparesBytesInAnyLocale) {
   });
 }
 
-TEST(ArgsOptions, AnswersSeveralThreadsAtOnce) {
+TEST(ArgsOptions, WorksInSeveralThreadsAtOnce) {
   CommandLine line(Words{"prog", "-h", "a", "b", "-v"});
   const ArgsOptions options = line.options();
   inThreads(4, [&options](int) {
@@ -360,7 +361,7 @@ TEST(ArgsOptions, AnswersSeveralThreadsAtOnce) {
   });
 }
 
-// The steps as they are described, with a string for each word.
+// The documented steps, with a string for each argument.
 std::string modelOption(const Words& words, const std::string& name) {
   for (std::size_t i = 0; i + 1 < words.size(); ++i) {
     if (words[i] != name) continue;

@@ -1,5 +1,5 @@
-// The wide output compared with plain stdio over random operations, faults and buffers. The seed is
-// printed; COMMUTIL_TEST_SEED repeats a run.
+// Compares wide output with plain stdio over random operations, faults and buffers. Prints its
+// seed; COMMUTIL_TEST_SEED repeats a run.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -90,7 +90,7 @@ struct Buffering {
   std::size_t size = 0;
 };
 
-/// A round: what is done, and to which handle.
+/// A round: the operations, and the kind of handle.
 struct Round {
   Buffering buffering;
   Steps steps;
@@ -102,7 +102,7 @@ std::ostream& operator<<(std::ostream& out, const Round& round) {
   return out;
 }
 
-/// `none` allows an unbuffered handle too, by either way to ask for one.
+/// `none` allows an unbuffered handle too, requested in either way.
 Buffering randomBuffering(Random& random, bool none) {
   const std::size_t least = none ? 0 : 1;
   switch (below(random, 20)) {
@@ -144,7 +144,7 @@ std::size_t randomSize(Random& random, std::size_t most) {
   }
 }
 
-/// `valid` leaves out what UTF-8 cannot encode.
+/// `valid` omits what UTF-8 cannot encode.
 std::wstring randomText(Random& random, std::size_t size, bool valid) {
   static const std::wstring kMixed = L"ab\n\x7F\x80\xE9\x7FF\x800\x4E2D\xFFFD\xFFFF\x10000\x1F600";
   static const std::wstring kForeign = L"\xD800\xDFFF\x110000\x7FFFFFFF";
@@ -161,7 +161,7 @@ std::wstring randomText(Random& random, std::size_t size, bool valid) {
   return text;
 }
 
-/// What a comparison varies.
+/// The variations of a comparison.
 struct Plan {
   bool valid = true;          ///< wide text that UTF-8 encodes, and no bytes
   std::size_t most = 100000;  ///< characters of a round
@@ -192,7 +192,7 @@ Round randomRound(Random& random, const Plan& plan) {
 
 // Media
 
-/// What a handle writes to, opened anew for each side of a comparison.
+/// The medium that a handle writes to, opened again for each side of a comparison.
 class Medium {
  public:
   Medium() = default;
@@ -201,11 +201,11 @@ class Medium {
   Medium& operator=(const Medium&) = delete;
 
   virtual std::FILE* open() = 0;
-  /// Makes the medium's fault happen, or end.
+  /// Starts or ends the medium's fault.
   virtual void disturb(std::FILE*) {}
-  /// How far the medium was written.
+  /// Returns the end of the written part.
   virtual long position(std::FILE* file) const { return ::lseek(::fileno(file), 0, SEEK_CUR); }
-  /// All that the medium has received.
+  /// Returns everything that the medium has received.
   virtual std::string content() = 0;
 };
 
@@ -233,7 +233,7 @@ class ClosedFile : public PlainFile {
   void disturb(std::FILE* file) override { ::close(::fileno(file)); }
 };
 
-/// May not grow beyond a limit, until that is lifted.
+/// Has a size limit, until that is lifted.
 class LimitedFile : public PlainFile {
  public:
   LimitedFile(const std::string& path, rlim_t limit) : PlainFile(path), m_limit(limit) {}
@@ -253,7 +253,7 @@ class LimitedFile : public PlainFile {
   const rlim_t m_limit;
 };
 
-/// On a disk that another file fills but for some pages, until it is removed.
+/// Is on a disk that another file almost fills, until that is removed.
 class FileOnFullDisk : public PlainFile {
  public:
   FileOnFullDisk(const std::string& folder, std::size_t otherSize)
@@ -273,7 +273,7 @@ class FullDevice : public Medium {
   std::string content() override { return ""; }
 };
 
-/// A pipe whose reader goes away.
+/// A pipe whose reader closes it.
 class BrokenPipe : public Medium {
  public:
   BrokenPipe() { EXPECT_EQ(0, ::pipe2(m_ends, O_CLOEXEC)); }
@@ -326,7 +326,7 @@ class Terminal : public Medium {
   Terminal() : m_master(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
     EXPECT_EQ(0, ::grantpt(m_master));
     EXPECT_EQ(0, ::unlockpt(m_master));
-    // Kept open: the master loses what it was sent when no one has the terminal open.
+    // Kept open: the master loses its input if no one has the terminal open.
     m_slave = ::open(::ptsname(m_master), O_RDWR | O_NOCTTY | O_CLOEXEC);
     EXPECT_EQ(0, ::fcntl(m_master, F_SETFL, O_NONBLOCK));
   }
@@ -365,7 +365,7 @@ constexpr Writer kPlain{
     [](std::FILE* file, const wchar_t* text) { return std::fputws(text, file); },
     [](std::FILE* file, wchar_t c) { return std::fputwc(c, file); }, std::fflush, std::fclose};
 
-/// What can be seen of a call.
+/// What can be observed of a call.
 struct Seen {
   long value;
   int error;  ///< errno, if the call failed
@@ -401,14 +401,14 @@ long apply(const Writer& writer, const Step& step, std::FILE* file) {
   }
 }
 
-/// The bytes of text that UTF-8 encodes.
+/// Returns the part of a string that UTF-8 encodes, as bytes.
 std::string encoded(const std::wstring& text) {
   std::string bytes(text.size() * 4 + 1, '\0');
   bytes.resize(std::wcstombs(bytes.data(), text.c_str(), bytes.size()));
   return bytes;
 }
 
-/// After the first failure, what arrived must begin what was put.
+/// After the first failure, the received bytes must be a prefix of the output.
 void expectPrefix(const Round& round, std::size_t done, const std::string& content) {
   std::string all;
   for (std::size_t i = 0; i < done; ++i) {
@@ -458,7 +458,7 @@ void compareOnce(const Round& round, const Plan& plan, const MakeMedium& make, R
   }
 }
 
-/// Runs the rounds of one comparison in a child, whose locale and signals are its own.
+/// Runs the rounds of one comparison in a child, which has its own locale and signals.
 void compare(
     unsigned shard, const Plan& plan, const MakeMedium& make,
     const std::function<void()>& prepare = [] { setLocale("C.UTF-8"); }) {
@@ -540,7 +540,7 @@ TEST(WideStdioRandom, ClosedDescriptor) {
   compare(7, {}, [&dir](Random&) { return std::make_unique<ClosedFile>(dir / "text"); });
 }
 
-constexpr std::size_t kPipeful = 12000;  // characters that a pipe takes, whatever they are
+constexpr std::size_t kPipeful = 12000;  // characters that fit into a pipe, whatever they are
 
 TEST(WideStdioRandom, BrokenPipe) {
   compare(8, {true, kPipeful, true}, [](Random&) { return std::make_unique<BrokenPipe>(); });
@@ -574,7 +574,7 @@ std::wstring widened(const std::string& text) {
   return wide;
 }
 
-/// Whether the lines are those of each thread, whole, once and in order.
+/// Returns whether each line of each thread is there, whole, once and in order.
 void expectLinesOf(const std::vector<std::vector<std::string>>& threads,
                    const std::string& content) {
   std::vector<std::size_t> next(threads.size());
@@ -588,7 +588,7 @@ void expectLinesOf(const std::vector<std::vector<std::string>>& threads,
   for (std::size_t i = 0; i < threads.size(); ++i) EXPECT_EQ(threads[i].size(), next[i]);
 }
 
-/// Three threads that share a handle, and one that flushes it, or all of them until it is closed.
+/// Three threads share a handle, and one flushes it, or all handles until it is closed.
 void shareAHandle(Random& random, const std::string& path) {
   constexpr int kThreads = 3;
   std::vector<std::vector<std::string>> lines(kThreads);
@@ -633,13 +633,13 @@ TEST(WideStdioRandom, ThreadsWithAFlusher) {
 
 #if COMMUTIL_HAS_WIDE_STDIO
 
-/// A text that was put, and whether the call returned and succeeded.
+/// A string that was written, and whether the call returned and succeeded.
 struct Put {
   std::string text;
   bool accepted = false;
 };
 
-/// Whether `received` is the texts in order: each accepted one whole, of others any beginning.
+/// Returns whether `received` is the strings in order: accepted ones whole, any prefix of others.
 bool isOfPuts(const std::string& received, const std::vector<Put>& puts) {
   std::set<std::size_t> ends{0};
   for (const Put& put : puts) {
@@ -660,8 +660,8 @@ bool isOfPuts(const std::string& received, const std::vector<Put>& puts) {
   return ends.count(received.size()) != 0;
 }
 
-// Plain stdio repeats pieces when a write that was interrupted or canceled is tried again; blocks
-// are never repeated.
+// Plain stdio repeats pieces if an interrupted or canceled write is retried; blocks are never
+// repeated.
 
 /// Writes to a pipe of one page while signals interrupt the writes.
 void writeInterrupted(Random& random) {
@@ -672,7 +672,7 @@ void writeInterrupted(Random& random) {
   sigset_t alarm;
   sigemptyset(&alarm);
   sigaddset(&alarm, SIGALRM);
-  ::pthread_sigmask(SIG_BLOCK, &alarm, nullptr);  // in the reader
+  ::pthread_sigmask(SIG_BLOCK, &alarm, nullptr);  // the reader blocks it
   std::thread reader([&] {
     std::array<char, 4096> block{};
     for (ssize_t count = 0; (count = ::read(ends[0], block.data(), block.size())) > 0;) {

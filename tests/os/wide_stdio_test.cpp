@@ -1,4 +1,4 @@
-// Wide output beside stdio's own: the same operations on a stream and on a plain handle.
+// Compares wide output with plain stdio: the same operations on a stream and on a plain handle.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -33,7 +33,7 @@ using commutil_test::setLocale;
 using commutil_test::TempDir;
 using commutil_test::WatchedThread;
 
-/// The results of operations, and what the file holds when they have ended.
+/// The results of operations, and the file's contents at the end.
 struct Outcome {
   std::vector<long> results;
   std::string content;
@@ -146,7 +146,7 @@ Operation randomOperation(std::mt19937& random) {
   return operation;
 }
 
-/// Mostly wide text; bytes in between, which stdio mixes in its own way, in a few.
+/// Mostly wide text; some with bytes in between, which stdio mixes in its own way.
 Operations randomOperations(std::mt19937& random) {
   const bool withBytes = random() % 4 == 0;
   Operations operations;
@@ -237,7 +237,7 @@ TEST(WideStdio, LeaveStdioWhatWaitsAtTheEnd) {
   const std::wstring text(10000, L'\x4E2D');
   runInChild([&] {
     setLocale("C.UTF-8");
-    auto* const stream = new Vexawofstream;  // closed by exit alone
+    auto* const stream = new Vexawofstream;  // closed only by exit
     stream->open((dir / "text").c_str(), kWrite);
     stream->put(text.c_str());
     stream->put(L'!');
@@ -324,7 +324,7 @@ std::string textOfCanceled(FullPipe& pipe, const std::wstring& text, const Writi
   return received;
 }
 
-/// The same text as `count` wide characters and as bytes.
+/// The same string as `count` wide characters and as bytes.
 std::wstring wideChinese(std::size_t count) { return std::wstring(count, L'\x4E2D'); }
 std::string chinese(int count) {
   std::string text;
@@ -349,7 +349,7 @@ TEST(WideStdio, KeepWhatACanceledThreadCouldNotWrite) {
 }
 
 // glibc would write two pieces: 15 bytes, which fit, and 3, which wait.
-TEST(WideStdio, KeepWhatOfAShortTextCouldNotBeWritten) {
+TEST(WideStdio, KeepTheUnwrittenPartOfAShortString) {
   runInChild([] {
     setLocale("C.UTF-8");
     FullPipe pipe(16);
@@ -357,7 +357,7 @@ TEST(WideStdio, KeepWhatOfAShortTextCouldNotBeWritten) {
   });
 }
 
-/// The number of write(2) calls of this process so far.
+/// Returns the number of write(2) calls of this process so far.
 long writeCalls() {
   const std::string text = readFile("/proc/self/io");
   return std::stol(text.substr(text.find("syscw: ") + 7));

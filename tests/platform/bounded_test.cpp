@@ -88,7 +88,7 @@ TEST(StrncpyS, ReadsNoFurtherThanTheCount) {
   EXPECT_STREQ("ab", dest.c_str());
 }
 
-TEST(StrncpyS, RefusesNullAndNoRoom) {
+TEST(StrncpyS, RefusesNullAndSizeZero) {
   std::string dest(4, '#');
   EXPECT_NE(0, strncpy_s(dest.data(), 0, "a", 1));
   EXPECT_EQ("####", dest);
@@ -139,7 +139,7 @@ TEST(SnprintfS, FormatsEachKind) {
   EXPECT_STREQ("-5 ab 0a 99", dest);
 }
 
-TEST(SnprintfS, RefusesNullAndNoRoom) {
+TEST(SnprintfS, RefusesNullAndSizeZero) {
   char dest[4] = "###";
   EXPECT_LT(snprintf_s(nullptr, 4, 3, "%s", "a"), 0);
   EXPECT_LT(snprintf_s(dest, 0, 0, "%s", "a"), 0);
@@ -178,11 +178,11 @@ TEST(VswprintfS, CountsTheTerminatorInItsSize) {
 
 TEST(VswprintfS, EmptiesWhatItCannotFormat) {
   wchar_t dest[16] = L"junk";
-  EXPECT_EQ(-1, formatWide(dest, 16, L"%s", "\xff"));  // no text in the "C" locale
+  EXPECT_EQ(-1, formatWide(dest, 16, L"%s", "\xff"));  // invalid in the "C" locale
   EXPECT_STREQ(L"", dest);
 }
 
-TEST(VswprintfS, RefusesNullAndNoRoom) {
+TEST(VswprintfS, RefusesNullAndSizeZero) {
   wchar_t dest[4] = L"###";
   EXPECT_EQ(-1, formatWide(nullptr, 4, L"a"));
   EXPECT_EQ(-1, formatWide(dest, 0, L"a"));

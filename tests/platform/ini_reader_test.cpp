@@ -92,7 +92,7 @@ TEST(IniReader, KeepsLinesOfAnyLength) {
   }
 }
 
-TEST(IniReader, CannotReadWhatIsNoReadableFile) {
+TEST(IniReader, CannotReadWhatIsNotAReadableFile) {
   const TempDir dir;
   ::mkdir((dir / "folder").c_str(), 0755);
   dir.write("file", "");
@@ -131,7 +131,7 @@ TEST(IniReader, HoldsNothingBeforeAndAfterAFailedRead) {
   EXPECT_EQ("", reader.getParamValue("[IP]", "key"));
 }
 
-TEST(IniReader, ReadsAnewOnEachCall) {
+TEST(IniReader, ReadsAgainOnEachCall) {
   const TempDir dir;
   VexaIniReader reader(dir.write("a.cfg", "[IP]\nkey=value\nold=1\n"));
   ASSERT_EQ(0, reader.initialize(false));

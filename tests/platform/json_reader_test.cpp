@@ -80,7 +80,7 @@ const Document kDocuments[] = {
     {"10,000 opening brackets", std::string(10'000, '['), false, false},
 };
 
-TEST(JsonReader, TellsDocumentsFromMalformedText) {
+TEST(JsonReader, DistinguishesDocumentsFromMalformedInput) {
   for (const Document& document : kDocuments) {
     SCOPED_TRACE(document.name);
     Json::Value root("junk");
@@ -89,7 +89,7 @@ TEST(JsonReader, TellsDocumentsFromMalformedText) {
   }
 }
 
-TEST(JsonReader, ReadsTheSameBehindAByteOrderMark) {
+TEST(JsonReader, ReadsTheSameAfterAByteOrderMark) {
   const std::string text = R"({"b": [{"c": "text"}], "a": 1})";
   Json::Value plain;
   Json::Value marked;
@@ -99,7 +99,7 @@ TEST(JsonReader, ReadsTheSameBehindAByteOrderMark) {
   EXPECT_EQ((Json::Value::Members{"a", "b"}), marked.getMemberNames());
 }
 
-TEST(JsonReader, KeepsAByteOrderMarkInsideAText) {
+TEST(JsonReader, KeepsAByteOrderMarkInsideAString) {
   Json::Value root;
   ASSERT_TRUE(JsonReader(false).parse("{\"a\": \"\xef\xbb\xbf\"}", root));
   EXPECT_EQ("\xef\xbb\xbf", root["a"].asString());

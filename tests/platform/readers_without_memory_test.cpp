@@ -1,5 +1,5 @@
-// The readers of configuration files with each of their allocations failing: lack of memory is an
-// exception, never a file that cannot be read or text that is malformed.
+// Fails each allocation of the readers of configuration files: lack of memory is an exception,
+// never an unreadable file or a malformed document.
 #include <gtest/gtest.h>
 #include <json/value.h>
 
@@ -7,7 +7,7 @@
 #include <new>
 #include <string>
 
-#include "platform/file_text.h"
+#include "os/file_text.h"
 #include "platform/ini_reader.h"
 #include "platform/json_reader.h"
 #include "support/failing_allocations.h"
@@ -24,7 +24,7 @@ using commutil_test::failSystemCall;
 using commutil_test::runInChild;
 using commutil_test::TempDir;
 
-/// What became of a call: its result, or the exception.
+/// The outcome of a call: its result, or the exception.
 enum class Outcome { success, failure, outOfMemory };
 
 template <class Call>
@@ -36,7 +36,7 @@ Outcome outcomeOf(const Call& call) {
   }
 }
 
-/// Expects that `call` succeeds when no allocation fails, and else succeeds or throws.
+/// Expects that `call` succeeds without a failure, and with one succeeds or throws.
 template <class Call>
 void expectNeverAFailure(const Call& call) {
   Outcome last = Outcome::failure;
@@ -75,7 +75,7 @@ TEST(ReadersWithoutMemory, NeitherDoesTheKernelMakeItSo) {
 }
 
 TEST(ReadersWithoutMemory, AnIniFileIsNeverUnreadable) {
-  // In a child, since SimpleIni lets go of what it holds without releasing it.
+  // In a child, because SimpleIni leaks.
   runInChild([] {
     const TempDir dir;
     const std::string path =
@@ -105,7 +105,7 @@ TEST(ReadersWithoutMemory, AReaderHoldsNothingAfterwards) {
   });
 }
 
-TEST(ReadersWithoutMemory, JsonTextIsNeverMalformed) {
+TEST(ReadersWithoutMemory, AJsonDocumentIsNeverMalformed) {
   const std::string text = R"({"text": "a string that has to be copied", "real": 5.25,
     "large": 123456789012345678901234567890, "list": [1, true, null, {"below": "\u00e4"}]})";
   for (const bool strict : {false, true}) {
@@ -117,7 +117,7 @@ TEST(ReadersWithoutMemory, JsonTextIsNeverMalformed) {
   }
 }
 
-TEST(ReadersWithoutMemory, TextNestedTooDeepIsMalformedAllTheSame) {
+TEST(ReadersWithoutMemory, ADocumentNestedTooDeepIsStillMalformed) {
   Json::Value root;
   EXPECT_FALSE(JsonReader(false).parse(std::string(1001, '[') + std::string(1001, ']'), root));
 }

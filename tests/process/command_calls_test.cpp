@@ -1,5 +1,5 @@
-// What the library asks of popen(3), and that a stream from a stand-in for it serves as well as a
-// pipe does. This program stands in for popen and pclose, which the library then calls.
+// The library's calls of popen(3): a stream of another function serves as well as a pipe. This
+// program replaces popen and pclose.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -26,7 +26,7 @@ struct Call {
   }
 };
 
-/// A shell whose commands print what the test says; none is run.
+/// A shell whose commands print what the test sets; none is run.
 struct FakeShell {
   explicit FakeShell(std::string text) : output(std::move(text)) { current = this; }
   ~FakeShell() {
@@ -45,7 +45,7 @@ struct FakeShell {
 
   static FakeShell* current;
   std::string output;
-  std::function<std::FILE*()> opens;  // in the place of a stream with the output
+  std::function<std::FILE*()> opens;  // opens this instead of a stream with the output
   std::function<int(std::FILE*)> closes;
   std::vector<Call> calls;
   std::size_t closed = 0;
@@ -80,7 +80,7 @@ TEST(CommandCalls, SystemOpensAPipeToWrite) {
   EXPECT_EQ((Calls{{"a command", "w"}}), shell.calls);
 }
 
-TEST(CommandCalls, SystemTellsWhatClosingTells) {
+TEST(CommandCalls, SystemReturnsWhatClosingReturns) {
   struct Case {
     int result;
     int error;
@@ -102,7 +102,7 @@ TEST(CommandCalls, SystemTellsWhatClosingTells) {
   }
 }
 
-/// A stream whose reads give these texts one by one, an error number where there is none.
+/// A stream whose reads return these pieces, or an error number instead of one.
 struct Reads {
   struct Read {
     std::string text;
@@ -151,7 +151,7 @@ TEST(CommandCalls, ExecResultOutlastsAnyNumberOfInterruptedReads) {
   EXPECT_EQ("one\ntwo\n", result);
 }
 
-TEST(CommandCalls, ExecResultCountsFailedReadsAnewAfterData) {
+TEST(CommandCalls, ExecResultRestartsItsCountOfFailedReadsAfterData) {
   Reads stream;
   for (int round = 0; round < 5; ++round) {
     stream.reads.push_back({"line\n"});
@@ -190,8 +190,8 @@ TEST(CommandCalls, ExecResultCountsFailedReadsInARowOnly) {
 
 TEST(CommandCalls, ExecResultCutsAtANulAcrossReads) {
   struct Case {
-    std::size_t before;    // bytes of the read in front of the NUL, which begins the next one
-    const char* expected;  // what is left of "abc", in pieces of 127 bytes
+    std::size_t before;    // bytes of the read before the NUL, which begins the next piece
+    const char* expected;  // what remains of "abc", in pieces of 127 bytes
   };
   for (const Case& row : {Case{124, "c\n"}, Case{125, "bc\n"}, Case{126, "abc\n"}, Case{127, ""},
                           Case{128, ""}, Case{2 * 127 - 1, "abc\n"}, Case{2 * 127, ""}}) {

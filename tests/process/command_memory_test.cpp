@@ -1,4 +1,4 @@
-// Commands where memory is lacking: std::bad_alloc, nothing run and nothing left open. This program
+// Commands without memory throw std::bad_alloc, run nothing and leave nothing open. This program
 // replaces operator new.
 #include <gtest/gtest.h>
 #include <sys/wait.h>

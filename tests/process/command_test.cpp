@@ -39,7 +39,7 @@ namespace {
 
 using Arguments = std::vector<const char*>;
 
-/// `runCommand` with an argument vector; `path` is `arguments[0]` unless given.
+/// Calls `runCommand` with an argument vector; `path` is `arguments[0]` by default.
 int runProgram(Arguments arguments, const char* path = nullptr) {
   if (path == nullptr) path = arguments.front();
   arguments.push_back(nullptr);
@@ -60,7 +60,7 @@ int lowestFreeDescriptor() {
   return fd;
 }
 
-/// Leaves `count` descriptors that can still be opened.
+/// Limits the descriptors to `count` more.
 void leaveDescriptors(rlim_t count) {
   rlimit limit{};
   ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &limit));
@@ -70,7 +70,7 @@ void leaveDescriptors(rlim_t count) {
   ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &limit)) << std::strerror(errno);
 }
 
-/// From here on no process can be made.
+/// Makes every later creation of a process fail.
 void refuseProcesses() {
   if (::geteuid() == 0) {
     ASSERT_EQ(0, ::setuid(65534)) << std::strerror(errno);  // root is above the limit
@@ -107,7 +107,7 @@ Handler handlerOf(int signal) {
   return action.sa_handler;
 }
 
-/// The hexadecimal mask that a "/proc/.../status" text shows behind `name`.
+/// Returns the hexadecimal mask after `name` in a "/proc/.../status" file.
 unsigned long long maskIn(const std::string& status, const std::string& name) {
   const std::size_t at = status.find(name + ":");
   return at == std::string::npos ? ~0ULL
@@ -179,7 +179,7 @@ TEST(System, ReturnsTheRawWaitStatus) {
   });
 }
 
-TEST(System, GivesTheCommandAnInputAtItsEnd) {
+TEST(System, TheCommandsInputIsAtItsEnd) {
   runInChild([] { EXPECT_EQ(7 << 8, VexaCommonUtils::system("read line && exit 1; exit 7")); });
 }
 
@@ -202,7 +202,7 @@ TEST(System, EmptiesTheSignalMaskMeanwhileAndPutsItBack) {
     const std::string status = directory / "status";
     EXPECT_EQ(0, VexaCommonUtils::system(("cat /proc/self/status >" + status).c_str()));
     EXPECT_EQ(0U, maskIn(readFile(status), "SigBlk"));
-    EXPECT_EQ(1, handledSignals);  // the pending signal was let in
+    EXPECT_EQ(1, handledSignals);  // the pending signal was delivered
     EXPECT_TRUE(isBlocked(SIGUSR1));
     EXPECT_TRUE(isBlocked(SIGTERM));
     EXPECT_FALSE(isBlocked(SIGHUP));
@@ -219,7 +219,7 @@ TEST(System, ResetsTheDispositionOfSigchldForGood) {
   }
 }
 
-TEST(System, KeepsTheEmptyMaskWhenThereIsNoPipe) {
+TEST(System, KeepsTheEmptyMaskWithoutAPipe) {
   runInChild([] {
     block({SIGUSR1, SIGTERM});
     handle(SIGCHLD, countSignal);
@@ -279,7 +279,7 @@ TEST(System, DoesNotWaitForWhatTheShellLeavesBehind) {
 TEST(System, FailsOnNull) {
   runInChild([] {
     const CapturedOutput quiet(2);
-    EXPECT_GT(VexaCommonUtils::system(nullptr), 0);  // the shell misses its argument
+    EXPECT_GT(VexaCommonUtils::system(nullptr), 0);  // the shell lacks its argument
   });
 }
 
@@ -323,7 +323,7 @@ TEST(Execve, ReturnsWhatSystemReturns) {
 
 // runCommand with a command line
 
-TEST(RunCommandLine, RefusesALineWithoutWords) {
+TEST(RunCommandLine, FailsForALineWithoutWords) {
   for (const bool flag : {false, true}) {
     EXPECT_EQ(-1, VexaCommonUtils_i::runCommand(static_cast<const char*>(nullptr), flag, flag));
     EXPECT_EQ(-1, VexaCommonUtils_i::runCommand("", flag, flag));
@@ -350,7 +350,7 @@ TEST(RunCommandLine, ReturnsTheDecodedExitCode) {
       {"/nonexistent/program", ENOENT},
       {"commutil-no-such-program", ENOENT},
       {"\"\" argument", ENOENT},
-      {"\ttrue", ENOENT},  // blanks alone separate words
+      {"\ttrue", ENOENT},  // only spaces separate words
       {"/dev/null", EACCES},
       {"/tmp", EACCES},
       {"/dev/null/program", ENOTDIR},
@@ -406,7 +406,7 @@ TEST(RunCommandLine, SeesTheFirst4095Bytes) {
   }
 }
 
-TEST(RunCommandLine, SeesTheFirst127Words) {
+TEST(RunCommandLine, ReadsTheFirst127Words) {
   const TempDir directory;
   const std::string program = makeArgumentWriter(directory);
   for (const int arguments : {125, 126, 127, 500}) {
@@ -419,7 +419,7 @@ TEST(RunCommandLine, SeesTheFirst127Words) {
   }
 }
 
-TEST(RunCommandLine, GivesTheEnvironmentAsToldByItsFlag) {
+TEST(RunCommandLine, PassesTheEnvironmentByItsFlag) {
   const TempDir directory;
   const ScopedEnv variable("COMMUTIL_TEST", "value");
   const std::string copy = "/bin/cp --no-preserve=all /proc/self/environ " + (directory / "env");
@@ -435,7 +435,7 @@ TEST(RunCommandLine, SearchesThePathOnlyWithTheEnvironment) {
   EXPECT_EQ(0, VexaCommonUtils_i::runCommand("/bin/true", false, true));
 }
 
-TEST(RunCommandLine, GivesTheOpenDescriptorsAsToldByItsFlag) {
+TEST(RunCommandLine, PassesTheOpenDescriptorsByItsFlag) {
   const int fd = ::open("/etc/passwd", O_RDONLY);
   ASSERT_GE(fd, 3);
   const std::string test = "/usr/bin/test -e /proc/self/fd/" + std::to_string(fd);
@@ -496,7 +496,7 @@ TEST(RunCommandLine, FailsWhenTheHandlesCannotBeSet) {
   for (const rlim_t free : {0U, 1U, 2U, 3U}) {
     SCOPED_TRACE(free);
     runInChild([free, &command] {
-      // The undefined-behaviour sanitizer takes descriptors when it first meets an object's type.
+      // The undefined-behavior sanitizer takes descriptors when it first meets an object's type.
       EXPECT_EQ(0, VexaCommonUtils_i::runCommand("/bin/true", true, true));
       const int next = lowestFreeDescriptor();
       leaveDescriptors(free);
@@ -504,7 +504,7 @@ TEST(RunCommandLine, FailsWhenTheHandlesCannotBeSet) {
       EXPECT_EQ(-1, ::waitpid(-1, nullptr, WNOHANG)) << "a child was started";
       leaveDescriptors(10);
       const std::string name = "/proc/self/fd/" + std::to_string(next);
-      // The null device stays open on this path, and nothing else does.
+      // On this path the null device stays open, and nothing else.
       EXPECT_EQ(free > 0, std::filesystem::exists(name));
       std::error_code ignored;
       EXPECT_EQ(free == 0 ? "" : "/dev/null", std::filesystem::read_symlink(name, ignored));
@@ -529,7 +529,7 @@ TEST(RunCommandLine, WaitsForAnyChildAfterAFailedSpawn) {
   });
 }
 
-TEST(RunCommandLine, SetsTheHandlesAlsoWhereStandardDescriptorsAreClosed) {
+TEST(RunCommandLine, SetsTheHandlesEvenIfStandardDescriptorsAreClosed) {
   const TempDir directory;
   const std::string script =
       directory.write("script",
@@ -634,7 +634,7 @@ TEST(RunProgram, InheritsEnvironmentDescriptorsAndDirectory) {
   ::close(closed);
 }
 
-TEST(RunProgram, GivesTheChildTheCallersSignals) {
+TEST(RunProgram, PassesTheCallersSignalsToTheChild) {
   runInChild([] {
     const TempDir directory;
     block({SIGUSR1});
@@ -676,7 +676,7 @@ TEST(RunProgram, RunsNoHandlerOfTheCallersInTheChild) {
   });
 }
 
-TEST(RunProgram, LeavesErrnoAlone) {
+TEST(RunProgram, LeavesErrnoUnchanged) {
   for (const char* path : {"/bin/true", "/nonexistent/program"}) {
     errno = E2BIG;
     runProgram({"name"}, path);
@@ -684,7 +684,7 @@ TEST(RunProgram, LeavesErrnoAlone) {
   }
 }
 
-TEST(RunProgram, FailsWhenNoProcessCanBeMade) {
+TEST(RunProgram, FailsIfNoProcessCanBeCreated) {
   runInChild([] {
     const pid_t other = ::fork();
     if (other == 0) ::_exit(7);
@@ -704,7 +704,7 @@ TEST(RunProgram, LeaksNoDescriptor) {
   EXPECT_EQ(before, openDescriptors());
 }
 
-// Statuses that get lost, with either runCommand
+// Lost statuses, with either runCommand
 
 TEST(RunCommand, IsZeroWhenTheKernelReapsChildrenItself) {
   runInChild([] {
@@ -752,7 +752,7 @@ TEST(RunCommand, IsZeroWhenASignalInterruptsTheWait) {
 
 // pipeline_s and pclose_s
 
-TEST(Pipeline, GivesTheOutputAndTheRawStatus) {
+TEST(Pipeline, ReturnsTheOutputAndTheRawStatus) {
   for (const ShellCase& row : kShellCases) {
     SCOPED_TRACE(row.script);
     std::FILE* const stream = VexaCommonUtils_i::pipeline_s(
@@ -787,7 +787,7 @@ TEST(Pipeline, PassesThePcloseFailureOn) {
   });
 }
 
-TEST(Pipeline, IsNullWhenThereIsNoPipe) {
+TEST(Pipeline, IsNullWithoutAPipe) {
   runInChild([] {
     leaveDescriptors(1);
     EXPECT_EQ(nullptr, VexaCommonUtils_i::pipeline_s("exit 0"));
@@ -851,7 +851,7 @@ TEST(ExecResult, LeavesTheStandardErrorAndInputToTheCommand) {
   });
 }
 
-TEST(ExecResult, FailsWhenThereIsNoPipe) {
+TEST(ExecResult, FailsWithoutAPipe) {
   runInChild([] {
     leaveDescriptors(1);
     std::string result = "junk";
@@ -867,7 +867,7 @@ TEST(ExecResult, FailsOnNull) {
   EXPECT_EQ("", result);
 }
 
-/// What a line reader with a buffer of 128 bytes keeps of a file when it takes pieces for C
+/// Returns what a line reader with a buffer of 128 bytes keeps of a file if it treats pieces as C
 /// strings.
 std::string readPieces(const std::string& path) {
   std::string text;
@@ -956,7 +956,7 @@ TEST(ExecResult, IsCompleteAlthoughSignalsInterruptTheReading) {
     handle(SIGUSR1, countSignal);
     std::string expected;
     for (int i = 0; i < 20; ++i) expected += "line\n";
-    // A program between signal and output leaves the reader without either for a while.
+    // Between signal and output the program leaves the reader without either for a while.
     EXPECT_EQ(expected,
               output("i=0; while [ $i -lt 20 ]; do kill -USR1 $PPID; /bin/true; "
                      "printf li; kill -USR1 $PPID; /bin/true; echo ne; i=$((i+1)); done"));
@@ -981,7 +981,7 @@ TEST(ExecResult, EndsOnAStreamError) {
     const std::string started = makeFifo(directory, "started");
     const std::string goOn = makeFifo(directory, "go-on");
     const int unreadable = ::open("/", O_RDONLY | O_CLOEXEC);
-    const int pipe = lowestFreeDescriptor();  // where the stream will stand
+    const int pipe = lowestFreeDescriptor();  // the stream will have this descriptor
     std::thread other([&] {
       readFile(started);
       ::dup2(unreadable, pipe);

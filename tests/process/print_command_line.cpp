@@ -1,5 +1,5 @@
-// Prints what getCommandLine says of this process: each word on a line, behind a first line that
-// was in the list before.
+// Prints this process's getCommandLine, one word per line, after a first line that was in the list
+// before.
 
 #include <cstdio>
 #include <string>

@@ -1,4 +1,4 @@
-// Without root there is nothing to switch; see the system tests for the rest.
+// Without root there is nothing to switch; the system tests cover the rest.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>

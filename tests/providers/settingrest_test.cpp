@@ -45,7 +45,7 @@ class SettingRest : public testing::Test {
   ScopedEnv m_url{"SETTINGREST_URL", "file://" + m_path};
 };
 
-TEST_F(SettingRest, ExportsItsTwoEntryPointsAlone) {
+TEST_F(SettingRest, ExportsOnlyItsTwoEntryPoints) {
   EXPECT_EQ("getSettingGroupParams\ngetSettingParamValue\n",
             shellOutput("nm -D --defined-only " SETTINGREST_LIBRARY " | awk '{print $3}'"));
 }
@@ -264,7 +264,7 @@ TEST_F(SettingRest, ComparesSizeInodeAndTime) {
   EXPECT_EQ("44", valueOf("/k")) << "inode";
 }
 
-// While the clock has not passed a file's time, a further edit need not show in it.
+// Until the clock has passed a file's time, a second edit may not change that time.
 TEST_F(SettingRest, ReadsAFileOfThisVeryMomentAgain) {
   const std::time_t soon = std::time(nullptr) + 3600;
   for (const std::string value : {"1", "2", "3"}) {
@@ -335,7 +335,7 @@ TEST_F(SettingRest, FailsWhileNothingGoodWasRead) {
   EXPECT_EQ("good", valueOf("/k"));
 }
 
-TEST_F(SettingRest, DoesNotAnswerFromAnotherFile) {
+TEST_F(SettingRest, DoesNotReadAnotherFile) {
   store(R"({"k": "good"})");
   EXPECT_EQ("good", valueOf("/k"));
   const ScopedEnv other("SETTINGREST_URL", "file://" + m_dir.write("other.json", "{"));
@@ -394,7 +394,7 @@ TEST_F(SettingRest, ReadsAHugeDocument) {
   EXPECT_EQ(std::string(10 << 20, 'x'), valueOf("/last"));
 }
 
-// Each value of a document is the same text, so that an answer from two documents would show.
+// All values of a document are equal, so that a result of two documents would show.
 std::string uniform(int version) {
   const std::string value = std::string(100, static_cast<char>('a' + version % 26));
   std::string text = "{\"g\": {";
@@ -408,7 +408,7 @@ bool isUniform(const Params& params) {
   return params.size() == 51;
 }
 
-TEST_F(SettingRest, AnswersManyThreadsFromOneDocumentEach) {
+TEST_F(SettingRest, ServesEachOfManyThreadsFromOneDocument) {
   store(uniform(0));
   std::atomic<bool> done{false};
   std::atomic<int> failures{0};

@@ -1,5 +1,5 @@
-// The reference settings store with each of its allocations failing: a lookup may fail, but the
-// next one finds the settings, and no document is called malformed.
+// Fails each allocation of the reference settings store: a lookup may fail, but the next one finds
+// the settings, and no document is reported as malformed.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -30,8 +30,8 @@ ValueFunction paramValue() {
   return reinterpret_cast<ValueFunction>(::dlsym(library, "getSettingParamValue"));
 }
 
-/// Replaces the document by one that holds `value`, last written `age` seconds after a time long
-/// ago: what was read of it is then cached.
+/// Replaces the document by one that holds `value`, written `age` seconds after a time long ago, so
+/// that its contents are cached.
 void store(const std::string& path, const std::string& value, std::size_t age) {
   const std::string next = path + ".new";
   commutil_test::writeFile(next, R"({"real": 5.25, "large": 123456789012345678901234567890,

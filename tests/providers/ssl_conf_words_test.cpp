@@ -1,5 +1,5 @@
 // The generated SSL option file as a service reads it: the quoted argument string of its directive,
-// split into words by ACE, with the settings of a store that is really there.
+// split by ACE, with the settings of a real store.
 #include <VexaCommonUtils_i.h>
 
 #include <ace/ARGV.h>
@@ -25,7 +25,7 @@ constexpr const char* kBefore =
 constexpr const char* kAfter =
     "\"\nstatic Resource_Factory \"-ORBProtocolFactory SSLIOP_Factory\"\n";
 
-/// The argument string of the directive: what stands between the first two double quotes.
+/// Returns the argument string of the directive: what is between the first two double quotes.
 std::string argumentString(const std::string& file) {
   const std::size_t begin = file.find('"') + 1;
   return file.substr(begin, file.find('"', begin) - begin);
@@ -48,7 +48,7 @@ struct Row {
   Words words;
 };
 
-/// Generates the file from a template with `row.arguments` and a store that says `row.store`.
+/// Generates the file from a template with `row.arguments` and a store with `row.store`.
 void expectWords(const Row& row) {
   SCOPED_TRACE(row.name);
   const TempDir dir;
@@ -88,7 +88,7 @@ constexpr const char* kBothStore = R"({"vexa": {"common": {"svc_ssl_conf": {
 const Words kSaidByApplication{"-SSLAuthenticate", "SERVER", "-SSLVersion", "TLSv1.3",
                                "-SSLNoProtection"};
 
-TEST(SslConfWords, TakesWhatTheStoreSays) {
+TEST(SslConfWords, TakesTheStoresValues) {
   const Row rows[] = {
       {"an empty store", "{}", kArguments, kWords + kDefaults},
       {"no readable store", "", kArguments, kWords + kDefaults},
@@ -106,7 +106,7 @@ TEST(SslConfWords, TakesWhatTheStoreSays) {
   for (const Row& row : rows) expectWords(row);
 }
 
-TEST(SslConfWords, LeavesTheTemplatesOwnOptionsAlone) {
+TEST(SslConfWords, KeepsTheTemplatesOwnOptions) {
   const Words authenticate{"-SSLAuthenticate", "SERVER_AND_CLIENT"};
   const Words version{"-SSLVersion", "TLSv1"};
   const Words noProtection{"-SSLNoProtection"};
@@ -132,7 +132,7 @@ TEST(SslConfWords, LeavesTheTemplatesOwnOptionsAlone) {
   for (const Row& row : rows) expectWords(row);
 }
 
-TEST(SslConfWords, AddsBehindOptionsThatFollowTheCaFile) {
+TEST(SslConfWords, AddsAfterOptionsThatFollowTheCaFile) {
   const Row rows[] = {
       {"-SSLCAfile stands first", "{}",
        "-SSLCAfile PEM:/ssl/ca.pem -SSLPrivateKey PEM:/ssl/key.pem",

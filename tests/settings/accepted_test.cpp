@@ -51,7 +51,7 @@ TEST(Accepted, ChecksValuesOfTheStore) {
   }
 }
 
-TEST(Accepted, TellsUnknownKeysFromRefusedValues) {
+TEST(Accepted, DistinguishesUnknownKeysFromRefusedValues) {
   using Result = settings::Verdict::Result;
   EXPECT_EQ(Result::unknownKey, checkStoreValue("/vexa/common/other/global/X", "1").result);
   EXPECT_EQ(Result::unknownKey,

@@ -1,4 +1,4 @@
-// The catalog's tables fit together.
+// The catalog's tables are consistent.
 #include "settings/catalog.h"
 
 #include <gtest/gtest.h>

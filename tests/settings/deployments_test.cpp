@@ -1,5 +1,5 @@
-// The catalog's predictions equal the library's answers, in deployments made at random and seen by
-// a user to whom permissions apply.
+// The catalog's predictions equal the library's results, in random deployments read by a user
+// without root's rights.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 #include <gtest/gtest.h>
@@ -43,7 +43,7 @@ Facts observe() {
   return facts;
 }
 
-/// The library's answer as the catalog gives it; null for none.
+/// The library's result in the catalog's form; null for none.
 Json::Value answerOf(const settings::Answer& answer) {
   static const std::map<std::string_view, std::function<Json::Value()>> operations{
       {"isListenAllIp", [] { return Json::Value(VexaCommonUtils::isListenAllIp()); }},
@@ -85,7 +85,7 @@ void compareAnswers(const Explainer& explainer, const Facts& facts) {
     if (answer.name == "GetAllWebswingNodeIPs") {
       EXPECT_EQ(clusterNodes().toStyledString(), expected.toStyledString());
     } else if (answer.name == "checkUnSafeStr") {
-      // A file holds each of its words, and others that are no unsafe words.
+      // A file holds each of its words, and others that are not unsafe words.
       const std::string path = settings::chosenPath("secure.cfg", facts);
       EXPECT_EQ(expected.empty(), VexaCommonUtils_i::checkUnSafeStr(facts.file(path).text));
       for (const Json::Value& word : expected)
@@ -106,7 +106,7 @@ void compareSettings(const Explainer& explainer, const Facts& facts) {
   }
 }
 
-/// The generated text, or "none" for a failure.
+/// Returns the generated file's contents, or "none" on failure.
 std::string generated() {
   try {
     const std::string path = VexaCommonUtils_i::get_svc_ssl_conf("svc_ssl.conf");
@@ -140,11 +140,11 @@ void compareInDeployment(const std::string& directory, unsigned seed) {
 class Deployments : public testing::TestWithParam<unsigned> {};
 
 TEST_P(Deployments, AnswerAsTheCatalogPredicts) {
-  // In memory, where files cost a third of the time.
+  // In memory, where files take a third of the time.
   const commutil_test::ScopedEnv inMemory("TMPDIR", "/dev/shm");
   const TempDir scratch;
   ASSERT_EQ(0, ::chmod(scratch.path().c_str(), 0777));
-  std::string ignored;  // loads the store while its folder can be searched
+  std::string ignored;  // loads the store while its directory is searchable
   ASSERT_NE(-1, VexaCommonUtils_i::getSettingParamValue("/", ignored));
   const unsigned first = GetParam() * kInShard;
   for (unsigned seed = first; seed < first + kInShard; ++seed) {

@@ -1,4 +1,4 @@
-// How near names are to each other.
+// The distance between names.
 #include "settings/edit_distance.h"
 
 #include <gtest/gtest.h>

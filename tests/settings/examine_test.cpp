@@ -1,4 +1,4 @@
-// What is observed of a file, and how its state is put into words.
+// Examining a file and describing its state.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -19,7 +19,7 @@ using settings::FileFacts;
 using settings::FileType;
 using settings::stateOf;
 
-TEST(Examine, TellsKindsOfFilesApart) {
+TEST(Examine, DistinguishesKindsOfFiles) {
   const TempDir dir;
   dir.write("regular", "text");
   dir.write("empty", "");

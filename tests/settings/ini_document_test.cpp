@@ -1,4 +1,4 @@
-// INI texts: the same values as the library's reader, and where and what is odd about them.
+// INI documents: the same values as the library's reader, and the position of each oddity.
 #include "settings/ini_document.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// JSON texts: well-formed when the library's reader says so, and where they are not.
+// JSON documents: well-formed if the library's reader accepts them, and where they are malformed.
 #include "settings/json_document.h"
 
 #include <gtest/gtest.h>
@@ -61,7 +61,7 @@ TEST(JsonDocument, FindsThePlace) {
   }
 }
 
-TEST(JsonDocument, KeepsPlacesAndSpellings) {
+TEST(JsonDocument, KeepsPositionsAndSpellings) {
   const JsonDocument document("\xef\xbb\xbf{\n \"a\": 5.0}", JsonRules::strict);
   ASSERT_FALSE(document.fault());
   const Json::Value& value = document.root()["a"];

@@ -8,8 +8,8 @@
 
 namespace commutil_test {
 
-/// A deployment made at random below a directory: files with typos and faults, a settings document,
-/// variables and permissions. The same seed makes the same deployment.
+/// A random deployment below a directory: files with typos and faults, a settings document,
+/// variables and permissions. The same seed creates the same deployment.
 class RandomDeployment {
  public:
   RandomDeployment(std::string directory, unsigned seed);
@@ -17,7 +17,7 @@ class RandomDeployment {
   /// Creates the files and sets the variables of this process.
   void install();
 
-  /// What was made, for a failure's message.
+  /// Describes the deployment, for a failure's message.
   const std::string& description() const { return m_description; }
 
  private:

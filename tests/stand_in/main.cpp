@@ -1,4 +1,4 @@
-// Uses an operation behind each seam to the platform, and prints which stand-ins answered.
+// Uses an operation of each replaceable part, and prints which replacements were called.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 #include <VexaNetUtils.h>

@@ -1,4 +1,4 @@
-// A platform's own readers and bounded functions, which note that they were called.
+// A platform's own readers and bounded functions, which record that they were called.
 #include "stand_in.h"
 
 #include <algorithm>

@@ -2,5 +2,5 @@
 
 #include <string>
 
-/// The names of the stand-ins that were called since the last question.
+/// Returns the names of the replacements that were called since the last call.
 std::string takeCalls();

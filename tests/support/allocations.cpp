@@ -12,7 +12,7 @@ thread_local std::size_t g_allocations = 0;
 
 std::size_t commutil_test::allocations() { return g_allocations; }
 
-// Not inlined: g++ would take the inlined `free` for a mismatch with the callers' `new`.
+// Not inlined: g++ would warn that `free` mismatches the callers' `new`.
 [[gnu::noinline]] void* operator new(std::size_t size) {
   ++g_allocations;
   if (void* const block = std::malloc(size == 0 ? 1 : size)) return block;

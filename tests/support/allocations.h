@@ -2,11 +2,11 @@
 
 #include <cstddef>
 
-// Counts what a call allocates. A program that links allocations.cpp has its operator new replaced.
+// Counts the allocations of a call. A program that links allocations.cpp has operator new replaced.
 
 namespace commutil_test {
 
-/// How many blocks the calling thread has allocated so far.
+/// Returns how many blocks the calling thread has allocated so far.
 std::size_t allocations();
 
 template <class Call>

@@ -2,12 +2,11 @@
 
 #include <dlfcn.h>
 
-// For programs that stand in for functions of the C library, which the library under test then
-// calls too.
+// For programs that replace functions of the C library, for the library under test too.
 
 namespace commutil_test {
 
-/// The function `name` that stands behind this program's own.
+/// Returns the function `name` that this program replaces.
 template <class Function>
 Function* cLibrary(const char* name) {
   return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));

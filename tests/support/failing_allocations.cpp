@@ -26,7 +26,7 @@ struct State {
 
 thread_local constinit State state{};
 
-/// Whether the allocation that is asked for fails.
+/// Returns whether the current allocation fails.
 bool fails() {
   if (!state.armed) return false;
   if (state.passing > 0) {
@@ -76,7 +76,7 @@ bool FailingAllocations::happened() const { return state.happened; }
 
 extern "C" {
 
-// The C library's own malloc, under the name that stays when malloc is replaced.
+// The C library's malloc, under the name that stays when malloc is replaced.
 void* __libc_malloc(std::size_t size);  // NOLINT(bugprone-reserved-identifier)
 
 void* malloc(std::size_t size) noexcept { return fails() ? nullptr : __libc_malloc(size); }

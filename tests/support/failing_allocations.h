@@ -3,12 +3,12 @@
 #include <cstddef>
 #include <initializer_list>
 
-// Makes allocations fail. A program that links failing_allocations.cpp has its malloc replaced, and
-// operator new with it; under a sanitizer, which keeps malloc to itself, operator new alone.
+// Makes allocations fail. A program that links failing_allocations.cpp has its malloc, and so
+// operator new, replaced; under a sanitizer, which keeps its malloc, only operator new.
 
 namespace commutil_test {
 
-/// What fails: one allocation, or every one from it on.
+/// What fails: one allocation, or it and all later ones.
 enum class Failing { once, fromThenOn };
 
 /// For a scope, lets the calling thread's next `passing` allocations pass and fails what follows.
@@ -19,12 +19,12 @@ class FailingAllocations {
   FailingAllocations(const FailingAllocations&) = delete;
   FailingAllocations& operator=(const FailingAllocations&) = delete;
 
-  /// Whether an allocation has failed.
+  /// Returns whether an allocation has failed.
   bool happened() const;
 };
 
-/// Calls `call` with another one of its allocations failing each time, first once, then from it on,
-/// until it gets by without one.
+/// Calls `call` with each of its allocations failing, first only that one, then all from it on,
+/// until no allocation is left to fail.
 template <class Call>
 void failEachAllocation(const Call& call) {
   for (const Failing failing : {Failing::once, Failing::fromThenOn}) {

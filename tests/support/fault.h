@@ -4,7 +4,7 @@
 
 namespace commutil_test {
 
-/// Counts the calls of a replaced function while it is armed, and says which of them fails.
+/// Counts the calls of a replaced function while armed, and selects the one that fails.
 class Fault {
  public:
   static constexpr int kNever = -1;

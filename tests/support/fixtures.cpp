@@ -115,7 +115,7 @@ std::size_t openDescriptors() {
 namespace {
 
 /// Runs `body` and ends the process with its verdict, so that no exception makes the child run the
-/// tests behind it.
+/// tests after it.
 [[noreturn]] void endAfter(const std::function<void()>& body) {
   try {
     body();

@@ -9,12 +9,11 @@
 #include <string>
 #include <string_view>
 
-// Fixtures that own their mess: each undoes at the end of its scope what it did to the process or
-// to the file system.
+// Fixtures that undo at the end of their scope what they changed in the process or file system.
 
 namespace commutil_test {
 
-/// A fresh directory, removed with all it holds.
+/// A new directory, removed with its contents.
 class TempDir {
  public:
   TempDir();
@@ -23,9 +22,9 @@ class TempDir {
   TempDir& operator=(const TempDir&) = delete;
 
   const std::filesystem::path& path() const { return m_path; }
-  /// The path of `name` below the directory.
+  /// Returns the path of `name` below the directory.
   std::string operator/(std::string_view name) const { return (m_path / name).string(); }
-  /// Writes a file below the directory, making the folders on the way; returns its path.
+  /// Writes a file below the directory and creates its directories; returns its path.
   std::string write(std::string_view name, std::string_view content) const;
 
  private:
@@ -45,7 +44,8 @@ class ScopedEnv {
   std::optional<std::string> m_before;
 };
 
-/// What goes to a descriptor (1 or 2) during a scope. `stop` ends it and returns the text.
+/// Captures the output to a descriptor (1 or 2) during a scope. `stop` ends it and returns the
+/// output.
 class CapturedOutput {
  public:
   explicit CapturedOutput(int fd);
@@ -61,7 +61,7 @@ class CapturedOutput {
   int m_file;
 };
 
-/// A file-creation mask for a scope.
+/// Sets the file-creation mask for a scope.
 class ScopedUmask {
  public:
   explicit ScopedUmask(mode_t mask);
@@ -76,25 +76,25 @@ class ScopedUmask {
 void writeFile(const std::string& path, std::string_view content);
 std::string readFile(const std::string& path);
 
-/// The permission bits of the file that `path` leads to.
+/// Returns the permission bits of the file that `path` leads to.
 mode_t modeOf(const std::string& path);
 
-/// What `body` writes to the standard output.
+/// Returns what `body` writes to the standard output.
 std::string outputOf(const std::function<void()>& body);
 
-/// A text of all 256 bytes, in their order.
+/// Returns a string of all 256 bytes, in order.
 std::string allBytes();
 
-/// Whether `fd` is a descriptor of this process, and how many there are.
+/// Return whether `fd` is a descriptor of this process, and how many there are.
 bool isOpen(int fd);
 std::size_t openDescriptors();
 
 /// Runs `body` in a forked child, for tests of process-wide state (caches, locale, signals, masks,
-/// identity). Expectations inside `body` work as usual; the test fails when one of them fails in
-/// the child or when the child dies. Returns the child's wait status.
+/// identity). Expectations inside `body` work as usual; the test fails if one of them fails in the
+/// child or the child crashes. Returns the child's wait status.
 int runInChild(const std::function<void()>& body);
 
-/// For a child: where the caller is root, becomes a user to whom permissions apply.
+/// For a child: if the caller is root, becomes a user without root's rights.
 void dropRoot();
 
 }  // namespace commutil_test

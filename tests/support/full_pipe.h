@@ -6,7 +6,7 @@
 
 namespace commutil_test {
 
-/// A named pipe of one page that is full but for `room` bytes: a write of more waits for the
+/// A named pipe of one page that is full except for `room` bytes: a longer write waits for the
 /// reader.
 class FullPipe {
  public:
@@ -16,7 +16,7 @@ class FullPipe {
   FullPipe& operator=(const FullPipe&) = delete;
 
   std::string path() const { return m_dir / "pipe"; }
-  /// Reads what the pipe holds, and waits until a writer has filled it again.
+  /// Reads the pipe's contents, and waits until a writer has filled it again.
   void makeRoom();
   /// Reads until every writer has closed the pipe. Returns what came after the bytes that filled
   /// it.

@@ -2,16 +2,16 @@
 
 #include "support/fixtures.h"
 
-// Locales for tests, by glibc's names. Set them inside `runInChild`: the locale is the process's.
+// Locales for tests, by glibc's names. Set them inside `runInChild`: the locale is process-wide.
 
 namespace commutil_test {
 
-/// A locale in 8-bit ISO 8859-1 with a decimal comma, generated for the test's own use.
+/// A locale with ISO 8859-1 and a decimal comma, generated for the test.
 class Latin1Locale {
  public:
   Latin1Locale();
 
-  /// Makes setlocale(3) find it, for the rest of the process.
+  /// Makes setlocale(3) find it until the process ends.
   void offer() const;
   /// The same, and sets it.
   void set() const;
@@ -22,7 +22,7 @@ class Latin1Locale {
   TempDir m_dir;
 };
 
-/// Sets the locale `name` of the process; fails the test when it is not installed.
+/// Sets the process locale to `name`; fails the test if it is not installed.
 void setLocale(const char* name);
 
 }  // namespace commutil_test

@@ -6,18 +6,18 @@
 
 namespace commutil_test {
 
-/// Another process that holds a `VexaProcessLock`. Ends with its object at the latest.
+/// Another process that holds a `VexaProcessLock`. Ends with the object at the latest.
 class LockHolder {
  public:
-  /// Starts the process and waits for its answer.
+  /// Starts the process and waits for its result.
   LockHolder(const std::string& name, const std::string& directory);
   ~LockHolder();
   LockHolder(const LockHolder&) = delete;
   LockHolder& operator=(const LockHolder&) = delete;
 
-  /// What `EnterProcessMutex` returned there.
+  /// Returns the result of `EnterProcessMutex` there.
   int entered() const { return m_entered; }
-  /// Makes the process call `ExitProcessMutex`; returns what that returned.
+  /// Makes the process call `ExitProcessMutex`; returns its result.
   int exitMutex();
   /// Ends the process without that: by _exit, or by SIGKILL.
   void leave();
@@ -32,7 +32,7 @@ class LockHolder {
   int m_entered = 0;
 };
 
-/// What `EnterProcessMutex` returns in another process, which ends at once.
+/// Returns the result of `EnterProcessMutex` in another process, which ends at once.
 int enterElsewhere(const std::string& name, const std::string& directory);
 
 }  // namespace commutil_test

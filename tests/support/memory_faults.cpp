@@ -49,8 +49,8 @@ commutil_test::Fault& commutil_test::memoryFault() {
 
 void commutil_test::spareAllocationsIn(const char* name) { sparedNames().emplace_back(name); }
 
-// The replaced functions allocate, so that a sanitizer's match its operator delete; some of them
-// call the plain form.
+// The replacements allocate memory that matches a sanitizer's operator delete; some call the plain
+// form.
 
 void* operator new(std::size_t size) {
   static auto* const real = cLibrary<Plain>("_Znwm");

@@ -27,8 +27,8 @@ void becomeRootInUserNamespace() {
   writeFile("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1");
 }
 
-/// Makes a file to mount over where `target` is missing, on a copy of its folder in memory, so that
-/// nothing is left outside the namespace.
+/// If `target` is missing, creates a file to mount over, on a copy of its directory in memory, so
+/// that nothing is left outside the namespace.
 void provideTarget(const std::string& target) {
   if (std::filesystem::exists(target)) return;
   const std::string folder = std::filesystem::path(target).parent_path().string();

@@ -3,13 +3,13 @@
 #include <string>
 #include <string_view>
 
-// Namespaces of a test's own: call these inside `runInChild`, so that they end with the child.
+// Separate namespaces for a test: call these inside `runInChild`, so that they end with the child.
 
 namespace commutil_test {
 
 /// Enters new namespaces: any of CLONE_NEWNS, CLONE_NEWNET, CLONE_NEWUTS, CLONE_NEWIPC,
-/// CLONE_NEWPID. Without root, a new user namespace in which the caller is root comes with them.
-/// Mounts made afterwards stay inside. Fails the test, saying why, where the kernel refuses.
+/// CLONE_NEWPID. Without root, also enters a new user namespace in which the caller is root. Later
+/// mounts stay inside. Fails the test with the reason if the kernel refuses.
 void enterNamespaces(int flags);
 
 /// Bind-mounts the file or directory `source` over the existing `target`.
@@ -21,10 +21,10 @@ void replaceFile(const std::string& target, std::string_view content, unsigned m
 /// Mounts an empty tmpfs (with mount options such as "size=64k") over the directory `target`.
 void mountTmpfs(const std::string& target, const std::string& options = "");
 
-/// Runs a shell command that the test needs done; fails the test when it fails.
+/// Runs a shell command; fails the test if it fails.
 void shell(const std::string& command);
 
-/// Runs a shell command and returns what it wrote to its standard output.
+/// Runs a shell command and returns its standard output.
 std::string shellOutput(const std::string& command);
 
 }  // namespace commutil_test

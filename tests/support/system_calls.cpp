@@ -17,7 +17,7 @@ sock_filter load(std::size_t offset) {
   return BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<unsigned>(offset));
 }
 
-/// Goes on with the next instruction when the loaded word is `value`, else skips `skip` of them.
+/// Continues with the next instruction if the loaded word is `value`, else skips `skip` of them.
 sock_filter unlessEqualSkip(unsigned value, unsigned char skip) {
   return BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, value, 0, skip);
 }

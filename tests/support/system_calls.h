@@ -1,17 +1,17 @@
 #pragma once
 
-// System calls made to fail, for paths that the kernel takes too seldom. Call these inside
-// `runInChild`: what they do to the process lasts until it ends.
+// Failing system calls, for paths that the kernel takes too rarely. Call these inside `runInChild`:
+// they last until the process ends.
 
 namespace commutil_test {
 
 /// Makes every later call of `number` (SYS_close, ...) fail with `error`.
 void failSystemCall(long number, int error);
 
-/// The same, only for calls whose second argument is `argument` (the command of fcntl(2)).
+/// The same, but only for calls whose second argument is `argument` (the command of fcntl(2)).
 void failSystemCall(long number, unsigned argument, int error);
 
-/// Makes any later call of `number` the end of the process, so that a test sees that none is made.
+/// Makes any later call of `number` end the process, to show that there is none.
 void forbidSystemCall(long number);
 
 }  // namespace commutil_test

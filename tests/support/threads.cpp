@@ -15,8 +15,8 @@
 namespace commutil_test {
 namespace {
 
-/// The start of a small file, read without a stdio stream: a flush of all streams may wait for
-/// good.
+/// Reads the start of a small file without a stdio stream: a flush of all streams may wait
+/// permanently.
 std::string startOf(const std::string& path) {
   std::array<char, 256> text{};
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -43,7 +43,7 @@ void inThreads(int count, const std::function<void(int)>& body) {
 void awaitLockWait(pid_t thread) { awaitSystemCall(thread, {SYS_futex}); }
 
 void awaitSystemCall(pid_t thread, std::initializer_list<long> numbers) {
-  constexpr int kEnough = 20;  // a call that takes a moment is over by then
+  constexpr int kEnough = 20;  // a short call is over by then
   const std::string path = "/proc/self/task/" + std::to_string(thread) + "/syscall";
   std::string before;
   for (int seen = 0; seen < kEnough;) {

@@ -9,18 +9,18 @@
 
 namespace commutil_test {
 
-/// Runs `body` in `count` threads that start together, each with its number from 0 on, and waits
-/// for them.
+/// Runs `body` in `count` threads that start together, each with its number from 0, and waits for
+/// them.
 void inThreads(int count, const std::function<void(int)>& body);
 
-/// Waits until `thread` of this process sleeps for a lock and goes on sleeping.
+/// Waits until `thread` of this process sleeps for a lock and keeps sleeping.
 void awaitLockWait(pid_t thread);
 
 /// Waits until `thread` of this process stays inside one of the system calls `numbers` (SYS_write,
 /// ...) or has ended.
 void awaitSystemCall(pid_t thread, std::initializer_list<long> numbers);
 
-/// A thread whose system calls can be watched. Joined at the latest with its object.
+/// A thread whose system calls can be watched. The destructor joins it.
 class WatchedThread {
  public:
   explicit WatchedThread(const std::function<void()>& body);

@@ -1,5 +1,4 @@
-// The checked forms of these functions are defined in their headers, where clang refuses a second
-// definition.
+// The headers define checked forms of these functions, and clang refuses a second definition.
 #undef _FORTIFY_SOURCE
 
 #include "support/watched_calls.h"
@@ -34,7 +33,7 @@ struct Watch {
 
 Watch* watch = nullptr;
 
-/// What a stop does is not watched, and does not change `errno`.
+/// A stop's own calls are not watched, and do not change `errno`.
 void stopAt(Watch& current, std::size_t call, bool after) {
   const int error = errno;
   watch = nullptr;
@@ -53,7 +52,7 @@ Result failure(int error) {
   }
 }
 
-/// Calls `function` between the stops of a watch, unless it is to fail.
+/// Calls `function` between the stops of a watch, unless it must fail.
 template <class Function, class... Arguments>
 auto watched(const std::string& name, Function* function, Arguments... arguments) {
   if (watch == nullptr) return function(arguments...);
@@ -81,7 +80,7 @@ auto onPath(const std::string& call, Function* function, const char* path, Argum
   return watched(call + " " + lastComponent(path), function, path, rest...);
 }
 
-/// Names a call on a descriptor by the file that it was opened for.
+/// Names a call on a descriptor by the file with which it was opened.
 template <class Function, class... Arguments>
 auto onDescriptor(const std::string& call, Function* function, int fd, Arguments... rest) {
   if (watch == nullptr) return function(fd, rest...);

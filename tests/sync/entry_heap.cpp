@@ -1,4 +1,4 @@
-// The heap of a test program, which counts or refuses reservations of tokens.
+// The heap of a test program that counts or refuses reservations of tokens.
 
 #include "sync/entry_heap.h"
 
@@ -23,12 +23,12 @@ using commutil_test::t_heapFails;
 
 constexpr std::size_t kEntrySize = sizeof(VexaToken::ACE_Token_Queue_Entry);
 
-// Each block begins with its size: not every compiler hands it to delete.
+// Each block begins with its size, which not every compiler passes to delete.
 constexpr std::size_t kHeader = alignof(std::max_align_t);
 
 }  // namespace
 
-// Not inlined: g++ would take the inlined `free` for a mismatch with the callers' `new`.
+// Not inlined: g++ would warn that `free` mismatches the callers' `new`.
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   if (size == kEntrySize) {
     if (t_heapFails) return nullptr;

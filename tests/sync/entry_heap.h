@@ -2,10 +2,10 @@
 
 namespace commutil_test {
 
-/// How many reservations of tokens the calling thread has made on the heap and not freed.
+/// The calling thread's reservations of tokens that are allocated and not freed.
 extern thread_local int t_entries;
 
-/// Whether the heap refuses the calling thread a reservation.
+/// Makes the heap refuse the calling thread a reservation.
 extern thread_local bool t_heapFails;
 
 }  // namespace commutil_test

@@ -1,4 +1,4 @@
-// The process lock where memory is lacking: what is held is released, what is not taken stays free.
+// The process lock without memory: a held lock is released, a lock that was not taken stays free.
 #include <gtest/gtest.h>
 
 #include <new>
@@ -18,7 +18,7 @@ using commutil_test::openDescriptors;
 using commutil_test::ScopedEnv;
 using commutil_test::TempDir;
 
-/// A share directory whose path takes memory to copy.
+/// A share directory whose path needs memory to copy.
 class ProcessLockMemory : public testing::Test {
  protected:
   const TempDir m_share;

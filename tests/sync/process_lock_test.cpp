@@ -43,7 +43,7 @@ using std::chrono::steady_clock;
 
 constexpr char kNoShareText[] = "Getting the envionment variable _APP_SHARE_DIR failed.\n";
 
-/// A share directory that `_APP_SHARE_DIR` names, with an empty lock directory "/lock/".
+/// A share directory, named by `_APP_SHARE_DIR`, with an empty lock directory "/lock/".
 class ProcessLock : public ::testing::Test {
  protected:
   ProcessLock() { std::filesystem::create_directory(m_share / "lock"); }
@@ -71,7 +71,7 @@ TEST_F(ProcessLock, IsTakenAndReleasedSilently) {
   EXPECT_EQ(before, openDescriptors());
 }
 
-TEST_F(ProcessLock, FileStaysUnchangedBehind) {
+TEST_F(ProcessLock, FileStaysUnchanged) {
   const std::string file = m_share.write("lock/backup_PROCESSMUTEX", "kept");
   VexaProcessLock lock("backup", "/lock/");
   EXPECT_EQ(0, lock.EnterProcessMutex());
@@ -163,7 +163,7 @@ TEST_F(ProcessLock, ModesFollowTheUmask) {
   }
 }
 
-TEST_F(ProcessLock, MissingParentIsNotMade) {
+TEST_F(ProcessLock, MissingParentIsNotCreated) {
   VexaProcessLock lock("backup", "/a/b/");
   const std::size_t before = openDescriptors();
   EXPECT_EQ("Failed to lock backup_PROCESSMUTEX. The error is 9.\n",
@@ -232,7 +232,7 @@ TEST_F(ProcessLock, OutputScreenKeepsTheOrderOfStdioAndFlushes) {
   });
 }
 
-/// Keeps what std::cout is given, and how many descriptors are open meanwhile.
+/// Records the output to std::cout, and the number of open descriptors meanwhile.
 class StandardOutputBuffer : public std::streambuf {
  public:
   StandardOutputBuffer() : m_before(std::cout.rdbuf(this)) {}
@@ -275,7 +275,7 @@ TEST_F(ProcessLock, OutputScreenHeedsNoSettingOfTheStream) {
     lock.OutputScreen("plain");
     std::cout.width(0);
     std::cout.exceptions(std::ios::goodbit);
-    std::cout.setstate(std::ios::badbit);  // as an earlier failed write leaves it
+    std::cout.setstate(std::ios::badbit);  // as after an earlier failed write
     lock.OutputScreen("after a failure");
     std::cout.clear();
     std::cout.exceptions(std::ios::badbit);
@@ -366,7 +366,7 @@ TEST_F(ProcessLock, RefusedUnlockLeavesTheFileOpen) {
 TEST_F(ProcessLock, FailedCloseIsReported) {
   runInChild([] {
     VexaProcessLock lock("backup", "/lock/");
-    const int next = ::dup(STDOUT_FILENO);  // the number that the lock file is given
+    const int next = ::dup(STDOUT_FILENO);  // the number that the lock file gets
     ASSERT_EQ(0, ::close(next));
     ASSERT_EQ(0, lock.EnterProcessMutex());
     CapturedOutput output(STDOUT_FILENO);

@@ -46,7 +46,7 @@ ACE_Message_Block* makeMessage(int number, std::size_t size = 64) {
   return message;
 }
 
-/// The number, and the end of the message.
+/// Returns the number, and releases the message.
 int consume(ACE_Message_Block* message) {
   int number = -1;
   if (message == nullptr) return number;
@@ -62,7 +62,7 @@ class TokenMessageQueue : public ::testing::Test {
   void put(std::initializer_list<int> numbers) {
     for (const int number : numbers) ASSERT_NE(-1, m_queue.enqueue_tail(makeMessage(number)));
   }
-  /// Expects that nobody has a reservation.
+  /// Expects no reservation.
   void expectNoReservation() {
     EXPECT_EQ(0, fieldsOf(m_token).waiterCount);
     EXPECT_EQ(-1, m_token.acquire(nullptr, nullptr, nullptr));
@@ -104,7 +104,7 @@ TEST_F(TokenMessageQueue, DequeueThroughTheBaseReservesToo) {
   EXPECT_EQ(1, consume(m_message));
   EXPECT_EQ(0, m_token.acquire(nullptr, nullptr, nullptr));
   m_token.release();
-  EXPECT_EQ(0, base.dequeue(m_message, nullptr));  // the base's other name for it
+  EXPECT_EQ(0, base.dequeue(m_message, nullptr));  // the base's other name
   EXPECT_EQ(2, consume(m_message));
   EXPECT_EQ(0, m_token.acquire(nullptr, nullptr, nullptr));
   m_token.release();
@@ -190,7 +190,7 @@ TEST_F(TokenMessageQueue, DeactivatedQueueRefusesEvenItsMessages) {
   m_token.release();
 }
 
-TEST_F(TokenMessageQueue, PulsedQueueGivesItsMessages) {
+TEST_F(TokenMessageQueue, PulsedQueueReturnsItsMessages) {
   put({1});
   m_queue.pulse();
   EXPECT_EQ(0, m_queue.dequeue_head(m_message, nullptr));
@@ -199,7 +199,7 @@ TEST_F(TokenMessageQueue, PulsedQueueGivesItsMessages) {
   m_token.release();
 }
 
-/// A queue that tells when a thread is about to wait in it, its mutex held.
+/// A queue that signals when a thread is about to wait in it, with its mutex locked.
 class WatchedQueue : public VexaToken_Message_Queue {
  public:
   std::promise<void> waits;
@@ -249,7 +249,7 @@ TEST_F(TokenMessageQueue, WaiterIsWokenByAMessage) {
   expectNoReservation();
 }
 
-/// A queue whose wait for a message is its own affair.
+/// A queue with its own wait for a message.
 class OwnWaitQueue : public VexaToken_Message_Queue {
  public:
   int result = 0;
@@ -276,7 +276,7 @@ TEST_F(TokenMessageQueue, WaitOfASubclassIsCalled) {
   m_token.release();
 }
 
-/// A queue whose dequeue step fails when it has taken the message.
+/// A queue whose dequeue step fails after it has taken the message.
 class FailingStepQueue : public VexaToken_Message_Queue {
  protected:
   int dequeue_head_i(ACE_Message_Block*& first_item) override {
@@ -331,7 +331,7 @@ TEST_F(TokenMessageQueue, WithoutMemoryTheMessageIsTheCallersAndTheMutexFree) {
   expectFree(m_token);
 }
 
-/// A queue that tells when a producer finds it full.
+/// A queue that signals when a producer finds it full.
 class FullQueue : public VexaToken_Message_Queue {
  public:
   FullQueue() : VexaToken_Message_Queue(300, 100) {}
@@ -367,7 +367,7 @@ TEST_F(TokenMessageQueue, HighWaterMarkHoldsBackUntilTheLowOneIsReached) {
   EXPECT_EQ(200U, queue.message_bytes());
 }
 
-/// Counts the notifications that enqueueing sends.
+/// Counts the notifications of enqueuing.
 class Counter : public ACE_Notification_Strategy {
  public:
   Counter() : ACE_Notification_Strategy(nullptr, 0) {}
@@ -387,7 +387,7 @@ TEST_F(TokenMessageQueue, NotifiesItsStrategyOfEveryMessage) {
   EXPECT_EQ(2, counter.calls);
 }
 
-/// A message that tells when it is released.
+/// A message that signals when it is released.
 class CountedMessage : public ACE_Message_Block {
  public:
   explicit CountedMessage(int& released) : ACE_Message_Block(16), m_released(released) {}
@@ -442,7 +442,7 @@ TEST_F(TokenMessageQueue, WorkersGetTheTokenInTheOrderOfTheirMessages) {
 TEST_F(TokenMessageQueue, CrowdWorksInTheOrderOfTheQueue) {
   constexpr int kWorkers = 64;
   constexpr int kMessages = 20'000;
-  VexaToken_Message_Queue queue(64 * 100, 64 * 50);  // the producer is held back now and then
+  VexaToken_Message_Queue queue(64 * 100, 64 * 50);  // the producer sometimes waits
   queue.setToken(&m_token);
   std::vector<int> done;
   std::vector<std::thread> workers;

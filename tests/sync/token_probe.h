@@ -16,12 +16,12 @@
 #include "VexaLocks.h"
 #include "sync/lock_fields.h"
 
-// What the tests of the token and of its queue look at: the state of the token's fields, and
-// whether a thread sleeps.
+// Access for the tests of the token and of its queue: the token's fields, and whether a thread
+// sleeps.
 
 namespace commutil_test {
 
-/// What the head's runable is, 0 without one: 0 reserved, 2 inside its wait, 1 handed the token.
+/// Returns the head's runable, 0 without a head: 0 reserved, 2 inside its wait, 1 handed the token.
 inline int runableOfHead(VexaToken& token) {
   TokenFields& fields = fieldsOf(token);
   fields.lock.acquire();
@@ -30,7 +30,7 @@ inline int runableOfHead(VexaToken& token) {
   return runable;
 }
 
-/// Expects the token to be free and nobody in line.
+/// Expects the token to be free, without reservations.
 inline void expectFree(VexaToken& token) {
   token.grab();
   token.letgo();
@@ -49,13 +49,13 @@ inline void reserve(VexaToken& token) {
   EXPECT_EQ(0, token.letgo());
 }
 
-/// Returns once no thread is between the token's mutex and its wait: a thread that was seen under
-/// the mutex, in its hook, now sleeps. A caller without a reservation only passes through.
+/// Returns once no thread is between the token's mutex and its wait: a thread seen under the mutex,
+/// in its hook, now sleeps. A caller without a reservation only passes through.
 inline void awaitSleepOf(VexaToken& token) {
   EXPECT_EQ(-1, token.acquire(nullptr, nullptr, nullptr));
 }
 
-/// Makes a second locking by the same thread fail, which else sleeps for ever.
+/// Makes a second locking by the same thread fail, which otherwise sleeps forever.
 inline void useCheckedMutex(ACE_Thread_Mutex& mutex) {
   pthread_mutexattr_t attributes;
   ASSERT_EQ(0, pthread_mutexattr_init(&attributes));
@@ -65,7 +65,7 @@ inline void useCheckedMutex(ACE_Thread_Mutex& mutex) {
   ASSERT_EQ(0, pthread_mutexattr_destroy(&attributes));
 }
 
-/// A deadline so many microseconds from now; negative ones have passed.
+/// Returns a deadline `microseconds` from now, in the past if negative.
 inline ACE_Time_Value deadline(long microseconds) {
   return ACE_OS::gettimeofday() + ACE_Time_Value(0, microseconds);
 }

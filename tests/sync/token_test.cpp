@@ -39,7 +39,7 @@ static_assert(!std::is_polymorphic_v<VexaToken>);
 
 void countCall(void* calls) { ++*static_cast<int*>(calls); }
 
-/// A thread that reserves, and acquires when told to.
+/// A thread that reserves, and acquires on request.
 class Worker {
  public:
   explicit Worker(VexaToken& token, bool hooked = true) : m_token(token), m_hooked(hooked) {
@@ -52,7 +52,7 @@ class Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  /// Lets the thread call acquire, and returns when that is under the token's mutex.
+  /// Lets the thread call acquire, and returns when it is under the token's mutex.
   void start(ACE_Time_Value* timeout = nullptr) {
     m_timeout = timeout;
     m_go.set_value();
@@ -64,7 +64,7 @@ class Worker {
     awaitSleepOf(m_token);
   }
   bool isDone() const { return m_done; }
-  /// What acquire returned; waits for it.
+  /// Waits for acquire; returns its result.
   int result() {
     if (m_thread.joinable()) m_thread.join();
     return m_result;
@@ -104,7 +104,7 @@ class Worker {
   std::thread m_thread;
 };
 
-/// The queue, seen through entries that all have one thread id: the first is found, and removed.
+/// The queue through entries that all have one thread id: the first is found and removed.
 std::vector<Entry*> drain(VexaToken::ACE_Token_Queue& queue) {
   std::vector<Entry*> order;
   while (Entry* entry = queue.find(7)) {
@@ -114,7 +114,7 @@ std::vector<Entry*> drain(VexaToken::ACE_Token_Queue& queue) {
   return order;
 }
 
-TEST(TokenQueue, InsertsAtThePositionAskedFor) {
+TEST(TokenQueue, InsertsAtTheGivenPosition) {
   struct Case {
     int present;
     int position;
@@ -193,7 +193,7 @@ TEST(TokenQueue, FindsTheFirstEntryOfAThread) {
   EXPECT_EQ(&twoAgain, queue.find(2));
 }
 
-TEST(TokenEntry, StartsReservedAndAlone) {
+TEST(TokenEntry, StartsReservedAndUnlinked) {
   ACE_Thread_Mutex mutex;
   ACE_Condition_Attributes attributes;
   Entry plain(mutex, 7);
@@ -244,10 +244,10 @@ TEST(Token, CannotBeAcquiredWithoutAReservation) {
   EXPECT_EQ(-1, token.acquire(nullptr, nullptr, nullptr));
   reserve(token);
   ASSERT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
-  EXPECT_EQ(-1, token.acquire(nullptr, nullptr, nullptr));  // held, and the reservation used up
+  EXPECT_EQ(-1, token.acquire(nullptr, nullptr, nullptr));  // held, and the reservation is used up
   int calls = 0;
   EXPECT_EQ(-1, token.acquire(countCall, &calls, nullptr));
-  EXPECT_EQ(1, calls);  // before the reservation is looked for
+  EXPECT_EQ(1, calls);  // before the search for the reservation
   EXPECT_EQ(EDOM, errno);
   EXPECT_EQ(0, token.release());
   expectFree(token);
@@ -315,7 +315,7 @@ TEST(Token, HookThatThrowsKeepsTheReservationAndReleasesTheMutex) {
   expectFree(token);
 }
 
-TEST(Token, HookThatThrowsBehindAHolderKeepsItsPlace) {
+TEST(Token, HookThatThrowsAfterAHolderKeepsItsPlace) {
   const auto hook = [](void*) { throw std::runtime_error("the caller's"); };
   VexaToken token;
   reserve(token);
@@ -359,7 +359,7 @@ TEST(Token, WaiterReturnsOneOnlyWithAHook) {
     EXPECT_EQ(1, fieldsOf(token).inUse);
     EXPECT_EQ(0, fieldsOf(token).waiterCount);
     EXPECT_EQ(0, worker.leftEntries());
-    EXPECT_EQ(0, token.release());  // nobody asks who releases
+    EXPECT_EQ(0, token.release());  // nobody checks who releases
     expectFree(token);
   }
 }
@@ -385,11 +385,11 @@ TEST(Token, GoesRoundInTheOrderOfReservation) {
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST(Token, FreeTokenWaitsForTheHeadAlone) {
+TEST(Token, FreeTokenWaitsOnlyForTheHead) {
   VexaToken token;
   Worker head(token);
   Worker second(token);
-  second.startAndSleep();  // nobody holds the token, and yet it is not for this thread
+  second.startAndSleep();  // nobody holds the token, but it is not this thread's turn
   EXPECT_EQ(0, fieldsOf(token).inUse);
   EXPECT_FALSE(second.isDone());
   head.start();
@@ -429,7 +429,7 @@ TEST(Token, HeadThatWaitsIsHandedTheTokenInUse) {
   ASSERT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
   Worker head(token);
   head.startAndSleep();
-  EXPECT_EQ(0, token.grab());  // keeps the woken thread from going on
+  EXPECT_EQ(0, token.grab());  // keeps the woken thread from continuing
   token.wakeup_next_waiter();
   EXPECT_EQ(1, fieldsOf(token).inUse);
   EXPECT_EQ(head.id(), fieldsOf(token).owner);
@@ -498,7 +498,7 @@ TEST(Token, ReservationIsGoneAfterTheDeadline) {
   reserve(token);
   ASSERT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
   ACE_Time_Value past = deadline(-1);
-  reserve(token);  // the holder again: nothing keeps it from queueing behind itself
+  reserve(token);  // the holder again: it may queue after itself
   EXPECT_EQ(-1, token.acquire(nullptr, nullptr, &past));
   EXPECT_EQ(ETIME, errno);
   errno = 0;
@@ -529,9 +529,9 @@ TEST(Token, DeadlineAtTheTailMovesTheTailBack) {
   expectFree(token);
 }
 
-/// Makes `worker`, who waits at the head, meet its deadline and the hand-over at the same moment:
-/// the mutex is held from before the deadline until the worker, timed out, sleeps on it. Returns
-/// false when the deadline was missed. The caller has reserved a place behind it.
+/// Makes `worker`, which waits at the head, reach its deadline and get the token at the same
+/// moment: holds the mutex from before the deadline until the worker, timed out, sleeps on it.
+/// Returns false if the deadline was missed. The caller has reserved a place after it.
 bool handOverAtTheDeadline(VexaToken& token, const Worker& worker, const ACE_Time_Value& until) {
   EXPECT_EQ(0, token.grab());
   const bool inTime = ACE_OS::gettimeofday() < until;
@@ -609,7 +609,7 @@ TEST(Token, SecondReservationOfAThreadComesAfterItsFirst) {
   expectFree(token);
 }
 
-TEST(Token, EntriesAreFreedByAcquireAlone) {
+TEST(Token, EntriesAreFreedOnlyByAcquire) {
   VexaToken token;
   t_entries = 0;
   reserve(token);

@@ -1,4 +1,4 @@
-// What the token makes of the ways a wait can end. This program stands in for pthread_cond_wait(3).
+// The token with each outcome of a wait. This program replaces pthread_cond_wait(3).
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -15,13 +15,13 @@ namespace {
 
 using commutil_test::cLibrary;
 
-/// How a wait ends: after it slept or at once, and with which error number.
+/// The outcome of a wait: after a sleep or at once, and its error number.
 struct WaitEnd {
   bool sleeps;
   int error;
 };
 
-/// The ends of this thread's next waits; the waits after them are real.
+/// The outcomes of this thread's next waits; later waits are real.
 thread_local std::deque<WaitEnd> t_ends;
 
 }  // namespace
@@ -46,8 +46,8 @@ struct Acquired {
   int error;
 };
 
-/// A thread that waits for a token which this one holds, its waits ending as told. The token is
-/// released once the thread is at its wait.
+/// A thread that waits, with the given outcomes, for a token which this one holds. The token is
+/// released once the thread waits.
 Acquired acquireBehind(VexaToken& token, const std::deque<WaitEnd>& ends, bool hooked) {
   reserve(token);
   EXPECT_EQ(0, token.acquire(nullptr, nullptr, nullptr));
@@ -87,7 +87,7 @@ TEST(TokenWait, IsOverWhenAnInterruptedThreadIsTheOwner) {
   }
 }
 
-TEST(TokenWait, PassesTheTokenOnAfterATimeOutAlone) {
+TEST(TokenWait, PassesTheTokenOnOnlyAfterATimeout) {
   for (const int error : {ETIME, EINVAL}) {
     SCOPED_TRACE(error);
     VexaToken token;

@@ -42,7 +42,7 @@ TEST(ExecResultSystem, TakesAnOutputOf100MiB) {
     const std::string text = output(row.command);
     ASSERT_EQ(kSize, text.size());
     EXPECT_EQ(0, text.compare(0, row.line.size(), row.line));
-    // A text that equals itself shifted by a line repeats that line all through.
+    // A string that equals itself shifted by a line repeats that line throughout.
     EXPECT_EQ(0, std::memcmp(text.data(), text.data() + row.line.size(), kSize - row.line.size()));
   }
 }

@@ -1,4 +1,4 @@
-// The file utilities on file systems of the tests' own: full, read-only, changed root.
+// The file utilities on the tests' own file systems: full, read-only, with another root.
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -33,7 +33,7 @@ int copy(const std::string& source, const std::string& target) {
 
 std::uintmax_t freeBytes(const std::string& path) { return fs::space(path).available; }
 
-/// Runs `body` beside a file system of 256 KiB at `small`.
+/// Runs `body` with a file system of 256 KiB at `small`.
 class SmallFileSystem : public ::testing::Test {
  protected:
   void run(const std::function<void()>& body) {

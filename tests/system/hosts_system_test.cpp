@@ -22,7 +22,7 @@
 #include "support/fixtures.h"
 #include "support/namespaces.h"
 
-// Name resolution through files alone, and the addresses of interfaces that the tests make.
+// Name resolution through files only, and the addresses of interfaces that the tests create.
 
 namespace {
 
@@ -32,7 +32,7 @@ using commutil_test::runInChild;
 using commutil_test::shell;
 using testing::ElementsAre;
 
-/// Runs `body` where names come from `hosts` alone and the node is called `nodeName`.
+/// Runs `body` with names only from `hosts` and the node name `nodeName`.
 void withHosts(const std::string& hosts, const std::string& nodeName,
                const std::function<void()>& body) {
   runInChild([&] {
@@ -88,7 +88,7 @@ TEST(HostsOnTheSystem, FindsTheOfficialNameOfAnAddress) {
   });
 }
 
-TEST(HostsOnTheSystem, GivesTheAddressOfItsOwnNode) {
+TEST(HostsOnTheSystem, ReturnsTheAddressOfItsOwnNode) {
   withHosts("10.9.8.7 the-node\n", "the-node", [] {
     EXPECT_EQ("the-node", VexaCommonUtils::hostname());
     EXPECT_EQ("10.9.8.7", VexaCommonUtils::hostipaddr());
@@ -100,14 +100,14 @@ TEST(HostsOnTheSystem, GivesTheAddressOfItsOwnNode) {
   });
 }
 
-/// A line of a hosts file whose entry needs about `size` bytes of the resolver's buffer.
+/// Returns a line of a hosts file whose entry needs about `size` bytes of the resolver's buffer.
 std::string longEntry(const std::string& ip, std::size_t size) {
   std::string line = ip + " big";
   for (int i = 0; line.size() < size; ++i) line += " " + std::string(50, 'a') + std::to_string(i);
   return line + "\n";
 }
 
-TEST(HostsOnTheSystem, FailsWhereAnAnswerDoesNotFitInItsBuffer) {
+TEST(HostsOnTheSystem, FailsIfAResultDoesNotFitInItsBuffer) {
   withHosts("10.1.1.2 small\n" + longEntry("10.1.1.1", 8000), "big", [] {
     std::string text = "junk";
     EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname("big", text));
@@ -123,7 +123,7 @@ TEST(HostsOnTheSystem, FailsWhereAnAnswerDoesNotFitInItsBuffer) {
             [] { EXPECT_EQ("10.1.1.1", VexaCommonUtils::hostipaddr()); });
 }
 
-/// Whether the C library finds the host "big" with a buffer of 4096 bytes.
+/// Returns whether the C library finds the host "big" with a buffer of 4096 bytes.
 bool fitsInTheBuffer() {
   hostent entry{};
   hostent* result = nullptr;
@@ -159,7 +159,7 @@ TEST(HostsOnTheSystem, FailsFromTheFirstByteThatDoesNotFit) {
   });
 }
 
-/// What ACE makes of a host: its family, 0 on failure, and the text that it prints with the port.
+/// ACE's result for a host: its family, 0 on failure, and the string that it prints with the port.
 std::pair<int, std::string> resolvedByAce(const std::string& host) {
   ACE_INET_Addr address;
   if (address.set(65533, host.c_str(), 1, AF_UNSPEC) != 0) return {0, ""};
@@ -200,7 +200,8 @@ TEST(HostsOnTheSystem, FormatsResolvedNamesAsAceDoes) {
       });
 }
 
-/// What the list must hold, from the system's own list: IPv6 texts start at the flow information.
+/// The expected list, from the system's own: IPv6 addresses are printed from the flow information
+/// on.
 std::list<std::string> expectedAddresses() {
   std::list<std::string> texts;
   ifaddrs* list = nullptr;
@@ -249,7 +250,7 @@ TEST(AddressesOnTheSystem, ListsLoopbackAndLinksThatAreDown) {
     shell("ip link set lo up");
     std::list<std::string> addresses;
     EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
-    // Of ::1 the twelve bytes behind the flow information are zero.
+    // The twelve bytes of ::1 after the flow information are zero.
     EXPECT_THAT(addresses, ElementsAre("127.0.0.1", "::"));
     EXPECT_EQ(0, VexaCommonUtils_i::getAllIPAddr(addresses));
     EXPECT_THAT(addresses, ElementsAre("127.0.0.1", "::", "127.0.0.1", "::"));

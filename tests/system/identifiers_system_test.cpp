@@ -27,7 +27,7 @@ TEST(IdentifierOfAHost, FollowsTheInterfacesAddress) {
   runInChild([] {
     enterNamespaces(CLONE_NEWNET);
     shell("ip link add one type veth peer name two");
-    // Which end is asked is up to the system's list, so both get the address.
+    // The order of the system's list decides which end is read, so both get the address.
     shell("ip link set one address 02:0a:fb:00:9c:ff && ip link set two address 02:0a:fb:00:9c:ff");
     shell("ip link set one up && ip link set two up && ip address add 192.0.2.1/24 dev one");
     EXPECT_EQ("020AFB009CFF", macPart());

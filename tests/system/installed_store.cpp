@@ -1,4 +1,4 @@
-// A settings store that has an answer to everything.
+// A settings store with a value for every key.
 #include <map>
 #include <string>
 

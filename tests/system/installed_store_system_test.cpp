@@ -1,4 +1,4 @@
-// A settings store that is installed on the system must not reach the tests of the settings.
+// A settings store that is installed on the system must not affect the tests of the settings.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -18,7 +18,7 @@ using commutil_test::runInChild;
 using commutil_test::shell;
 using commutil_test::TempDir;
 
-/// The directory of the C library: the dynamic linker searches it for any program.
+/// The directory of the C library, which the dynamic linker searches for any program.
 std::string standardDirectory() {
   Dl_info info{};
   if (::dladdr(reinterpret_cast<const void*>(&::getenv), &info) == 0) return {};
@@ -46,7 +46,7 @@ TEST(InstalledStore, DoesNotReachTheTestsOfTheSettings) {
     ASSERT_NE(nullptr, ::dlopen("libsettingrest.so", RTLD_LAZY)) << ::dlerror();
     shell(SETTINGS_STORE_TEST " --gtest_brief=1");
     shell(SSL_CONF_TEST " --gtest_brief=1");
-    shell(SETTINGS_TEST " --gtest_brief=1 --gtest_filter=*Store*");
+    shell(SWITCHES_TEST " --gtest_brief=1 --gtest_filter=*Store*");
   });
 }
 

@@ -18,12 +18,12 @@
 #include "support/fixtures.h"
 #include "support/namespaces.h"
 
-// The interfaces of a network namespace as ip(8) makes and tells them, and stand-ins for the tools
-// that the look-ups run. For children that have namespaces of their own.
+// The interfaces of a network namespace as created and listed by ip(8), and fakes for the tools
+// that the lookups run. For children in their own namespaces.
 
 namespace commutil_test {
 
-/// Runs `body` in a child that has a network and tools of its own.
+/// Runs `body` in a child that has its own network and tools.
 inline void runOnOwnNetwork(const std::function<void()>& body) {
   runInChild([&body] {
     const ScopedEnv path("PATH", "/usr/sbin:/usr/bin:/sbin:/bin");
@@ -49,7 +49,7 @@ struct Interface {
   }
 };
 
-/// What "ip address" tells of this namespace, in its order.
+/// Returns the output of "ip address" in this namespace, in its order.
 inline std::vector<Interface> interfaces() {
   Json::Value list;
   std::istringstream(shellOutput("ip -json address")) >> list;
@@ -69,8 +69,8 @@ inline std::vector<Interface> interfaces() {
 /// Runs lines of ip(8) commands.
 inline void ip(const std::string& lines) { shell("ip -batch - <<'END'\n" + lines + "\nEND"); }
 
-/// The lines that make a veth pair NAME and NAMEp with known hardware addresses, without addresses
-/// that the kernel would make up. `number` is the last byte of the first one's.
+/// Returns the lines that create a veth pair NAME and NAMEp with known hardware addresses, without
+/// addresses that the kernel would choose. `number` is the last byte of the first one's.
 inline std::string vethPair(const std::string& name, int number) {
   const auto mac = [number](const char* kind) {
     char text[18];
@@ -89,14 +89,14 @@ inline std::string upperCase(std::string text) {
 
 constexpr const char* kIfconfig = "/usr/sbin/ifconfig";
 
-/// Puts a tool in the place of `tool` that prints `output`.
+/// Replaces `tool` by one that prints `output`.
 inline void standInFor(const std::string& tool, const TempDir& dir, std::string_view output) {
   const std::filesystem::path path = std::filesystem::canonical(tool);
   const std::string file = dir.write(path.filename().string() + ".output", output);
   replaceFile(path.string(), "#!/bin/sh\nexec /usr/bin/cat '" + file + "'\n", 0755);
 }
 
-/// Takes the right to run `tool` away.
+/// Makes `tool` not executable.
 inline void disable(const std::string& tool) {
   replaceFile(std::filesystem::canonical(tool).string(), "", 0644);
 }
@@ -106,7 +106,7 @@ inline void becomeZirel() {
   replaceFile(std::filesystem::canonical("/etc/os-release").string(), "NAME=\"ZirelOS\"\n");
 }
 
-/// From now on, every command line that a shell runs is kept.
+/// From now on, records every command line that a shell runs.
 class ShellLog {
  public:
   ShellLog() {
@@ -116,7 +116,7 @@ class ShellLog {
                 0755);
   }
 
-  /// The command lines since the last call, a line each.
+  /// Returns the command lines since the last call, one per line.
   std::string take() {
     const std::string path = m_dir / "log";
     std::string text = std::filesystem::exists(path) ? readFile(path) : "";

@@ -67,7 +67,7 @@ void appendOnce(Texts& texts, const std::string& text) {
   if (std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
 }
 
-/// What the kernel source has to give, from what ip(8) tells: one record for each IPv4 address.
+/// The expected addresses of the kernel source, from ip(8): one record per IPv4 address.
 Texts expectedKernelAddresses() {
   Texts records;
   for (const Interface& one : interfaces()) {
@@ -83,7 +83,7 @@ Texts expectedKernelAddresses() {
   return expected;
 }
 
-/// This namespace in the tool's older columns.
+/// Prints this namespace in the tool's older columns.
 std::string olderToolOutput() {
   std::string output;
   for (const Interface& one : interfaces()) {
@@ -110,7 +110,7 @@ struct Answer {
   std::string mac;
 };
 
-/// Asks, and expects the address to come back in full form, whatever the answer.
+/// Calls the lookup, and expects the address in full form, whatever the result.
 Answer macOf(std::string address) {
   std::string full = address;
   VexaCommonUtils_i::formatStringIP(full);
@@ -139,7 +139,7 @@ void expectNone(const Answer& answer) { expectAnswer(-1, kJunkMac, answer); }
 
 // The kernel's addresses
 
-TEST(MacAddressesOfTheKernel, AreWhatIpTells) {
+TEST(MacAddressesOfTheKernel, AreWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("a", 1) + vethPair("b", 2) + vethPair("down", 3) +
        vethPair("bare", 4) + vethPair("same", 1) +
@@ -209,7 +209,7 @@ TEST(LocalMacAddresses, OfTheOlderToolFollowTheKernels) {
     standInFor(kIfconfig, dir, olderToolOutput());
     Texts expected = expectedKernelAddresses();
     for (const Interface& one : interfaces()) {
-      // The tool's text is kept as it is: lower case, where it is not the kernel's in another case.
+      // The tool's string is kept unchanged: lower case, unless the kernel has it in another case.
       if (one.mac != kNoMac && one.name != "a") expected.push_back(one.mac);
     }
     EXPECT_EQ(expected, localAddresses());
@@ -225,7 +225,7 @@ TEST(LocalMacAddresses, AppendToWhatIsThere) {
     EXPECT_EQ(3, GetLocalMACAddr(addresses));
     EXPECT_EQ((Texts{"", "02:00:00:00:00:01", "00:0c:29:ab:cd:ef"}), textsOf(addresses));
     EXPECT_EQ(3, GetLocalMACAddr(addresses));
-    // The text entry keeps the bytes that the working value held last.
+    // The entry from the tool keeps the bytes that the working value held last.
     EXPECT_TRUE(std::equal(addresses[1].bytes, addresses[1].bytes + 6, addresses[2].bytes));
     EXPECT_EQ(1, addresses[2].bytes[5]);
   });
@@ -357,7 +357,7 @@ TEST(LocalMacAddresses, MissingToolsAddNothing) {
 
 // The address of an IPv6 address's interface
 
-TEST(MacOfIPv6, OfTheOlderToolIsWhatIpTells) {
+TEST(MacOfIPv6, OfTheOlderToolIsWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("eth1", 1) + vethPair("eth10", 2) + vethPair("down", 3) +
        "link set dev eth1 up\nlink set dev eth10 up\n"
@@ -365,7 +365,7 @@ TEST(MacOfIPv6, OfTheOlderToolIsWhatIpTells) {
        "addr add 2001:db8::6/64 dev eth10p nodad\naddr add fe80::1/64 dev down nodad\n");
     const TempDir dir;
     standInFor(kIfconfig, dir, olderToolOutput());
-    // The names match as part of a line, so that the first interface printed wins.
+    // Names match as part of a line, so the first printed interface wins.
     const std::string printed = olderToolOutput();
     for (const Interface& one : interfaces()) {
       for (const auto& address : one.addresses) {
@@ -392,7 +392,7 @@ TEST(MacOfIPv6, OfTheNewerToolIsNotReadOnOtherDistributions) {
 TEST(MacOfIPv6, SucceedsWithNothingRead) {
   runOnOwnNetwork([] {
     ip(vethPair("a", 1) + "addr add fe80::1/64 dev a nodad\n");
-    expectAnswer(0, kJunkMac, macOf("fe80::1"));  // a down interface, which the tool leaves out
+    expectAnswer(0, kJunkMac, macOf("fe80::1"));  // a down interface, which the tool omits
     disable(kIfconfig);
     const CapturedOutput shellComplaint(2);
     expectAnswer(0, kJunkMac, macOf("fe80::1"));
@@ -403,7 +403,7 @@ TEST(MacOfIPv6, SucceedsWithNothingRead) {
 TEST(MacOfIPv6, SucceedsWithoutAStream) {
   runOnOwnNetwork([] {
     ip(vethPair("a", 1) + "addr add fe80::1/64 dev a nodad\n");
-    // Room for the interface look-up's one descriptor, not for the pipe's two.
+    // Enough for the interface lookup's one descriptor, not for the pipe's two.
     const int next = ::dup(0);
     ::close(next);
     const rlimit room{static_cast<rlim_t>(next) + 1, static_cast<rlim_t>(next) + 1};
@@ -446,7 +446,7 @@ TEST(MacOfIPv6, ReadsOneLineOf47Characters) {
   }
 }
 
-TEST(MacOfIPv6, OfTheNewerToolIsWhatIpTells) {
+TEST(MacOfIPv6, OfTheNewerToolIsWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("eth1", 1) + vethPair("eth10", 2) + vethPair("down", 3) +
        "addr add fe80::1/64 dev eth1 nodad\naddr add 2001:db8::5/64 dev eth10 nodad\n"
@@ -627,7 +627,7 @@ TEST(MacAddressCommands, LeaveNoDescriptorAndNoChild) {
   });
 }
 
-TEST(MacAddresses, AnswerSeveralThreadsAtOnce) {
+TEST(MacAddresses, WorkInSeveralThreadsAtOnce) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("a", 1) + vethPair("b", 2) +
        "addr add 10.1.2.3/24 dev a\naddr add 10.1.3.3/24 dev b\naddr add fe80::1/64 dev a nodad\n"

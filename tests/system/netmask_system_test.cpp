@@ -58,12 +58,12 @@ void expectMask(const std::string& netmask, const Answer& answer) {
 
 }  // namespace
 
-TEST(NetmaskOnRealInterfaces, IsWhatIpTells) {
+TEST(NetmaskOnRealInterfaces, IsWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\naddr add 127.0.0.2/8 dev lo\n" + vethPair("a", 1) + vethPair("b", 2) +
        vethPair("down", 3) + vethPair("bare", 4) +
        "link set dev a up\nlink set dev ap up\nlink set dev b up\nlink set dev bare up\n"
-       // Several under one name, with masks of their own; a label; every kind of length.
+       // Several under one name, with different masks; a label; every kind of length.
        "addr add 10.1.2.3/24 dev a\naddr add 10.1.2.30/16 dev a\naddr add 10.1.2.4/28 dev a\n"
        "addr add 10.1.2.5/24 dev a label a:1\naddr add 10.9.0.1/32 dev b\n"
        "addr add 10.8.0.1/31 dev b\naddr add 10.7.0.1/1 dev b\naddr add 10.6.0.1/0 dev b\n"
@@ -94,7 +94,7 @@ TEST(NetmaskOnRealInterfaces, FirstInterfaceThatCarriesTheAddressWins) {
   });
 }
 
-TEST(NetmaskOnRealInterfaces, BeyondTheFiftiethTheToolTells) {
+TEST(NetmaskOnRealInterfaces, BeyondTheFiftiethTheToolIsUsed) {
   runOnOwnNetwork([] {
     std::string lines;
     for (int i = 1; i <= 26; ++i) {
@@ -122,9 +122,9 @@ TEST(NetmaskOnRealInterfaces, AddressOfNoInterface) {
     expectMask("", netmaskOf("10.1.2.31"));
     expectMask("", netmaskOf("999.1.1.1"));
     expectMask("", netmaskByKernel("10.1.2.3"));
-    // The tool's line of a longer address matches too.
+    // The line of a longer address matches too.
     expectMask("255.255.255.0", netmaskOf("10.1.2.3"));
-    // A blank before the address is not the kernel's text, but the tool prints one there.
+    // The kernel does not print a space before the address, but the tool does.
     expectMask("255.255.255.0", netmaskOf(" 10.1.2.30"));
   });
 }
@@ -142,7 +142,7 @@ TEST(NetmaskFromTools, OlderColumns) {
                "ppp0      Link encap:Point-to-Point Protocol\n"
                "          inet addr:10.1.2.60  P-t-P:10.1.2.61\n\n");
     expectMask("255.255.0.0", netmaskOf("10.1.2.30"));
-    expectMask("255.255.0.0", netmaskOf("10.1.2.3"));  // the last line that matches
+    expectMask("255.255.0.0", netmaskOf("10.1.2.3"));  // the last matching line
     EXPECT_THROW(netmaskOf("10.1.2.60"), std::out_of_range);
   });
 }
@@ -157,7 +157,7 @@ TEST(NetmaskFromTools, NewerColumns) {
                "        inet 10.1.2.40  netmask 0xff000000\n"
                "        inet 10.1.2.50 --> 10.1.2.51  netmask ffffff80\n"
                "        inet 10.1.2.60  destination 10.1.2.61\n");
-    expectMask("255.255.255.0", netmaskOf("10.1.2.3"));  // the first line that matches
+    expectMask("255.255.255.0", netmaskOf("10.1.2.3"));  // the first matching line
     expectMask("255.255.0.0", netmaskOf("10.1.2.30"));
     expectMask("", netmaskOf("10.1.2.40"));
     expectMask("255.255.255.128", netmaskOf("10.1.2.50"));
@@ -184,7 +184,7 @@ TEST(NetmaskFromTools, RunsItsCommandByteForByte) {
   });
 }
 
-TEST(InterfaceOfIPv6OnRealInterfaces, IsWhatIpTells) {
+TEST(InterfaceOfIPv6OnRealInterfaces, IsWhatIpPrints) {
   runOnOwnNetwork([] {
     ip("link set dev lo up\n" + vethPair("a", 1) + vethPair("b", 2) + vethPair("bare", 3) +
        "link set dev a up\nlink set dev b up\naddr add 10.1.2.3/24 dev a\n"
@@ -213,7 +213,7 @@ TEST(InterfaceOfIPv6OnRealInterfaces, IsWhatIpTells) {
   });
 }
 
-TEST(NetmaskOnRealInterfaces, AnswersSeveralThreadsAtOnce) {
+TEST(NetmaskOnRealInterfaces, WorksInSeveralThreadsAtOnce) {
   runOnOwnNetwork([] {
     std::string lines;
     for (int i = 1; i <= 60; i += 2) {

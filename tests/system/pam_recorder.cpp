@@ -1,5 +1,5 @@
-// A PAM module that records what is asked of it, for tests of switchOmcUser. Arguments:
-// log=FILE, to which a line goes for each call; setcred=CODE and open=CODE, what the call returns.
+// A PAM module that records its calls, for tests of switchOmcUser. Arguments: log=FILE, to which
+// each call adds a line; setcred=CODE and open=CODE, the results of these calls.
 
 #include <fcntl.h>
 #include <security/pam_ext.h>
@@ -74,7 +74,7 @@ __attribute__((visibility("default"))) int pam_sm_open_session(pam_handle_t* han
                                                                int count, const char** arguments) {
   const std::string log = argument(count, arguments, "log=");
   append(log, "open" + circumstances(handle, flags) + "\n");
-  // Time for a second thread to get in between, were it let.
+  // Time for a second thread to enter, if that were possible.
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   append(log, "opened\n");
   return std::atoi(argument(count, arguments, "open=").c_str());

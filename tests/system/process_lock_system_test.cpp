@@ -95,7 +95,7 @@ TEST_F(ProcessLockSystem, ForkedChildHasNoPartInTheLock) {
   runInChild([this] {
     VexaProcessLock own("backup", "/lock/");
     EXPECT_EQ(-9, own.EnterProcessMutex());
-    // The inherited descriptor is open, and the child has no lock that unlocking could drop.
+    // The inherited descriptor is open, and the child has no lock to lose by unlocking.
     EXPECT_EQ(0, m_lock.ExitProcessMutex());
   });
   EXPECT_EQ(-9, enterElsewhere("backup", "/lock/"));
@@ -108,7 +108,7 @@ TEST_F(ProcessLockSystem, LockSurvivesExec) {
   ASSERT_EQ(0, ::pipe2(ready.data(), O_CLOEXEC));
   const pid_t holder = ::fork();
   if (holder == 0) {
-    // The shell says when it runs, and waits to be killed.
+    // The shell reports that it runs, and waits to be killed.
     ::dup2(ready[1], STDOUT_FILENO);
     if (m_lock.EnterProcessMutex() == 0) {
       ::execl("/bin/sh", "sh", "-c", "echo x; exec sleep 600", nullptr);
@@ -173,14 +173,14 @@ TEST_F(ProcessLockSystem, LockFileThatIsADirectory) {
   EXPECT_EQ(kNotOpened, outputOf([&] { EXPECT_EQ(-1, m_lock.EnterProcessMutex()); }));
 }
 
-/// Gives up root, so that permissions hold.
+/// Gives up root, so that permissions apply.
 void becomeNobody() {
   if (::geteuid() == 0) {
     ASSERT_EQ(0, ::setresuid(65534, 65534, 65534));
   }
 }
 
-TEST_F(ProcessLockSystem, UnwritableDirectoryIsNoHeldLock) {
+TEST_F(ProcessLockSystem, UnwritableDirectoryIsNotAHeldLock) {
   for (const mode_t mode : {0555U, 0000U}) {
     SCOPED_TRACE(mode);
     ASSERT_EQ(0, ::chmod(m_share.path().c_str(), 0755));
@@ -245,7 +245,7 @@ TEST_F(ProcessLockSystem, MessageOf5000BytesIsNeverCut) {
   EXPECT_EQ("", outputOf([&] { EXPECT_EQ(-1, m_lock.WaitMaxTime(5, std::string(5000, 'x'))); }));
 }
 
-/// Raises the number in `file` by one, in two steps that only a lock makes one. Returns whether it
+/// Increments the number in `file` in two steps, which only a lock makes atomic. Returns whether it
 /// was below `limit`.
 bool raise(int file, int limit) {
   int number = 0;
@@ -257,7 +257,7 @@ bool raise(int file, int limit) {
   return true;
 }
 
-/// Takes turns under the lock until there are `limit` of them; returns how many were its own.
+/// Takes turns under the lock up to `limit`; returns the number of its own.
 int takeTurns(int file, int limit) {
   VexaProcessLock lock("turns", "/lock/");
   int turns = 0;
@@ -303,7 +303,7 @@ TEST_F(ProcessLockSystem, SixtyFourProcessesTakeAThousandTurns) {
   }
   EXPECT_EQ(ssize_t{sizeof number}, ::pread(counter, &number, sizeof number, 0));
   EXPECT_EQ(kTurns, number);
-  EXPECT_EQ(kTurns, sum);  // more, if two processes ever raised the same number
+  EXPECT_EQ(kTurns, sum);  // more if two processes ever incremented the same number
   for (const int fd : {counter, results[0], results[1]}) ::close(fd);
 }
 

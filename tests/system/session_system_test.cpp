@@ -1,4 +1,4 @@
-// Becoming the service user, and who sits at the terminal.
+// Switching to the service user, and the session at the terminal.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <grp.h>
@@ -89,8 +89,8 @@ const std::string kSetcred =
     " uid=0 gid=0 umask=23\n";
 const std::string kOpen = "open service=su user=ossuser flags=0 uid=0 gid=0 umask=23\nopened\n";
 
-/// A mount namespace with a user database and a PAM service "su" of its own. The folder `/mnt` of
-/// it takes PAM's files.
+/// A mount namespace with its own user database and PAM service "su". Its directory `/mnt` holds
+/// PAM's files.
 class Host {
  public:
   explicit Host(const std::string& moduleArguments = "", const char* users = kUsers) {
@@ -142,7 +142,7 @@ mode_t currentMask() {
   return mask;
 }
 
-/// Lets the system call `number` fail with EPERM from here on.
+/// Makes the system call `number` fail with EPERM from here on.
 void refuseSystemCall(long number) {
   std::array<sock_filter, 4> program{{
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -152,7 +152,7 @@ void refuseSystemCall(long number) {
   }};
   const sock_fprog filter{program.size(), program.data()};
   ASSERT_EQ(0, ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0)) << std::strerror(errno);
-  // For all threads: the C library ends a process whose threads disagree on their identity.
+  // For all threads: the C library ends a process whose threads have different identities.
   ASSERT_EQ(0, ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &filter))
       << std::strerror(errno);
 }
@@ -172,7 +172,7 @@ TEST(SwitchUser, OpensASessionAndTakesTheIdentity) {
     EXPECT_EQ(kUser, saved);
     expectGroup(kGroup);
     EXPECT_THAT(groups(), testing::UnorderedElementsAre(kGroup, 4713, 4714));
-    // The session was opened by root, before the identity changed, and stays open.
+    // Root opened the session before the identity changed; it stays open.
     EXPECT_EQ(kSetcred + kOpen, host.log());
     EXPECT_EQ(-1, ::setuid(0)) << "the way back is open";
     EXPECT_EQ(0, VexaCommonUtils::switchOmcUser());
@@ -312,7 +312,7 @@ TEST(SwitchUser, LetsThreadsSwitchOneAfterTheOther) {
     std::thread two(switchUser);
     one.join();
     two.join();
-    // The one that comes second finds itself no longer root: before the lock, or behind it.
+    // The second one finds that it is no longer root, before or after the lock.
     EXPECT_GE(succeeded, 1);
     EXPECT_EQ(kUser, ::getuid());
     EXPECT_EQ(031U, currentMask());
@@ -345,7 +345,7 @@ void runOnTerminal(const std::function<void()>& body) {
   ::close(master);
 }
 
-/// Stands programs in for the three tools: each prints its text.
+/// Replaces the three tools by programs that print the given strings.
 void replaceTools(const std::string& tty, const std::string& whoami, const std::string& who) {
   const auto replace = [](const char* tool, const std::string& text) {
     replaceFile(tool, "#!/bin/sh\nprintf '%b' '" + text + "'\n", 0755);
@@ -454,7 +454,7 @@ TEST(SessionDetails, FailWhenAToolIsMissing) {
     enterNamespaces(CLONE_NEWNS);
     const commutil_test::CapturedOutput quiet(2);
     replaceTools("/dev/pts/1", "joe", "x (host)");
-    ASSERT_EQ(0, ::chmod("/usr/bin/who", 0644));  // no permission to run the stand-in
+    ASSERT_EQ(0, ::chmod("/usr/bin/who", 0644));  // the fake cannot be run
     std::string user = "before";
     std::string address = "before";
     EXPECT_EQ(-1, VexaCommonUtils::getSessionDetails(user, address));

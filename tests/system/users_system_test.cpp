@@ -37,7 +37,7 @@ TEST(UserLookUp, FailsOnAnEntryThatIsLargerThanTheBuffer) {
   });
 }
 
-// getCommandLine, from a "/proc" whose text is chosen
+// getCommandLine, from a "/proc" with chosen contents
 
 TEST(CommandLine, DropsTheLastByteWhateverItIs) {
   using namespace std::string_literals;
@@ -51,7 +51,7 @@ TEST(CommandLine, DropsTheLastByteWhateverItIs) {
       {"\0"s, {}},                     //
       {"a", {}},                       //
       {"a\0"s, {"a"}},                 //
-      {"prog -a x"s, {"prog", "-a"}},  // a title that was set has no final NUL
+      {"prog -a x"s, {"prog", "-a"}},  // a title that was set lacks the final NUL
       {"prog\0-a\0x y\0"s, {"prog", "-a", "x", "y"}},
       {"a\0\0\0  b\0\0"s, {"a", "b"}},
       {"p " + x1020 + "\0"s, {"p", x1020}},          // 1023 bytes

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-// Base64 as it is described, a character at a time: what the library's results are compared with.
+// A model of base64: the documented steps, one character at a time, for comparison.
 
 namespace commutil_test {
 

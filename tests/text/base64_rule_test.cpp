@@ -1,5 +1,5 @@
-// Base64 without its block coders and over a locale of the test's own: this program compiles the
-// family itself and gives it both.
+// Base64 without its block coders and with the test's own locale: this program compiles the source
+// with both replaced.
 #include <gtest/gtest.h>
 
 #include <bitset>
@@ -9,8 +9,8 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "base64_model.h"
-#include "text/base64_blocks.h"
+#include "bytes/base64_avx2.h"
+#include "text/base64_model.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ Bytes base64Letters() {
   return letters;
 }
 
-/// What the locale takes for a letter or digit.
+/// The bytes that the locale takes for letters or digits.
 Bytes lettersAndDigits = base64Letters();
 bool askedForNoByte = false;
 
@@ -83,7 +83,7 @@ TEST_F(Base64Rule, CarriesEveryLengthWithoutBlocks) {
   }
 }
 
-TEST_F(Base64Rule, DecodesAnyTextInAnyLocale) {
+TEST_F(Base64Rule, DecodesAnyStringInAnyLocale) {
   for (int round = 0; round < 300; ++round) {
     lettersAndDigits = base64Letters();
     for (std::size_t byte = 128; byte <= UCHAR_MAX; ++byte) {

@@ -10,12 +10,12 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "base64_model.h"
-#include "platform/raw_text.h"
+#include "bytes/raw_text.h"
 #include "support/fixtures.h"
 #include "support/locales.h"
 #include "support/namespaces.h"
 #include "support/threads.h"
+#include "text/base64_model.h"
 
 namespace {
 
@@ -52,7 +52,7 @@ std::string randomBytes(std::size_t size) {
   return bytes;
 }
 
-/// Changes each of `text`'s characters to each byte and expects the results of the model.
+/// Replaces each character of `text` by each byte and expects the model's results.
 void expectEveryChangeDecodesAsDescribed(const std::string& text) {
   for (std::size_t at = 0; at < text.size(); ++at) {
     std::string changed = text;
@@ -64,7 +64,7 @@ void expectEveryChangeDecodesAsDescribed(const std::string& text) {
   }
 }
 
-// RFC 4648, 10, and the alphabet's last two.
+// RFC 4648, section 10, and the last two characters of the alphabet.
 struct Pair {
   const char* data;
   const char* text;
@@ -83,7 +83,7 @@ constexpr Pair kPairs[] = {
     {"\xFB\xEF\xBE\xFF\xFF\xFF", "++++////"},
 };
 
-TEST(Base64, GivesTheStandardsExamples) {
+TEST(Base64, MatchesTheStandardsExamples) {
   for (const Pair& row : kPairs) {
     SCOPED_TRACE(row.text);
     EXPECT_EQ(row.text, encode(row.data));
@@ -116,7 +116,7 @@ TEST(Base64, DecodesUpToTheFirstOtherByte) {
       {"=TWFu", ""},
       {"-", ""},
       {"TWFu\xE4\xF6\xFC\xDF", "Man"},
-      // Bits that no byte needs are dropped, whatever they are.
+      // Unused bits are dropped, whatever their value.
       {"TR", "M"},
       {"TWH", "Ma"},
   };
@@ -192,7 +192,7 @@ TEST(Base64, DecodesEveryByteAtEveryPlace) {
   expectEveryChangeDecodesAsDescribed(std::string(100, '/'));
 }
 
-TEST(Base64, ReadsNothingBehindTheData) {
+TEST(Base64, ReadsNothingAfterTheData) {
   const std::size_t page = 4096;
   void* const pages =
       ::mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -217,13 +217,13 @@ TEST(Base64, CarriesHundredMebibytes) {
   EXPECT_TRUE(bytes == VexaCommonUtils_i::decodeData(text));
 }
 
-TEST(Base64, TakesTheLengthOfATextModulo4GiB) {
+TEST(Base64, TakesTheLengthModulo4GiB) {
   struct Case {
     std::size_t size;
     const char* bytes;
   };
   for (const Case row : {Case{std::size_t{1} << 32, ""}, {(std::size_t{1} << 32) + 6, "ManM"}}) {
-    // Only the pages that are written to cost memory.
+    // Only written pages take memory.
     const std::string text = commutil::writtenText(row.size, [](char* data, std::size_t size) {
       std::string_view("TWFuTWFuTWFu").copy(data, size);
       return size;
@@ -233,13 +233,13 @@ TEST(Base64, TakesTheLengthOfATextModulo4GiB) {
   }
 }
 
-TEST(Base64, HoldsNoRoomForWhatItDidNotDecode) {
+TEST(Base64, KeepsNoMemoryForWhatItDidNotDecode) {
   const std::string bytes = VexaCommonUtils::base64Decode("TWFu " + std::string(kMiB, 'A'));
   EXPECT_EQ("Man", bytes);
   EXPECT_LT(bytes.capacity(), 100U);
 }
 
-TEST(Base64, TellsDataCharactersInTheCLocale) {
+TEST(Base64, KnowsDataCharactersInTheCLocale) {
   for (const char byte : allBytes()) {
     EXPECT_EQ(kBase64Alphabet.find(byte) != std::string::npos,
               VexaCommonUtils::isBase64(static_cast<unsigned char>(byte)))
@@ -257,7 +257,7 @@ TEST(Base64, KnowsNoOtherDataCharactersInUtf8) {
   });
 }
 
-TEST(Base64, AsksThe8BitLocaleForLetters) {
+TEST(Base64, TakesLettersFromThe8BitLocale) {
   const Latin1Locale latin1;
   runInChild([&latin1] {
     EXPECT_FALSE(VexaCommonUtils::isBase64(0xE4));
@@ -265,7 +265,7 @@ TEST(Base64, AsksThe8BitLocaleForLetters) {
     EXPECT_TRUE(VexaCommonUtils::isBase64(0xE4));   // a letter
     EXPECT_TRUE(VexaCommonUtils::isBase64(0xFF));   // a letter, and -1 as a signed byte
     EXPECT_FALSE(VexaCommonUtils::isBase64(0xD7));  // the multiplication sign
-    EXPECT_FALSE(VexaCommonUtils::isBase64(0xA0));  // a blank
+    EXPECT_FALSE(VexaCommonUtils::isBase64(0xA0));  // a space
     EXPECT_FALSE(VexaCommonUtils::isBase64('='));
     EXPECT_FALSE(VexaCommonUtils::isBase64('_'));
     for (int byte = 0; byte <= UCHAR_MAX; ++byte) {
@@ -291,7 +291,7 @@ TEST(Base64, AddsUpTheIndex255OfForeignLetters) {
          "Fu",
          "\x4F\xF1\x6E"s},                  // 3 and 15 of 255
         {"TW\xE4u", "\x4D\x6F\xEE"s},       // 15 and 3 of 255
-        {"TWF\xE4", "\x4D\x61\x3F"s},       // 64 + 255: the carry is what an "or" would not have
+        {"TWF\xE4", "\x4D\x61\x3F"s},       // 64 + 255: an addition with carry, not an "or"
         {"TWG\xE4", "\x4D\x61\x7F"s + ""},  // 128 + 255
         {"TWE\xE4", "\x4D\x61\xFF"s},       // 0 + 255
         {"TWH\xE4", "\x4D\x61\xBF"s},       // 192 + 255

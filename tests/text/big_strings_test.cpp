@@ -1,5 +1,5 @@
-// Strings of 4 GiB and more, where sizes leave 32 bits and products of two sizes leave 64. Each
-// test takes less than 10 GiB of memory.
+// Strings of 4 GiB and more: sizes exceed 32 bits, products of two sizes exceed 64. Each test takes
+// less than 10 GiB of memory.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
@@ -12,19 +12,19 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaStringUtils.h"
-#include "platform/raw_text.h"
+#include "bytes/raw_text.h"
 
 namespace {
 
 constexpr std::size_t kFourGiB = std::size_t{1} << 32;
 constexpr unsigned int kLongestData = std::numeric_limits<unsigned int>::max();
 
-/// A string that costs no memory until its bytes are written.
+/// A string that takes no memory until its bytes are written.
 std::string unwritten(std::size_t size) {
   return commutil::writtenText(size, [](char* /*data*/, std::size_t room) { return room; });
 }
 
-/// `kLongestData` zero bytes, which cost no memory.
+/// `kLongestData` zero bytes, which take no memory.
 class Zeros {
  public:
   Zeros()
@@ -65,7 +65,7 @@ TEST(BigStrings, TheLongestDataIsEncodedWhole) {
   EXPECT_TRUE(holdsOnly(text, text.size(), 'A'));
 }
 
-TEST(BigStrings, TheLongestTextIsDecodedWhole) {
+TEST(BigStrings, TheLongestStringIsDecodedWhole) {
   const std::string text(kLongestData, 'A');
   const std::string bytes = VexaCommonUtils::base64Decode(text);
   ASSERT_EQ(std::size_t{kLongestData} / 4 * 3 + 2, bytes.size());

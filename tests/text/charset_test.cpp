@@ -1,4 +1,4 @@
-// Conversions between multibyte, wide and UTF-8 text, and what they do to the locale.
+// Conversions between multibyte, wide and UTF-8 strings, and their effect on the locale.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -157,7 +157,7 @@ TEST(Charset, Narrows) {
   }
 }
 
-// The conversions by the C library alone, whose every stop and store ours must match.
+// The conversions by the C library only: ours must stop and store at the same places.
 void expectLikeTheCLibrary(const std::string& text) {
   const std::size_t size = text.size();
   std::wstring expected(size + 4, kJunk);
@@ -252,7 +252,7 @@ TEST(Charset, ConvertsEveryCharacterBothWays) {
   });
 }
 
-TEST(Charset, ConvertsHugeTexts) {
+TEST(Charset, ConvertsHugeStrings) {
   runInChild([] {
     nameLocale("C.UTF-8");
     const std::size_t size = std::size_t{100} << 20;
@@ -264,7 +264,7 @@ TEST(Charset, ConvertsHugeTexts) {
   });
 }
 
-/// Wide text of `count` copies of one character, of which only a block takes memory.
+/// A wide string of `count` copies of one character; only one block takes memory.
 class RepeatedText {
  public:
   RepeatedText(wchar_t c, std::size_t count) {
@@ -302,7 +302,7 @@ class RepeatedText {
 TEST(Charset, ALengthOfTwoGigabytesIsNegative) {
   runInChild([] {
     nameLocale("C.UTF-8");
-    // Four bytes each: 2 GiB from an eighth of the characters that ASCII would need.
+    // Four bytes each: 2 GiB from an eighth of the characters that ASCII needs.
     const RepeatedText text(L'\x1F600', std::size_t{1} << 29);
     EXPECT_EQ("", VexaCommonUtils::WSTR2STR(text.text()));
   });

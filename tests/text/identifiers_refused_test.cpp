@@ -49,19 +49,19 @@ tm* ACE_OS::localtime_r(const time_t*, tm* result) {
 
 namespace {
 
-TEST(RefusedCopy, GivesNoIdentifier) {
+TEST(RefusedCopy, ReturnsNoIdentifier) {
   hasMacAddress = true;
   EXPECT_EQ("", VexaCommonUtils_i::generateUUID());
   EXPECT_EQ(6U, lastSize);
   EXPECT_EQ(6U, lastCount);
 }
 
-TEST(RefusedCopy, IsNotMadeWithoutAnAddress) {
+TEST(RefusedCopy, IsNotTriedWithoutAnAddress) {
   hasMacAddress = false;
   EXPECT_EQ(std::string(12, '0'), VexaCommonUtils_i::generateUUID().substr(20));
 }
 
-TEST(RefusedFormatting, GivesNoTimeStamp) {
+TEST(RefusedFormatting, ReturnsNoTimeStamp) {
   tmYear = 10000;
   EXPECT_EQ("", VexaCommonUtils::getTimeStamp(false));
   EXPECT_EQ("", VexaCommonUtils::getTimeStamp(true));

@@ -25,8 +25,8 @@ using commutil_test::cLibrary;
 using commutil_test::inThreads;
 using commutil_test::runInChild;
 
-// The clocks, the break-down of time and the MAC address as a test tells them, set in children
-// alone; without a function of a test they are the system's own.
+// Fakes for the clocks, the conversion of time and the MAC address, set only in children; otherwise
+// the system's are called.
 std::function<int(timeval*)> timeOfDay;
 std::function<std::time_t()> timeNow;
 std::function<tm*(const std::time_t*, tm*)> breakDown;
@@ -63,7 +63,7 @@ namespace {
 
 std::string generated() { return VexaCommonUtils_i::generateUUID(); }
 
-/// The time part of the next identifier when the clock shows this.
+/// Returns the time part of the next identifier with the clock at `shown`.
 std::string timePartAt(timeval shown) {
   timeOfDay = [shown](timeval* now) {
     *now = shown;
@@ -118,7 +118,7 @@ TEST(Identifier, CountsUnitsOf100Nanoseconds) {
         {{0, 1}, "0000000000000000000A"},
         {{1, 0}, "00000000000000989680"},
         {{0, 999999}, "00000000000000989676"},
-        {{1, 1500000}, "000000000000017D7840"},  // to be normalised: 2.5 s
+        {{1, 1500000}, "000000000000017D7840"},  // to be normalized: 2.5 s
         {{-1, 500000}, "0000FFFFFFFFFFB3B4C0"},  // before the epoch
         {{0, -1}, "0000FFFFFFFFFFFFFFF6"},
         {{4000000000000, 7}, "00002B1C8C1227A00046"},  // beyond 64 bits
@@ -153,7 +153,7 @@ TEST(Identifier, RepeatsWithinAMicrosecond) {
 
 TEST(Identifier, EndsWithTheHostsMacAddress) {
   ACE_OS::macaddr_node_t node{};
-  ACE_OS::getmacaddress(&node);  // six zeros where there is none
+  ACE_OS::getmacaddress(&node);  // six zeros if there is none
   std::string expected;
   for (const unsigned char byte : node.node) {
     std::array<char, 3> digits{};
@@ -164,7 +164,7 @@ TEST(Identifier, EndsWithTheHostsMacAddress) {
   EXPECT_EQ(expected, generated().substr(20));
 }
 
-TEST(Identifier, AsksForTheMacAddressOnEveryCall) {
+TEST(Identifier, ReadsTheMacAddressOnEveryCall) {
   runInChild([] {
     unsigned char first = 0;
     macAddress = [&first](unsigned char* node) {
@@ -184,7 +184,7 @@ TEST(Identifier, AsksForTheMacAddressOnEveryCall) {
 TEST(Identifier, EndsWithZerosWithoutAMacAddress) {
   runInChild([] {
     macAddress = [](unsigned char* node) {
-      std::memset(node, 0xEE, 6);  // left half-way
+      std::memset(node, 0xEE, 6);  // left halfway
       return -1;
     };
     EXPECT_EQ("0000003C6568F17ACB40", timePartAt({1700000000, 500000}));
@@ -192,7 +192,7 @@ TEST(Identifier, EndsWithZerosWithoutAMacAddress) {
   });
 }
 
-TEST(Identifier, MayBeMadeInSeveralThreadsAtOnce) {
+TEST(Identifier, MayBeGeneratedInSeveralThreadsAtOnce) {
   const std::string mac = generated().substr(20);
   inThreads(4, [&mac](int) {
     for (int turn = 0; turn < 50; ++turn) {
@@ -207,7 +207,7 @@ constexpr const char* kBerlin = "CET-1CEST,M3.5.0,M10.5.0/3";
 constexpr const char* kSydney = "AEST-10AEDT,M10.1.0,M4.1.0/3";
 constexpr const char* kKolkata = "IST-5:30";
 
-/// Puts the process into a zone with its clock at `now`.
+/// Sets the time zone, and the clock to `now`.
 void enterZone(const char* zone, std::time_t now) {
   ::setenv("TZ", zone, 1);
   ::tzset();
@@ -227,7 +227,7 @@ TEST(TimeStamp, IsTheLocalTime) {
       {kKolkata, 1772674689, "20260305070809", false},
       {kSydney, 1772654889, "20260305070809", true},
       {kUtc, 0, "19700101000000", false},
-      {kUtc, -1, "19691231235959", false},  // a clock that fails reads so too
+      {kUtc, -1, "19691231235959", false},  // a failing clock reads the same
       {kUtc, 946684799, "19991231235959", false},
       {kUtc, 951782400, "20000229000000", false},
       {kUtc, 4102444799, "20991231235959", false},
@@ -255,7 +255,7 @@ TEST(TimeStamp, IsTheLocalTime) {
   }
 }
 
-TEST(TimeStamp, IsWhatTheFormatGivesForAnyTime) {
+TEST(TimeStamp, FollowsTheFormatForAnyTime) {
   runInChild([] {
     std::mt19937_64 random(5);
     std::uniform_int_distribution<std::time_t> times(-70000000000, 300000000000);

@@ -10,12 +10,12 @@
 
 namespace commutil_test {
 
-/// Lets the environment name `locale`, by the variable that overrules all others.
+/// Sets the environment's locale to `locale`, by the variable that overrides all others.
 inline void nameLocale(const char* locale) { ::setenv("LC_ALL", locale, 1); }
 
 inline std::string currentLocale() { return std::setlocale(LC_ALL, nullptr); }
 
-// Private members, reached as explicit instantiation may name them.
+// Private members, which an explicit instantiation may name.
 template <auto mutex>
 struct MutexOf {
   friend ACE_RW_Thread_Mutex& localeMutex() { return *mutex; }

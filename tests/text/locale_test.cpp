@@ -29,10 +29,10 @@ using commutil_test::nameLocale;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
 
-/// What `setlocale` is told to do before its work.
+/// What `setlocale` does before its work.
 std::function<void()> g_beforeSetlocale;
 
-/// What releasing a read/write lock fails with; 0 when it succeeds.
+/// The error of releasing a read/write lock; 0 for success.
 int g_unlockError = 0;
 
 TEST(Locale, IsCreatedOnceAndFollowsTheEnvironment) {
@@ -44,7 +44,7 @@ TEST(Locale, IsCreatedOnceAndFollowsTheEnvironment) {
     ASSERT_NE(nullptr, instance);
     EXPECT_EQ(instance, localeInstance());
     EXPECT_EQ("C.UTF-8", currentLocale());
-    // What the process sets itself is not taken back.
+    // Keeps what the process set itself.
     setLocale("C");
     EXPECT_EQ(instance, VexaLocale::Instance());
     EXPECT_EQ("C", currentLocale());
@@ -64,7 +64,7 @@ TEST(Locale, SetsEveryCategory) {
   });
 }
 
-TEST(Locale, SetLocaleAnswersLikeTheCLibrary) {
+TEST(Locale, SetLocaleReturnsWhatTheCLibraryDoes) {
   runInChild([] {
     EXPECT_STREQ("C.UTF-8", VexaLocale::SetLocale("C.UTF-8"));
     EXPECT_EQ("C.UTF-8", currentLocale());
@@ -132,16 +132,16 @@ TEST(Locale, DestroyingTwiceIsHarmless) {
 
 TEST(Locale, GoesOnUnlockedWhenTheLockFails) {
   runInChild([] {
-    nameLocale("C");  // found without a file, so that errno stays
+    nameLocale("C");  // needs no file, so that errno stays
     ASSERT_NE(nullptr, std::setlocale(LC_ALL, "C.UTF-8"));
     ASSERT_EQ(0, localeMutex().acquire_write());
     errno = 0;
-    // The thread holds the lock already: taking it again is refused.
+    // The thread already holds the lock, so that taking it again fails.
     VexaLocale* const instance = VexaLocale::Instance();
     EXPECT_EQ(EDEADLK, errno);
     EXPECT_NE(nullptr, instance);
     EXPECT_EQ("C", currentLocale());
-    EXPECT_EQ(-1, localeMutex().tryacquire_write());  // not released on the way
+    EXPECT_EQ(-1, localeMutex().tryacquire_write());  // not released meanwhile
   });
 }
 
@@ -208,7 +208,7 @@ TEST(Locale, ManyThreadsShareOneInstance) {
 
 }  // namespace
 
-/// Stands before the C library's own, for the library under test too.
+/// Replaces the C library's, for the library under test too.
 extern "C" char* setlocale(int category, const char* name) noexcept {
   if (g_beforeSetlocale) g_beforeSetlocale();
   static auto* const real = commutil_test::cLibrary<char*(int, const char*)>("setlocale");

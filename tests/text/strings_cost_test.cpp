@@ -1,6 +1,6 @@
-// What the string utilities cost: one allocation for a text, none for a check or a text that stays
-// as it is, and time that grows with the text. The texts are large enough for anything quadratic to
-// run into the test's time limit.
+// The cost of the string utilities: one allocation for a result, none for a check or an unchanged
+// string, and linear time. The strings are so long that quadratic code exceeds the test's time
+// limit.
 #include <gtest/gtest.h>
 
 #include <list>
@@ -24,7 +24,7 @@ std::string repeated(const std::string& piece, std::size_t size) {
   return text;
 }
 
-TEST(StringAllocations, OneForAText) {
+TEST(StringAllocations, OneForAResult) {
   std::string text = "  " + repeated("a long line, 'quoted' ", 500) + "  ";
   EXPECT_EQ(1U, allocationsOf([&] { VexaCommonUtils::Vexareverse(text); }));
   EXPECT_EQ(1U, allocationsOf([&] { VexaCommonUtils::Vexaltrim(text); }));
@@ -93,9 +93,8 @@ TEST(StringGrowth, SearchingForANearMatchIsLinear) {
   EXPECT_EQ(out.front().size(), 16 * kMiB + 1);
 }
 
-// The wanted text, which as the text repeats itself in each block, differs in its last byte but
-// one: a block has one place with its first and its last byte, and a comparison there runs to the
-// end.
+// The searched string differs from the repeated one only in its last byte but one: each block has
+// one position with its first and its last byte, and a comparison there runs to the end.
 TEST(StringGrowth, SearchingWithALikelyStartInEveryBlockIsLinear) {
   const std::string text = repeated("a--------------b", 64 * kMiB);
   std::string wanted = text.substr(0, 8 * kMiB);
@@ -121,7 +120,7 @@ TEST(StringGrowth, AppendingToOneVectorIsLinear) {
   }
 }
 
-TEST(StringGrowth, OfAVeryLongText) {
+TEST(StringGrowth, OfAVeryLongString) {
   std::string text(64 * kMiB, ' ');
   EXPECT_EQ(VexaCommonUtils::Vexatrim(text), "");
   text.front() = 'a';

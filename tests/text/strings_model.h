@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-// The string utilities as they are described, a step at a time: what the library's results are
-// compared with.
+// Models of the string utilities: the documented steps, for comparison.
 
 namespace commutil_test {
 

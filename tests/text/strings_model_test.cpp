@@ -1,5 +1,5 @@
-// The string utilities beside plain models of their steps, on many small texts, under a Turkish
-// locale and from several threads.
+// Compares the string utilities with plain models on many short strings, in a Turkish locale and
+// from several threads.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ using commutil_test::modelSplit;
 using commutil_test::modelSplitAll;
 using commutil_test::modelTrim;
 
-// Few different bytes, so that matches, near matches and empty pieces are frequent.
+// Few different bytes, so that matches, near matches and empty tokens are frequent.
 class Texts {
  public:
   explicit Texts(unsigned seed) : m_random(seed) {}
@@ -73,7 +73,7 @@ void compareWithModels(unsigned seed, int rounds) {
   }
 }
 
-TEST(StringModels, AgreeOnManyTexts) {
+TEST(StringModels, AgreeOnManyStrings) {
   for (unsigned seed = 1; seed <= 20; ++seed) compareWithModels(seed, 500);
 }
 

@@ -1,5 +1,5 @@
-// The string utilities over bounded functions that refuse: this program compiles the family itself
-// and gives it its own copying and formatting.
+// The string utilities over failing bounded functions: this program compiles the source with its
+// own copying and formatting.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -71,7 +71,7 @@ TEST(RefusedFormatting, IsNullFromLtoaOnly) {
   EXPECT_EQ(lastCall.size, 22U);
 }
 
-TEST(RefusedFormatting, IsNoTextFromStrHexToInt) {
+TEST(RefusedFormatting, IsAnEmptyResultOfStrHexToInt) {
   EXPECT_EQ(StrHexToInt("1"), "");
   EXPECT_EQ(lastCall.size, 4U);
   EXPECT_EQ(lastCall.count, 3U);

@@ -1,4 +1,4 @@
-// A settings store that never answers.
+// A settings store that never returns.
 #include <unistd.h>
 
 #include <map>

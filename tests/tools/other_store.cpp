@@ -1,4 +1,4 @@
-// A settings store that is not the reference store: it has one value for every key.
+// A settings store other than the reference store: one value for every key.
 #include <map>
 #include <string>
 

@@ -104,7 +104,7 @@ bool runUntilCall(const std::vector<std::string>& words, const Environment& envi
   dir.write("in", "");
   const pid_t child = ::fork();
   if (child == 0) {
-    ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1);  // it needs the tracing for itself
+    ::setenv("ASAN_OPTIONS", "detect_leaks=0", 1);  // it needs ptrace itself
     if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) ::_exit(kCannotRun);
     become(words, environment, dir);
   }

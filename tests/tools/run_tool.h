@@ -13,24 +13,24 @@
 
 namespace commutil_test {
 
-/// The environment of a run: a value, or nothing for a variable that is not set.
+/// The environment of a run: a value, or nothing for an unset variable.
 using Environment = std::map<std::string, std::optional<std::string>>;
 
-/// What a process left behind. `code` is its exit code, minus the signal that killed it.
+/// The outcome of a process. `code` is its exit code, or minus the signal that killed it.
 struct ProcessResult {
   int code;
   std::string out;
   std::string err;
 
-  /// Standard output as JSON; fails the test when it is none.
+  /// Returns the standard output as JSON; fails the test if it is malformed.
   Json::Value json() const;
 };
 
-/// Runs a program to its end with this process's environment changed by `environment`.
+/// Runs a program to its end, with `environment` applied to this process's environment.
 ProcessResult runProcess(const std::vector<std::string>& words, const Environment& environment,
                          const std::string& input = "");
 
-/// A program on a pseudo-terminal of its own.
+/// A program on its own pseudo-terminal.
 class TerminalRun {
  public:
   TerminalRun(const std::vector<std::string>& words, const Environment& environment);
@@ -41,7 +41,7 @@ class TerminalRun {
   /// Waits until the program has written `text`; fails the test if it ends before.
   void waitFor(const std::string& text);
 
-  /// Waits for the end. `out` is all that was written.
+  /// Waits for the end. `out` is the whole output.
   ProcessResult finish();
 
  private:
@@ -52,39 +52,39 @@ class TerminalRun {
   std::string m_output;
 };
 
-/// Runs a program and kills it when it is about to make the `count`th of its system calls that are
-/// among `calls`. Returns whether it was killed; it ends by itself if it makes fewer.
+/// Runs a program and kills it before the `count`th of its system calls among `calls`. Returns
+/// whether it was killed; with fewer calls it ends normally.
 bool runUntilCall(const std::vector<std::string>& words, const Environment& environment,
                   const std::set<long>& calls, int count);
 
-/// A copy of the sample deployment, with the operator's command run in it.
+/// A copy of the sample deployment, in which the operator's command runs.
 class Deployment {
-  TempDir m_dir;  // first: the environment is made of it
+  TempDir m_dir;  // first: the environment names it
 
  public:
   Deployment();
 
-  /// Runs `commutil` with `words`; the variables of the contract name the deployment.
+  /// Runs `commutil` with `words`; the contract's variables name the deployment.
   ProcessResult run(const std::vector<std::string>& words, const std::string& input = "") const;
 
-  /// The same with standard output going to the file at `path`.
+  /// The same, with standard output to the file at `path`.
   ProcessResult runInto(const std::string& path, const std::vector<std::string>& words) const;
 
-  /// The path of the operator's command.
+  /// Returns the path of the operator's command.
   static std::string tool();
 
-  /// The path of `name` below the deployment.
+  /// Returns the path of `name` below the deployment.
   std::string operator/(const std::string& name) const { return m_dir / name; }
   /// Writes a file below the deployment; returns its path.
   std::string write(const std::string& name, const std::string& content) const {
     return m_dir.write(name, content);
   }
 
-  /// The contract's variables, to be changed for the next runs.
+  /// The contract's variables, which a test may change for the next runs.
   Environment environment;
 };
 
-/// Runs the demo on the build that is under test.
+/// Runs the demo on the tested build.
 ProcessResult runDemo(const Environment& environment);
 
 }  // namespace commutil_test

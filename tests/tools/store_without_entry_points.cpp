@@ -1,4 +1,4 @@
-// A library in the place of a settings store that is none.
+// A library without entry points that replaces a settings store.
 extern "C" {
 int somethingElse();
 int somethingElse() { return 0; }

@@ -14,7 +14,7 @@ using commutil_test::Deployment;
 using commutil_test::ProcessResult;
 using commutil_test::TerminalRun;
 
-/// A deployment in which nothing is wrong.
+/// A deployment without faults.
 class SoundDeployment : public Deployment {
  public:
   SoundDeployment() { std::filesystem::create_directory(*this / "logs"); }
@@ -45,7 +45,7 @@ TEST(Check, CoversEveryTheme) {
     EXPECT_NE(std::string::npos, text.find(line)) << line << "\nis not in\n" << text;
 }
 
-TEST(Check, TellsTheWorstResultInItsExitCode) {
+TEST(Check, ReturnsTheWorstResultAsItsExitCode) {
   SoundDeployment deployment;
   deployment.environment["APP_NAME"] = std::nullopt;
   EXPECT_EQ(1, deployment.run({"check", "--quiet"}).code);
@@ -105,7 +105,7 @@ TEST(Check, EndsWhenAStoreHangs) {
   const auto begin = std::chrono::steady_clock::now();
   const ProcessResult result = deployment.run({"check", "--quiet", "--timeout", "0.5"});
   EXPECT_EQ(2, result.code);
-  // All calls wait at once: ten lookups one after the other would take five seconds.
+  // All calls wait concurrently: ten lookups in sequence would take five seconds.
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
   EXPECT_NE(std::string::npos, result.out.find("error    isCorbaSSLOnly: isCorbaSSLOnly: no answer "
                                                "within 0.5 s; see commutil explain\n"))

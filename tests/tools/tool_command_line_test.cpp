@@ -169,7 +169,7 @@ TEST(CommandLine, HelpPrintsTheHelpOfASubcommand) {
   EXPECT_EQ(deployment.run({"--help"}).out, deployment.run({"help"}).out);
 }
 
-TEST(CommandLine, SuggestsWhatAMistypedWordMayHaveMeant) {
+TEST(CommandLine, SuggestsCorrectionsOfMistypedWords) {
   const Deployment deployment;
   const struct {
     Words words;

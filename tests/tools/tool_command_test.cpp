@@ -38,7 +38,7 @@ TEST(Run, PrintsTheDecodedExitCode) {
   }
 }
 
-TEST(Run, TellsAProgramThatCannotBeStartedFromItsExitCode) {
+TEST(Run, DistinguishesAProgramThatCannotBeStartedFromItsExitCode) {
   Deployment deployment;
   deployment.write("bin/plain", "");
   deployment.write("bin/script", "#!/nosuch/interpreter\n");
@@ -70,12 +70,12 @@ TEST(Run, TellsAProgramThatCannotBeStartedFromItsExitCode) {
     EXPECT_EQ("", json.err);
     EXPECT_EQ(row.message, json.json()["error"].asString());
   }
-  // These are the exit codes with which the library reports such programs.
+  // The library reports such programs with these exit codes.
   EXPECT_EQ("exitCode  2\n", deployment.run({"run", "--", "sh", "-c", "exit 2"}).out);
   EXPECT_EQ("exitCode  13\n", deployment.run({"run", "--", "sh", "-c", "exit 13"}).out);
 }
 
-TEST(Run, FindsAProgramBehindOneThatCannotBeStarted) {
+TEST(Run, FindsAProgramAfterOneThatCannotBeStarted) {
   Deployment deployment;
   deployment.write("bin/true", "");
   deployment.environment["PATH"] = deployment / "bin:/usr/bin:/bin";
@@ -88,7 +88,7 @@ TEST(Run, NamesAProgramByItsPathWithoutAnEnvironment) {
   EXPECT_EQ("commutil: sh: No such file or directory\n", result.err);
 }
 
-TEST(Run, PassesEveryWordAsItIs) {
+TEST(Run, PassesEveryWordUnchanged) {
   const Deployment deployment;
   const std::string out = deployment / "words";
   Words words{"run", "--", "sh", "-c", "for w in \"$@\"; do printf %s: \"$w\"; done >\"$0\"", out};
@@ -110,7 +110,7 @@ TEST(Run, RefusesAWordThatCannotBePassed) {
   EXPECT_EQ("commutil: a word with both kinds of quotes cannot be passed: '\"\n", result.err);
 }
 
-TEST(Run, GivesTheEnvironmentOrNone) {
+TEST(Run, PassesTheEnvironmentOrNone) {
   const Deployment deployment;
   const std::string out = deployment / "name";
   const Words command{"--", "/bin/sh", "-c", "printf %s \"$APP_NAME\" >\"$0\"", out};

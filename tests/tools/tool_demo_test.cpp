@@ -1,4 +1,4 @@
-// The demo runs to its end from any environment and leaves nothing behind.
+// The demo runs to its end in any environment and leaves nothing behind.
 #include <gtest/gtest.h>
 
 #include <filesystem>

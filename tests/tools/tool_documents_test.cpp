@@ -1,4 +1,4 @@
-// The operator's command: its man page and its completion say what its help says.
+// The operator's command: its man page and its completion agree with its help.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ using testing::Not;
 using Names = std::set<std::string>;
 using OptionsOf = std::map<std::string, Names>;
 
-/// Every first group of `pattern` in `text`.
+/// Returns the first group of each match of `pattern` in `text`.
 Names matches(const std::string& text, const std::string& pattern) {
   const std::regex regex(pattern, std::regex::ECMAScript | std::regex::multiline);
   Names result;
@@ -52,7 +52,7 @@ Names subcommandsIn(const std::string& help) {
 
 Names optionsIn(const std::string& help) { return matches(help, "^ +(?:-h,)?(--[a-z-]+)"); }
 
-/// The options of each subcommand without subcommands of its own, by its words; "" is the command.
+/// Returns the options of each subcommand that has no subcommands, by its words; "" is the command.
 void collect(const std::string& subcommand, OptionsOf& leaves, OptionsOf& parents) {
   const std::string help = helpOf(subcommand);
   const Names below = subcommandsIn(help);
@@ -69,12 +69,12 @@ class Documents : public testing::Test {
   Documents() { collect("", m_leaves, m_parents); }
 };
 
-/// The man page with its hyphens as they are printed.
+/// Returns the man page with its hyphens as printed.
 std::string manPage() {
   return std::regex_replace(readFile(COMMUTIL_MAN_PAGE), std::regex(R"(\\-)"), "-");
 }
 
-/// The options that the man page explains under the heading of each subcommand.
+/// Returns the options that the man page explains under each subcommand's heading.
 OptionsOf documented() {
   OptionsOf result;
   std::istringstream lines(manPage());
@@ -87,7 +87,7 @@ OptionsOf documented() {
   return result;
 }
 
-/// What bash offers behind the words of a subcommand.
+/// Returns what bash completes after the words of a subcommand.
 Names completed(const std::string& subcommand) {
   std::vector<std::string> line{
       "/bin/bash", "-c",
@@ -137,7 +137,7 @@ TEST_F(Documents, CompletionOffersTheSubcommands) {
   }
 }
 
-/// What the generator prints of `kind`.
+/// Returns the generator's output for `kind`.
 std::string generated(const std::string& kind) {
   const ProcessResult result = runProcess({COMMUTIL_CATALOG, kind}, {});
   EXPECT_EQ(0, result.code) << kind;
@@ -146,7 +146,7 @@ std::string generated(const std::string& kind) {
 
 TEST(GeneratedPages, AreThoseOfTheCatalog) {
   EXPECT_EQ(generated("--markdown"), readFile(COMMUTIL_CONFIGURATION_PAGE))
-      << "write it anew: commutil-catalog --markdown >docs/configuration.md";
+      << "write it again: commutil-catalog --markdown >docs/configuration.md";
   EXPECT_NE(std::string::npos, readFile(COMMUTIL_COMPLETION)
                                    .find("# From the catalog of settings:\n" +
                                          generated("--completion") + "# The end"))

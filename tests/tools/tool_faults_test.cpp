@@ -1,4 +1,4 @@
-// Faults in a deployment: explain or check names each with its place and what to do.
+// Faults in a deployment: explain or check names each with its position and a remedy.
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 using Inject = std::function<void(Deployment&)>;
 
-/// A fault, and what the command says of it. "@" stands for the deployment's directory.
+/// A fault, and the command's report. "@" is the deployment's directory.
 struct Fault {
   const char* name;
   Inject inject;
@@ -315,7 +315,7 @@ std::string replaced(std::string text, const std::string& directory) {
   return text;
 }
 
-/// Lets permissions apply to root too.
+/// Makes permissions apply to root too.
 void obeyPermissions() {
   ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
   ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);

@@ -1,5 +1,4 @@
-// What every subcommand prints with --json is what the schema defines and commutil-json(5)
-// describes.
+// Every subcommand's --json output conforms to the schema and to commutil-json(5).
 #include <gtest/gtest.h>
 #include <json/value.h>
 #include <json/writer.h>
@@ -91,7 +90,7 @@ TEST(JsonOutput, IsWhatTheSchemaDefines) {
   }
   deployment.write("cluster/etc/sysconf/nodelists.json", "malformed");
   pairs.append(pairOf("net", deployment.run({"net", "--json"}).json()));
-  Json::Value mac;  // no host is sure to have an interface with one
+  Json::Value mac;  // a host may have no interface with one
   mac["schema"] = 1;
   mac["mac"] = "02:00:00:00:00:07";
   pairs.append(pairOf("mac", mac));

@@ -1,4 +1,4 @@
-// commutil net, ip and mac, in a network and with tools of the test's own.
+// commutil net, ip and mac, with the test's own network and tools.
 #include <gtest/gtest.h>
 #include <sched.h>
 
@@ -63,7 +63,7 @@ TEST(Net, ShowsEveryAddress) {
   });
 }
 
-TEST(Net, PrintsTheSameInText) {
+TEST(Net, PrintsTheSameAsText) {
   onAHost([] {
     const std::string text = Deployment().run({"net"}).out;
     EXPECT_NE(std::string::npos, text.find("  -\n"
@@ -76,7 +76,7 @@ TEST(Net, PrintsTheSameInText) {
   });
 }
 
-TEST(Net, ShowsThatThereIsNoListOfNodes) {
+TEST(Net, ShowsThatThereIsNoNodeList) {
   Deployment deployment;
   deployment.environment["QORV_ROOT"] = std::nullopt;
   EXPECT_TRUE(deployment.run({"net", "--json"}).json()["clusterNodes"].isNull());
@@ -109,7 +109,7 @@ TEST(Net, SaysWhichListOfNodesCannotBeRead) {
   }
 }
 
-TEST(Net, SaysWhichListOfNodesIsNoFile) {
+TEST(Net, NamesANodeListThatIsNotAFile) {
   const Deployment deployment;
   const std::string path = deployment / "cluster/etc/sysconf/nodelists.json";
   std::filesystem::remove(path);

@@ -1,4 +1,4 @@
-// How the operator's command prints texts: byte for byte, or as JSON that any reader accepts.
+// The output of the operator's command: byte for byte, or as JSON that any reader accepts.
 #include <gtest/gtest.h>
 
 #include <string>

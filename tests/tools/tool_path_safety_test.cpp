@@ -10,7 +10,7 @@ namespace {
 using commutil_test::Deployment;
 using commutil_test::ProcessResult;
 
-TEST(CheckPath, AnswersByItsExitCode) {
+TEST(CheckPath, ReturnsTheResultAsItsExitCode) {
   const Deployment deployment;
   const struct {
     std::string path;

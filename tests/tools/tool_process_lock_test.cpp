@@ -24,7 +24,7 @@ Words lockLine(const Words& options, const Words& command) {
   return words;
 }
 
-TEST(Lock, RunsTheCommandAndGivesItsExitCode) {
+TEST(Lock, RunsTheCommandAndReturnsItsExitCode) {
   const Deployment deployment;
   const struct {
     Words command;
@@ -57,7 +57,7 @@ TEST(Lock, HoldsTheLockMeanwhileAndOnlyThen) {
   EXPECT_EQ(0, deployment.run(lockLine({}, {"true"})).code);
 }
 
-/// Holds the lock in this process while it lives.
+/// Holds the lock in this process for a scope.
 class Holder {
  public:
   explicit Holder(const Deployment& deployment)
@@ -94,7 +94,7 @@ TEST(Lock, HasAnExitCodeOfItsOwnForAHeldLock) {
   }
 }
 
-TEST(Lock, WaitsForAFreeLockWithoutAWord) {
+TEST(Lock, WaitsForAFreeLockWithoutAMessage) {
   const ProcessResult result = Deployment().run(lockLine({"--wait", "5"}, {"echo", "ran"}));
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("ran\n", result.out);

@@ -11,7 +11,7 @@ namespace {
 using commutil_test::Deployment;
 using commutil_test::ProcessResult;
 
-TEST(Report, TellsSetUnsetAndEmptyVariablesApart) {
+TEST(Report, DistinguishesSetUnsetAndEmptyVariables) {
   Deployment deployment;
   deployment.environment["VEXA_DUMP_ALL_LOCKS_FILE"] = "";
   deployment.environment["QORV_ROOT"] = std::nullopt;
@@ -31,7 +31,7 @@ TEST(Report, TellsSetUnsetAndEmptyVariablesApart) {
   }
 }
 
-/// The answer of `operation` in a report.
+/// Returns the answer of `operation` in a report.
 Json::Value answerOf(const Json::Value& report, const std::string& operation) {
   for (const Json::Value& answer : report["answers"])
     if (answer["operation"] == operation) return answer;
@@ -39,7 +39,7 @@ Json::Value answerOf(const Json::Value& report, const std::string& operation) {
   return {};
 }
 
-/// The file `name` in a report.
+/// Returns the file `name` in a report.
 Json::Value fileOf(const Json::Value& report, const std::string& name) {
   for (const Json::Value& file : report["files"])
     if (file["name"] == name) return file;
@@ -121,7 +121,7 @@ TEST(Report, ShowsEachAnswerWithWhatDecidedIt) {
 TEST(Report, WorksOnAHostWithNothing) {
   Deployment deployment;
   for (auto& [name, value] : deployment.environment) value = std::nullopt;
-  // The search for a store ends here: one may be installed on the system.
+  // Ends the search for a store before the system's directories, which may have one.
   deployment.write("no_store/libsettingrest.so", "no library");
   deployment.environment["LD_LIBRARY_PATH"] = deployment / "no_store";
   const ProcessResult result = deployment.run({"report", "--json"});
@@ -141,7 +141,7 @@ TEST(Report, WorksOnAHostWithNothing) {
   EXPECT_TRUE(answerOf(report, "GetAllWebswingNodeIPs")["answer"].isNull());
 }
 
-TEST(Report, PrintsTheSameInText) {
+TEST(Report, PrintsTheSameAsText) {
   const Deployment deployment;
   const std::string text = deployment.run({"report"}).out;
   for (const std::string& line :

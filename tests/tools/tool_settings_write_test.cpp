@@ -127,7 +127,7 @@ TEST(SettingsPut, RefusesWhatTheLibraryDoesNotAccept) {
   }
 }
 
-TEST(SettingsPut, RefusesWhatIsNoKey) {
+TEST(SettingsPut, RefusesWhatIsNotAKey) {
   const Deployment deployment;
   const struct {
     Words words;
@@ -279,7 +279,7 @@ TEST(SettingsPut, FollowsLinksAndKeepsThem) {
   const std::string text = readFile(link);
   const struct {
     std::string target;    // of the link
-    std::string document;  // where it leads
+    std::string document;  // the link's target
     bool isDangling;
   } rows[] = {
       {deployment / "app/absolute.json", "app/absolute.json", false},
@@ -313,7 +313,7 @@ TEST(SettingsPut, FollowsLinksAndKeepsThem) {
 TEST(SettingsPut, FailsInADirectoryThatItCannotWrite) {
   const Deployment deployment;
   const std::string before = readFile(deployment / kDocument);
-  // The deployment's own directory is its owner's alone.
+  // Only its owner can use the deployment's own directory.
   std::filesystem::permissions(deployment / ".", std::filesystem::perms(0755));
   runInChild([&] {
     dropRoot();
@@ -353,7 +353,7 @@ TEST(SettingsPut, FailsOnAFullDisk) {
   EXPECT_FALSE(std::filesystem::exists(deployment / (std::string(kDocument) + ".new")));
 }
 
-/// Keeps other writers out, as a second command would.
+/// Excludes other writers, as a second command would.
 class OtherWriter {
  public:
   explicit OtherWriter(const Deployment& deployment)
@@ -427,7 +427,7 @@ TEST(SettingsPut, LeavesTheOldOrTheNewDocumentWhereverItDies) {
   }
   EXPECT_TRUE(wasOld);
   EXPECT_TRUE(wasNew);
-  // What a dead writer leaves behind is in nobody's way.
+  // The leftovers of a killed writer do not matter.
   deployment.write(kDocument, before);
   deployment.write(std::string(kDocument) + ".new", "half a docu");
   EXPECT_EQ(0, put(deployment).code);

@@ -1,4 +1,4 @@
-// commutil ssl-conf: shows what would be written, and writes only if told to.
+// commutil ssl-conf: shows what it would write, and writes only on request.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -120,7 +120,7 @@ TEST(SslConf, NamesTheDefaultAsASource) {
 }
 
 struct Refusal {
-  std::string reason;  // how the first one begins
+  std::string reason;  // the start of the first one
   std::function<void(Deployment&)> fault;
 };
 

@@ -46,7 +46,7 @@ TEST(UnsafeWord, NamesTheWordAndItsLine) {
   }
 }
 
-TEST(UnsafeWord, AcceptsEveryTextWithoutAList) {
+TEST(UnsafeWord, AcceptsEveryStringWithoutAList) {
   const Deployment deployment;
   std::filesystem::remove(deployment / kList);
   const ProcessResult result = deployment.run({"unsafe-word", "rm -rf"});

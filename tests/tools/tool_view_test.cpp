@@ -23,8 +23,8 @@ using commutil_test::Deployment;
 using commutil_test::Environment;
 using commutil_test::ProcessResult;
 
-/// A process with an environment of its own that waits until the end of the scope. `prepare` runs
-/// in it before it becomes /bin/cat, which waits for its standard input to end.
+/// A process with its own environment that waits until the end of the scope. `prepare` runs in it
+/// before it becomes /bin/cat, which waits for the end of its input.
 class Service {
  public:
   Service(const Environment& environment, const std::function<void()>& prepare) {
@@ -44,7 +44,7 @@ class Service {
     ::close(started[1]);
     char byte = 0;
     while (::read(started[0], &byte, 1) < 0 && errno == EINTR) {
-    }  // closed when it has become cat
+    }  // closed once it is cat
     ::close(started[0]);
   }
   ~Service() {
@@ -61,7 +61,7 @@ class Service {
   pid_t m_child = -1;
 };
 
-/// The command's own environment: nothing of the deployment.
+/// The command's own environment, without the deployment.
 Environment emptied(Environment environment) {
   for (auto& [name, value] : environment) value = std::nullopt;
   return environment;

@@ -2,7 +2,7 @@
 
 namespace commutil_test {
 
-// What processes pass to the wide streams as modes: the numbers of std::ios::app, in, out and both.
+// The modes that processes pass to the wide streams: the values of std::ios::app, in, out and both.
 constexpr int kAppend = 1;
 constexpr int kRead = 8;
 constexpr int kWrite = 16;

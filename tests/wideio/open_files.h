@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// The flags (fcntl(2), F_GETFL) of each descriptor of this process that has the file `path` open.
+/// Returns the flags (fcntl(2), F_GETFL) of each descriptor of this process on the file `path`.
 inline std::vector<int> openFlags(const std::string& path) {
   std::vector<int> flags;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {

@@ -28,14 +28,13 @@ static_assert(std::is_base_of_v<Vexawifstream, Vexawfstream>);
 static_assert(std::is_base_of_v<Vexawofstream, Vexawfstream>);
 static_assert(std::has_virtual_destructor_v<Vexawfstream>);
 static_assert(kHasIsValid<Vexawifstream> && kHasIsValid<Vexawofstream>);
-// Both sides have one and neither is preferred.
+// Both sides have one, and neither is preferred.
 static_assert(!kHasIsValid<Vexawfstream>);
 
 bool reading(Vexawfstream& stream) { return stream.Vexawifstream::isValid(); }
 bool writing(Vexawfstream& stream) { return stream.Vexawofstream::isValid(); }
 
-/// The mode member, behind the fields of both sides, as processes that were built against the
-/// layout find it.
+/// Returns the mode member, after the fields of both sides, as existing binaries find it.
 int modeOf(const Vexawfstream& stream) {
   constexpr std::size_t kOffset = 40;
   int mode = 0;
@@ -144,12 +143,12 @@ TEST(WideFile, TakesTheModeOfAFileThatDoesNotOpen) {
   Vexawfstream stream;
   stream.open((dir / "none").c_str(), kRead);
   EXPECT_EQ(1, stream.fail());
-  // The writer's side is opened behind the mode's back: closing and testing go by the mode, 8.
+  // Opens the writer's side without changing the mode: closing and testing follow the mode, 8.
   stream.Vexawofstream::open(path.c_str(), kAppend);
   EXPECT_EQ(-1, stream.eof());
   stream.close();
   EXPECT_TRUE(writing(stream));
-  // Closed again, every mode but 8 stands for the writer's side.
+  // If closed, every mode but 8 means the writer's side.
   EXPECT_EQ(0, stream.eof());
   stream.close();
   EXPECT_FALSE(writing(stream));
@@ -181,7 +180,7 @@ TEST(WideFile, ClosesNothingFirstWhileItsModeIsClosed) {
   EXPECT_TRUE(writing(stream));
 }
 
-TEST(WideFile, TellsEndOfFileAndErrorOfTheSideInUse) {
+TEST(WideFile, ReportsEndOfFileAndErrorOfTheSideInUse) {
   const TempDir dir;
   const std::string path = dir.write("text", "a");
   Vexawfstream stream;

@@ -42,7 +42,7 @@ static_assert(kGivesItself<Vexawifstream, wchar_t*, wchar_t&, char*, char&, int&
                            unsigned int&, unsigned short&, unsigned long&, float&, double&>);
 static_assert(kGivesItself<Vexawfstream, wchar_t*, wchar_t&, char*, char&, char, int&, short&,
                            long&, unsigned int&, unsigned short&, unsigned long&, float&, double&>);
-// Behind a manipulator stands the standard base, which has no buffer.
+// A manipulator returns the standard base, which has no buffer.
 static_assert(std::is_same_v<Output<Vexawofstream, decltype(&wendl)>, std::ostream&>);
 
 template <class Stream>
@@ -138,7 +138,7 @@ TYPED_TEST(WideOutput, TheDecimalPointIsTheLocalesOwn) {
   });
 }
 
-TEST(WideWriterOperators, FlushBehindBytesOnly) {
+TEST(WideWriterOperators, FlushOnlyAfterBytes) {
   const TempDir dir;
   const std::string path = dir / "text";
   Vexawofstream stream;
@@ -151,11 +151,11 @@ TEST(WideWriterOperators, FlushBehindBytesOnly) {
   EXPECT_EQ("12.000000a", readFile(path));
   stream << "";
   EXPECT_EQ("12.000000a3", readFile(path));
-  stream << '\xFF';  // the value of a failed fputc, but a byte written
+  stream << '\xFF';  // the value of a failed fputc, but a written byte
   EXPECT_EQ("12.000000a3\xFF", readFile(path));
 }
 
-TEST(WideWriterOperators, ABytesTextFlushesEvenWhenItIsRefused) {
+TEST(WideWriterOperators, AByteStringFlushesEvenIfItIsRefused) {
   const TempDir dir;
   const std::string path = dir / "text";
   Vexawofstream stream;
@@ -312,7 +312,7 @@ TYPED_TEST(WideInput, ReadsReals) {
   EXPECT_EQ(10, this->stream.ftellg());
 }
 
-TYPED_TEST(WideInput, GivesMinusOneWhileClosed) {
+TYPED_TEST(WideInput, ReturnsMinusOneWhileClosed) {
   int i = 5;
   unsigned short us = 5;
   unsigned long ul = 5;

@@ -53,7 +53,7 @@ TEST(WidePrint, HoldsUpTo4095Characters) {
   }
 }
 
-TEST(WidePrint, ATextThatCannotBeFormattedIsEmpty) {
+TEST(WidePrint, AResultThatCannotBeFormattedIsEmpty) {
   runInChild([] {
     setLocale("C.UTF-8");
     std::wstring buf = junk();
@@ -107,7 +107,7 @@ TEST(WidePrint, ANullFormatFlushesBytesToo) {
     std::fputs("bytes", stdout);
     Vexawprintf(nullptr);
     EXPECT_EQ("bytes", readFile(dir / "out"));
-    // Standard output is made of bytes by now and refuses wide text.
+    // Standard output is byte-oriented by now and refuses wide text.
     Vexawprintf(L"wide");
     EXPECT_EQ("bytes", readFile(dir / "out"));
   });

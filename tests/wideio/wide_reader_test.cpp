@@ -26,7 +26,7 @@ using commutil_test::runInChild;
 using commutil_test::setLocale;
 using commutil_test::TempDir;
 
-// An array before a read, and WEOF where it was stored.
+// An array before a read, and WEOF if it was stored.
 constexpr wchar_t kJunk = L'#';
 const std::wstring kEnd(1, static_cast<wchar_t>(WEOF));
 const std::wstring kNul(1, L'\0');
@@ -37,7 +37,7 @@ std::wstring times(std::size_t count, const std::wstring& text) {
   return all;
 }
 
-/// A reader of a file of its own.
+/// A reader of its own file.
 class OpenReader {
  public:
   explicit OpenReader(const std::string& content) {
@@ -62,7 +62,7 @@ TEST(WideReader, StartsClosedWithoutABufferInItsBase) {
   EXPECT_TRUE(stream.bad());
 }
 
-TEST(WideReader, AnswersWhileClosed) {
+TEST(WideReader, ReturnsFailuresWhileClosed) {
   Vexawifstream stream;
   EXPECT_EQ(-1, stream.eof());
   EXPECT_EQ(1, stream.fail());
@@ -138,7 +138,7 @@ TEST(WideReader, NeverCreatesAFile) {
   EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 }
 
-TEST(WideReader, TellsEndOfFileAndErrorAsStdioDoes) {
+TEST(WideReader, ReportsEndOfFileAndErrorAsStdioDoes) {
   OpenReader reader("a");
   EXPECT_EQ(L'a', static_cast<wchar_t>(reader.stream.get()));
   EXPECT_EQ(0, reader.stream.eof());
@@ -194,7 +194,7 @@ TEST(WideReader, ReadsOneWideCharacter) {
   });
 }
 
-// One wide read into an array of junk: `before` is laid over its beginning first.
+// One wide read into an array of junk that starts with `before`.
 struct LineRow {
   const char* name;
   std::string content;
@@ -226,7 +226,7 @@ void getlineDelimited(Vexawifstream& stream, wchar_t* buf, std::size_t n) {
   stream.getline(buf, n, L';');
 }
 
-// What get does whether a delimiter is given or not.
+// The behavior of get with and without a delimiter.
 std::vector<LineRow> commonGetRows() {
   return {
       {"line", "ab\ncd", 10, L"ab" + kNul, "cd"},
@@ -400,7 +400,7 @@ TEST(WideReader, ASequenceCutByTheEndIsTheEnd) {
   });
 }
 
-// The steps of a wide read, one character at a time: what the quick paths must agree with.
+// A model of a wide read, one character at a time, which the fast paths must match.
 std::size_t readBySteps(std::FILE* file, wchar_t* buf, std::size_t n, std::wint_t delim) {
   std::size_t i = 0;
   while (std::feof(file) == 0) {
@@ -498,9 +498,9 @@ TEST(WideReader, ReadsEveryByte) {
     EXPECT_EQ(static_cast<char>(byte), c);
   }
   char c = 'x';
-  EXPECT_EQ(0, reader.stream.get(c));  // meets the end
+  EXPECT_EQ(0, reader.stream.get(c));  // reaches the end
   EXPECT_NE(0, reader.stream.eof());
-  EXPECT_EQ(0, reader.stream.get(c));  // knows the end
+  EXPECT_EQ(0, reader.stream.get(c));  // is at the end
   EXPECT_EQ('x', c);
 }
 

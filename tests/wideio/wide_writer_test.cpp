@@ -27,12 +27,12 @@ using commutil_test::TempDir;
 static_assert(std::is_base_of_v<std::ostream, Vexawofstream>);
 static_assert(std::has_virtual_destructor_v<Vexawofstream>);
 
-/// A writer of a file of its own.
+/// A writer of its own file.
 class OpenWriter {
  public:
   OpenWriter() { stream.open(path.c_str(), kWrite); }
 
-  /// What has reached the file.
+  /// Returns what has reached the file.
   std::string onDisk() const { return readFile(path); }
   /// Closes the stream and returns the file's content.
   std::string written() {
@@ -55,7 +55,7 @@ TEST(WideWriter, StartsClosedWithoutABufferInItsBase) {
   EXPECT_TRUE(stream.bad());
 }
 
-TEST(WideWriter, AnswersWhileClosed) {
+TEST(WideWriter, ReturnsFailuresWhileClosed) {
   Vexawofstream stream;
   EXPECT_EQ(-1, stream.eof());
   EXPECT_EQ(1, stream.fail());
@@ -71,7 +71,7 @@ TEST(WideWriter, OpensToWriteOrAppendByTheWholeMode) {
     int mode;
     const char* content;
   };
-  // Only 16 itself truncates: a mode that contains the bit appends.
+  // Only 16 truncates: a mode that contains the bit appends.
   for (const Row& row : {Row{16, "x"}, Row{1, "oldx"}, Row{0, "oldx"}, Row{8, "oldx"},
                          Row{17, "oldx"}, Row{24, "oldx"}, Row{48, "oldx"}, Row{-1, "oldx"}}) {
     SCOPED_TRACE(row.mode);
@@ -197,7 +197,7 @@ TEST(WideWriter, PutsNothingOnDiskBeforeAFlush) {
   EXPECT_EQ("ab", writer.onDisk());
 }
 
-/// Makes files empty until the first write that is refused, and any size from then on.
+/// Limits files to size 0 until the first refused write, and not at all after it.
 void refuseOneWrite() {
   struct sigaction action {};
   action.sa_handler = [](int /*signal*/) {
@@ -213,7 +213,7 @@ void refuseOneWrite() {
   ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
 }
 
-TEST(WideWriter, ClosingGivesUpWhatCouldNotBeWritten) {
+TEST(WideWriter, ClosingDropsWhatCouldNotBeWritten) {
   for (const std::size_t size : {100U, 1000U}) {
     SCOPED_TRACE(size);
     runInChild([size] {

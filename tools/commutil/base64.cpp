@@ -113,15 +113,14 @@ int decode(const NoOptions& /*options*/) {
 }  // namespace
 
 void addBase64(Tool& tool) {
-  CLI::App* const base64 =
-      tool.app.add_subcommand("base64", "Encode or decode standard input to standard output.");
-  base64->require_subcommand(1);
-  const auto noOptions = [](CLI::App&, NoOptions&) {};
-  tool.add<NoOptions>(*base64, "encode",
+  Command& base64 =
+      tool.addGroup(tool.command, "base64", "Encode or decode standard input to standard output.");
+  const auto noOptions = [](Command&, NoOptions&) {};
+  tool.add<NoOptions>(base64, "encode",
                       "Encode; the result has no line breaks, not even at its end.", noOptions,
                       encode);
   tool.add<NoOptions>(
-      *base64, "decode",
+      base64, "decode",
       "Decode up to the first \"=\" or other byte that is not base64, a line break included.\n"
       "Exit code 1 if input is left over there, other than padding and line ends.",
       noOptions, decode);

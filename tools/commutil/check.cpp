@@ -99,15 +99,18 @@ int show(const CheckOptions& options, const View& view) {
 }  // namespace
 
 void addCheck(Tool& tool) {
-  CLI::App* const check = tool.add<CheckOptions>(
-      tool.app, "check", "Check this host's configuration; each check is ok, warning or error.",
-      [&tool](CLI::App& subcommand, CheckOptions& options) {
+  tool.add<CheckOptions>(
+      tool.command, "check", "Check this host's configuration; each check is ok, warning or error.",
+      [&tool](Command& subcommand, CheckOptions& options) {
         addViewOptions(tool, subcommand, options);
-        subcommand.add_flag("--quiet", options.quiet, "Show warnings and errors only");
+        subcommand.arguments.push_back({.name = "--quiet",
+                                        .value = &options.quiet,
+                                        .purpose = "Show warnings and errors only"});
+        subcommand.footer =
+            "Exit codes: 0 everything is ok; 1 there are warnings; 2 there are errors, or wrong "
+            "use.";
       },
       [](const CheckOptions& options) {
         return inView(options, [&](const View& view) { return show(options, view); });
       });
-  check->footer(
-      "Exit codes: 0 everything is ok; 1 there are warnings; 2 there are errors, or wrong use.");
 }

@@ -14,8 +14,8 @@
 #include <cstring>
 #include <exception>
 
+#include "os/handles.h"
 #include "pipe.h"
-#include "platform/handles.h"
 
 using Clock = std::chrono::steady_clock;
 

@@ -59,15 +59,17 @@ int run(const RunOptions& options) {
 
 void addCommand(Tool& tool) {
   tool.add<RunOptions>(
-      tool.app, "run",
+      tool.command, "run",
       "Run a command without a shell and print its exit code: run [--clean-env] -- COMMAND...\n"
       "Its standard input and outputs are /dev/null. 4 also means that a signal killed it.",
-      [&tool](CLI::App& subcommand, RunOptions& options) {
-        subcommand.add_flag("--clean-env", options.cleanEnvironment,
-                            "Give the command no environment; it is named by its path then");
-        addJsonFlag(subcommand, options.json);
-        subcommand.footer(kFooter);
-        tool.takeCommand(subcommand, options.command);
+      [](Command& subcommand, RunOptions& options) {
+        subcommand.arguments = {
+            {.name = "--clean-env",
+             .value = &options.cleanEnvironment,
+             .purpose = "Give the command no environment; it is named by its path then"},
+            jsonFlag(options.json)};
+        subcommand.footer = kFooter;
+        subcommand.taken = &options.command;
       },
       run);
 }

@@ -12,14 +12,21 @@ namespace {
 
 using Expander = std::string (*)(const std::string&);
 
+const std::map<std::string, Expander>& expanders() {
+  static const std::map<std::string, Expander> all{{"paren", VexaCommonUtils::replaceEnvVar},
+                                                   {"percent", VexaCommonUtils::replEnvVar},
+                                                   {"brace", VexaCommonUtils_i::VexareplaceEnvVar}};
+  return all;
+}
+
 struct ExpandOptions {
   bool json = false;
-  Expander expander = nullptr;
+  std::string syntax;
   std::string text;
 };
 
 int expand(const ExpandOptions& options) {
-  printText("text", options.expander(options.text), options.json);
+  printText("text", expanders().at(options.syntax)(options.text), options.json);
   return kOk;
 }
 
@@ -27,23 +34,16 @@ int expand(const ExpandOptions& options) {
 
 void addExpand(Tool& tool) {
   tool.add<ExpandOptions>(
-      tool.app, "expand", "Replace the references to environment variables in a text.",
-      [](CLI::App& subcommand, ExpandOptions& options) {
-        const std::map<std::string, Expander> syntaxes{
-            {"paren", VexaCommonUtils::replaceEnvVar},
-            {"percent", VexaCommonUtils::replEnvVar},
-            {"brace", VexaCommonUtils_i::VexareplaceEnvVar}};
-        subcommand
-            .add_option_function<std::string>(
-                "--syntax",
-                [syntaxes, &options](const std::string& name) {
-                  options.expander = syntaxes.at(name);
-                },
-                "How references are written: paren $(NAME), percent %NAME%, brace ${NAME}")
-            ->required()
-            ->check(CLI::IsMember({"paren", "percent", "brace"}));
-        addOperand(subcommand, "TEXT", options.text, "The text");
-        addJsonFlag(subcommand, options.json);
+      tool.command, "expand", "Replace the references to environment variables in a text.",
+      [](Command& subcommand, ExpandOptions& options) {
+        subcommand.arguments = {
+            {.name = "--syntax",
+             .value = &options.syntax,
+             .purpose = "How references are written: paren $(NAME), percent %NAME%, brace ${NAME}",
+             .required = true,
+             .words = {"paren", "percent", "brace"}},
+            operand("TEXT", options.text, "The text"),
+            jsonFlag(options.json)};
       },
       expand);
 }

@@ -167,14 +167,15 @@ std::string textOf(const ExplainedAnswer& answer) {
 
 void addExplain(Tool& tool) {
   tool.add<ExplainOptions>(
-      tool.app, "explain",
+      tool.command, "explain",
       "Show an answer of the library, which source decided it, and the state of every source.",
-      [&tool](CLI::App& subcommand, ExplainOptions& options) {
-        subcommand
-            .add_option("NAME", options.names,
-                        "Switches, options, paths and lists; all without a name")
-            ->type_name("")
-            ->check(CLI::Validator(problemOf, ""));
+      [&tool](Command& subcommand, ExplainOptions& options) {
+        subcommand.arguments = {
+            {.name = "NAME",
+             .value = &options.names,
+             .purpose = "Switches, options, paths and lists; all without a name",
+             .problemOf = problemOf,
+             .completion = Completion::answer}};
         addViewOptions(tool, subcommand, options);
       },
       [](const ExplainOptions& options) {

@@ -37,15 +37,19 @@ int timestamp(const TimestampOptions& options) {
 
 void addIdentifiers(Tool& tool) {
   tool.add<UuidOptions>(
-      tool.app, "uuid", "Print an identifier made of the time and the host's MAC address.",
-      [](CLI::App& subcommand, UuidOptions& options) { addJsonFlag(subcommand, options.json); },
+      tool.command, "uuid", "Print an identifier made of the time and the host's MAC address.",
+      [](Command& subcommand, UuidOptions& options) {
+        subcommand.arguments = {jsonFlag(options.json)};
+      },
       uuid);
   tool.add<TimestampOptions>(
-      tool.app, "timestamp", "Print the local time as 14 digits.",
-      [](CLI::App& subcommand, TimestampOptions& options) {
-        subcommand.add_flag("--dst", options.markDst,
-                            "Append \"DST\" while daylight-saving time is in force");
-        addJsonFlag(subcommand, options.json);
+      tool.command, "timestamp", "Print the local time as 14 digits.",
+      [](Command& subcommand, TimestampOptions& options) {
+        subcommand.arguments = {
+            {.name = "--dst",
+             .value = &options.markDst,
+             .purpose = "Append \"DST\" while daylight-saving time is in force"},
+            jsonFlag(options.json)};
       },
       timestamp);
 }

@@ -1,6 +1,4 @@
 // The operator's command: parses the command line and runs the chosen subcommand. For one thread.
-#include <VexaVersion.h>
-
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -12,30 +10,6 @@
 #include "tool.h"
 
 namespace {
-
-constexpr const char* kFooter =
-    "Exit codes: 0 ok; 1 the answer is no or the operation failed; 2 wrong use.\n"
-    "With --json, bytes that are not UTF-8 are written as \\u00XX.\n"
-    "A text that begins with \"-\" is given behind \"--\".";
-
-int parseAndRun(int argc, char** argv) {
-  Tool tool;
-  tool.app.set_version_flag("--version", "commutil " VEXA_COMMUTIL_VERSION);
-  tool.app.require_subcommand(1);
-  tool.app.footer(kFooter);
-  for (const auto add : {addReport, addExplain, addCheck, addSettings, addSslConf, addExpand,
-                         addQueryText, addNetwork, addCommand, addPathSafety, addUnsafeWord,
-                         addProcessLock, addBase64, addIdentifiers, addHelp})
-    add(tool);
-  try {
-    tool.parse(argc, argv);
-  } catch (const CLI::Success& request) {
-    return tool.app.exit(request);
-  } catch (const CLI::ParseError& error) {
-    return fail(error.what(), kWrongUse);
-  }
-  return tool.action();
-}
 
 /// Opens what is closed of the standard descriptors, so that no file of the library or the command
 /// gets one of their numbers. Reading or writing there fails as if they were still closed.
@@ -49,7 +23,7 @@ bool isWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; 
 
 int run(int argc, char** argv) {
   try {
-    return parseAndRun(argc, argv);
+    return Tool({argv, argv + argc}).runCommandLine();
   } catch (const std::exception& error) {
     return fail(error.what());
   }

@@ -254,13 +254,13 @@ int mac(const AddressOptions& options) {
   return kOk;
 }
 
-void addAddressCommand(Tool& tool, CLI::App& parent, const char* name, const char* purpose,
-                       const char* operand, int (*run)(const AddressOptions&)) {
+void addAddressCommand(Tool& tool, Command& parent, const char* name, const char* purpose,
+                       const char* operandName, int (*run)(const AddressOptions&)) {
   tool.add<AddressOptions>(
       parent, name, purpose,
-      [operand](CLI::App& subcommand, AddressOptions& options) {
-        addOperand(subcommand, operand, options.text, "The address or name");
-        addJsonFlag(subcommand, options.json);
+      [name = operandName](Command& subcommand, AddressOptions& options) {
+        subcommand.arguments = {operand(name, options.text, "The address or name"),
+                                jsonFlag(options.json)};
       },
       run);
 }
@@ -269,16 +269,17 @@ void addAddressCommand(Tool& tool, CLI::App& parent, const char* name, const cha
 
 void addNetwork(Tool& tool) {
   tool.add<NetOptions>(
-      tool.app, "net", "Show this host's names, addresses, MAC addresses and cluster nodes.",
-      [](CLI::App& subcommand, NetOptions& options) { addJsonFlag(subcommand, options.json); },
+      tool.command, "net", "Show this host's names, addresses, MAC addresses and cluster nodes.",
+      [](Command& subcommand, NetOptions& options) {
+        subcommand.arguments = {jsonFlag(options.json)};
+      },
       net);
-  CLI::App* const ip = tool.app.add_subcommand("ip", "Check, normalise or resolve an address.");
-  ip->require_subcommand(1);
-  addAddressCommand(tool, *ip, "normalise", "Print an address in its one text form.", "TEXT",
+  Command& ip = tool.addGroup(tool.command, "ip", "Check, normalise or resolve an address.");
+  addAddressCommand(tool, ip, "normalise", "Print an address in its one text form.", "TEXT",
                     normalise);
-  addAddressCommand(tool, *ip, "check", "Show what each check says of a text.", "TEXT", check);
-  addAddressCommand(tool, *ip, "resolve", "Resolve a host name or address.", "TEXT", resolve);
-  addAddressCommand(tool, tool.app, "mac",
+  addAddressCommand(tool, ip, "check", "Show what each check says of a text.", "TEXT", check);
+  addAddressCommand(tool, ip, "resolve", "Resolve a host name or address.", "TEXT", resolve);
+  addAddressCommand(tool, tool.command, "mac",
                     "Print the MAC address of the interface that carries an IPv6 address.", "IPV6",
                     mac);
 }

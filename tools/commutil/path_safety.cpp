@@ -31,13 +31,12 @@ struct NameOptions {
 
 using Mapping = std::string (*)(const std::string&);
 
-void addMapping(Tool& tool, CLI::App& parent, const char* name, const char* purpose,
+void addMapping(Tool& tool, Command& parent, const char* name, const char* purpose,
                 Mapping mapping) {
   tool.add<NameOptions>(
       parent, name, purpose,
-      [](CLI::App& subcommand, NameOptions& options) {
-        addOperand(subcommand, "NAME", options.name, "The name");
-        addJsonFlag(subcommand, options.json);
+      [](Command& subcommand, NameOptions& options) {
+        subcommand.arguments = {operand("NAME", options.name, "The name"), jsonFlag(options.json)};
       },
       [mapping](const NameOptions& options) -> int {
         printText("name", mapping(options.name), options.json);
@@ -49,21 +48,25 @@ void addMapping(Tool& tool, CLI::App& parent, const char* name, const char* purp
 
 void addPathSafety(Tool& tool) {
   tool.add<CheckPathOptions>(
-      tool.app, "check-path",
+      tool.command, "check-path",
       "Tell whether a path has no \".\" or \"..\" piece and lies under a base, by text alone.",
-      [](CLI::App& subcommand, CheckPathOptions& options) {
-        addOperand(subcommand, "PATH", options.path, "The path");
-        subcommand.add_option("--base", options.base, "The directory; an empty one is above all")
-            ->required()
-            ->type_name("DIR");
-        addJsonFlag(subcommand, options.json);
+      [](Command& subcommand, CheckPathOptions& options) {
+        Argument path = operand("PATH", options.path, "The path");
+        path.completion = Completion::file;
+        subcommand.arguments = {std::move(path),
+                                {.name = "--base",
+                                 .value = &options.base,
+                                 .purpose = "The directory; an empty one is above all",
+                                 .valueName = "DIR",
+                                 .required = true,
+                                 .completion = Completion::directory},
+                                jsonFlag(options.json)};
       },
       checkPath);
-  CLI::App* const filename =
-      tool.app.add_subcommand("filename", "Map any name to a file name, and back.");
-  filename->require_subcommand(1);
-  addMapping(tool, *filename, "encode", "Escape what a file name cannot hold.",
+  Command& filename =
+      tool.addGroup(tool.command, "filename", "Map any name to a file name, and back.");
+  addMapping(tool, filename, "encode", "Escape what a file name cannot hold.",
              VexaCommonUtils::specialName2FileName);
-  addMapping(tool, *filename, "decode", "Turn the escapes back.",
+  addMapping(tool, filename, "decode", "Turn the escapes back.",
              VexaCommonUtils::fileName2SpecialName);
 }

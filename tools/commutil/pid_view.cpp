@@ -18,9 +18,9 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "os/handles.h"
 #include "output.h"
 #include "pipe.h"
-#include "platform/handles.h"
 
 namespace {
 

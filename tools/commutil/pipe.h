@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 
 /// Both ends of a pipe, not inherited by programs.
 struct Pipe {

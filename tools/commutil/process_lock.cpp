@@ -98,24 +98,27 @@ int lock(const LockOptions& options) {
 
 void addProcessLock(Tool& tool) {
   tool.add<LockOptions>(
-      tool.app, "lock",
+      tool.command, "lock",
       "Run a command under a lock between processes: lock NAME --dir DIR -- COMMAND...",
-      [&tool](CLI::App& subcommand, LockOptions& options) {
-        addOperand(subcommand, "NAME", options.name, "The lock's name");
-        subcommand
-            .add_option("--dir", options.directory,
-                        "Its directory below _APP_SHARE_DIR, with its own slashes: /lock/")
-            ->required()
-            ->type_name("DIR");
-        subcommand.add_option("--wait", options.wait, "Wait about N seconds for a held lock")
-            ->check(CLI::NonNegativeNumber)
-            ->type_name("N");
-        subcommand
-            .add_option("--message", options.message,
-                        "What to print each second; at most 1022 bytes")
-            ->type_name("TEXT");
-        subcommand.footer(kFooter);
-        tool.takeCommand(subcommand, options.command);
+      [](Command& subcommand, LockOptions& options) {
+        subcommand.arguments = {
+            operand("NAME", options.name, "The lock's name"),
+            {.name = "--dir",
+             .value = &options.directory,
+             .purpose = "Its directory below _APP_SHARE_DIR, with its own slashes: /lock/",
+             .valueName = "DIR",
+             .required = true},
+            {.name = "--wait",
+             .value = &options.wait,
+             .purpose = "Wait about N seconds for a held lock",
+             .valueName = "N",
+             .range = Range{.lowest = 0, .label = "NONNEGATIVE"}},
+            {.name = "--message",
+             .value = &options.message,
+             .purpose = "What to print each second; at most 1022 bytes",
+             .valueName = "TEXT"}};
+        subcommand.footer = kFooter;
+        subcommand.taken = &options.command;
       },
       lock);
 }

@@ -52,17 +52,20 @@ int escape(const EscapeOptions& options) {
 
 void addQueryText(Tool& tool) {
   tool.add<EscapeOptions>(
-      tool.app, "escape", "Make a text safe inside the SQL of the configured database.",
-      [](CLI::App& subcommand, EscapeOptions& options) {
-        CLI::Option_group* const use = subcommand.add_option_group("use");
-        use->add_flag("--update", options.update, "Double the quotes, for a string literal");
-        use->add_flag("--search", options.search, "Escape the wildcards, for a LIKE pattern");
-        use->add_option("--like", options.like,
-                        "Make a whole quoted LIKE operand with wildcards on this side")
-            ->check(CLI::IsMember({"none", "left", "right", "both"}));
-        use->require_option(1);
-        addOperand(subcommand, "TEXT", options.text, "The text");
-        addJsonFlag(subcommand, options.json);
+      tool.command, "escape", "Make a text safe inside the SQL of the configured database.",
+      [](Command& subcommand, EscapeOptions& options) {
+        subcommand.alternatives = {
+            {.name = "--update",
+             .value = &options.update,
+             .purpose = "Double the quotes, for a string literal"},
+            {.name = "--search",
+             .value = &options.search,
+             .purpose = "Escape the wildcards, for a LIKE pattern"},
+            {.name = "--like",
+             .value = &options.like,
+             .purpose = "Make a whole quoted LIKE operand with wildcards on this side",
+             .words = {"none", "left", "right", "both"}}};
+        subcommand.arguments = {operand("TEXT", options.text, "The text"), jsonFlag(options.json)};
       },
       escape);
 }

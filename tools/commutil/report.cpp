@@ -16,8 +16,8 @@
 
 #include "child_call.h"
 #include "explain.h"
+#include "os/handles.h"
 #include "output.h"
-#include "platform/handles.h"
 #include "settings/catalog.h"
 #include "settings/paths.h"
 #include "tool.h"
@@ -223,14 +223,19 @@ int run(const ReportOptions& given) {
 
 void addReport(Tool& tool) {
   tool.add<ReportOptions>(
-      tool.app, "report", "Show every environment variable, file, answer and what decided it.",
-      [&tool](CLI::App& subcommand, ReportOptions& options) {
+      tool.command, "report", "Show every environment variable, file, answer and what decided it.",
+      [&tool](Command& subcommand, ReportOptions& options) {
         addViewOptions(tool, subcommand, options);
-        subcommand
-            .add_option("--diff", options.saved,
-                        "Compare with a report saved with --json; exit code 1 if they differ")
-            ->type_name("FILE");
-        subcommand.add_option("--diff-descriptor", options.descriptor)->group("");
+        subcommand.arguments.push_back(
+            {.name = "--diff",
+             .value = &options.saved,
+             .purpose = "Compare with a report saved with --json; exit code 1 if they differ",
+             .valueName = "FILE",
+             .completion = Completion::file});
+        subcommand.arguments.push_back({.name = "--diff-descriptor",
+                                        .value = &options.descriptor,
+                                        .purpose = "",
+                                        .hidden = true});
       },
       run);
 }

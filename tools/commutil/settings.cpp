@@ -1,9 +1,8 @@
 #include "settings.h"
 
 void addSettings(Tool& tool) {
-  CLI::App* const settings =
-      tool.app.add_subcommand("settings", "Show, check and change settings of the settings store.");
-  settings->require_subcommand(1);
+  Command& settings = tool.addGroup(tool.command, "settings",
+                                    "Show, check and change settings of the settings store.");
   for (const auto add : {addSettingsShow, addSettingsCheck, addSettingsWrite, addSettingsImport})
-    add(tool, *settings);
+    add(tool, settings);
 }

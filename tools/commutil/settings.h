@@ -3,7 +3,7 @@
 #include "tool.h"
 
 // The subcommands of settings, each from the source of its name.
-void addSettingsShow(Tool& tool, CLI::App& settings);
-void addSettingsCheck(Tool& tool, CLI::App& settings);
-void addSettingsWrite(Tool& tool, CLI::App& settings);
-void addSettingsImport(Tool& tool, CLI::App& settings);
+void addSettingsShow(Tool& tool, Command& settings);
+void addSettingsCheck(Tool& tool, Command& settings);
+void addSettingsWrite(Tool& tool, Command& settings);
+void addSettingsImport(Tool& tool, Command& settings);

@@ -65,11 +65,13 @@ void printChanges(const std::string& file, const std::vector<settings::Effect>& 
 
 }  // namespace
 
-void addChangeOptions(CLI::App& subcommand, ChangeOptions& options) {
-  subcommand
-      .add_option("--wait", options.wait, "Wait at most N seconds for another writer (default 10)")
-      ->type_name("N");
-  addJsonFlag(subcommand, options.json);
+void addChangeOptions(Command& subcommand, ChangeOptions& options) {
+  subcommand.arguments.push_back(
+      {.name = "--wait",
+       .value = &options.wait,
+       .purpose = "Wait at most N seconds for another writer (default 10)",
+       .valueName = "N"});
+  subcommand.arguments.push_back(jsonFlag(options.json));
 }
 
 int changeSettings(const settings::Target::Plan& plan, const ChangeOptions& options) {

@@ -16,7 +16,7 @@ struct ChangeOptions {
 };
 
 /// Adds --wait and --json.
-void addChangeOptions(CLI::App& subcommand, ChangeOptions& options);
+void addChangeOptions(Command& subcommand, ChangeOptions& options);
 
 /// Makes the changes of `plan` and prints each with the old and the new value, and where.
 /// Returns the exit code.

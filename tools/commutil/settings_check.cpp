@@ -9,6 +9,7 @@
 #include "settings.h"
 #include "settings/accepted.h"
 #include "settings_store/read_file.h"
+#include "settings_store/snapshot_text.h"
 
 namespace {
 
@@ -87,20 +88,25 @@ std::vector<SettingProblem> checkDocument(const settings::DocumentText& document
 
 settings::DocumentText readDocument(const std::string& path) {
   try {
-    return settings::DocumentText(path == "-" ? readInput() : readText(path));
+    return settings::DocumentText(settings::asDocument(path == "-" ? readInput() : readText(path)));
   } catch (const settings::MalformedDocument& error) {
     throw std::runtime_error(path + ":" + error.what());
   }
 }
 
-void addSettingsCheck(Tool& tool, CLI::App& settings) {
+Argument documentOperand(std::string& path) {
+  Argument argument = operand("FILE", path, "The document; - is standard input");
+  argument.completion = Completion::file;
+  return argument;
+}
+
+void addSettingsCheck(Tool& tool, Command& settings) {
   tool.add<CheckOptions>(
       settings, "check",
       "Check a settings document: names that the library does not know, values that it does not "
       "accept.",
-      [](CLI::App& subcommand, CheckOptions& options) {
-        addOperand(subcommand, "FILE", options.path, "The document; - is standard input");
-        addJsonFlag(subcommand, options.json);
+      [](Command& subcommand, CheckOptions& options) {
+        subcommand.arguments = {documentOperand(options.path), jsonFlag(options.json)};
       },
       check);
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "settings_store/document_text.h"
+#include "tool.h"
 
 // A settings document against the catalog.
 
@@ -31,3 +32,6 @@ std::vector<SettingProblem> checkDocument(const settings::DocumentText& document
 /// Reads the settings document at `path`, "-" for standard input.
 /// @throws std::runtime_error
 settings::DocumentText readDocument(const std::string& path);
+
+/// The operand that names such a document.
+Argument documentOperand(std::string& path);

@@ -54,19 +54,25 @@ int exportAll(const NoOptions& /*options*/) {
 
 }  // namespace
 
-void addSettingsImport(Tool& tool, CLI::App& settings) {
+void addSettingsImport(Tool& tool, Command& settings) {
   tool.add<ImportOptions>(
       settings, "import", "Set every setting of a document in the reference store's document.",
-      [](CLI::App& subcommand, ImportOptions& options) {
-        addOperand(subcommand, "FILE", options.path, "The document; - is standard input");
-        subcommand.add_flag("--prune", options.prune, "Remove the settings that FILE lacks");
-        subcommand.add_flag("--dry-run", options.dryRun, "Only print what would change");
-        subcommand.add_flag("--force", options.force,
-                            "Write names and values that the library does not know");
+      [](Command& subcommand, ImportOptions& options) {
+        subcommand.arguments = {
+            documentOperand(options.path),
+            {.name = "--prune",
+             .value = &options.prune,
+             .purpose = "Remove the settings that FILE lacks"},
+            {.name = "--dry-run",
+             .value = &options.dryRun,
+             .purpose = "Only print what would change"},
+            {.name = "--force",
+             .value = &options.force,
+             .purpose = "Write names and values that the library does not know"}};
         addChangeOptions(subcommand, options);
       },
       importFile);
   tool.add<NoOptions>(
       settings, "export", "Print the reference store's settings as the document that import takes.",
-      [](CLI::App&, NoOptions&) {}, exportAll);
+      [](Command&, NoOptions&) {}, exportAll);
 }

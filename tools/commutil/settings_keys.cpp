@@ -51,3 +51,10 @@ std::vector<std::string> allSettingKeys(const std::optional<std::string>& app) {
   }
   return keys;
 }
+
+Argument appOption(std::optional<std::string>& app) {
+  return {.name = "--app",
+          .value = &app,
+          .purpose = "The application's branch, not the shared one",
+          .valueName = "NAME"};
+}

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tool.h"
+
 // The keys that an operator names.
 
 /// Returns the whole key of `name`: itself if it has a "/", else the key of the parameter `name` in
@@ -14,3 +16,6 @@ std::string settingKey(const std::string& name, const std::optional<std::string>
 /// Returns the keys of every parameter of the catalog: in the branch `app`, or of APP_NAME, if
 /// there is one, then in the shared branch.
 std::vector<std::string> allSettingKeys(const std::optional<std::string>& app);
+
+/// The option --app that both take.
+Argument appOption(std::optional<std::string>& app);

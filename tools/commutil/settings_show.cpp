@@ -109,18 +109,18 @@ int show(const ShowOptions& options) {
 
 }  // namespace
 
-void addSettingsShow(Tool& tool, CLI::App& settings) {
+void addSettingsShow(Tool& tool, Command& settings) {
   tool.add<ShowOptions>(
       settings, "show",
       "Print a setting, those of a GROUP/, or every setting that the library reads.",
-      [](CLI::App& subcommand, ShowOptions& options) {
-        subcommand
-            .add_option("NAME", options.name,
-                        "A key, a parameter such as ListenAllIp, or a group with \"/\" at its end")
-            ->type_name("");
-        subcommand.add_option("--app", options.app, "The application's branch, not the shared one")
-            ->type_name("NAME");
-        addJsonFlag(subcommand, options.json);
+      [](Command& subcommand, ShowOptions& options) {
+        subcommand.arguments = {
+            {.name = "NAME",
+             .value = &options.name,
+             .purpose = "A key, a parameter such as ListenAllIp, or a group with \"/\" at its end",
+             .completion = Completion::setting},
+            appOption(options.app),
+            jsonFlag(options.json)};
       },
       show);
 }

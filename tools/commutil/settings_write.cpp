@@ -43,29 +43,32 @@ int erase(const SettingOptions& options) {
   return changeSettings(plan, options);
 }
 
-void addName(CLI::App& subcommand, SettingOptions& options) {
-  addOperand(subcommand, "KEY", options.name, "A key, or a parameter such as ListenAllIp");
-  subcommand.add_option("--app", options.app, "The application's branch, not the shared one")
-      ->type_name("NAME");
+Argument keyOperand(SettingOptions& options) {
+  Argument key = operand("KEY", options.name, "A key, or a parameter such as ListenAllIp");
+  key.completion = Completion::setting;
+  return key;
 }
 
 }  // namespace
 
-void addSettingsWrite(Tool& tool, CLI::App& settings) {
+void addSettingsWrite(Tool& tool, Command& settings) {
   tool.add<SettingOptions>(
       settings, "put", "Set a setting in the reference store's document.",
-      [](CLI::App& subcommand, SettingOptions& options) {
-        addName(subcommand, options);
-        addOperand(subcommand, "VALUE", options.value, "Its new value");
-        subcommand.add_flag("--force", options.force,
-                            "Write a name or value that the library does not know");
+      [](Command& subcommand, SettingOptions& options) {
+        subcommand.arguments = {
+            keyOperand(options),
+            appOption(options.app),
+            operand("VALUE", options.value, "Its new value"),
+            {.name = "--force",
+             .value = &options.force,
+             .purpose = "Write a name or value that the library does not know"}};
         addChangeOptions(subcommand, options);
       },
       put);
   tool.add<SettingOptions>(
       settings, "delete", "Remove a setting from the reference store's document.",
-      [](CLI::App& subcommand, SettingOptions& options) {
-        addName(subcommand, options);
+      [](Command& subcommand, SettingOptions& options) {
+        subcommand.arguments = {keyOperand(options), appOption(options.app)};
         addChangeOptions(subcommand, options);
       },
       erase);

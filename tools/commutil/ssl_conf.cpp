@@ -199,14 +199,16 @@ int sslConf(const SslConfOptions& options) {
 
 void addSslConf(Tool& tool) {
   tool.add<SslConfOptions>(
-      tool.app, "ssl-conf",
+      tool.command, "ssl-conf",
       "Show what the SSL option file of this instance would be, and why; write it with --write.",
-      [](CLI::App& subcommand, SslConfOptions& options) {
-        subcommand.add_flag("--write", options.write, "Write the file");
-        subcommand.add_flag("--force", options.force,
-                            "Write it even from an unreliable store or with unknown values");
-        subcommand.add_flag("--show", options.show, "Print only the file's text");
-        addJsonFlag(subcommand, options.json);
+      [](Command& subcommand, SslConfOptions& options) {
+        subcommand.arguments = {
+            {.name = "--write", .value = &options.write, .purpose = "Write the file"},
+            {.name = "--force",
+             .value = &options.force,
+             .purpose = "Write it even from an unreliable store or with unknown values"},
+            {.name = "--show", .value = &options.show, .purpose = "Print only the file's text"},
+            jsonFlag(options.json)};
       },
       sslConf);
 }

@@ -1,57 +1,54 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
-#include <functional>
-#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "arguments.h"
 
 /// The exit codes of every subcommand that does not document more.
 enum ExitCode : int { kOk = 0, kNo = 1, kWrongUse = 2 };
 
-/// The command line, and what the chosen subcommand does once the whole of it is understood.
-struct Tool {
-  CLI::App app{"Shows on a live host what a service gets from the common utility library.",
-               "commutil"};
-  std::function<int()> action;
-  std::vector<std::string> commandLine;  ///< the whole command line, the command's name first
+/// The command with all its subcommands, and the command line that it was started with.
+class Tool {
+ public:
+  explicit Tool(std::vector<std::string> words);
+  Tool(const Tool&) = delete;
+  Tool& operator=(const Tool&) = delete;
 
-  /// Adds a subcommand below `parent`. Its values live in an `Options` that `configure(subcommand,
-  /// options)` binds to its options and that `run(options)`, which returns the exit code, reads.
-  template <class Options, class Configure, class Run>
-  CLI::App* add(CLI::App& parent, const char* name, const char* purpose, Configure configure,
-                Run run) {
+  /// Adds a subcommand below `parent`. Its values live in an `Options` whose members
+  /// `describe(subcommand, options)` makes the destinations of its arguments, and which
+  /// `run(options)` reads.
+  template <class Options, class Describe, class Run>
+  Command& add(Command& parent, const char* name, const char* purpose, Describe describe, Run run) {
     const auto options = std::make_shared<Options>();
-    CLI::App* const subcommand = parent.add_subcommand(name, purpose);
-    configure(*subcommand, *options);
-    subcommand->callback([this, options, run] { action = [=] { return run(*options); }; });
+    Command& subcommand = addGroup(parent, name, purpose);
+    describe(subcommand, *options);
+    subcommand.run = [options, run] { return run(*options); };
     return subcommand;
   }
 
-  /// Lets `subcommand` be followed by "--" and the words of a command, which go to `words`.
-  void takeCommand(CLI::App& subcommand, std::vector<std::string>& words) {
-    m_takers[subcommand.get_name()] = &words;
+  /// Adds a subcommand that only holds others.
+  static Command& addGroup(Command& parent, const char* name, const char* purpose) {
+    Command& group = parent.subcommands.emplace_back();
+    group.name = name;
+    group.purpose = purpose;
+    return group;
   }
 
-  /// Parses the command line. The words of a command never pass through the parser, which would
-  /// take some of them apart.
-  /// @throws CLI::ParseError for wrong use, help and version
-  void parse(int argc, char** argv);
+  /// Parses the command line and runs what it asks for. Returns the exit code.
+  int runCommandLine();
 
-  /// Prints the help of the subcommand that `words` name. Returns the exit code.
-  int printHelp(const std::vector<std::string>& words) const;
-
- private:
-  std::map<std::string, std::vector<std::string>*> m_takers;
+  Command command;
+  const std::vector<std::string> words;  ///< the command line, the command's name first
 };
 
-/// Adds the option that chooses between plain text and JSON.
-void addJsonFlag(CLI::App& subcommand, bool& json);
+/// The option that chooses between plain text and JSON.
+Argument jsonFlag(bool& json);
 
-/// Adds a required operand: a word of the command line that is no option.
-void addOperand(CLI::App& subcommand, const char* name, std::string& value, const char* purpose);
+/// A required operand: a word of the command line that is no option.
+Argument operand(const char* name, std::string& value, const char* purpose);
 
 // The families' subcommands, each from the source of its name.
 void addBase64(Tool& tool);
@@ -59,7 +56,6 @@ void addCheck(Tool& tool);
 void addCommand(Tool& tool);
 void addExpand(Tool& tool);
 void addExplain(Tool& tool);
-void addHelp(Tool& tool);
 void addIdentifiers(Tool& tool);
 void addNetwork(Tool& tool);
 void addPathSafety(Tool& tool);

@@ -57,11 +57,10 @@ int unsafeWord(const UnsafeWordOptions& options) {
 
 void addUnsafeWord(Tool& tool) {
   tool.add<UnsafeWordOptions>(
-      tool.app, "unsafe-word",
+      tool.command, "unsafe-word",
       "Tell whether a text has one of the unsafe words of secure.cfg, and which.",
-      [](CLI::App& subcommand, UnsafeWordOptions& options) {
-        addOperand(subcommand, "TEXT", options.text, "The text");
-        addJsonFlag(subcommand, options.json);
+      [](Command& subcommand, UnsafeWordOptions& options) {
+        subcommand.arguments = {operand("TEXT", options.text, "The text"), jsonFlag(options.json)};
       },
       unsafeWord);
 }

@@ -4,24 +4,30 @@
 
 #include "pid_view.h"
 
-void addViewOptions(Tool& tool, CLI::App& subcommand, ViewOptions& options) {
-  constexpr double kLongest = 3600;
-  addJsonFlag(subcommand, options.json);
-  subcommand
-      .add_option("--timeout", options.timeout,
-                  "Seconds after which a call counts as hanging; 2 unless given")
-      ->check(CLI::Range(0.001, kLongest))
-      ->type_name("SECONDS");
-  subcommand
-      .add_option_function<int>(
-          "--pid", [&options](int pid) { options.pid = pid; },
-          "Show the view of this running process: its user, working directory and the environment "
-          "it was started with")
-      ->check(CLI::PositiveNumber)
-      ->type_name("N");
-  subcommand.add_option("--switched-view", options.switchedView)->group("");
-  subcommand.add_option("--switched-start", options.switchedStart)->group("");
-  subcommand.parse_complete_callback([&tool, &options] { options.commandLine = tool.commandLine; });
+void addViewOptions(const Tool& tool, Command& subcommand, ViewOptions& options) {
+  options.commandLine = tool.words;
+  for (Argument& argument : std::vector<Argument>{
+           jsonFlag(options.json),
+           {.name = "--timeout",
+           .value = &options.timeout,
+           .purpose = "Seconds after which a call counts as hanging; 2 unless given",
+           .valueName = "SECONDS",
+           .range = Range{.lowest = 0.001, .highest = 3600}},
+           {.name = "--pid",
+           .value = &options.pid,
+           .purpose = "Show the view of this running process: its user, working directory and the "
+                      "environment it was started with",
+           .valueName = "N",
+           .range = Range{.lowest = std::numeric_limits<double>::min(), .label = "POSITIVE"}},
+           {.name = "--switched-view",
+           .value = &options.switchedView,
+           .purpose = "",
+           .hidden = true},
+           {.name = "--switched-start",
+           .value = &options.switchedStart,
+           .purpose = "",
+           .hidden = true}})
+    subcommand.arguments.push_back(std::move(argument));
 }
 
 std::chrono::milliseconds timeoutOf(const ViewOptions& options) {

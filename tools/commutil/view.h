@@ -24,7 +24,7 @@ struct ViewOptions {
 };
 
 /// Adds --json, --timeout and --pid.
-void addViewOptions(Tool& tool, CLI::App& subcommand, ViewOptions& options);
+void addViewOptions(const Tool& tool, Command& subcommand, ViewOptions& options);
 
 /// The deadline of a call.
 std::chrono::milliseconds timeoutOf(const ViewOptions& options);

@@ -13,7 +13,7 @@
 #include <map>
 #include <vector>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "settings/facts.h"
 
 namespace settings {

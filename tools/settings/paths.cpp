@@ -85,7 +85,8 @@ UrlPath settingsDocumentOfUrl(const Environment& environment) {
   const std::string url = valueOf(environment, "SETTINGREST_URL");
   if (url.empty()) return {};
   std::string_view rest = url;
-  if (!consume(rest, "file://")) {
+  const bool isSnapshot = consume(rest, "snapshot://");
+  if (!isSnapshot && !consume(rest, "file://")) {
     const std::size_t scheme = url.find("://");
     if (scheme == std::string::npos || scheme == 0)
       return {{}, "has no scheme; write it as file:///path"};
@@ -93,10 +94,11 @@ UrlPath settingsDocumentOfUrl(const Environment& environment) {
   }
   consume(rest, "localhost");
   const std::optional<std::string> path = percentDecoded(rest);
-  if (!path) return {{}, "has a wrong % escape; write it as file:///path"};
-  if (path->empty() || path->front() != '/')
-    return {{}, "has no absolute path; write it as file:///path"};
-  return {*path, {}};
+  const std::string remedy =
+      std::string("; write it as ") + (isSnapshot ? "snapshot" : "file") + ":///path";
+  if (!path) return {{}, "has a wrong % escape" + remedy};
+  if (path->empty() || path->front() != '/') return {{}, "has no absolute path" + remedy};
+  return {*path, {}, isSnapshot};
 }
 
 std::string settingsDocument(const Facts& facts) {

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <system_error>
 
-#include "platform/file_io.h"
-#include "platform/handles.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 #include "settingrest/snapshot_format.h"
 
 namespace settings {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <system_error>
 
-#include "platform/file_io.h"
-#include "platform/handles.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 #include "settings_snapshot/snapshot.h"
 
 namespace settings {

@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "platform/file_io.h"
-#include "platform/handles.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 
 namespace settings {
 namespace {

@@ -5,6 +5,7 @@
 #include "settingrest/location.h"
 #include "settings/catalog.h"
 #include "settings_store/file_target.h"
+#include "settings_store/snapshot_target.h"
 
 namespace settings {
 namespace {
@@ -20,17 +21,17 @@ std::string newDocument() {
       "COMMON_LIB_PATH is set");
 }
 
-std::string documentPath() {
-  const std::optional<settingrest::Location> location = settingrest::findLocation();
-  if (!location) return newDocument();
-  if (!location->isUrl) return location->text;
-  const std::optional<std::string> path = settingrest::filePath(location->text);
-  if (path) return *path;
-  throw std::runtime_error("SETTINGREST_URL: no settings can be written to " + location->text);
-}
-
 }  // namespace
 
-std::unique_ptr<Target> openTarget() { return std::make_unique<FileTarget>(documentPath()); }
+std::unique_ptr<Target> openTarget() {
+  const std::optional<settingrest::Location> location = settingrest::findLocation();
+  if (!location) return std::make_unique<FileTarget>(newDocument());
+  if (!location->isUrl) return std::make_unique<FileTarget>(location->text);
+  if (const auto path = settingrest::filePath(location->text))
+    return std::make_unique<FileTarget>(*path);
+  if (const auto path = settingrest::snapshotPath(location->text))
+    return std::make_unique<SnapshotTarget>(*path);
+  throw std::runtime_error("SETTINGREST_URL: no settings can be written to " + location->text);
+}
 
 }  // namespace settings

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "settings_store/target.h"
 
 namespace settings {

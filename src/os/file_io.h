@@ -1,0 +1,61 @@
+#pragma once
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+#include <string_view>
+
+#include "os/handles.h"
+
+// Reading and writing through descriptors, regardless of signals.
+
+namespace commutil {
+
+/// Calls `transfer`, such as read(2) or write(2), until no signal interrupts it.
+template <class Transfer>
+ssize_t uninterrupted(const Transfer& transfer) {
+  ssize_t count = 0;
+  do {
+    count = transfer();
+  } while (count < 0 && errno == EINTR);
+  return count;
+}
+
+/// Appends the rest of the file to `text`. Returns whether the end was reached; after a failed read
+/// what came before it stays appended. Reads into the string itself, because callers' stacks may be
+/// small.
+inline bool readAll(int fd, std::string& text) {
+  constexpr std::size_t kLeastRoom = 4096;
+  std::size_t size = text.size();
+  while (true) {
+    if (size == text.size()) text.resize(size + std::max(size, kLeastRoom));
+    const ssize_t count =
+        uninterrupted([&] { return ::read(fd, text.data() + size, text.size() - size); });
+    if (count <= 0) {
+      text.resize(size);
+      return count == 0;
+    }
+    size += static_cast<std::size_t>(count);
+  }
+}
+
+/// Writes all of `bytes`. Returns whether it could.
+inline bool writeAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = uninterrupted([&] { return ::write(fd, bytes.data(), bytes.size()); });
+    if (count <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+/// Closes a written file. Returns false if a write failed: some file systems report that only here.
+/// The descriptor is closed in either case, after an interruption too.
+inline bool closeWritten(Descriptor& file) {
+  return ::close(file.release()) == 0 || errno == EINTR;
+}
+
+}  // namespace commutil

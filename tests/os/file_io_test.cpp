@@ -1,0 +1,93 @@
+#include "os/file_io.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/fixtures.h"
+
+namespace {
+
+using commutil::closeWritten;
+using commutil::Descriptor;
+using commutil::readAll;
+using commutil::uninterrupted;
+using commutil::writeAll;
+using commutil_test::TempDir;
+
+struct Answer {
+  ssize_t count;
+  int error;
+};
+
+TEST(Uninterrupted, CallsAgainAfterASignalOnly) {
+  struct Row {
+    std::vector<Answer> answers;
+    ssize_t count;
+    std::size_t calls;
+  };
+  for (const Row& row : {Row{{{5, 0}}, 5, 1}, Row{{{0, EINTR}}, 0, 1}, Row{{{-1, EIO}}, -1, 1},
+                         Row{{{-1, EINTR}, {-1, EINTR}, {7, 0}}, 7, 3},
+                         Row{{{-1, EINTR}, {-1, EAGAIN}, {7, 0}}, -1, 2}}) {
+    std::size_t calls = 0;
+    const ssize_t count = uninterrupted([&] {
+      const Answer& answer = row.answers[calls++];
+      errno = answer.error;
+      return answer.count;
+    });
+    EXPECT_EQ(row.count, count);
+    EXPECT_EQ(row.calls, calls);
+  }
+}
+
+TEST(ReadAll, AppendsWhatIsLeftOfAnySize) {
+  const TempDir dir;
+  for (const std::size_t size : {0U, 1U, 65'536U, 1'000'000U}) {
+    std::string bytes(size, 'x');
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i % 251);
+    const Descriptor file(::open(dir.write("file", "ab" + bytes).c_str(), O_RDONLY));
+    ASSERT_EQ(1, ::lseek(file.get(), 1, SEEK_SET));
+    std::string text = "before";
+    EXPECT_TRUE(readAll(file.get(), text));
+    EXPECT_TRUE(text == "beforeb" + bytes) << size;
+  }
+}
+
+TEST(ReadAll, SaysWhenItCannot) {
+  const TempDir dir;
+  const Descriptor folder(::open(dir.path().c_str(), O_RDONLY));
+  std::string text = "before";
+  EXPECT_FALSE(readAll(folder.get(), text));
+  EXPECT_FALSE(readAll(-1, text));
+  EXPECT_EQ("before", text);
+}
+
+TEST(WriteAll, WritesEveryByte) {
+  const TempDir dir;
+  for (const std::size_t size : {0U, 1U, 1'000'000U}) {
+    const std::string bytes(size, '\0');
+    const Descriptor file(::open((dir / "file").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600));
+    EXPECT_TRUE(writeAll(file.get(), bytes));
+    EXPECT_EQ(bytes, commutil_test::readFile(dir / "file"));
+  }
+}
+
+TEST(WriteAll, SaysWhenItCannot) {
+  const Descriptor full(::open("/dev/full", O_WRONLY));
+  EXPECT_FALSE(writeAll(full.get(), "x"));
+  EXPECT_FALSE(writeAll(-1, "x"));
+  EXPECT_TRUE(writeAll(-1, "")) << "nothing to write";
+}
+
+TEST(CloseWritten, ClosesOnce) {
+  Descriptor file(::open("/dev/null", O_WRONLY));
+  const int fd = file.get();
+  EXPECT_TRUE(closeWritten(file));
+  EXPECT_FALSE(file);
+  EXPECT_EQ(-1, ::fcntl(fd, F_GETFD));
+  EXPECT_FALSE(closeWritten(file)) << "nothing to close";
+}
+
+}  // namespace

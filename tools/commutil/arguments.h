@@ -1,0 +1,81 @@
+#pragma once
+
+#include <functional>
+#include <limits>
+#include <list>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+// The command line as data: the subcommands with their options and operands. Help, completion and
+// the man page are made of it. Only arguments.cpp knows the parser, which takes long to compile.
+
+/// Where a value goes. Its type decides which texts are accepted; a bool is a flag.
+using Destination =
+    std::variant<bool*, int*, unsigned*, long*, double*, std::string*, std::optional<int>*,
+                 std::optional<std::string>*, std::vector<std::string>*>;
+
+/// The numbers that are accepted. The help shows `label` unless the value has a name.
+struct Range {
+  double lowest = std::numeric_limits<double>::lowest();
+  double highest = std::numeric_limits<double>::max();
+  const char* label = "";
+};
+
+/// What a shell offers for a value.
+enum class Completion { nothing, file, directory, answer, setting, subcommand };
+
+/// An option ("--wait") or an operand ("KEY").
+struct Argument {
+  std::string name;
+  Destination value;
+  std::string purpose;
+  std::string valueName{};  ///< "N"
+  bool required = false;
+  bool hidden = false;               ///< from help and completion
+  std::vector<std::string> words{};  ///< if not empty: the only values that are accepted
+  std::optional<Range> range{};
+  std::function<std::string(const std::string&)> problemOf{};  ///< returns "" for a good value
+  Completion completion = Completion::nothing;
+
+  bool isOption() const { return name.front() == '-'; }
+  bool isFlag() const { return std::holds_alternative<bool*>(value); }
+};
+
+/// The command itself or a subcommand.
+struct Command {
+  std::string name;
+  std::string purpose;
+  std::string footer{};
+  std::vector<Argument> arguments{};     ///< in the order of the help
+  std::vector<Argument> alternatives{};  ///< options of which exactly one is given
+  std::list<Command> subcommands{};      ///< if not empty: one of them is chosen
+  std::vector<std::string>* taken{};     ///< takes the command that follows "--"
+  std::function<int()> run{};            ///< returns the exit code
+
+  /// Returns the subcommand `word`, null if there is none.
+  const Command* find(const std::string& word) const;
+};
+
+/// A command line that fits no subcommand; what() says why.
+class WrongUse : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// What a command line asks for.
+struct Invocation {
+  const Command* command;  ///< to run, its values are set; null for help and the version
+  std::string text;        ///< to print instead
+};
+
+/// Parses `words`, the first of which is the command's name.
+/// @throws WrongUse
+Invocation parse(const Command& root, const std::string& version,
+                 const std::vector<std::string>& words);
+
+/// Returns the help of the subcommand of `root` that `path` names.
+/// @throws WrongUse if there is none
+std::string helpOf(const Command& root, const std::vector<std::string>& path);
