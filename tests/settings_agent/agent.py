@@ -107,7 +107,7 @@ class Agent:
     def start(self, *words, environment=None):
         with open(self.log, 'ab') as log:
             self.process = subprocess.Popen(
-                [*self.wrapper, self.program, '--config', str(self.configuration), 'sync', *words],
+                [*self.wrapper, self.program, 'sync', '--config', str(self.configuration), *words],
                 stderr=log, stdout=log, env=dict(os.environ, **(environment or {})))
 
     def kill(self):
@@ -125,7 +125,7 @@ class Agent:
 
     def run(self, *words, input=None, timeout=60):
         """Runs an operator's command with this configuration."""
-        return subprocess.run([self.program, '--config', str(self.configuration), *words],
+        return subprocess.run([self.program, *words, '--config', str(self.configuration)],
                               capture_output=True, text=True, input=input, timeout=timeout)
 
     def text(self):

@@ -21,7 +21,7 @@
 #include "commutil-settings/status.h"
 #include "commutil-settings/systemd_notify.h"
 #include "commutil-settings/write_schedule.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "support/fixtures.h"
 
 namespace {

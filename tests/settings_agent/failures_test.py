@@ -1,56 +1,13 @@
 #!/usr/bin/env python3
 """What services see, and what the agent says, when a cluster fails: on a real cluster."""
 
-import pathlib
 import shutil
-import tempfile
 import time
 import unittest
 
-from agent import PREFIX, SERVERS, Agent, Lookups, wait_value
-from cluster import PROGRESS, Cluster, wait_until
-
-KEY = PREFIX + 'ListenAllIp'
-OTHER = PREFIX + 'SSLVersion'
-SILENCE = 2.5 * PROGRESS
-MEMORY = '/dev/shm'  # the members write to their disks often: others' work would slow them down
-
-
-class ClusterTest(unittest.TestCase):
-    """A cluster of three members with one setting, of which each test may break what it likes."""
-
-    cluster_options = {}
-
-    def setUp(self):
-        self.directory = pathlib.Path(tempfile.mkdtemp(prefix='commutil-cluster-', dir=MEMORY))
-        self.addCleanup(shutil.rmtree, self.directory, ignore_errors=True)
-        self.cluster = self.new_cluster('cluster', **self.cluster_options)
-        self.cluster.put(KEY, 'enable')
-
-    def new_cluster(self, name, **options):
-        cluster = Cluster(self.directory / name, SERVERS, **options)
-        self.addCleanup(cluster.stop)
-        cluster.start()
-        return cluster
-
-    def new_agent(self, name='host', cluster=None, start=True, **options):
-        agent = Agent(self.directory / name, cluster or self.cluster, **options)
-        self.addCleanup(agent.kill)
-        if start:
-            agent.start()
-            agent.wait_watching()
-        return agent
-
-    def new_service(self, agent):
-        service = agent.service()
-        self.addCleanup(service.__exit__)
-        return service
-
-    def member_of(self, agent, since=0):
-        """Returns the member that the agent watches, and the others."""
-        match = agent.wait_log(r'(?s).*(?:watching from|resumed at) revision \d+ on (\S+)', since)
-        watched = next(m for m in self.cluster.members if m.url == match.group(1))
-        return watched, [m for m in self.cluster.members if m is not watched]
+from agent import Lookups, wait_value
+from cluster import wait_until
+from cluster_case import KEY, OTHER, SILENCE, ClusterTest
 
 
 class Members(ClusterTest):

@@ -31,7 +31,8 @@ class ClusterSynchronizer : public Synchronizer {
         m_keeper(keeper),
         m_gateway(configuration),
         m_state(syncOptions(configuration, options),
-                EndpointChooser(configuration.endpoints, hostSeed()), processRandom()) {}
+                EndpointChooser(configuration.endpoints, hostSeed(configuration.snapshotPath)),
+                processRandom()) {}
 
   void start(Time now) override {
     m_now = now;

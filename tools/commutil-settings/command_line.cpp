@@ -1,145 +1,154 @@
 #include "commutil-settings/command_line.h"
 
-#include <VexaVersion.h>
-#include <CLI/CLI.hpp>
-
-#include <cstdio>
-
 namespace agent {
 namespace {
 
-constexpr int kWrongUse = 2;
 constexpr const char* kFooter =
     "Exit codes: 0 ok; 1 the answer is no or the operation failed; 2 wrong use.\n"
     "A text that begins with \"-\" is given behind \"--\".";
 
-class Parser {
+/// The arguments that several subcommands have.
+class Arguments {
  public:
-  Parser() {
-    m_app.require_subcommand(1);
-    m_app.set_version_flag("--version", "commutil-settings " VEXA_COMMUTIL_VERSION);
-    m_app.footer(kFooter);
-    m_app
-        .add_option("--config", m_line.configuration,
-                    "The configuration file, instead of the one that COMMUTIL_SETTINGS_CONF names "
-                    "or /etc/commutil/settings.conf")
-        ->type_name("FILE");
-    m_app.fallthrough();
-    addSync();
-    addReading();
-    addWriting();
-    addRaiseEpoch();
-  }
+  explicit Arguments(CommandLine& line) : m_line(line) {}
 
-  CommandLine parse(int argc, char** argv) {
-    try {
-      m_app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-      m_line.exitCode = m_app.exit(request);
-      return m_line;
-    } catch (const CLI::ParseError& error) {
-      std::fprintf(stderr, "commutil-settings: %s\n", error.what());
-      m_line.exitCode = kWrongUse;
-      return m_line;
-    }
-    m_line.command = m_app.get_subcommands().front()->get_name();
-    return m_line;
+  Argument configuration() const {
+    return {.name = "--config",
+            .value = &m_line.configuration,
+            .purpose =
+                "The agent's configuration file, instead of the one that "
+                "COMMUTIL_SETTINGS_CONF names or /etc/commutil/settings.conf",
+            .valueName = "FILE",
+            .completion = Completion::file};
+  }
+  Argument json() const {
+    return {.name = "--json", .value = &m_line.json, .purpose = "Print one JSON document"};
+  }
+  Argument app() const {
+    return {.name = "--app",
+            .value = &m_line.app,
+            .purpose = "The application's branch, not the shared one",
+            .valueName = "NAME"};
+  }
+  Argument key(const char* purpose) const {
+    return {.name = "KEY",
+            .value = &m_line.name,
+            .purpose = purpose,
+            .required = true,
+            .completion = Completion::setting};
+  }
+  Argument force() const {
+    return {.name = "--force",
+            .value = &m_line.force,
+            .purpose = "Write a name or value that the library does not know"};
+  }
+  Argument dryRun() const {
+    return {
+        .name = "--dry-run", .value = &m_line.dryRun, .purpose = "Only print what would change"};
+  }
+  /// Taken because commutil passes it on; a cluster has no lock to wait for.
+  Argument wait() const {
+    return {.name = "--wait",
+            .value = &m_line.timeout,
+            .purpose = "Ignored: a cluster needs no lock",
+            .valueName = "N",
+            .hidden = true};
   }
 
  private:
-  CLI::App& add(const char* name, const char* purpose) {
-    return *m_app.add_subcommand(name, purpose);
-  }
-
-  void operand(CLI::App& command, const char* name, std::string& value, const char* purpose) {
-    command.add_option(name, value, purpose)->required()->type_name("");
-  }
-
-  void addJson(CLI::App& command) {
-    command.add_flag("--json", m_line.json, "Print one JSON document");
-  }
-
-  void addSync() {
-    CLI::App& command = add("sync", "Keep the snapshot of this host in sync, in the foreground.");
-    command.add_flag("--once", m_line.once, "End when the snapshot equals the cluster");
-    command.add_flag("--allow-empty", m_line.allowEmpty,
-                     "Let a cluster without settings replace a snapshot that has some");
-  }
-
-  void addReading() {
-    CLI::App& status =
-        add("status", "Print the state of the snapshot; 1 if it is stale or missing.");
-    status.add_option("--max-age", m_line.maxAge, "Stale when verified longer ago, such as 15m")
-        ->type_name("TIME");
-    addJson(status);
-    addJson(add("diff", "Compare the snapshot with the cluster; 1 if they differ."));
-    CLI::App& wait = add("wait", "Wait until services on this host read a revision.");
-    wait.add_option("--revision", m_line.revision, "The revision, which put prints")
-        ->required()
-        ->check(CLI::PositiveNumber)
-        ->type_name("N");
-    wait.add_option("--timeout", m_line.timeout, "Give up after S seconds (default 30)")
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("S");
-    CLI::App& show = add("show", "Print a setting of the cluster, or those of a GROUP/.");
-    operand(show, "KEY", m_line.name, "A key, a parameter such as ListenAllIp, or a GROUP/");
-    addApp(show);
-    addJson(show);
-    add("export", "Print all settings of the cluster as the document that import takes.");
-  }
-
-  void addApp(CLI::App& command) {
-    command.add_option("--app", m_line.app, "The application's branch, not the shared one")
-        ->type_name("NAME");
-  }
-
-  void addChange(CLI::App& command) {
-    command.add_flag("--dry-run", m_line.dryRun, "Print what would change");
-    // Accepted because commutil passes it on: the cluster needs no lock.
-    command.add_option("--wait", m_line.timeout, "Give up after S seconds (default 30)")
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("S");
-    addJson(command);
-  }
-
-  void addForce(CLI::App& command) {
-    command.add_flag("--force", m_line.force,
-                     "Write a name or value that the library does not know");
-  }
-
-  void addWriting() {
-    CLI::App& put = add("put", "Set a setting in the cluster.");
-    operand(put, "KEY", m_line.name, "A key, or a parameter such as ListenAllIp");
-    operand(put, "VALUE", m_line.value, "Its new value");
-    addApp(put);
-    addForce(put);
-    addChange(put);
-    CLI::App& erase = add("delete", "Remove a setting from the cluster.");
-    operand(erase, "KEY", m_line.name, "A key, or a parameter such as ListenAllIp");
-    addApp(erase);
-    addChange(erase);
-    CLI::App& import = add("import", "Set the settings of a document in the cluster.");
-    operand(import, "FILE", m_line.name, "The document; - is standard input");
-    import.add_flag("--prune", m_line.prune, "Delete the settings that the document lacks");
-    addForce(import);
-    addChange(import);
-  }
-
-  void addRaiseEpoch() {
-    CLI::App& command =
-        add("raise-epoch",
-            "On a relay, after the store was restored: let hosts take a lower revision.");
-    command.add_flag("--yes", m_line.yes, "Do not ask");
-  }
-
-  CommandLine m_line;
-  CLI::App m_app{
-      "Keeps the settings of this host in sync with a cluster, and changes the cluster's.",
-      "commutil-settings"};
+  CommandLine& m_line;
 };
+
+void add(Command& root, const char* name, const char* purpose, std::vector<Argument> arguments) {
+  Command& command = root.subcommands.emplace_back();
+  command.name = name;
+  command.purpose = purpose;
+  command.arguments = std::move(arguments);
+}
+
+void addHostCommands(Command& root, CommandLine& line) {
+  const Arguments common(line);
+  const Argument configuration = common.configuration();
+  add(root, "sync", "Keep the snapshot of this host in sync, in the foreground.",
+      {{.name = "--once", .value = &line.once, .purpose = "End when the snapshot is up to date"},
+       {.name = "--allow-empty",
+        .value = &line.allowEmpty,
+        .purpose = "Let a cluster without settings replace a snapshot that has some"},
+       configuration});
+  add(root, "status", "Print the state of the snapshot; 1 if it is stale or missing.",
+      {{.name = "--max-age",
+        .value = &line.maxAge,
+        .purpose = "Stale when verified longer ago, such as 15m",
+        .valueName = "TIME"},
+       common.json(),
+       configuration});
+  add(root, "wait", "Wait until services on this host read a revision.",
+      {{.name = "--revision",
+        .value = &line.revision,
+        .purpose = "The revision, which put prints",
+        .valueName = "N",
+        .required = true,
+        .range = Range{1, 9e18, "N"}},
+       {.name = "--timeout",
+        .value = &line.timeout,
+        .purpose = "Give up after S seconds (default 30)",
+        .valueName = "S",
+        .range = Range{0, 1e9, "S"}},
+       configuration});
+  add(root, "raise-epoch",
+      "On a relay, after the store was restored: let hosts take a lower revision.",
+      {{.name = "--yes", .value = &line.yes, .purpose = "Do not ask"}, configuration});
+}
+
+void addClusterCommands(Command& root, CommandLine& line) {
+  const Arguments common(line);
+  const Argument configuration = common.configuration();
+  add(root, "diff", "Compare the snapshot with the cluster; 1 if they differ.",
+      {common.json(), configuration});
+  add(root, "show", "Print a setting of the cluster, or those of a GROUP/.",
+      {common.key("A key, a parameter such as ListenAllIp, or a group with \"/\" at its end"),
+       common.app(), common.json(), configuration});
+  add(root, "export", "Print all settings of the cluster as the document that import takes.",
+      {configuration});
+  add(root, "put", "Set a setting in the cluster.",
+      {common.key("A key, or a parameter such as ListenAllIp"),
+       {.name = "VALUE", .value = &line.value, .purpose = "Its new value", .required = true},
+       common.app(),
+       common.force(),
+       common.dryRun(),
+       common.wait(),
+       common.json(),
+       configuration});
+  add(root, "delete", "Remove a setting from the cluster.",
+      {common.key("A key, or a parameter such as ListenAllIp"), common.app(), common.dryRun(),
+       common.wait(), common.json(), configuration});
+  add(root, "import", "Set the settings of a document in the cluster.",
+      {{.name = "FILE",
+        .value = &line.name,
+        .purpose = "The document; - is standard input",
+        .required = true,
+        .completion = Completion::file},
+       {.name = "--prune",
+        .value = &line.prune,
+        .purpose = "Delete the settings that the document lacks"},
+       common.force(),
+       common.dryRun(),
+       common.wait(),
+       common.json(),
+       configuration});
+}
 
 }  // namespace
 
-CommandLine parseCommandLine(int argc, char** argv) { return Parser().parse(argc, argv); }
+Command describeCommandLine(CommandLine& line) {
+  Command root;
+  root.name = "commutil-settings";
+  root.purpose =
+      "Keeps the settings of this host in sync with a cluster, and changes the cluster's.";
+  root.footer = kFooter;
+  addHostCommands(root, line);
+  addClusterCommands(root, line);
+  return root;
+}
 
 }  // namespace agent

@@ -1,17 +1,14 @@
 #pragma once
 
-#include <chrono>
-#include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "commutil/arguments.h"
 
 namespace agent {
 
 /// What the operator has typed.
 struct CommandLine {
-  std::string command;  ///< "sync", "status" and so on; "" if there is nothing more to do
-  int exitCode = 0;     ///< of the parser, if `command` is ""
   std::string configuration;
   bool json = false;
   bool force = false;
@@ -21,14 +18,14 @@ struct CommandLine {
   bool prune = false;
   bool yes = false;
   std::string maxAge;
-  std::int64_t revision = 0;
+  long revision = 0;
   double timeout = 30;  ///< s
   std::optional<std::string> app;
   std::string name;
   std::string value;
 };
 
-/// Parses the command line. Prints help, the version and what is wrong.
-CommandLine parseCommandLine(int argc, char** argv);
+/// Returns the subcommands, whose arguments go to `line`. What they run is left to the caller.
+Command describeCommandLine(CommandLine& line);
 
 }  // namespace agent

@@ -25,12 +25,12 @@ std::string machineId() {
 
 }  // namespace
 
-std::uint64_t hostSeed() {
+std::uint64_t hostSeed(const std::string& snapshotPath) {
   std::array<char, 256> name{};
   ::gethostname(name.data(), name.size() - 1);
   // FNV-1a: std::hash may differ between builds.
   std::uint64_t hash = 14695981039346656037U;
-  for (const char c : machineId() + name.data())
+  for (const char c : machineId() + name.data() + snapshotPath)
     hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
   return hash;
 }

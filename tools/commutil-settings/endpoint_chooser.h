@@ -13,8 +13,9 @@ namespace agent {
 /// Returns a number from 0 up to 1.
 using Random = std::function<double()>;
 
-/// Returns a number that differs between hosts and is the same after a restart.
-std::uint64_t hostSeed();
+/// Returns a number that differs between hosts, and between the snapshots of a host, and is the
+/// same after a restart.
+std::uint64_t hostSeed(const std::string& snapshotPath);
 
 /// Chooses one of several servers: in an order of this host's own, the same one until it fails.
 class EndpointChooser {

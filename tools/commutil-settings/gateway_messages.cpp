@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "platform/json_parse.h"
+#include "bytes/json_parse.h"
 
 namespace agent {
 namespace {

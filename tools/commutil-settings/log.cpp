@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/file_io.h"
+#include "os/file_io.h"
 
 namespace agent {
 

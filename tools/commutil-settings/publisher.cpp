@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "commutil-settings/pointer.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "settings_store/read_file.h"
 #include "settings_store/replace_file.h"
 

@@ -22,7 +22,8 @@ class RelaySynchronizer : public Synchronizer {
         m_keeper(keeper),
         m_state({configuration.poll, options.once ? Duration(0) : configuration.spread,
                  options.allowEmpty},
-                EndpointChooser(configuration.sources, hostSeed()), processRandom()) {}
+                EndpointChooser(configuration.sources, hostSeed(configuration.snapshotPath)),
+                processRandom()) {}
 
   void start(Time now) override {
     m_now = now;

@@ -12,7 +12,7 @@
 #include "commutil-settings/log.h"
 #include "commutil-settings/secret_file.h"
 #include "commutil-settings/systemd_notify.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 
 namespace agent {
 namespace {

@@ -11,7 +11,7 @@
 #include "commutil-settings/status.h"
 #include "commutil-settings/sync_state.h"
 #include "commutil-settings/write_schedule.h"
-#include "platform/handles.h"
+#include "os/handles.h"
 #include "settings_snapshot/snapshot.h"
 
 namespace agent {

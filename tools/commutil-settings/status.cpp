@@ -12,9 +12,9 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "platform/file_io.h"
-#include "platform/handles.h"
-#include "platform/json_parse.h"
+#include "bytes/json_parse.h"
+#include "os/file_io.h"
+#include "os/handles.h"
 #include "settings_store/read_file.h"
 
 namespace agent {

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/handles.h"
+#include "os/handles.h"
 
 namespace agent {
 namespace {
