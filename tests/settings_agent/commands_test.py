@@ -3,6 +3,8 @@
 
 import json
 import os
+import pathlib
+import shutil
 import subprocess
 import unittest
 
@@ -10,6 +12,7 @@ from agent import COMMUTIL, PREFIX, STORE_DIRECTORY, wait_value
 from cluster import ROOT_PASSWORD, wait_until
 from cluster_case import KEY, ClusterTest
 
+SOURCES = pathlib.Path(__file__).resolve().parents[2]
 SSL = '/vexa/common/svc_ssl_conf/global/'
 
 
@@ -136,8 +139,7 @@ class Commands(ClusterTest):
         share = self.directory / 'share'
         (share / 'conf').mkdir(parents=True)
         (share / 'conf/setting.cfg').write_text('[IP]\n')
-        template = share / 'conf/svc_ssl.conf'
-        template.write_text('static SSLParameters "";\n')
+        shutil.copy(SOURCES / 'examples/deployment/common/conf/svc_ssl.conf', share / 'conf')
         names = {'_APP_SHARE_DIR': str(share), 'APP_NAME': 'inventory', 'PROCESS_INSTANCE_ID': '1'}
         service = self.new_service(self.agent, **names)
         self.assertEqual('1', service.ask('listen'))

@@ -117,6 +117,7 @@ TEST(Failures, AreToldApartByTheirWords) {
       {400, R"({"message":"etcdserver: authentication is not enabled"})",
        Kind::authenticationDisabled, "etcdserver: authentication is not enabled"},
       {502, "", Kind::other, "HTTP status 502"},
+      {404, "<html>\r\n<head>", Kind::other, "HTTP status 404"},
   };
   for (const auto& row : rows) {
     const Failure failure = agent::parseFailure(row.status, row.body);

@@ -115,6 +115,13 @@ TEST_F(RelayStateTest, TakesALowerRevisionOfAHigherEpochAndNothingOfALowerOne) {
   EXPECT_EQ(6, state.snapshot().header.revision);
 }
 
+TEST_F(RelayStateTest, TakesWhatItRefusedWhenTheEpochIsRaised) {
+  startWithSettings();
+  offer(pointer(6, 0, 'b'), snapshotOf(6, "0"), 'b');
+  state.onTime(kStart + 10s);
+  EXPECT_EQ("write ", done(offer(pointer(6, 1, 'b'), snapshotOf(6, "0"), 'b')));
+}
+
 TEST_F(RelayStateTest, IsContentWithAnOlderSnapshotOfTheSameSettings) {
   startWithSettings();
   EXPECT_EQ("", said(offer(pointer(9, 0, 'b'), snapshotOf(9, "1"), 'b')));

@@ -140,7 +140,7 @@ class Relays(RelayTest):
             del host.sections['relay'][key]
         host.configure()
         host.start()
-        host.wait_log(r'relays away, there are no settings yet.*400')
+        host.wait_log(r'relays away, there are no settings yet.*HTTP status 400')
 
     def test_a_lower_revision_is_taken_only_after_the_epoch_was_raised(self):
         relay, nginx = self.new_relay('relay')

@@ -42,8 +42,11 @@ class Servers(unittest.TestCase):
 
     def test_a_fetch_that_fails_is_an_error(self):
         with tempfile.TemporaryDirectory() as directory:
-            environment = dict(os.environ, http_proxy='http://127.0.0.1:9',
-                               https_proxy='http://127.0.0.1:9')
+            tools = pathlib.Path(directory) / 'tools'
+            tools.mkdir()
+            (tools / 'apt-get').write_text('#!/bin/sh\necho no network >&2\nexit 100\n')
+            (tools / 'apt-get').chmod(0o755)
+            environment = dict(os.environ, PATH=f'{tools}:{os.environ["PATH"]}')
             result = subprocess.run([SCRIPT, directory], capture_output=True, text=True,
                                     env=environment, check=False)
             self.assertEqual(1, result.returncode)

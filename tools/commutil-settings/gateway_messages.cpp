@@ -251,7 +251,8 @@ Failure parseFailure(long status, std::string_view body) {
   try {
     message = messageIn(parseObject(body));
   } catch (const MalformedReply&) {
-    message = firstLine(body);
+    const bool isPage = body.substr(0, 1) == "<";
+    if (!isPage) message = firstLine(body);
   }
   return {kindOf(message, kindOfStatus(status)),
           message.empty() ? "HTTP status " + std::to_string(status) : message};

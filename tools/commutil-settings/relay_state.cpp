@@ -46,7 +46,7 @@ void RelayState::wait(Time now) {
 void RelayState::setCurrent(Time now) {
   m_isCurrent = true;
   m_verified = now;
-  m_refused.clear();
+  m_refused.reset();
   wait(now);
 }
 
@@ -61,9 +61,9 @@ RelayActions RelayState::onPointer(Time now, std::string_view text) {
   m_offered = *pointer;
   const bool isSame = m_accepted && pointer->epoch == m_accepted->epoch &&
                       pointer->revision == m_accepted->revision;
-  if (m_hasSettings && (isSame || pointer->sha256 == m_known)) {
+  if (m_hasSettings && (isSame || pointer == m_known)) {
     setCurrent(now);
-  } else if (pointer->sha256 == m_refused) {
+  } else if (pointer == m_refused) {
     m_sources.advance();
     wait(now);
   } else if (!m_hasSettings) {
@@ -99,7 +99,7 @@ RelayActions RelayState::onSnapshot(Time now, settings::Snapshot snapshot,
   } else if (isNewer) {
     accept(now, std::move(snapshot));
   } else if (hasSameSettings(snapshot)) {
-    m_known = sha256;
+    m_known = m_offered;
     setCurrent(now);
   } else {
     refuse(now, offered + " is older than revision " + std::to_string(m_accepted->revision) +
@@ -112,7 +112,7 @@ RelayActions RelayState::onSnapshot(Time now, settings::Snapshot snapshot,
 void RelayState::accept(Time now, settings::Snapshot&& snapshot) {
   m_snapshot = std::move(snapshot);
   m_accepted = m_offered;
-  m_known.clear();
+  m_known.reset();
   m_hasSettings = true;
   act(Say{Level::info, "took revision " + std::to_string(m_offered.revision) + " with " +
                            std::to_string(m_snapshot.entries.size()) + " settings from " +
@@ -122,7 +122,7 @@ void RelayState::accept(Time now, settings::Snapshot&& snapshot) {
 }
 
 void RelayState::refuse(Time now, const std::string& why) {
-  m_refused = m_offered.sha256;
+  m_refused = m_offered;
   m_isCurrent = false;
   m_problem = why;
   act(Say{Level::error, "refused: " + why});

@@ -51,7 +51,7 @@ class RelayState {
   /// Whether the settings equal those of a relay.
   bool isCurrent() const { return m_isCurrent; }
   bool isAway() const { return m_sources.haveAllFailed(); }
-  bool hasRefused() const { return !m_refused.empty(); }
+  bool hasRefused() const { return m_refused.has_value(); }
   Time verified() const { return m_verified; }
   const settings::Snapshot& snapshot() const { return m_snapshot; }
   /// The pointer that the settings came with.
@@ -89,8 +89,8 @@ class RelayState {
   bool m_hasSaidAway = false;
   std::optional<Pointer> m_accepted;
   Pointer m_offered;
-  std::string m_known;    // checksum of an older snapshot with the settings that are in use
-  std::string m_refused;  // checksum of what was refused last
+  std::optional<Pointer> m_known;    // to an older snapshot with the settings that are in use
+  std::optional<Pointer> m_refused;  // the last one
   std::string m_problem;
 };
 

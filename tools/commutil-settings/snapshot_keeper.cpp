@@ -94,7 +94,10 @@ void SnapshotKeeper::write(Time now, settings::Snapshot snapshot) {
     m_hasFailed = false;
   } catch (const std::runtime_error& error) {
     m_schedule.onFailed(now);
-    if (!m_hasFailed) say(Level::error, std::string(error.what()) + "; the last snapshot stays");
+    if (!m_hasFailed) {
+      say(Level::error, "revision " + std::to_string(snapshot.header.revision) +
+                            " was not written: " + error.what());
+    }
     m_hasFailed = true;
   }
 }
