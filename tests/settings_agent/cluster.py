@@ -99,6 +99,8 @@ class Member:
                  '--initial-cluster', self.cluster.initial_cluster,
                  '--initial-cluster-token', self.cluster.token,
                  '--initial-cluster-state', 'new', '--logger', 'zap',
+                 # Hashing passwords would be what the tests wait for.
+                 '--bcrypt-cost', '4',
                  '--experimental-watch-progress-notify-interval', f'{int(PROGRESS * 1000)}ms',
                  *self.cluster.options]
         if self.cluster.certificates:
@@ -121,6 +123,13 @@ class Member:
 
     def resume(self):
         self.process.send_signal(signal.SIGCONT)
+
+
+def stop_on_signal():
+    """Lets a test that is stopped end its servers."""
+    def stop(number, _):
+        raise SystemExit(128 + number)
+    signal.signal(signal.SIGTERM, stop)
 
 
 class Cluster:

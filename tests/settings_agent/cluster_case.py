@@ -6,13 +6,15 @@ import tempfile
 import unittest
 
 from agent import PREFIX, SERVERS, Agent
-from cluster import PROGRESS, Cluster
+from cluster import PROGRESS, Cluster, stop_on_signal
 
 KEY = PREFIX + 'ListenAllIp'
 OTHER = PREFIX + 'SSLVersion'
 SILENCE = 2.5 * PROGRESS
 # The members write to their disks often: work of others on the disk would slow them down.
 MEMORY = '/dev/shm'
+
+stop_on_signal()
 
 
 class ClusterTest(unittest.TestCase):

@@ -2,6 +2,7 @@
 """Hosts that follow relays, which nginx publishes over mutual TLS."""
 
 import pathlib
+import resource
 import shutil
 import subprocess
 import threading
@@ -12,6 +13,8 @@ from agent import BUILD, SERVERS, Agent, wait_value
 from cluster import free_ports, wait_until
 from cluster_case import KEY, OTHER, ClusterTest
 
+# A connection and a lock for each host.
+FILES = 16384
 HOSTS = str(BUILD / 'tests/settings_agent/commutil_simulated_hosts')
 NGINX_CONFIGURATION = pathlib.Path(__file__).resolve().parents[2] / 'examples/fleet/relay.conf'
 POLL = 1.0
@@ -92,6 +95,11 @@ class SimulatedHosts:
 
 
 class RelayTest(ClusterTest):
+    @classmethod
+    def setUpClass(cls):
+        _, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        resource.setrlimit(resource.RLIMIT_NOFILE, (min(FILES, hard), hard))
+
     def new_relay(self, name, **options):
         """Starts an agent that publishes, and nginx; returns both."""
         published = self.directory / name / 'published'
