@@ -10,7 +10,7 @@
 
 namespace {
 
-using settingrest::Published;
+using settingrest::OwnedPublished;
 
 /// Counts its objects that are alive.
 class Counted {
@@ -32,7 +32,7 @@ class Counted {
   std::atomic<int>* m_alive;
 };
 
-using Values = Published<Counted>;
+using Values = OwnedPublished<Counted>;
 
 TEST(Published, IsEmptyAtFirst) {
   const Values values;
