@@ -16,9 +16,10 @@ namespace {
 /// Makes the backend for a URL whose scheme is served; null for any other. A backend for another
 /// scheme is chosen here.
 std::unique_ptr<Backend> backendForUrl(std::string_view url) {
-  if (auto path = filePath(url)) return std::make_unique<FileBackend>(std::move(*path));
-  if (auto path = snapshotPath(url)) return std::make_unique<SnapshotBackend>(std::move(*path));
-  return nullptr;
+  UrlFile file = fileOfUrl(url);
+  if (file.fault != UrlFile::Fault::none) return nullptr;
+  if (file.isSnapshot) return std::make_unique<SnapshotBackend>(std::move(file.path));
+  return std::make_unique<FileBackend>(std::move(file.path));
 }
 
 std::unique_ptr<Backend> makeBackend(const Location& place) {
