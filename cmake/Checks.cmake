@@ -21,13 +21,23 @@ set(objects $<TARGET_OBJECTS:commutil_base> $<TARGET_OBJECTS:commutil_objects>)
 commutil_check(layers.Kept layers tests/contract/layers ${objects})
 commutil_check(layers.Changes layers tests/contract/layers_changes ${work}/layers-changes ${objects})
 commutil_check(docs.Whole docs cmake/dev/docs)
+commutil_check(docs.Words docs tests/contract/words_check)
 commutil_check(install.Consumed install
   tests/consumer/check-install ${PROJECT_BINARY_DIR} ${work}/install)
 commutil_check(parent.Unchanged parent tests/consumer/check-parent ${work}/parent)
 commutil_check(stand_in.Called stand-in tests/stand_in/check ${work}/stand-in)
 commutil_check(shell.Commands shell tests/contract/dev_commands)
 commutil_check(shell.Scripts shell cmake/dev/check-scripts)
+commutil_check(shell.Promises shell tests/contract/security_promises)
 commutil_check(format.Sources format cmake/dev/check-format)
+
+commutil_check(package.Version package tests/packages/debian_check ${work}/debian)
+commutil_check(package.Symbols package
+  tests/packages/symbols_check $<TARGET_FILE:commutil> ${work}/symbols)
+commutil_check(package.Files package
+  tests/packages/files_check ${PROJECT_BINARY_DIR} ${work}/files)
+set_tests_properties(docs.Whole PROPERTIES FIXTURES_SETUP docs)
+set_tests_properties(package.Files PROPERTIES FIXTURES_REQUIRED docs)
 
 # Static analysis, one test per source: label "check" for shipped sources, "full" for the others.
 # The tree lint has clang's compile commands for all of them, benchmarks and fuzz targets included.

@@ -63,7 +63,8 @@ endif()
 if(COMMUTIL_BUILD_TOOLS)
   install(TARGETS commutil_tool
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-  install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/commutil.1
+  set(documents ${PROJECT_BINARY_DIR}/tools/commutil)
+  install(FILES ${documents}/commutil.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
     COMPONENT tools)
   install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/commutil-json.5
@@ -75,7 +76,14 @@ if(COMMUTIL_BUILD_TOOLS)
   install(FILES ${PROJECT_BINARY_DIR}/tools/settings/commutil.5
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man5
     COMPONENT tools)
-  install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil/completion/commutil
+  install(FILES ${documents}/commutil.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME commutil
+    COMPONENT tools)
+  install(FILES ${documents}/_commutil
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
+    COMPONENT tools)
+  install(FILES ${documents}/commutil.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
     COMPONENT tools)
 endif()

@@ -1,23 +1,39 @@
-// Compares the parsers of ifconfig lines and the value class with plain models.
+// Compares the parsers of ifconfig lines, the list of addresses and the value class with plain
+// models. No tool runs and no interface is read; the input supplies the output.
+#include <strings.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
+#include "VexaStringUtils.h"
 #include "models/tool_models.h"
+#include "net/fake_kernel.h"
 #include "support/expect.h"
+#include "support/fake_shell.h"
 #include "support/input.h"
 
 namespace {
 
 using commutil_fuzz::expect;
 using commutil_fuzz::expectEqual;
+using commutil_fuzz::FakeShell;
+using commutil_fuzz::Input;
 using commutil_fuzz::MacBytes;
+using commutil_fuzz::modelLines;
 using Vexacommon::LocalMACAddress;
+
+constexpr const char* kBlanks = " \t\r\n";
+
+bool isZirelHost = false;
 
 constexpr MacBytes kUnwritten{9, 8, 7, 6, 5, 4};
 
@@ -57,18 +73,61 @@ void checkValue(const std::string& text) {
   expect(std::equal(bytes.begin(), bytes.end(), read.mac), "the text parses to the same address");
 }
 
-}  // namespace
+void appendOnce(std::vector<std::string>& texts, const std::string& text) {
+  const std::string start = text.substr(0, 18);
+  const auto same = [&](const std::string& other) {
+    return ::strcasecmp(start.c_str(), other.c_str()) == 0;
+  };
+  if (std::none_of(texts.begin(), texts.end(), same)) texts.push_back(start);
+}
 
-void commutil_fuzz::testInput(Input& input) {
+std::vector<std::string> modelMacList(const std::string& tool, const std::string& bonding) {
+  std::vector<std::string> texts;
+  for (const std::string& line : modelLines(tool, 1024)) {
+    appendOnce(texts, line.substr(0, line.empty() ? 0 : line.size() - 1));
+  }
+  for (const std::string& line : modelLines(bonding, 1024)) {
+    if (line.size() < 35) continue;
+    const std::size_t end = line.find_last_not_of(kBlanks);
+    if (end == line.npos) continue;
+    const std::size_t blank = line.find_last_of(kBlanks, end);
+    if (blank == line.npos || end - blank <= 16) continue;
+    appendOnce(texts, ToUpper(line.substr(blank + 1, end - blank)));
+  }
+  return texts;
+}
+
+void checkMacList(Input& input) {
+  isZirelHost = input.choice(2) == 1;
+  const std::string tool = input.field();
+  const std::string bonding = input.rest();
+  const commutil_test::FakeKernel kernel([](unsigned long, void*) {
+    errno = EPERM;
+    return -1;
+  });
+  const FakeShell shell([&](const std::string& command) {
+    return command.find("/proc/net/bonding/") != command.npos ? bonding : tool;
+  });
+  std::vector<CMACAddress> addresses;
+  const int count = GetLocalMACAddr(addresses);
+  std::vector<std::string> texts;
+  texts.reserve(addresses.size());
+  for (const CMACAddress& address : addresses) texts.emplace_back(address.text);
+  expectEqual(texts, modelMacList(tool, bonding), "the list of MAC addresses");
+  expectEqual(count, static_cast<int>(texts.size()), "GetLocalMACAddr");
+  expectEqual(shell.openStreams(), 0, "the streams are closed");
+}
+
+void checkLine(Input& input) {
   const std::string line = input.rest();
 
   LocalMACAddress record = unwritten();
   const int ether = GetEther(line, &record);
-  expectParsed(ether, record, modelEther(line), "GetEther");
+  expectParsed(ether, record, commutil_fuzz::modelEther(line), "GetEther");
 
   record = unwritten();
   const int zirelEther = GetZirelEther(line, &record);
-  expectParsed(zirelEther, record, modelZirelEther(line), "GetZirelEther");
+  expectParsed(zirelEther, record, commutil_fuzz::modelZirelEther(line), "GetZirelEther");
 
   std::string name = "before";
   GetMac(line, name);
@@ -76,4 +135,13 @@ void commutil_fuzz::testInput(Input& input) {
   expectEqual(name, colon == line.npos ? "before" : line.substr(0, colon), "GetMac");
 
   checkValue(line);
+}
+
+}  // namespace
+
+// Replaces the library's own, which reads a file of the system.
+bool VexaCommonUtils_i::isZirel() { return isZirelHost; }
+
+void commutil_fuzz::testInput(Input& input) {
+  return input.choice(2) == 0 ? checkLine(input) : checkMacList(input);
 }

@@ -113,8 +113,7 @@ class VEXA_EXPORT VexaCommonUtils {
   /// Appends the tokens of `s`, separated by runs of bytes from `delims`, to `out`; none is empty.
   /// @return the number of elements in `out`, earlier ones included; 0, `out` unchanged, if `s`
   ///         cannot be copied
-  /// @sharp{strings} Reads 1024 bytes or up to a NUL, sets too. @instead Use
-  /// `VexaCommonUtils::split`.
+  /// @sharp{strings} Reads at most 1024 bytes, up to a NUL. @instead `VexaCommonUtils::split`.
   static unsigned long splitAll(const std::string& s, const std::string& delims,
                                 std::vector<std::string>& out);
 

@@ -1,6 +1,8 @@
 #ifndef VEXA_COMMON_UTILS_I_H
 #define VEXA_COMMON_UTILS_I_H
 
+/// @file
+
 #include <cstdio>
 #include <list>
 #include <map>

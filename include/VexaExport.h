@@ -4,7 +4,8 @@
 /// @file
 /// The mark of exported declarations.
 
-/// Marks a declaration as part of the library's binary contract; everything else stays hidden.
+/// Marks a declaration as part of the library's binary contract; everything else stays hidden, see
+/// the ABI policy.
 #define VEXA_EXPORT __attribute__((visibility("default")))
 
 #endif

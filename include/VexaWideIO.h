@@ -69,8 +69,9 @@ class VEXA_EXPORT Vexawifstream : public std::istream {
 
   /// @name Lines of wide text
   /// The four reads store the results of fgetwc(3) in `buf` until a line feed, the end of the file,
-  /// or `n` - 1 values; `n` of 0 is no limit. An invalid sequence fills `buf` with WEOF up to the
-  /// limit. NULs in the file are data. Other elements stay unchanged; a closed stream changes none.
+  /// or `n` - 1 values; `n` of 0 means no limit. An invalid sequence fills `buf` with WEOF up to
+  /// the limit. NULs in the file are data. Other elements stay unchanged; a closed stream changes
+  /// none.
   /// @{
 
   /// Reads a line without its line feed; the NUL replaces it, or follows the last value.

@@ -9,6 +9,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/cells.h"
 
 namespace {
 
@@ -61,14 +62,13 @@ const bool kRegistered = [] {
   for (const std::size_t size : kSizes) {
     const std::string name = "expand/" + std::to_string(size) + "/";
     const std::string text = textOf(size);
-    benchmark::RegisterBenchmark((name + "ours").c_str(), expandOurs, text);
-    if (size <= kLargestForPoco)
-      benchmark::RegisterBenchmark((name + "poco").c_str(), expandPoco, text);
-    benchmark::RegisterBenchmark((name + "limit:copy_and_getenv").c_str(), expandLimit, text);
+    commutil_bench::add(name + "ours", expandOurs, text);
+    if (size <= kLargestForPoco) commutil_bench::add(name + "poco", expandPoco, text);
+    commutil_bench::add(name + "limit:copy_and_getenv", expandLimit, text);
   }
-  benchmark::RegisterBenchmark("getenv/17/ours", getOurs);
-  benchmark::RegisterBenchmark("getenv/17/poco", getPoco);
-  benchmark::RegisterBenchmark("getenv/17/limit:getenv", getLimit);
+  commutil_bench::add("getenv/17/ours", getOurs);
+  commutil_bench::add("getenv/17/poco", getPoco);
+  commutil_bench::add("getenv/17/limit:getenv", getLimit);
   return true;
 }();
 

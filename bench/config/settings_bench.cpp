@@ -9,6 +9,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/cells.h"
 #include "support/scratch.h"
 
 namespace {
@@ -70,11 +71,10 @@ void fillCaches(const char* type) {
 
 const bool kRegistered = [] {
   fillCaches("tessarn");
-  benchmark::RegisterBenchmark("getDBType/7/ours", typeOurs);
-  benchmark::RegisterBenchmark("getDBType/7/limit:two_copies", typeLimit);
-  benchmark::RegisterBenchmark("getSettingParamValue/resolved/ours", lookupOurs);
-  benchmark::RegisterBenchmark("getSettingParamValue/resolved/limit:provider_and_three_calls",
-                               lookupLimit);
+  commutil_bench::add("getDBType/7/ours", typeOurs);
+  commutil_bench::add("getDBType/7/calls:two_copies", typeLimit);
+  commutil_bench::add("getSettingParamValue/resolved/ours", lookupOurs);
+  commutil_bench::add("getSettingParamValue/resolved/calls:provider_and_three_calls", lookupLimit);
   return true;
 }();
 

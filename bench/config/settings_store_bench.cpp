@@ -1,6 +1,6 @@
 // A lookup in the reference settings store with 10,000 settings, by one thread and by two: in a
-// snapshot, beside a std::unordered_map of the same settings in the process, and beside the document.
-// Of two threads the limit is what two threads of an empty loop reach.
+// snapshot, beside a std::unordered_map of the same settings in the process, and beside the
+// document. Of two threads the limit is what two threads of an empty loop reach.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -106,7 +106,7 @@ void loop(benchmark::State& state) {
 const bool kRegistered = [] {
   writeStores();
   for (const int threads : {1, 2}) {
-    const std::string name = "getSettingParamValue/10000x" + std::to_string(threads);
+    const std::string name = "settings_store_lookup/" + std::to_string(threads) + "_threads";
     const auto add = [&](const std::string& who, void (*body)(benchmark::State&)) {
       return benchmark::RegisterBenchmark((name + "/" + who).c_str(), body)->Threads(threads);
     };

@@ -13,6 +13,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/cells.h"
 #include "support/memory.h"
 #include "support/scratch.h"
 #include "support/text.h"
@@ -22,8 +23,8 @@ namespace {
 template <class Call>
 void measure(const std::string& operation, const std::string& size, const std::string& who,
              const std::string& piece, std::size_t bytes, Call call) {
-  benchmark::RegisterBenchmark(
-      (operation + "/" + size + "/" + who).c_str(), [piece, bytes, call](benchmark::State& state) {
+  commutil_bench::add(
+      operation + "/" + size + "/" + who, [piece, bytes, call](benchmark::State& state) {
         const std::string text = commutil_bench::repeated(piece, bytes);
         for (auto _ : state) benchmark::DoNotOptimize(call(text));
         state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
@@ -55,8 +56,12 @@ std::string abseilBracketed(const std::string& text) {
 }
 
 void measureTexts(const std::string& kind, const std::string& piece) {
-  for (const auto& [size, bytes] : std::initializer_list<std::pair<const char*, std::size_t>>{
-           {"20B", 20}, {"1KiB", 1024}, {"1MiB", 1 << 20}, {"64MiB", 64 << 20}}) {
+  for (const auto& [size, bytes] :
+       std::initializer_list<std::pair<const char*, std::size_t>>{{"20B", 20},
+                                                                  {"1KiB", 1024},
+                                                                  {"64KiB", 64 << 10},
+                                                                  {"1MiB", 1 << 20},
+                                                                  {"64MiB", 64 << 20}}) {
     const auto copy = [](const std::string& s) { return s; };
     measure("quote-" + kind, size, "ours", piece, bytes, VexaCommonUtils::transDBUpdateString);
     measure("quote-" + kind, size, "libpq", piece, bytes, libpqQuoted);

@@ -3,10 +3,13 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <glib.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +23,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/cells.h"
 #include "support/scratch.h"
 
 namespace {
@@ -128,6 +132,24 @@ void writeOnly(const std::string& from, const std::string& to) {
   ::close(fd);
 }
 
+/// The calls that a copy is bound to make, its content by the quickest one.
+void copyByCalls(const std::string& from, const std::string& to) {
+  std::array<char, PATH_MAX> resolved{};
+  struct stat status = {};
+  benchmark::DoNotOptimize(::realpath(fs::path(from).parent_path().c_str(), resolved.data()));
+  benchmark::DoNotOptimize(::realpath(fs::path(to).parent_path().c_str(), resolved.data()));
+  ::stat(to.c_str(), &status);
+  const int source = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+  ::fstat(source, &status);
+  const int target = ::open(to.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+  ::fstat(target, &status);
+  benchmark::DoNotOptimize(::ftruncate(target, 0));
+  while (::sendfile(target, source, nullptr, std::size_t{1} << 30) > 0) {
+  }
+  ::close(source);
+  ::close(target);
+}
+
 // Listing
 
 std::size_t listOurs(const std::string& root, const std::string& pattern) {
@@ -198,7 +220,7 @@ using Lister = std::size_t (*)(const std::string&, const std::string&);
 
 void registerRead(std::size_t size, const char* who, Reader reader) {
   const std::string name = "readFile/" + std::to_string(size) + "/" + who;
-  benchmark::RegisterBenchmark(name.c_str(), [size, reader](benchmark::State& state) {
+  commutil_bench::add(name, [size, reader](benchmark::State& state) {
     const std::string path = files().file(size);
     for (auto _ : state) reader(path.c_str());
   });
@@ -206,7 +228,7 @@ void registerRead(std::size_t size, const char* who, Reader reader) {
 
 void registerCopy(std::size_t size, const char* who, Copier copier) {
   const std::string name = "copyFile/" + std::to_string(size) + "/" + who;
-  benchmark::RegisterBenchmark(name.c_str(), [size, copier](benchmark::State& state) {
+  commutil_bench::add(name, [size, copier](benchmark::State& state) {
     const std::string from = files().file(size);
     const std::string to = files().target();
     for (auto _ : state) {
@@ -215,19 +237,18 @@ void registerCopy(std::size_t size, const char* who, Copier copier) {
       ::unlink(to.c_str());
       state.ResumeTiming();
     }
-  })->UseRealTime();
+  }).UseRealTime();
 }
 
 void registerList(const char* label, const char* pattern, const char* who, Lister lister) {
   const std::string name = std::string("getFilesByDir/") + label + "/" + who;
-  benchmark::RegisterBenchmark(name.c_str(),
-                               [pattern, lister](benchmark::State& state) {
-                                 const std::string root = files().tree();
-                                 for (auto _ : state)
-                                   benchmark::DoNotOptimize(lister(root, pattern));
-                               })
-      ->UseRealTime()
-      ->Unit(benchmark::kMillisecond);
+  commutil_bench::add(name,
+                      [pattern, lister](benchmark::State& state) {
+                        const std::string root = files().tree();
+                        for (auto _ : state) benchmark::DoNotOptimize(lister(root, pattern));
+                      })
+      .UseRealTime()
+      .Unit(benchmark::kMillisecond);
 }
 
 const bool kRegistered = [] {
@@ -242,6 +263,7 @@ const bool kRegistered = [] {
     registerCopy(size, "cp", copyCp);
     registerCopy(size, "std", copyStandard);
     registerCopy(size, "stdio", copyStdio);
+    registerCopy(size, "calls:parents+stats+sendfile", copyByCalls);
     registerCopy(size, "limit:write", writeOnly);
   }
   for (const auto& [label, pattern] :

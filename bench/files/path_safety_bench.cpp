@@ -2,11 +2,13 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/cells.h"
 
 namespace {
 
@@ -99,23 +101,23 @@ std::string text(std::size_t size, std::size_t step, std::string_view special) {
 
 template <class Operation>
 void add(const std::string& name, Operation operation) {
-  benchmark::RegisterBenchmark(name.c_str(), [operation](benchmark::State& state) {
+  commutil_bench::add(name, [operation](benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(operation());
   });
 }
 
 void addMapping(std::size_t size, const char* label, std::size_t step) {
   const std::string group = "/" + std::to_string(size) + " B, " + label + "/";
-  const std::string name = text(size, step, ":");
+  const auto name = std::make_shared<const std::string>(text(size, step, ":"));
   add("specialName2FileName" + group + "ours",
-      [name] { return VexaCommonUtils::specialName2FileName(name); });
-  add("specialName2FileName" + group + "table", [name] { return escapeByTable(name); });
-  add("specialName2FileName" + group + "limit:copy", [name] { return std::string(name); });
-  const std::string fileName = text(size, step, "^c");
+      [name] { return VexaCommonUtils::specialName2FileName(*name); });
+  add("specialName2FileName" + group + "table", [name] { return escapeByTable(*name); });
+  add("specialName2FileName" + group + "limit:copy", [name] { return std::string(*name); });
+  const auto fileName = std::make_shared<const std::string>(text(size, step, "^c"));
   add("fileName2SpecialName" + group + "ours",
-      [fileName] { return VexaCommonUtils::fileName2SpecialName(fileName); });
-  add("fileName2SpecialName" + group + "table", [fileName] { return unescapeByTable(fileName); });
-  add("fileName2SpecialName" + group + "limit:copy", [fileName] { return std::string(fileName); });
+      [fileName] { return VexaCommonUtils::fileName2SpecialName(*fileName); });
+  add("fileName2SpecialName" + group + "table", [fileName] { return unescapeByTable(*fileName); });
+  add("fileName2SpecialName" + group + "limit:copy", [fileName] { return std::string(*fileName); });
 }
 
 const bool kRegistered = [] {
@@ -123,10 +125,10 @@ const bool kRegistered = [] {
     addMapping(size, "clean", 0);
     addMapping(size, "one in 16", 16);
     if (size > 16) addMapping(size, "one in 2", 2);
-    const std::string name = text(size, 0, "");
+    const auto name = std::make_shared<const std::string>(text(size, 0, ""));
     const std::string group = "isSafeFileName/" + std::to_string(size) + " B/";
-    add(group + "ours", [name] { return VexaCommonUtils_i::isSafeFileName(name); });
-    add(group + "table", [name] { return isSafeByTable(name); });
+    add(group + "ours", [name] { return VexaCommonUtils_i::isSafeFileName(*name); });
+    add(group + "table", [name] { return isSafeByTable(*name); });
   }
   for (const std::size_t size : {24U, 200U, 1024U}) {
     const std::string base = "/opt/app";

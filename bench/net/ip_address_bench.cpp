@@ -12,6 +12,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
+#include "support/cells.h"
 
 namespace {
 
@@ -20,14 +21,13 @@ namespace ip = boost::asio::ip;
 // Registers OPERATION/SIZE/WHO: `call` returns its result for the string.
 template <class Call>
 void measure(const std::string& group, const std::string& who, const std::string& text, Call call) {
-  benchmark::RegisterBenchmark((group + "/" + who).c_str(),
-                               [text, call](benchmark::State& state) mutable {
-                                 std::string address = text;
-                                 for (auto _ : state) {
-                                   benchmark::DoNotOptimize(address);
-                                   benchmark::DoNotOptimize(call(address));
-                                 }
-                               });
+  commutil_bench::add(group + "/" + who, [text, call](benchmark::State& state) mutable {
+    std::string address = text;
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(address);
+      benchmark::DoNotOptimize(call(address));
+    }
+  });
 }
 
 bool isV4ByAsio(const std::string& text) {

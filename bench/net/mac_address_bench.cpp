@@ -98,13 +98,17 @@ void allByPopen(benchmark::State& state) {
 constexpr int kToolRounds = 50;
 
 BENCHMARK(etherOurs)->Name("GetEther/line/ours");
+BENCHMARK(etherOurs)->Name("GetEther/line/ours-again");
 BENCHMARK(etherByScanf)->Name("GetEther/line/sscanf");
 BENCHMARK(etherByAton)->Name("GetEther/line/ether_aton_r");
 BENCHMARK(zirelEtherOurs)->Name("GetZirelEther/line/ours");
+BENCHMARK(zirelEtherOurs)->Name("GetZirelEther/line/ours-again");
 BENCHMARK(etherByScanf)->Name("GetZirelEther/line/sscanf");
 BENCHMARK(kernelOurs)->Name("mac/kernel/ours");
-BENCHMARK(kernelSystemCalls)->Name("mac/kernel/limit:ioctls");
-BENCHMARK(allOurs)->Name("mac/all/ours")->Iterations(kToolRounds);
-BENCHMARK(allByPopen)->Name("mac/all/popen")->Iterations(kToolRounds);
+BENCHMARK(kernelOurs)->Name("mac/kernel/ours-again");
+BENCHMARK(kernelSystemCalls)->Name("mac/kernel/calls:socket+ioctls+close");
+BENCHMARK(allOurs)->Name("mac/all/ours")->Iterations(kToolRounds)->UseRealTime();
+BENCHMARK(allOurs)->Name("mac/all/ours-again")->Iterations(kToolRounds)->UseRealTime();
+BENCHMARK(allByPopen)->Name("mac/all/popen")->Iterations(kToolRounds)->UseRealTime();
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "ArgsOptions.h"
+#include "support/cells.h"
 
 namespace {
 
@@ -141,7 +142,7 @@ void buildList(benchmark::State& state, std::size_t words) {
 }
 
 void add(const std::string& name, void (*run)(benchmark::State&, std::size_t), std::size_t words) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { run(state, words); });
+  commutil_bench::add(name, [=](benchmark::State& state) { run(state, words); });
 }
 
 const bool kRegistered = [] {
@@ -153,7 +154,7 @@ const bool kRegistered = [] {
     add(name + "limit:strcmp", compareWords, words);
   }
   add("args-values/10000-words/ours", collectOurs, 10000);
-  add("args-values/10000-words/limit:list", buildList, 10000);
+  add("args-values/10000-words/calls:list", buildList, 10000);
   return true;
 }();
 

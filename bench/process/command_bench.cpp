@@ -19,6 +19,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/cells.h"
 
 namespace {
 
@@ -166,8 +167,9 @@ bool captureByRead(const char* command) {
 
 template <class Work>
 void add(const std::string& name, Work work, std::size_t resident = 0) {
-  benchmark::RegisterBenchmark(
-      name.c_str(), [work, resident](benchmark::State& state) { measure(state, resident, work); });
+  commutil_bench::add(name, [work, resident](benchmark::State& state) {
+    measure(state, resident, work);
+  }).UseRealTime();
 }
 
 void addPrograms(const std::string& size, std::size_t resident) {

@@ -135,10 +135,12 @@ void refusedBoost(benchmark::State& state) {
 }
 
 BENCHMARK(takeOurs)->Name("process_lock/enter_exit/ours");
+BENCHMARK(takeOurs)->Name("process_lock/enter_exit/ours-again");
 BENCHMARK(takeBoost)->Name("process_lock/enter_exit/boost_file_lock");
-BENCHMARK(takeByHand)->Name("process_lock/enter_exit/limit:system_calls");
+BENCHMARK(takeByHand)->Name("process_lock/enter_exit/calls:access+open+fcntl+close");
 BENCHMARK(refusedOurs)->Name("process_lock/refused/ours");
+BENCHMARK(refusedOurs)->Name("process_lock/refused/ours-again");
 BENCHMARK(refusedBoost)->Name("process_lock/refused/boost_file_lock");
-BENCHMARK(refusedByHand)->Name("process_lock/refused/limit:system_calls");
+BENCHMARK(refusedByHand)->Name("process_lock/refused/calls:access+open+fcntl+close");
 
 }  // namespace

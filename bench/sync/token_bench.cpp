@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "VexaLocks.h"
+#include "support/cells.h"
+#include "support/handover.h"
 
 namespace {
 
@@ -63,13 +65,18 @@ void handRound(benchmark::State& state, int threadCount) {
     Token token;
     token.acquire();
     std::atomic<int> started{0};
+    std::vector<int> turns(static_cast<std::size_t>(threadCount));
+    std::vector<int> turnsOfFirstEnd;
     std::vector<std::thread> threads;
     threads.reserve(static_cast<std::size_t>(threadCount));
     for (int i = 0; i < threadCount; ++i) {
-      threads.emplace_back([&token, &started, threadCount] {
+      threads.emplace_back([&, i] {
         ++started;
         for (int turn = 0; turn < kHandOvers / threadCount; ++turn) {
           token.acquire();
+          ++turns[static_cast<std::size_t>(i)];
+          const bool isLast = turn + 1 == kHandOvers / threadCount;
+          if (isLast && turnsOfFirstEnd.empty()) turnsOfFirstEnd = turns;
           token.release();
         }
       });
@@ -81,6 +88,7 @@ void handRound(benchmark::State& state, int threadCount) {
     for (std::thread& thread : threads) thread.join();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     state.SetIterationTime(took.count() / kHandOvers);
+    state.counters["fairness"] = commutil_bench::fairness(turnsOfFirstEnd);
   }
 }
 
@@ -109,13 +117,15 @@ void futexPingPong(benchmark::State& state) {
 }
 
 const bool kRegistered = [] {
-  benchmark::RegisterBenchmark("token_take/alone/ours", takeAlone<OurToken>);
-  benchmark::RegisterBenchmark("token_take/alone/ace_token", takeAlone<AceToken>);
-  benchmark::RegisterBenchmark("token_take/alone/limit:exchange_pair", exchangePair);
+  commutil_bench::add("token_take/alone/ours", takeAlone<OurToken>);
+  commutil_bench::add("token_take/alone/ace_token", takeAlone<AceToken>);
+  commutil_bench::add("token_take/alone/calls:3_mutex_pairs+entry",
+                      takeAlone<commutil_bench::TokenCalls>);
+  commutil_bench::add("token_take/alone/limit:exchange_pair", exchangePair);
   for (const int threads : {8, 64}) {
     const std::string group = "token_hand_over/" + std::to_string(threads) + "_threads/";
     const auto add = [&group](const char* who, auto run) {
-      benchmark::RegisterBenchmark((group + who).c_str(), run)->UseManualTime()->Iterations(3);
+      commutil_bench::add(group + who, run).UseManualTime().Iterations(1);
     };
     add("ours", [threads](benchmark::State& state) { handRound<OurToken>(state, threads); });
     add("ace_token", [threads](benchmark::State& state) { handRound<AceToken>(state, threads); });

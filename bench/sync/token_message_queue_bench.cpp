@@ -12,11 +12,13 @@
 #include <vector>
 
 #include "VexaLocks.h"
+#include "support/cells.h"
+#include "support/handover.h"
 
 namespace {
 
 constexpr std::size_t kWaterMark = std::size_t{1} << 30;
-constexpr int kMessages = 100'000;
+constexpr int kMessages = 30'000;
 
 struct OurPool {
   OurPool() : queue(kWaterMark, kWaterMark) { queue.setToken(&token); }
@@ -51,9 +53,29 @@ struct AcePool {
   ACE_Message_Queue<ACE_MT_SYNCH> queue;
 };
 
+/// The calls that ours is bound to make, with one thread.
+struct CallsPool {
+  CallsPool() : queue(kWaterMark, kWaterMark) {}
+
+  bool take() {
+    ACE_Message_Block* message = nullptr;
+    ACE_Time_Value now = ACE_Time_Value::zero;
+    if (queue.dequeue_head(message, &now) < 0) return false;
+    token.acquire();
+    message->release();
+    return true;
+  }
+
+  commutil_bench::TokenCalls token;
+  ACE_Message_Queue<ACE_MT_SYNCH> queue;
+};
+
+/// Returns how many messages this thread took.
 template <class Pool>
-void work(Pool& pool) {
-  while (pool.take()) pool.token.release();
+int work(Pool& pool) {
+  int taken = 0;
+  for (; pool.take(); ++taken) pool.token.release();
+  return taken;
 }
 
 template <class Pool>
@@ -63,11 +85,15 @@ void drain(benchmark::State& state, int threadCount) {
     for (int i = 0; i < kMessages; ++i) pool.queue.enqueue_tail(new ACE_Message_Block(64));
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::thread> threads;
-    for (int i = 1; i < threadCount; ++i) threads.emplace_back([&pool] { work(pool); });
-    work(pool);
+    std::vector<int> taken(static_cast<std::size_t>(threadCount));
+    for (std::size_t i = 1; i < taken.size(); ++i) {
+      threads.emplace_back([&, i] { taken[i] = work(pool); });
+    }
+    taken[0] = work(pool);
     for (std::thread& thread : threads) thread.join();
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     state.SetIterationTime(took.count() / kMessages);
+    state.counters["fairness"] = commutil_bench::fairness(taken);
   }
 }
 
@@ -75,11 +101,14 @@ const bool kRegistered = [] {
   for (const int threads : {1, 2, 8}) {
     const std::string group = "token_queue_drain/" + std::to_string(threads) + "_threads/";
     const auto add = [&group](const char* who, auto run) {
-      benchmark::RegisterBenchmark((group + who).c_str(), run)->UseManualTime()->Iterations(3);
+      commutil_bench::add(group + who, run).UseManualTime().Iterations(1);
     };
     add("ours", [threads](benchmark::State& state) { drain<OurPool>(state, threads); });
     add("ace_queue_ace_token",
         [threads](benchmark::State& state) { drain<AcePool>(state, threads); });
+    if (threads == 1) {
+      add("calls:queue+token", [](benchmark::State& state) { drain<CallsPool>(state, 1); });
+    }
   }
   return true;
 }();

@@ -10,6 +10,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/cells.h"
 
 namespace {
 
@@ -66,7 +67,7 @@ void release(Byte* result) {
 
 template <class Coder>
 void add(const std::string& name, const std::string& input, Coder code) {
-  benchmark::RegisterBenchmark(name.c_str(), [input, code](benchmark::State& state) {
+  commutil_bench::add(name, [input, code](benchmark::State& state) {
     for (auto _ : state) {
       auto result = code(input);
       benchmark::DoNotOptimize(result);
@@ -86,8 +87,9 @@ const bool kRegistered = [] {
     const char* size;
     std::size_t bytes;
   };
-  for (const Row& row : {Row{"16B", 16}, Row{"100B", 100}, Row{"1KiB", 1 << 10},
-                         Row{"64KiB", 1 << 16}, Row{"1MiB", 1 << 20}, Row{"16MiB", 1 << 24}}) {
+  for (const Row& row :
+       {Row{"16B", 16}, Row{"100B", 100}, Row{"1KiB", 1 << 10}, Row{"64KiB", 1 << 16},
+        Row{"1MiB", 1 << 20}, Row{"16MiB", 1 << 24}, Row{"64MiB", 1 << 26}}) {
     const std::string data = randomBytes(row.bytes);
     const std::string text = encodeOurs(data);
     const std::string encode = std::string("base64-encode/") + row.size + "/";

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "VexaCommonUtils.h"
+#include "support/cells.h"
 #include "support/text.h"
 
 namespace {
@@ -59,7 +60,7 @@ void narrowCopying(benchmark::State& state, const std::wstring& wide) {
 
 template <class Text>
 void add(const std::string& name, void (*run)(benchmark::State&, const Text&), const Text& text) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { run(state, text); });
+  commutil_bench::add(name, [=](benchmark::State& state) { run(state, text); });
 }
 
 const bool kRegistered = [] {
@@ -69,8 +70,8 @@ const bool kRegistered = [] {
     const char* size;
     std::size_t bytes;
   };
-  for (const Row& row :
-       {Row{"16B", 16}, Row{"1KiB", 1 << 10}, Row{"64KiB", 1 << 16}, Row{"16MiB", 1 << 24}}) {
+  for (const Row& row : {Row{"16B", 16}, Row{"48B", 48}, Row{"1KiB", 1 << 10},
+                         Row{"64KiB", 1 << 16}, Row{"1MiB", 1 << 20}, Row{"64MiB", 1 << 26}}) {
     for (const bool ascii : {true, false}) {
       const std::string character = ascii ? "a" : "\xE4\xB8\xAD";
       const std::size_t whole = row.bytes / character.size() * character.size();

@@ -9,6 +9,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "support/cells.h"
 
 namespace {
 
@@ -35,14 +36,14 @@ ACE_OS::macaddr_node_t macAddress() {
 
 template <class Call>
 void add(const char* name, Call call) {
-  benchmark::RegisterBenchmark(name, [call](benchmark::State& state) {
+  commutil_bench::add(name, [call](benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(call());
   });
 }
 
 const bool kRegistered = [] {
   add("identifier/one/ours", [] { return VexaCommonUtils_i::generateUUID(); });
-  add("identifier/one/limit:getmacaddress", macAddress);
+  add("identifier/one/calls:getmacaddress", macAddress);
   add("time-stamp/plain/ours", [] { return VexaCommonUtils::getTimeStamp(false); });
   add("time-stamp/plain/strftime", stampByStrftime);
   add("time-stamp/plain/limit:localtime_r", stampFields);

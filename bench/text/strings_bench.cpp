@@ -19,6 +19,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaStringUtils.h"
+#include "support/cells.h"
 #include "support/memory.h"
 #include "support/text.h"
 
@@ -26,8 +27,8 @@ namespace {
 
 using commutil_bench::repeated;
 
-const std::vector<std::size_t> kSizes = {20, 1024, 1 << 20};
-const std::vector<std::size_t> kLargeSizes = {1024, 1 << 20, 64 << 20};
+const std::vector<std::size_t> kSizes = {20, 1024, 64 << 10, 1 << 20};
+const std::vector<std::size_t> kLargeSizes = {1024, 64 << 10, 1 << 20, 64 << 20};
 
 std::string sizeName(std::size_t size) {
   if (size >= (1 << 20)) return std::to_string(size >> 20) + "MiB";
@@ -45,8 +46,8 @@ MakeText repeating(const std::string& piece, std::size_t size) {
 template <class Call>
 void measure(const std::string& operation, std::size_t size, const std::string& who,
              const MakeText& makeText, Call call) {
-  benchmark::RegisterBenchmark(
-      (operation + "/" + sizeName(size) + "/" + who).c_str(),
+  commutil_bench::add(
+      operation + "/" + sizeName(size) + "/" + who,
       [makeText, call](benchmark::State& state) mutable {
         std::string text = makeText();
         for (auto _ : state) benchmark::DoNotOptimize(call(text));
@@ -171,8 +172,8 @@ void measureSplitAllToSet() {
 
 void measureReplacing(const std::string& operation, const std::string& from, const std::string& to,
                       const std::string& piece) {
-  for (const std::size_t size :
-       {std::size_t{20}, std::size_t{1024}, std::size_t{1} << 20, std::size_t{64} << 20}) {
+  for (const std::size_t size : {std::size_t{20}, std::size_t{1024}, std::size_t{64} << 10,
+                                 std::size_t{1} << 20, std::size_t{64} << 20}) {
     const MakeText text = repeating(piece, size);
     const auto in = [from, to](auto replace) {
       return [from, to, replace](std::string& s) mutable {
@@ -198,8 +199,8 @@ void measureReplacing(const std::string& operation, const std::string& from, con
 }
 
 void measureReplaceChar() {
-  for (const std::size_t size :
-       {std::size_t{20}, std::size_t{1024}, std::size_t{1} << 20, std::size_t{64} << 20}) {
+  for (const std::size_t size : {std::size_t{20}, std::size_t{1024}, std::size_t{64} << 10,
+                                 std::size_t{1} << 20, std::size_t{64} << 20}) {
     const MakeText text = repeating("fifteen letters%", size);
     const std::string from = "%";
     const std::string to = "\\%";

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "VexaWideIO.h"
+#include "support/cells.h"
 #include "support/scratch.h"
 
 namespace {
@@ -89,9 +90,9 @@ void readDecoding(const std::string& path) {
 }
 
 void registerReading(const std::string& name, Reading read, const SampleFile& file) {
-  benchmark::RegisterBenchmark(name.c_str(), [read, &file](benchmark::State& state) {
+  commutil_bench::add(name, [read, &file](benchmark::State& state) {
     for (auto _ : state) read(file.path());
-  })->Unit(benchmark::kMillisecond);
+  }).Unit(benchmark::kMillisecond);
 }
 
 using Writing = void (*)(const std::string& path, const std::wstring& line, int lines);
@@ -127,9 +128,9 @@ void writeConverted(const std::string& path, const std::wstring& line, int lines
 
 void registerWriting(const std::string& name, Writing write, const std::wstring& line, int lines,
                      const SampleFile& file) {
-  benchmark::RegisterBenchmark(name.c_str(), [=, &file](benchmark::State& state) {
+  commutil_bench::add(name, [=, &file](benchmark::State& state) {
     for (auto _ : state) write(file.path() + ".out", line, lines);
-  })->Unit(benchmark::kMillisecond);
+  }).Unit(benchmark::kMillisecond);
 }
 
 const bool kRegistered = [] {

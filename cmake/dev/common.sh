@@ -14,24 +14,24 @@ fail() {
 
 # Packages
 
+groups() { awk '$1 !~ /^#/ && NF {gsub(",", "\n", $2); print $2}' packages.txt | sort -u; }
+
 packages_of() {
   local group
   for group in "$@"; do
-    awk -v group="$group" '$1 !~ /^#/ && $2 == group {print $1}' packages.txt
+    awk -v group="$group" '$1 !~ /^#/ && index("," $2 ",", "," group ",") {print $1}' packages.txt
   done
 }
 
 is_installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 
-# Runs a command of `need` as root.
 as_root() {
   if [ "$(id -u)" = 0 ]; then
     env "$@"
   elif command -v sudo >/dev/null; then
     sudo env "$@"
   else
-    fail "not root, and sudo is not installed; as root, run: apt-get update &&" \
-      "apt-get install ${missing[*]}"
+    fail "not root, and sudo is not installed; as root, run: $*"
   fi
 }
 
@@ -43,6 +43,8 @@ need() {
   done
   if [ ${#missing[@]} -gt 0 ]; then
     say "Installing ${#missing[@]} packages: ${missing[*]}"
+    [ "$(id -u)" = 0 ] || command -v sudo >/dev/null || fail "not root, and sudo is not installed;" \
+      "as root, run: apt-get update && apt-get install ${missing[*]}"
     as_root apt-get -q update >/dev/null || fail "apt-get update; check the network and /etc/apt"
     # A machine that has just started may be running another installation.
     as_root DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300 install -y \

@@ -7,19 +7,11 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "bytes/json_parse.h"
+#include "bytes/byte_order_mark.h"
+#include "bytes/json_text.h"
 
 namespace settingrest {
 namespace {
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-Json::CharReaderBuilder strictBuilder() {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["rejectDupKeys"] = false;
-  return builder;
-}
 
 /// Returns the first line of the parser's error message, which has the position: "Line 1, Column
 /// 2".
@@ -34,7 +26,7 @@ Json::Value parseValue(std::string_view text) {
   try {
     Json::Value root;
     std::string complaint;
-    if (commutil::parseJson(strictBuilder(), text, root, &complaint)) return root;
+    if (commutil::parseJson(commutil::strictJson(), text, root, &complaint)) return root;
     throw std::runtime_error(placeOf(complaint));
   } catch (const Json::Exception& error) {
     commutil::throwIfOutOfMemory(error);
@@ -45,9 +37,8 @@ Json::Value parseValue(std::string_view text) {
 Json::Value parse(std::string_view text) {
   Json::Value root = parseValue(text);
   if (!root.isObject()) throw std::runtime_error("not an object");
-  // The parser ignores what follows the document and is not a JSON token.
   const auto end = static_cast<std::size_t>(root.getOffsetLimit());
-  if (text.find_first_not_of(" \t\r\n", end) != std::string_view::npos)
+  if (commutil::skipJsonSpace(text, end, false) != text.size())
     throw std::runtime_error("text behind the document");
   return root;
 }
@@ -62,9 +53,7 @@ std::string join(std::string path, const std::string& name) {
 }  // namespace
 
 Document::Document(const std::string& text) {
-  std::string_view json = text;
-  if (json.substr(0, kByteOrderMark.size()) == kByteOrderMark)
-    json.remove_prefix(kByteOrderMark.size());
+  const std::string_view json = commutil::withoutByteOrderMark(text);
   add("", parse(json), json.data());
 }
 

@@ -45,7 +45,7 @@ class FileBackend : public Backend {
   void report(const std::string& reason, bool hasDocument) const;
 
   const std::string m_path;
-  Published<Contents> m_contents;
+  OwnedPublished<Contents> m_contents;
 };
 
 }  // namespace settingrest

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "bytes/ascii.h"
+
 namespace settingrest {
 namespace {
 
@@ -16,13 +18,6 @@ const char* variable(const char* name) {
   return value == nullptr ? "" : value;
 }
 
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 /// Decodes the %XX of a URL; returns nothing for an incomplete one or a NUL, which no path has.
 std::optional<std::string> percentDecode(std::string_view text) {
   std::string decoded;
@@ -32,8 +27,8 @@ std::optional<std::string> percentDecode(std::string_view text) {
       continue;
     }
     if (text.size() - i < 3) return std::nullopt;
-    const int high = hexDigit(text[i + 1]);
-    const int low = hexDigit(text[i + 2]);
+    const int high = commutil::hexDigitValue(text[i + 1]);
+    const int low = commutil::hexDigitValue(text[i + 2]);
     if (high < 0 || low < 0 || high + low == 0) return std::nullopt;
     decoded += static_cast<char>(high * 16 + low);
     i += 2;
@@ -52,14 +47,6 @@ bool consume(std::string_view& text, std::string_view prefix) {
   return true;
 }
 
-std::optional<std::string> pathOf(std::string_view url, std::string_view scheme) {
-  if (!consume(url, scheme)) return std::nullopt;
-  consume(url, "localhost");
-  std::optional<std::string> path = percentDecode(url);
-  if (!path || path->empty() || path->front() != '/') return std::nullopt;
-  return path;
-}
-
 }  // namespace
 
 const char* locationUrl() { return variable(kUrlVariable); }
@@ -76,8 +63,15 @@ std::optional<Location> findLocation() {
   return std::nullopt;
 }
 
-std::optional<std::string> filePath(std::string_view url) { return pathOf(url, "file://"); }
-
-std::optional<std::string> snapshotPath(std::string_view url) { return pathOf(url, "snapshot://"); }
+UrlFile fileOfUrl(std::string_view url) {
+  using Fault = UrlFile::Fault;
+  const bool isSnapshot = consume(url, "snapshot://");
+  if (!isSnapshot && !consume(url, "file://")) return {{}, Fault::otherScheme};
+  consume(url, "localhost");
+  std::optional<std::string> path = percentDecode(url);
+  if (!path) return {{}, Fault::wrongEscape, isSnapshot};
+  if (path->empty() || path->front() != '/') return {{}, Fault::notAbsolute, isSnapshot};
+  return {std::move(*path), Fault::none, isSnapshot};
+}
 
 }  // namespace settingrest

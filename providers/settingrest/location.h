@@ -24,10 +24,15 @@ const char* locationUrl();
 /// Returns the store that the environment names now; nothing if it names none.
 std::optional<Location> findLocation();
 
-/// Returns the file that a "file:" URL names; nothing if `url` is not one or is malformed.
-std::optional<std::string> filePath(std::string_view url);
+/// The file that a "file:" or "snapshot:" URL names, or why it names none.
+struct UrlFile {
+  enum class Fault { none, otherScheme, wrongEscape, notAbsolute };
 
-/// Returns the file that a "snapshot:" URL names; nothing if `url` is not one or is malformed.
-std::optional<std::string> snapshotPath(std::string_view url);
+  std::string path;
+  Fault fault;
+  bool isSnapshot = false;
+};
+
+UrlFile fileOfUrl(std::string_view url);
 
 }  // namespace settingrest

@@ -10,7 +10,8 @@ namespace settingrest {
 
 /// A value that any number of threads read while others replace it. Takes no lock, so a child
 /// forked at any moment can read and replace it too; in the child, values that other threads were
-/// reading are never freed.
+/// reading are never freed. Its values outlive it: in static storage, threads may read at process
+/// exit.
 template <class T>
 class Published {
   struct Node {
@@ -50,11 +51,6 @@ class Published {
   constexpr Published() = default;
   Published(const Published&) = delete;
   Published& operator=(const Published&) = delete;
-  /// For when no thread uses the object any more.
-  ~Published() {
-    deleteAll(m_current.load());
-    deleteAll(m_retired.load());
-  }
 
   /// Returns the current value, pinned.
   Pin pin() const {
@@ -75,7 +71,7 @@ class Published {
     auto added = std::unique_ptr<Node>(new Node{std::move(next), nullptr});
     Node* before = expected.m_node;
     if (!m_current.compare_exchange_strong(before, added.get())) return false;
-    added.release();
+    static_cast<void>(added.release());
     if (before != nullptr) retire(before);
     return true;
   }
@@ -91,6 +87,12 @@ class Published {
     }
   }
 
+  /// Frees all values. For when no thread uses them any more.
+  void clear() {
+    deleteAll(m_current.exchange(nullptr));
+    deleteAll(m_retired.exchange(nullptr));
+  }
+
  private:
   void retire(Node* node) {
     node->next = m_retired.load();
@@ -104,6 +106,16 @@ class Published {
 
   std::atomic<Node*> m_current{nullptr};
   std::atomic<Node*> m_retired{nullptr};  // a list
+};
+
+/// A published value that is freed with its owner.
+template <class T>
+class OwnedPublished : public Published<T> {
+ public:
+  OwnedPublished() = default;
+  OwnedPublished(const OwnedPublished&) = delete;
+  OwnedPublished& operator=(const OwnedPublished&) = delete;
+  ~OwnedPublished() { this->clear(); }
 };
 
 }  // namespace settingrest

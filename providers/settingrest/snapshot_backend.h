@@ -50,7 +50,7 @@ class SnapshotBackend : public Backend {
 
   const std::string m_path;
   std::atomic<std::int64_t> m_nextCheck{0};  // milliseconds of the coarse clock
-  Published<State> m_state;
+  OwnedPublished<State> m_state;
 };
 
 }  // namespace settingrest

@@ -31,9 +31,10 @@ std::string headerFault(std::string_view bytes) {
   if (bytes.size() > kMaxSnapshotBytes) return "larger than 64 MiB";
   if (bytes.substr(0, kSnapshotMagic.size()) != kSnapshotMagic) return "not a settings snapshot";
   const SnapshotFileHeader header = headerOf(bytes);
-  if (header.version != kSnapshotVersion)
+  if (header.version != kSnapshotVersion) {
     return "format version " + std::to_string(header.version) + ", not " +
            std::to_string(kSnapshotVersion);
+  }
   if (header.byteCount != bytes.size()) return "wrong number of bytes";
   if (header.crc != snapshotCrc(bytes)) return "wrong checksum";
   if (header.entryCount > (bytes.size() - sizeof header) / sizeof(SnapshotFileEntry))

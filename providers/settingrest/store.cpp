@@ -16,32 +16,26 @@ namespace {
 /// Makes the backend for a URL whose scheme is served; null for any other. A backend for another
 /// scheme is chosen here.
 std::unique_ptr<Backend> backendForUrl(std::string_view url) {
-  if (auto path = filePath(url)) return std::make_unique<FileBackend>(std::move(*path));
-  if (auto path = snapshotPath(url)) return std::make_unique<SnapshotBackend>(std::move(*path));
-  return nullptr;
+  UrlFile file = fileOfUrl(url);
+  if (file.fault != UrlFile::Fault::none) return nullptr;
+  if (file.isSnapshot) return std::make_unique<SnapshotBackend>(std::move(file.path));
+  return std::make_unique<FileBackend>(std::move(file.path));
 }
 
 std::unique_ptr<Backend> makeBackend(const Location& place) {
   return place.isUrl ? backendForUrl(place.text) : std::make_unique<FileBackend>(place.text);
 }
 
-/// Never destroyed: threads may still ask at process exit.
-union LastChoice {
-  constexpr LastChoice() : value() {}
-  ~LastChoice() {}
-  Published<Choice> value;
-};
-
-constinit LastChoice lastChoice;
+constinit Published<Choice> lastChoice;
 
 Published<Choice>::Pin choose(const Location& place) {
   while (true) {
-    lastChoice.value.reap();
-    Published<Choice>::Pin choice = lastChoice.value.pin();
+    lastChoice.reap();
+    Published<Choice>::Pin choice = lastChoice.pin();
     if (choice && choice->place == place) return choice;
-    std::unique_ptr<Backend> backend = makeBackend(place);
-    const bool isServed = backend != nullptr;
-    if (lastChoice.value.replace(choice, {place, std::move(backend)}) && !isServed)
+    Choice next{place, makeBackend(place)};
+    const bool isServed = next.backend != nullptr;
+    if (lastChoice.replace(choice, std::move(next)) && !isServed)
       report(std::string(kUrlVariable) + ": no store has the URL " + place.text);
   }
 }
@@ -51,7 +45,7 @@ Published<Choice>::Pin choose(const Location& place) {
 Published<Choice>::Pin currentChoice() {
   const char* const url = locationUrl();
   if (*url != '\0') {
-    Published<Choice>::Pin choice = lastChoice.value.pin();
+    Published<Choice>::Pin choice = lastChoice.pin();
     if (choice && choice->place.isUrl && std::strcmp(choice->place.text.c_str(), url) == 0)
       return choice;
   }

@@ -29,6 +29,10 @@ struct LetterBeyondHex {
   static constexpr InRange kLetters{'g', 'z'};
 };
 
+constexpr bool isWhitespace(char byte) {
+  return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
+}
+
 /// Returns the value 0 to 15 of a hexadecimal digit, -1 for any other byte.
 constexpr int hexDigitValue(char byte) {
   if (byte >= '0' && byte <= '9') return byte - '0';

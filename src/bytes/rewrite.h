@@ -9,6 +9,7 @@
 
 #include "bytes/block.h"
 #include "bytes/checked_size.h"
+#include "bytes/raw_text.h"
 #include "bytes/scan.h"
 
 // Copying and rewriting text in blocks.
@@ -79,33 +80,37 @@ char* rewriteInto(char* out, std::string_view text, const Set& set, const Write&
 constexpr std::size_t kShortText = 2 * Block::kSize;
 constexpr std::size_t kWidestByte = 3;
 
-/// `rewriteBytes` of a short text: in room of its own, where whole blocks may be copied throughout.
+/// `rewriteInto` of a short text: whole blocks are copied throughout, so `out` needs room for one
+/// more than the result.
 template <class Set, class Write>
-std::string rewriteShort(std::string_view text, const Set& set, const Write& write) {
+char* rewriteShortInto(char* out, std::string_view text, const Set& set, const Write& write) {
   std::array<char, kShortText + Block::kSize> padded{};
-  std::array<char, kShortText * kWidestByte + Block::kSize> result{};
   std::copy(text.begin(), text.end(), padded.begin());
-  char* out = result.data();
   for (std::size_t at = 0; at < text.size(); at += Block::kSize) {
     const std::size_t length = std::min(Block::kSize, text.size() - at);
     const char* const block = padded.data() + at;
     const unsigned mask = set(Block::load(block)).mask() & ((1U << length) - 1);
     out = rewriteBlock(out, block, length, mask, write);
   }
-  return std::string(result.data(), out);
+  return out;
 }
 
 /// Returns `text` with each byte of `set` written as `width` bytes, three at most, by `write` (see
 /// `rewriteBlock`).
-template <class Set, class Write>
-std::string rewriteBytes(std::string_view text, const Set& set, std::size_t width,
+template <char... Bytes, class Write>
+std::string rewriteBytes(std::string_view text, const AnyOf<Bytes...>& set, std::size_t width,
                          const Write& write) {
-  if (text.size() <= kShortText) return rewriteShort(text, set, write);
+  if (text.size() <= kShortText) {
+    std::array<char, kShortText * kWidestByte + Block::kSize> result;  // NOLINT(*-member-init)
+    return std::string(result.data(), rewriteShortInto(result.data(), text, set, write));
+  }
+  if (!containsAnyOf(text, set)) return std::string(text);
   const std::size_t hits = countBytes(text, set);
-  if (hits == 0) return std::string(text);
-  std::string result(checkedSize(text.size() - hits, hits, width), '\0');
-  rewriteInto(result.data(), text, set, write);
-  return result;
+  const std::size_t size = checkedSize(text.size() - hits, hits, width);
+  return writtenText(size, [&](char* out, std::size_t /*size*/) {
+    rewriteInto(out, text, set, write);
+    return size;
+  });
 }
 
 }  // namespace commutil

@@ -20,28 +20,9 @@ Quad areForeign(Quad four) {
   return (four > 0x10FFFF) | (four < 0) | surrogate;
 }
 
-struct Decoded {
-  std::uint32_t character;
-  std::size_t bytes;  ///< 0 when the sequence is left to the caller
-};
-
-/// Decodes a sequence of at least two bytes. Text ends with a NUL, which continues no sequence.
-Decoded decode(const char* text) {
-  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const auto follows = [byte](std::size_t i) { return (byte(i) & 0xC0U) == 0x80; };
-  const auto bits = [byte](std::size_t i) { return static_cast<std::uint32_t>(byte(i) & 0x3FU); };
-  const std::uint32_t first = byte(0);
-  if (!follows(1)) return {0, 0};
-  if (first >= 0xC2 && first <= 0xDF) return {(first & 0x1F) << 6 | bits(1), 2};
-  if (first < 0xE0 || !follows(2)) return {0, 0};
-  if (first <= 0xEF) {
-    const std::uint32_t c = (first & 0x0F) << 12 | bits(1) << 6 | bits(2);
-    const bool plain = c >= 0x800 && (c < 0xD800 || c > 0xDFFF);
-    return {c, plain ? std::size_t{3} : 0};
-  }
-  if (first > 0xF4 || !follows(3)) return {0, 0};
-  const std::uint32_t c = (first & 0x07) << 18 | bits(1) << 12 | bits(2) << 6 | bits(3);
-  return {c, c >= 0x10000 && c <= 0x10FFFF ? std::size_t{4} : 0};
+/// Decodes a sequence of at least two bytes. The NUL after the text continues no sequence.
+Utf8Character decode(const char* text) {
+  return decodeUtf8([text](std::size_t i) { return static_cast<unsigned char>(text[i]); });
 }
 
 /// Writes one character and returns the position behind it.
@@ -96,9 +77,9 @@ Converted widenUtf8(const char* text, std::size_t size, wchar_t* wide) {
         *out++ = text[i++];
         continue;
       }
-      const Decoded next = decode(text + i);
+      const Utf8Character next = decode(text + i);
       if (next.bytes == 0) return {i, static_cast<std::size_t>(out - wide)};
-      *out++ = static_cast<wchar_t>(next.character);
+      *out++ = static_cast<wchar_t>(next.code);
       i += next.bytes;
     }
   }

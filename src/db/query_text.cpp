@@ -2,19 +2,26 @@
 // the configured database, for processes that build SQL by hand. Re-entrant; no state, the database
 // type is asked on every call.
 #include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "bytes/checked_size.h"
+#include "bytes/raw_text.h"
 #include "bytes/rewrite.h"
+#include "bytes/scan.h"
 
 namespace {
 
 using commutil::AnyOf;
+using commutil::checkedSize;
+using commutil::containsAnyOf;
+using commutil::countBytes;
 using commutil::rewriteBytes;
 
 constexpr AnyOf<'\''> kQuote;
-constexpr AnyOf<'%', '_', '\\'> kBackslashEscaped;
-constexpr AnyOf<'%', '_', '[', ']'> kBracketed;
 
 /// Returns whether `type` equals the lower-case `name`, ignoring case.
 bool isType(std::string_view type, std::string_view name) {
@@ -33,17 +40,109 @@ char* writeDoubled(char* out, char byte) {
   return out;
 }
 
-char* writeEscaped(char* out, char byte) {
-  *out++ = '\\';
-  *out++ = byte;
-  return out;
+// How a family of databases escapes wildcards: each as kWidth bytes by `escape`. `change` doubles a
+// quote besides, without a branch on what the text holds; it needs room for kWidth bytes.
+
+struct Backslashes {
+  static constexpr AnyOf<'%', '_', '\\'> kEscaped{};
+  static constexpr AnyOf<'\'', '%', '_', '\\'> kChanged{};
+  static constexpr std::size_t kWidth = 2;
+
+  static char* escape(char* out, char byte) {
+    *out++ = '\\';
+    *out++ = byte;
+    return out;
+  }
+  static char* change(char* out, char byte) {
+    *out++ = byte == '\'' ? '\'' : '\\';
+    *out++ = byte;
+    return out;
+  }
+};
+
+struct Brackets {
+  static constexpr AnyOf<'%', '_', '[', ']'> kEscaped{};
+  static constexpr AnyOf<'\'', '%', '_', '[', ']'> kChanged{};
+  static constexpr std::size_t kWidth = 3;
+
+  static char* escape(char* out, char byte) {
+    *out++ = '[';
+    *out++ = byte;
+    *out++ = ']';
+    return out;
+  }
+  static char* change(char* out, char byte) {
+    const bool quote = byte == '\'';
+    out[0] = quote ? '\'' : '[';
+    out[1] = byte;
+    out[2] = ']';
+    return out + (quote ? 2 : 3);
+  }
+};
+
+template <class Dialect>
+std::string escaped(std::string_view text) {
+  return rewriteBytes(text, Dialect::kEscaped, Dialect::kWidth, Dialect::escape);
 }
 
-char* writeBracketed(char* out, char byte) {
-  *out++ = '[';
-  *out++ = byte;
-  *out++ = ']';
-  return out;
+/// The size of `text` with its quotes doubled and its wildcards escaped.
+/// @throws std::length_error  no string can be that long
+template <class Dialect>
+std::size_t changedSize(std::string_view text) {
+  constexpr std::size_t kPiece = 16 * 1024;  // stays in a cache for the second count
+  std::size_t quotes = 0;
+  std::size_t changed = 0;
+  for (std::size_t at = 0; at < text.size(); at += kPiece) {
+    const std::string_view piece = text.substr(at, kPiece);
+    quotes += countBytes(piece, kQuote);
+    changed += countBytes(piece, Dialect::kChanged);
+  }
+  return checkedSize(checkedSize(text.size(), quotes, 1), changed - quotes, Dialect::kWidth - 1);
+}
+
+char* append(char* out, std::string_view text) { return std::copy(text.begin(), text.end(), out); }
+
+constexpr std::string_view kClause = " escape '\\' ";
+
+/// `operand` of a short text, built where whole blocks may be copied.
+template <class Dialect>
+std::string shortOperand(std::string_view text, std::string_view before, std::string_view after) {
+  constexpr std::size_t kMostAround = sizeof "'%%'" + kClause.size();
+  constexpr std::size_t kMost = commutil::kShortText * commutil::kWidestByte + kMostAround;
+  std::array<char, kMost + commutil::Block::kSize> result;  // NOLINT(*-member-init): filled below
+  char* out = append(result.data(), before);
+  out = commutil::rewriteShortInto(out, text, Dialect::kChanged, Dialect::change);
+  return std::string(result.data(), append(out, after));
+}
+
+/// Returns `text`, its quotes doubled and its wildcards escaped, between `before` and `after`.
+template <class Dialect>
+std::string operand(std::string_view text, std::string_view before, std::string_view after) {
+  if (text.size() <= commutil::kShortText) return shortOperand<Dialect>(text, before, after);
+  const std::size_t around = before.size() + after.size();
+  const bool clean = !containsAnyOf(text, Dialect::kChanged);
+  const std::size_t body = clean ? text.size() : changedSize<Dialect>(text);
+  const std::size_t size = checkedSize(body, around, 1);
+  // A byte more: `change` may write one beyond the text's end.
+  return commutil::writtenText(checkedSize(size, 1, 1), [&](char* begin, std::size_t /*size*/) {
+    char* out = append(begin, before);
+    out = clean ? append(out, text)
+                : commutil::rewriteInto(out, text, Dialect::kChanged, Dialect::change);
+    append(out, after);
+    return size;
+  });
+}
+
+/// The type is looked up unless the text is empty. Up to a NUL: only here is it taken as a C
+/// string.
+bool usesBackslashes(std::string_view text) {
+  return !text.empty() && isOracleFamily(VexaCommonUtils::getDBType().c_str());
+}
+
+std::string operandOf(std::string_view text, std::string_view before, std::string_view after,
+                      bool backslashes) {
+  return backslashes ? operand<Backslashes>(text, before, after)
+                     : operand<Brackets>(text, before, after);
 }
 
 }  // namespace
@@ -54,23 +153,18 @@ std::string VexaCommonUtils::transDBUpdateString(const std::string& text) {
 }
 
 std::string VexaCommonUtils::transDBSearchString(const std::string& text) {
-  if (text.empty()) return text;
-  const std::string type = getDBType();
-  if (isOracleFamily(type.c_str())) {  // up to a NUL: only here the type is a C string
-    return rewriteBytes(text, kBackslashEscaped, 2, writeEscaped);
-  }
-  return rewriteBytes(text, kBracketed, 3, writeBracketed);
+  return usesBackslashes(text) ? escaped<Backslashes>(text) : escaped<Brackets>(text);
 }
 
 std::string VexaCommonUtils::getEscapeString() {
-  return isOracleFamily(getDBType()) ? " escape '\\' " : "";
+  return isOracleFamily(getDBType()) ? std::string(kClause) : "";
 }
 
 // A "tessarn" string is quoted and escaped here although an "oracle" string is not: callers rely on
 // it.
 std::string VexaCommonUtils::TransferLikeSqlForSybAndMSSQL(const std::string& text) {
   if (isType(getDBType(), "oracle")) return text;
-  return transDBSearchString(transDBUpdateString(text));
+  return operandOf(text, "", "", usesBackslashes(text));
 }
 
 std::string VexaCommonUtils_i::TransferLikeSql(const std::string& text,
@@ -78,12 +172,7 @@ std::string VexaCommonUtils_i::TransferLikeSql(const std::string& text,
   const bool both = mode == Vexacommon::FUZZY_QUERY_BOTH;
   const bool leading = both || mode == Vexacommon::FUZZY_QUERY_LEFT;
   const bool trailing = both || mode == Vexacommon::FUZZY_QUERY_RIGHT;
-  const std::string body =
-      VexaCommonUtils::transDBSearchString(VexaCommonUtils::transDBUpdateString(text));
-  const std::string clause = VexaCommonUtils::getEscapeString();
-
-  std::string operand;
-  operand.reserve(body.size() + clause.size() + sizeof "'%%'");
-  operand.append(leading ? "'%" : "'").append(body).append(trailing ? "%'" : "'").append(clause);
-  return operand;
+  const bool backslashes = usesBackslashes(text);
+  const std::string after = (trailing ? "%'" : "'") + VexaCommonUtils::getEscapeString();
+  return operandOf(text, leading ? "'%" : "'", after, backslashes);
 }

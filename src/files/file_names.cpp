@@ -71,13 +71,27 @@ std::size_t escapeInto(char* data, std::string_view name) {
   return static_cast<std::size_t>(out - data);
 }
 
+/// Returns the special character of the escape that begins at `i`; 0 if none does. The byte after
+/// the last one reads as NUL, which is not a letter.
+char escapedAt(const std::string& name, std::size_t i) {
+  return name[i] == kEscape ? kSpecialOf[static_cast<unsigned char>(name[i + 1])] : '\0';
+}
+
+std::size_t countEscapes(const std::string& name) {
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    if (escapedAt(name, i) == '\0') continue;
+    ++count;
+    ++i;
+  }
+  return count;
+}
+
 /// Writes `name` with its escapes decoded. Returns the length, at most that of `name`.
 std::size_t unescapeInto(char* data, const std::string& name) {
   char* out = data;
   for (std::size_t i = 0; i < name.size(); ++i) {
-    // The byte after the last one reads as NUL, which is not a letter.
-    const char special =
-        name[i] == kEscape ? kSpecialOf[static_cast<unsigned char>(name[i + 1])] : '\0';
+    const char special = escapedAt(name, i);
     *out++ = special != '\0' ? special : name[i];
     if (special != '\0') ++i;
   }
@@ -96,8 +110,11 @@ std::string VexaCommonUtils::specialName2FileName(const std::string& name) {
 
 std::string VexaCommonUtils::fileName2SpecialName(const std::string& name) {
   if (name.find(kEscape) == name.npos) return name;
+  // What a short name's escapes leave unused is not worth counting them.
+  constexpr std::size_t kShort = std::size_t{1} << 20;
+  const std::size_t room = name.size() <= kShort ? name.size() : name.size() - countEscapes(name);
   return commutil::writtenText(
-      name.size(), [&name](char* data, std::size_t /*room*/) { return unescapeInto(data, name); });
+      room, [&name](char* data, std::size_t /*room*/) { return unescapeInto(data, name); });
 }
 
 bool VexaCommonUtils_i::isSafeFileName(const std::string& name) {

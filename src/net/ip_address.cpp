@@ -17,22 +17,20 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
+#include "bytes/ascii.h"
 #include "platform/bounded.h"
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::ptrdiff_t kGroups = 8;
 constexpr std::size_t kLongestDotted = 15;
 constexpr std::size_t kTextSize = 128;
 constexpr unsigned short kAnyPort = 65533;
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
 std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(kBlanks);
+  const std::size_t first = text.find_first_not_of(commutil::kWhitespace);
   if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+  return text.substr(first, text.find_last_not_of(commutil::kWhitespace) - first + 1);
 }
 
 /// Appends a digit, saturating at LONG_MAX as strtol(3) does.
@@ -53,7 +51,7 @@ bool readOctets(std::string_view text, const Take& take) {
   for (std::size_t i = 0; i <= text.size(); ++i) {
     const char c = i < text.size() ? text[i] : '.';
     if (c != '.') {
-      if (!isDigit(c)) return false;
+      if (!commutil::kDigits(c)) return false;
       value = withDigit(value, c);
       empty = false;
       continue;
@@ -84,7 +82,7 @@ bool isDottedQuad(std::string_view ip) {
       value = 0;
       continue;
     }
-    if (!isDigit(c)) return false;
+    if (!commutil::kDigits(c)) return false;
     ++digits;
     value = value * 10 + static_cast<unsigned int>(c - '0');
     if (value > UCHAR_MAX) return false;
@@ -149,7 +147,7 @@ bool CheckIp(const char* ip) {
   int fields = 0;
   char before = '.';
   for (const char c : trimmed(ip)) {
-    if (c != '.' && !isDigit(c)) return false;
+    if (c != '.' && !commutil::kDigits(c)) return false;
     if (c != '.' && before == '.') ++fields;
     before = c;
   }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -18,8 +17,9 @@
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
 #include "VexaStringUtils.h"
+#include "bytes/ascii.h"
 #include "net/interface_records.h"
-#include "net/tool_stream.h"
+#include "net/tool_output.h"
 #include "platform/bounded.h"
 
 namespace {
@@ -49,10 +49,8 @@ void appendFromTool(std::vector<CMACAddress>& addresses, CMACAddress& work) {
           ? "/sbin/ifconfig -a  | /usr/bin/grep ether | /usr/bin/awk -F' ' '{print $2}'| "
             "tr 'a-z' 'A-Z'"
           : "/sbin/ifconfig -a | /usr/bin/grep HWaddr | /usr/bin/awk -F' ' '{print $5}'";
-  const commutil::ToolStream stream(VexaCommonUtils_i::pipeline_s(command));
-  if (!stream) return;
-  Line line{};
-  while (std::fgets(line.data(), static_cast<int>(line.size()), stream.get()) != nullptr) {
+  commutil::ToolOutput output(command);
+  for (Line line{}; output.readLine(line);) {
     // Every piece loses its last character, whether that is a line end or not.
     const std::size_t length = std::strlen(line.data());
     if (length > 0) line[length - 1] = '\0';
@@ -62,20 +60,17 @@ void appendFromTool(std::vector<CMACAddress>& addresses, CMACAddress& work) {
 
 /// Returns the last word of `line`, which must follow a space; "" if there is none.
 std::string_view lastWord(std::string_view line) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const std::size_t end = line.find_last_not_of(kBlanks);
+  const std::size_t end = line.find_last_not_of(commutil::kWhitespace);
   if (end == std::string_view::npos) return {};
-  const std::size_t blank = line.find_last_of(kBlanks, end);
+  const std::size_t blank = line.find_last_of(commutil::kWhitespace, end);
   if (blank == std::string_view::npos) return {};
   return line.substr(blank + 1, end - blank);
 }
 
 void appendFromBonding(std::vector<CMACAddress>& addresses, CMACAddress& work) {
-  const commutil::ToolStream stream(VexaCommonUtils_i::pipeline_s(
-      "/bin/cat /proc/net/bonding/* 2>&1 | /usr/bin/grep \"Permanent HW addr\""));
-  if (!stream) return;
-  Line buffer{};
-  while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), stream.get()) != nullptr) {
+  commutil::ToolOutput output(
+      "/bin/cat /proc/net/bonding/* 2>&1 | /usr/bin/grep \"Permanent HW addr\"");
+  for (Line buffer{}; output.readLine(buffer);) {
     const std::string_view line = buffer.data();
     if (line.size() < kMinBondingLine) continue;
     std::string word(lastWord(line));

@@ -3,7 +3,6 @@
 #include <netinet/in.h>
 
 #include <array>
-#include <cstdio>
 #include <iterator>
 #include <list>
 #include <map>
@@ -12,22 +11,18 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
-#include "net/tool_stream.h"
-#include "os/handles.h"
+#include "net/tool_output.h"
 #include "platform/bounded.h"
 
 namespace {
 
-constexpr int kMaxToolLine = 1022;
+constexpr std::size_t kMaxToolLine = 1022;
 
 std::list<std::string> toolLines() {
   std::list<std::string> lines;
-  const commutil::PipeStream stream = commutil::openPipe("/usr/sbin/ifconfig -a", "r");
-  if (!stream) return lines;
-  std::array<char, kMaxToolLine + 1> line{};
-  while (std::fgets(line.data(), static_cast<int>(line.size()), stream.get()) != nullptr) {
+  commutil::ToolOutput output("/usr/sbin/ifconfig -a");
+  for (std::array<char, kMaxToolLine + 1> line{}; output.readLine(line);)
     lines.emplace_back(line.data());
-  }
   return lines;
 }
 
@@ -78,14 +73,10 @@ int VexaCommonUtils_i::getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAdd
   std::string name;
   if (getInterfaceOfIPV6(ip, name) != 0) return -1;
 
-  const std::string command = "/sbin/ifconfig |grep " + name + "|awk '{print $5}'";
-  const commutil::ToolStream stream(pipeline_s(command.c_str()));
+  commutil::ToolOutput output("/sbin/ifconfig |grep " + name + "|awk '{print $5}'");
   std::array<char, 48> line{};
   // If the tool prints no line, the result is that of the interface lookup, by contract.
-  if (!stream || std::fgets(line.data(), static_cast<int>(line.size()), stream.get()) == nullptr) {
-    return 0;
-  }
-  return GetEther(line.data(), mac);
+  return output.readLine(line) ? GetEther(line.data(), mac) : 0;
 }
 
 int VexaCommonUtils_i::getZirelMacAddrOfIPV6(const std::string& ip,

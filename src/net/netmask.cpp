@@ -12,6 +12,7 @@
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
 #include "VexaStringUtils.h"
+#include "bytes/ascii.h"
 #include "net/interface_records.h"
 #include "os/handles.h"
 #include "platform/bounded.h"
@@ -58,7 +59,7 @@ using Words = std::list<std::string>;
 /// Returns the element after `word`, trimmed; "" if there is none.
 std::string wordAfter(const Words& words, Words::const_iterator word) {
   const auto next = std::next(word);
-  return next == words.end() ? "" : VexaCommonUtils_i::VexatrimAll(*next, " \t\r\n");
+  return next == words.end() ? "" : VexaCommonUtils_i::VexatrimAll(*next, commutil::kWhitespace);
 }
 
 /// Sets `mask` to what follows the first "Mask:" in `field`, if there is one.

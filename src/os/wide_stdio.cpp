@@ -53,12 +53,9 @@ struct Conversions {
 
 /// Returns the number of bytes before the last character of some UTF-8.
 std::size_t beforeLast(const char* text, std::size_t size) {
-  const auto continues = [text](std::size_t i) {
-    return (static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80;
-  };
   do {
     --size;
-  } while (continues(size));
+  } while (continuesUtf8(static_cast<unsigned char>(text[size])));
   return size;
 }
 

@@ -1,6 +1,8 @@
 #include "platform/ini_reader.h"
 
-// The library's byte strings need no converter.
+// Compiled here: the packaged library pulls ICU into every process for a converter that byte
+// strings do not need.
+#define SI_IMPLEMENTATION
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
 

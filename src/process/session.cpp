@@ -12,12 +12,12 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "bytes/ascii.h"
 
 namespace {
 
 constexpr const char* kServiceUser = "ossuser";
 constexpr const char* kPamService = "su";
-constexpr const char* kBlanks = " \t\r\n";
 constexpr std::size_t kUserBufferSize = 1024;
 constexpr mode_t kSessionMask = 027;
 
@@ -59,7 +59,7 @@ bool takeIdentity(uid_t user, gid_t group) {
 /// Runs `command` and sets `output` to its output without surrounding whitespace.
 bool query(const char* command, std::string& output) {
   if (VexaCommonUtils_i::getSystemExecResult(command, output) != 0) return false;
-  output = VexaCommonUtils_i::VexatrimAll(output, kBlanks);
+  output = VexaCommonUtils_i::VexatrimAll(output, commutil::kWhitespace);
   return true;
 }
 

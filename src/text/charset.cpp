@@ -2,6 +2,7 @@
 
 #include <langinfo.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -29,13 +30,19 @@ bool localeIsUtf8() { return std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0; 
 
 /// Does what mbstowcs(3) does for `src` of `length` bytes and `room` characters of output, faster
 /// in a UTF-8 locale: unusual input goes to the C library.
-std::size_t widen(const char* src, std::size_t length, wchar_t* dst, std::size_t room) {
-  if (!localeIsUtf8()) return std::mbstowcs(dst, src, room);
+std::size_t widen(const char* src, std::size_t length, wchar_t* dst, std::size_t room, bool utf8) {
+  if (!utf8) return std::mbstowcs(dst, src, room);
   const Converted plain = widenUtf8(src, length, dst);
+  if (plain.read == length) {
+    if (plain.written < room) dst[plain.written] = L'\0';
+    return plain.written;
+  }
   const std::size_t rest =
       std::mbstowcs(dst + plain.written, src + plain.read, room - plain.written);
   return rest == kInvalid ? kInvalid : plain.written + rest;
 }
+
+constexpr std::size_t kShortText = 64;
 
 /// Converts by the C library, in any locale.
 std::string narrow(const wchar_t* src) {
@@ -55,15 +62,21 @@ void VexaCommonUtils::STR2WSTR(const char* src, wchar_t* dst) {
   VexaLocale::Instance();
   const std::size_t length = std::strlen(src);
   dst[length] = L'\0';
-  if (length != 0) widen(src, length, dst, length);
+  if (length != 0) widen(src, length, dst, length, localeIsUtf8());
 }
 
 std::wstring VexaCommonUtils::STR2WSTR(const std::string& s) {
   VexaLocale::Instance();
   const std::size_t length = std::strlen(s.c_str());
+  const bool utf8 = localeIsUtf8();
+  if (utf8 && length <= kShortText) {
+    std::array<wchar_t, kShortText> wide;  // NOLINT(*-member-init): filled below
+    const Converted plain = widenUtf8(s.c_str(), length, wide.data());
+    if (plain.read == length) return std::wstring(wide.data(), plain.written);
+  }
   // Zero-filled, because an invalid sequence ends the string without its own NUL.
-  std::wstring text(localeIsUtf8() ? countUtf8(s.c_str(), length) : length, L'\0');
-  const std::size_t written = widen(s.c_str(), length, text.data(), text.size());
+  std::wstring text(utf8 ? countUtf8(s.c_str(), length) : length, L'\0');
+  const std::size_t written = widen(s.c_str(), length, text.data(), text.size(), utf8);
   text.resize(written == kInvalid ? std::wcslen(text.c_str()) : written);
   return text;
 }

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "bytes/aligned_room.h"
+
 namespace {
 
 using commutil::AnyOf;
@@ -51,6 +53,20 @@ TEST(RewriteBytes, AgreesWithAPlainLoop) {
         if (random() % 8 < static_cast<unsigned>(round % 9)) byte = round % 2 == 0 ? '\'' : '%';
       ASSERT_EQ(rewrittenByteByByte(text, false), rewriteBytes(text, kSet, 2, writeTwo));
       ASSERT_EQ(rewrittenByteByByte(text, true), rewriteBytes(text, kSet, 3, writeThree));
+    }
+  }
+}
+
+TEST(RewriteBytes, AgreesWithAPlainLoopAtEverySizeAndAlignment) {
+  commutil_test::AlignedRoom room('%');
+  for (std::size_t size = 0; size <= commutil_test::kMostBytes; ++size) {
+    std::string text(size, 'x');
+    for (std::size_t i = 0; i < size; ++i) {
+      if (i * i % (3 + size % 40) == 1) text[i] = i % 2 == 0 ? '\'' : '%';
+    }
+    const std::string expected = rewrittenByteByByte(text, true);
+    for (std::size_t alignment = 0; alignment < commutil_test::kAlignments; ++alignment) {
+      ASSERT_EQ(rewriteBytes(room.place(text, alignment), kSet, 3, writeThree), expected) << size;
     }
   }
 }

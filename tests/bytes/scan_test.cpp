@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "bytes/aligned_room.h"
 #include "support/fixtures.h"
 
 namespace {
@@ -15,9 +16,13 @@ using commutil::AnyOf;
 using commutil::Block;
 using commutil::ByteSet;
 using commutil::containsAny;
+using commutil::containsAnyOf;
 using commutil::countBytes;
 using commutil::InRange;
+using commutil_test::AlignedRoom;
 using commutil_test::allBytes;
+using commutil_test::kAlignments;
+using commutil_test::kMostBytes;
 
 /// Expects the hits in a block to be the bytes that belong to `set`.
 template <class Set>
@@ -57,6 +62,34 @@ TEST(Scanning, AgreesWithAPlainLoop) {
 TEST(Scanning, CountsMoreBlocksThanALaneHolds) {
   for (const std::size_t size : {255 * 16, 255 * 16 + 1, 256 * 16, 1'000'000})
     EXPECT_EQ(size, countBytes(std::string(size, 'a'), InRange{'a', 'a'}));
+}
+
+constexpr AnyOf<'%', '_', '\xFF', '\0'> kFew{};
+
+TEST(Scanning, FindsOneOfAFewBytesWhereverItIs) {
+  AlignedRoom room('%');
+  for (std::size_t size = 0; size <= kMostBytes; ++size) {
+    std::string text(size, 'x');
+    for (std::size_t alignment = 0; alignment < kAlignments; ++alignment) {
+      ASSERT_FALSE(containsAnyOf(room.place(text, alignment), kFew)) << size;
+      if (size == 0) continue;
+      char& byte = text[(size * 31 + alignment * 257) % size];
+      byte = "%_\xFF\0"[alignment % 4];
+      ASSERT_TRUE(containsAnyOf(room.place(text, alignment), kFew)) << size;
+      byte = 'x';
+    }
+  }
+}
+
+TEST(Scanning, FindsTheLastByteOfALongText) {
+  for (const std::size_t size : {4095U, 4096U, 4097U, 8192U, 8193U, 100000U}) {
+    std::string text(size, 'x');
+    ASSERT_FALSE(containsAnyOf(text, kFew));
+    for (const char byte : {'%', '_', '\xFF', '\0'}) {
+      text.back() = byte;
+      ASSERT_TRUE(containsAnyOf(text, kFew)) << size;
+    }
+  }
 }
 
 TEST(ByteSet, HoldsItsBytes) {

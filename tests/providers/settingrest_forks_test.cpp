@@ -49,13 +49,12 @@ class Reader {
   std::thread m_thread;
 };
 
-/// Forks a child that looks a setting up. Returns whether it did; a child that hangs is killed.
-bool childLooksUp() {
+/// Returns what `body` returns in a forked child; false if the child hangs, which is then killed.
+bool inChild(const std::function<bool()>& body) {
   const pid_t child = ::fork();
   if (child == 0) {
     ::alarm(kHangSeconds);
-    std::string value;
-    ::_exit(paramValue(kKey, value) == 0 && value.size() == 1 ? 0 : 1);
+    ::_exit(body() ? 0 : 1);
   }
   int status = 0;
   return ::waitpid(child, &status, 0) == child && status == 0;
@@ -70,7 +69,8 @@ void forkChildren(const std::function<void(const std::string& value)>& store) {
   const Reader second;
   for (int i = 0; i < kChildren; ++i) {
     if (i % 8 == 0) store(std::to_string(i % 10));
-    ASSERT_TRUE(childLooksUp()) << "child " << i;
+    const bool found = inChild([&] { return paramValue(kKey, value) == 0 && value.size() == 1; });
+    ASSERT_TRUE(found) << "child " << i;
   }
 }
 
@@ -96,34 +96,30 @@ TEST(SettingRestForks, ChildrenLookUpInTheSnapshot) {
   });
 }
 
-/// A child that a lookup's thread is forked from mid-way must not keep its descendants from
-/// seeing changes.
-TEST(SettingRestForks, ChildrenOfChildrenSeeChanges) {
+TEST(SettingRestForks, ChildrenSeeChangesOfTheSnapshot) {
+  constexpr int kSeeing = 50;
   const TempDir dir;
   const std::string path = dir / "settings.snap";
   const ScopedEnv url("SETTINGREST_URL", "snapshot://" + path);
+  const auto store = [&](const std::string& value) {
+    replaceByRename(path, settings::encodeSnapshot({{1, 1, 1}, {{kKey, value, 1}}}));
+  };
   runInChild([&] {
-    const auto store = [&](const std::string& value) {
-      replaceByRename(path, settings::encodeSnapshot({{1, 1, 1}, {{kKey, value, 1}}}));
-    };
     store("0");
     std::string value;
-    const std::function<void(int)> descend = [&](int depth) {
-      store(std::to_string(depth));
-      do {
-        ASSERT_EQ(0, paramValue(kKey, value));
-      } while (value != std::to_string(depth));
-      if (depth == 0) return;
-      std::atomic<bool> done{false};
-      std::thread reader([&] {
-        std::string other;
-        while (!done) paramValue(kKey, other);
+    ASSERT_EQ(0, paramValue(kKey, value));
+    const Reader first;
+    const Reader second;
+    for (int i = 0; i < kSeeing; ++i) {
+      const std::string expected = std::to_string(i);
+      const bool saw = inChild([&] {
+        store(expected);
+        while (paramValue(kKey, value) == 0 && value != expected) {
+        }
+        return value == expected;
       });
-      runInChild([&] { descend(depth - 1); });
-      done = true;
-      reader.join();
-    };
-    descend(9);
+      ASSERT_TRUE(saw) << "child " << i;
+    }
   });
 }
 

@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cwchar>
@@ -216,6 +217,48 @@ TEST(Charset, AgreesWithTheCLibrary) {
       for (const wchar_t c : characters) expectLikeTheCLibrary(L"before" + std::wstring(1, c));
     });
   }
+}
+
+/// An array of `fill` after a conversion by the steps that define it.
+std::wstring widenedByTheCLibrary(const std::string& text, wchar_t fill) {
+  std::wstring array(text.size() + 8, fill);
+  array[text.size()] = L'\0';
+  if (!text.empty()) std::mbstowcs(array.data(), text.c_str(), text.size());
+  return array;
+}
+
+/// Text of ASCII and of longer characters, with an invalid byte at its end if `isBroken`.
+std::string mixedText(std::size_t size, bool isBroken) {
+  static const std::string kCharacters[] = {"a", "\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80"};
+  std::string text;
+  for (std::size_t i = size; text.size() + 4 < size; ++i) {
+    text += i % 50 < 30 ? "b" : kCharacters[i % 4];
+  }
+  text.resize(size, 'z');
+  if (isBroken && size > 0) text.back() = '\xFF';
+  return text;
+}
+
+TEST(Charset, WidensAtEverySizeAndAlignmentAsTheCLibraryDoes) {
+  runInChild([] {
+    nameLocale("C.UTF-8");
+    VexaLocale::Instance();
+    constexpr std::size_t kMost = 4096;
+    constexpr std::size_t kAlignments = 64;
+    alignas(kAlignments) static char bytes[kMost + 2 * kAlignments];
+    for (std::size_t size = 0; size <= kMost; ++size) {
+      const std::string text = mixedText(size, size % 5 == 4);
+      ASSERT_EQ(VexaCommonUtils::STR2WSTR(text), widenedByTheCLibrary(text, L'\0').c_str()) << size;
+      const std::wstring expected = widenedByTheCLibrary(text, kJunk);
+      std::wstring array;
+      for (std::size_t alignment = 0; alignment < kAlignments; ++alignment) {
+        std::copy_n(text.c_str(), size + 1, bytes + alignment);
+        array.assign(size + 8, kJunk);
+        VexaCommonUtils::STR2WSTR(bytes + alignment, array.data());
+        ASSERT_TRUE(array == expected) << size << " " << alignment;
+      }
+    }
+  });
 }
 
 TEST(Charset, SurrogatesEndAString) {

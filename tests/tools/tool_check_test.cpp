@@ -107,9 +107,38 @@ TEST(Check, EndsWhenAStoreHangs) {
   EXPECT_EQ(2, result.code);
   // All calls wait concurrently: ten lookups in sequence would take five seconds.
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
-  EXPECT_NE(std::string::npos, result.out.find("error    isCorbaSSLOnly: isCorbaSSLOnly: no answer "
+  EXPECT_NE(std::string::npos, result.out.find("error    isCorbaSSLOnly: no answer "
                                                "within 0.5 s; see commutil explain\n"))
       << result.out;
+}
+
+TEST(Check, LoadsNoFileOver64MiB) {
+  const auto enlarge = [](const std::string& path) {
+    std::filesystem::resize_file(path, std::uintmax_t{1} << 30);
+  };
+  const SoundDeployment store;
+  enlarge(store / "share/conf/settings.json");
+  const ProcessResult checked = store.run({"check", "--quiet"});
+  EXPECT_EQ(1, checked.code);
+  EXPECT_EQ("warning  " + (store / "share/conf/settings.json") +
+                ": 1024 MiB, over 64 MiB: not examined; check whether it is the right file\n",
+            checked.out);
+  const ProcessResult loopback = store.run({"explain", "ListenLoopbackIP"});
+  EXPECT_EQ(0, loopback.code);
+  EXPECT_NE(std::string::npos,
+            loopback.out.find("   not asked: " + (store / "share/conf/settings.json") +
+                              " has 1024 MiB\n"))
+      << loopback.out;
+  const SoundDeployment other;
+  for (const char* const file : {"app/conf/setting.cfg", "omc/etc/conf/TSSetting.cfg",
+                                 "app/conf/inventory.json", "cluster/etc/sysconf/nodelists.json"})
+    enlarge(other / file);
+  const std::string text = other.run({"explain"}).out;
+  for (const std::string answer :
+       {"isListenAllIp", "isTsMode", "getDBType", "getTracePath", "GetAllWebswingNodeIPs"})
+    EXPECT_NE(std::string::npos, text.find(answer + " = unknown ")) << answer << "\n" << text;
+  EXPECT_EQ(std::string::npos, text.find("no answer within"));
+  EXPECT_EQ(1, other.run({"net"}).code);
 }
 
 TEST(Check, ShowsOnATerminalWhatItWaitsFor) {

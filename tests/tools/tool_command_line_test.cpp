@@ -199,6 +199,45 @@ TEST(CommandLine, SuggestsCorrectionsOfMistypedWords) {
   }
 }
 
+TEST(CommandLine, SaysWhatAnArgumentTakes) {
+  const Deployment deployment;
+  const struct {
+    Words words;
+    std::string message;
+  } rows[] = {
+      {{}, "a subcommand is required: report, explain, check, "},
+      {{"ip"}, "a subcommand is required: normalise, check, resolve\n"},
+      {{"--wait", "report"},
+       "The following argument was not expected: --wait; options follow the subcommand\n"},
+      {{"check", "--timeout", "0"}, "--timeout: \"0\": takes a number from 0.001 to 3600\n"},
+      {{"check", "--timeout", "-1"}, "--timeout: \"-1\": takes a number from 0.001 to 3600\n"},
+      {{"check", "--timeout", "nan"}, "--timeout: \"nan\": takes a number from 0.001 to 3600\n"},
+      {{"check", "--timeout", "1e3"}, "--timeout: \"1e3\": takes a number from 0.001 to 3600\n"},
+      {{"check", "--timeout", "0x10"}, "--timeout: \"0x10\": takes a number from 0.001 to 3600\n"},
+      {{"check", "--timeout", "3600.1"},
+       "--timeout: \"3600.1\": takes a number from 0.001 to 3600\n"},
+      {{"check", "--timeout", ""}, "--timeout: \"\": takes a number from 0.001 to 3600\n"},
+      {{"check", "--timeout"}, "--timeout lacks its value: --timeout SECONDS\n"},
+      {{"check", "--timeout", "1", "--timeout", "2"}, "--timeout is given twice\n"},
+      {{"check", "--pid", "1.0"}, "--pid: \"1.0\": takes a whole number from 1 to 2147483647\n"},
+      {{"check", "--pid", "2147483648"},
+       "--pid: \"2147483648\": takes a whole number from 1 to 2147483647\n"},
+      {{"settings", "delete", "ListenAllIp", "--wait", "-1"},
+       "--wait: \"-1\": takes a whole number from 0 to 2147483647\n"},
+      {{"expand", "--syntax", "square", "text"},
+       "--syntax: \"square\": takes paren, percent or brace\n"},
+      {{"escape", "--like", "botth", "text"},
+       "--like: \"botth\": takes none, left, right or both; did you mean both?\n"},
+      {{"escape", "text", "--like"}, "--like lacks its value: --like none|left|right|both\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.message);
+    const ProcessResult result = deployment.run(row.words);
+    EXPECT_EQ(2, result.code);
+    EXPECT_EQ(0U, result.err.rfind("commutil: " + row.message, 0)) << result.err;
+  }
+}
+
 TEST(CommandLine, FailsWhenItsStandardStreamsAreClosed) {
   const Deployment deployment;
   const auto run = [&](const std::string& line) {

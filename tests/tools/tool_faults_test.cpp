@@ -1,4 +1,5 @@
-// Faults in a deployment: explain or check names each with its position and a remedy.
+// Faults in a deployment: explain or check names each with its position and a remedy, as the
+// troubleshooting page shows.
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -7,6 +8,7 @@
 
 #include <linux/capability.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -18,7 +20,6 @@ namespace {
 
 using commutil_test::Deployment;
 using commutil_test::ProcessResult;
-using commutil_test::writeFile;
 
 namespace fs = std::filesystem;
 
@@ -42,7 +43,7 @@ constexpr const char* kNodes = "cluster/etc/sysconf/nodelists.json";
 constexpr const char* kTsMode = "omc/etc/conf/TSSetting.cfg";
 constexpr const char* kTemplate = "common/conf/svc_ssl.conf";
 
-Inject content(const char* file, std::string text) {
+Inject content(const char* file, const std::string& text) {
   return [=](Deployment& deployment) { deployment.write(file, text); };
 }
 
@@ -68,7 +69,7 @@ Inject directory(const char* file) {
   };
 }
 
-Inject variable(const char* name, std::optional<std::string> value) {
+Inject variable(const char* name, const std::optional<std::string>& value) {
   return [=](Deployment& deployment) { deployment.environment[name] = value; };
 }
 
@@ -113,8 +114,10 @@ std::vector<Fault> storeFaults() {
        "{} for none",
        2},
       {"document over 64 MiB",
-       content(kStore, "{}" + std::string(std::size_t{65} * 1024 * 1024, ' ')),
-       {"check", "--timeout", "60"},
+       [](Deployment& deployment) {
+         fs::resize_file(deployment / kStore, std::uintmax_t{65} * 1024 * 1024);
+       },
+       kCheck,
        "warning  @/share/conf/settings.json: 65 MiB, over 64 MiB: not examined; check whether it "
        "is the right file",
        1},
@@ -309,9 +312,9 @@ std::vector<Fault> otherFileFaults() {
   };
 }
 
-std::string replaced(std::string text, const std::string& directory) {
-  for (std::size_t at = 0; (at = text.find('@', at)) != std::string::npos;)
-    text.replace(at, 1, directory);
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+    text.replace(at, from.size(), to);
   return text;
 }
 
@@ -321,18 +324,58 @@ void obeyPermissions() {
   ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
 }
 
+/// `text` with three spaces between columns, which are as wide as the deployment's path.
+std::string narrowed(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    const bool isWide = result.size() >= 3 && result.compare(result.size() - 3, 3, "   ") == 0;
+    if (c != ' ' || !isWide) result += c;
+  }
+  return result;
+}
+
+/// What the page shows of a run: the command and the first line that holds `line`, in a deployment
+/// at /srv/vexa and with the test's own stores in /srv/lib.
+std::string session(const Fault& fault, const std::string& output, const std::string& line,
+                    const std::string& directory) {
+  std::string text = "$ commutil";
+  for (const std::string& word : fault.words) text += ' ' + word;
+  const std::size_t at = output.find(line);
+  const std::size_t begin = output.rfind('\n', at) + 1;
+  text += '\n' + output.substr(begin, output.find('\n', at) - begin) + '\n';
+  text = replaced(text, directory, "/srv/vexa");
+  for (const char* store :
+       {COMMUTIL_EMPTY_STORE_DIR, COMMUTIL_OTHER_STORE_DIR, COMMUTIL_HANGING_STORE_DIR})
+    text = replaced(text, store, "/srv/lib");
+  return fault.words.front() == "explain" ? narrowed(text) : text;
+}
+
+const std::string& page() {
+  static const std::string text = commutil_test::readFile(COMMUTIL_TROUBLESHOOTING_PAGE);
+  return text;
+}
+
+/// Returns `words` with a deadline that a busy host meets too, unless they have one.
+std::vector<std::string> patient(std::vector<std::string> words) {
+  if (std::find(words.begin(), words.end(), "--timeout") == words.end())
+    words.insert(words.end(), {"--timeout", "60"});
+  return words;
+}
+
 void expectNamed(const Fault& fault) {
   SCOPED_TRACE(fault.name);
   Deployment deployment;
   fs::create_directories(deployment / "logs");
   fault.inject(deployment);
-  const ProcessResult result = deployment.run(fault.words);
+  const ProcessResult result = deployment.run(patient(fault.words));
   std::string directoryName = deployment / "";
   directoryName.pop_back();
-  const std::string line = replaced(fault.line, directoryName);
+  const std::string line = replaced(fault.line, "@", directoryName);
   EXPECT_NE(std::string::npos, result.out.find(line)) << line << "\nis not in\n" << result.out;
   EXPECT_EQ(fault.code, result.code) << result.out;
   EXPECT_EQ("", result.err);
+  const std::string shown = "```\n" + session(fault, result.out, line, directoryName) + "```\n";
+  EXPECT_NE(std::string::npos, page().find(shown)) << "the troubleshooting page lacks\n" << shown;
 }
 
 void expectAllNamed(const std::vector<Fault>& faults) {
@@ -349,5 +392,14 @@ TEST(Faults, OfTheStoresLibraryAreNamed) { expectAllNamed(libraryFaults()); }
 TEST(Faults, OfTheSettingsFileAreNamed) { expectAllNamed(settingsFileFaults()); }
 
 TEST(Faults, OfOtherFilesAreNamed) { expectAllNamed(otherFileFaults()); }
+
+TEST(Faults, OnTheTroubleshootingPageAreTheseAlone) {
+  const std::string command = "```\n$ commutil ";
+  std::size_t sessions = 0;
+  for (std::size_t at = 0; (at = page().find(command, at)) != std::string::npos; ++at) ++sessions;
+  const std::size_t faults = storeFaults().size() + libraryFaults().size() +
+                             settingsFileFaults().size() + otherFileFaults().size();
+  EXPECT_EQ(faults, sessions);
+}
 
 }  // namespace

@@ -66,4 +66,59 @@ TEST(Output, KeepsControlCharactersOutOfTrees) {
             deployment.run({"report", "--json"}).json()["environment"]["APP_NAME"].asString());
 }
 
+// An escape sequence, a control sequence introducer as a character and as a byte, a mark that turns
+// the direction of writing, and a character that is none of these.
+const std::string kHostile = "\x1b[31m\xc2\x9b\x9b\xe2\x80\xae\xc3\xa9";
+const std::string kHarmless = "\\x1b[31m\\xc2\\x9b\\x9b\\xe2\\x80\\xae\xc3\xa9";
+
+TEST(Output, IsByteForByteForAnotherProgramAndHarmlessOnATerminal) {
+  const Deployment deployment;
+  const std::vector<std::string> words{"expand", "--syntax", "paren", kHostile + "\tand"};
+  EXPECT_EQ(kHostile + "\tand\n", deployment.run(words).out);
+  std::vector<std::string> line = words;
+  line.insert(line.begin(), Deployment::tool());
+  commutil_test::TerminalRun run(line, deployment.environment);
+  const std::string shown = run.finish().out;
+  EXPECT_EQ(0U, shown.find(kHarmless)) << testing::PrintToString(shown);
+}
+
+TEST(Output, KeepsControlCharactersOutOfMessages) {
+  const Deployment deployment;
+  const std::string name = "a\n" + kHostile;
+  const std::string shown = "a\\x0a" + kHarmless;
+  const std::string file = deployment.write(name, "{\"/x\": \"y\"}");
+  const std::vector<std::string> lines[] = {
+      {"explain", name},
+      {name},
+      {"report", "--diff", name},
+      {"settings", "show", name},
+      {"settings", "put", "ListenAllIp", name},
+      {"settings", "put", "ListenAllIp", "enable", "--app", name + "/"},
+      {"settings", "import", file},
+      {"settings", "check", file},
+      {"settings", "check", name},
+      {"expand", "--syntax", name, "text"},
+      {"ip", "normalise", name},
+      {"lock", "name", "--dir", name, "--", "true"},
+      {"run", "--", name},
+  };
+  for (const std::vector<std::string>& words : lines) {
+    SCOPED_TRACE(testing::PrintToString(words));
+    const ProcessResult result = deployment.run(words);
+    const std::string all = result.out + result.err;
+    EXPECT_NE(0, result.code);
+    EXPECT_EQ(std::string::npos, all.find('\x1b')) << testing::PrintToString(all);
+    EXPECT_NE(std::string::npos, all.find(shown)) << all;
+  }
+}
+
+TEST(Output, KeepsControlCharactersOutOfTheSslConfiguration) {
+  const Deployment deployment;
+  deployment.write("common/conf/svc_ssl.conf", "# " + kHostile + "\nstatic F \"-SSLCAfile ca\"\n");
+  const ProcessResult shown = deployment.run({"ssl-conf"});
+  EXPECT_EQ(std::string::npos, shown.out.find('\x1b'));
+  EXPECT_NE(std::string::npos, shown.out.find("# " + kHarmless + "\n")) << shown.out;
+  EXPECT_NE(std::string::npos, deployment.run({"ssl-conf", "--show"}).out.find(kHostile));
+}
+
 }  // namespace

@@ -1,5 +1,6 @@
 // commutil settings show, check, import and export.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -93,6 +94,41 @@ TEST(SettingsShow, ReadsThroughAnyStore) {
     EXPECT_EQ("", result.out);
     EXPECT_EQ(0U, result.err.find("commutil: there is no settings store: libsettingrest.so: "))
         << result.err;
+  }
+}
+
+TEST(SettingsShow, SaysWhyTheStoreHasNoSettings) {
+  const Deployment deployment;
+  const std::string key = "/vexa/common/setting_cfg/global/ListenAllIp";
+  deployment.write(kDocument, "{");
+  const std::string problem = deployment / kDocument;
+  const auto expect = [&](const std::string& reason) {
+    const ProcessResult result = settings(deployment, {"show", "ListenAllIp"});
+    EXPECT_EQ(1, result.code);
+    EXPECT_NE(std::string::npos,
+              result.err.find("commutil: " + key + " is not set: " + problem + reason))
+        << result.err;
+  };
+  expect(":1:2: ");
+  std::filesystem::remove(problem);
+  ASSERT_EQ(0, ::mkfifo(problem.c_str(), 0600));
+  expect(": not a regular file\n");
+  std::filesystem::remove(problem);
+  deployment.write(kDocument, "{}");
+  EXPECT_EQ("commutil: " + key + " is not set\n",
+            settings(deployment, {"show", "ListenAllIp"}).err);
+}
+
+TEST(SettingsCheck, RefusesAFileOver64MiB) {
+  const Deployment deployment;
+  deployment.write("large.json", "{}");
+  std::filesystem::resize_file(deployment / "large.json", std::uintmax_t{1} << 30);
+  for (const std::string command : {"check", "import"}) {
+    const ProcessResult result = settings(deployment, {command, deployment / "large.json"});
+    EXPECT_EQ(1, result.code);
+    EXPECT_EQ("commutil: " + (deployment / "large.json") +
+                  ": 1024 MiB, over 64 MiB: not read; check whether it is the right file\n",
+              result.err);
   }
 }
 
@@ -208,8 +244,8 @@ TEST(SettingsImport, RefusesWhatTheLibraryDoesNotAccept) {
   EXPECT_EQ("", refused.out);
   EXPECT_EQ(
       "commutil: -:1:49: /vexa/common/setting_cfg/global/ListenAllIp: \"on\": takes enable or "
-      "disable\n-:2:8: /x: \"y\": is not a setting of the library\n"
-      "nothing was written (--force writes it)\n",
+      "disable\ncommutil: -:2:8: /x: \"y\": is not a setting of the library\n"
+      "commutil: nothing was written (--force writes it)\n",
       refused.err);
   EXPECT_EQ(before, readFile(deployment / kDocument));
   EXPECT_EQ(0, settings(deployment, {"import", "-", "--force"}, bad).code);

@@ -130,7 +130,7 @@ const Refusal kRefusals[] = {
     {"_APP_SHARE_DIR is not set", [](Deployment& d) { d.environment["_APP_SHARE_DIR"] = ""; }},
     {"PROCESS_INSTANCE_ID is not set",
      [](Deployment& d) { d.environment["PROCESS_INSTANCE_ID"] = std::nullopt; }},
-    {"the settings store ", [](Deployment& d) { d.write(kDocument, "{\n"); }},
+    {"the settings store: ", [](Deployment& d) { d.write(kDocument, "{\n"); }},
     {"the settings store cannot be loaded: ",
      [](Deployment& d) { d.environment["LD_LIBRARY_PATH"] = std::nullopt; }},
     {kOption + "SSLVersion: \"TLSv1.1\": takes a comma-separated list of TLSv1.2 and TLSv1.3",
@@ -146,6 +146,17 @@ const Refusal kRefusals[] = {
        d.write(kDocument, R"({"/vexa/common/svc_ssl_conf/global/SSLNoProtection": "Enabled"})");
      }},
 };
+
+TEST(SslConf, NamesAStoreThatHangsOnce) {
+  Deployment deployment;
+  deployment.environment["LD_LIBRARY_PATH"] = COMMUTIL_HANGING_STORE_DIR;
+  const ProcessResult result = deployment.run({"ssl-conf", "--write"});
+  EXPECT_EQ(1, result.code);
+  EXPECT_EQ(
+      "commutil: not written: the settings store: no answer within 2 s (6 lookups) "
+      "(--force writes it)\n",
+      result.err);
+}
 
 TEST(SslConf, RefusesToWriteWithTheReason) {
   for (const Refusal& row : kRefusals) {

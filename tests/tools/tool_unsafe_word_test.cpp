@@ -1,5 +1,6 @@
 // commutil unsafe-word.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -51,8 +52,23 @@ TEST(UnsafeWord, AcceptsEveryStringWithoutAList) {
   std::filesystem::remove(deployment / kList);
   const ProcessResult result = deployment.run({"unsafe-word", "rm -rf"});
   EXPECT_EQ(0, result.code);
-  EXPECT_EQ("no unsafe word\n", result.out);
+  EXPECT_EQ("no unsafe word: " + (deployment / kList) +
+                ": missing; without the list every text is safe\n",
+            result.out);
   EXPECT_EQ("file open fail, " + (deployment / kList) + "\n", result.err);
+}
+
+TEST(UnsafeWord, SaysThatAListIsNotAFile) {
+  const Deployment deployment;
+  std::filesystem::remove(deployment / kList);
+  ASSERT_EQ(0, ::mkfifo((deployment / kList).c_str(), 0600));
+  const ProcessResult result = deployment.run({"unsafe-word", "rm -rf"});
+  EXPECT_EQ(0, result.code);
+  EXPECT_EQ("no unsafe word: " + (deployment / kList) +
+                ": a FIFO, not a regular file; without the list every text is safe\n",
+            result.out);
+  EXPECT_EQ("a FIFO, not a regular file",
+            deployment.run({"unsafe-word", "--json", "rm -rf"}).json()["state"].asString());
 }
 
 TEST(UnsafeWord, TakesTheLibrarysList) {

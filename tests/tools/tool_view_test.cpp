@@ -170,6 +170,41 @@ TEST(View, NamesAProcessThatIsNone) {
   EXPECT_EQ("commutil: there is no process 2147483647\n", result.err);
 }
 
+TEST(View, FailsWithTheExitCodeOfItsSubcommand) {
+  const Deployment deployment;
+  for (const std::string subcommand : {"report", "explain"})
+    EXPECT_EQ(1, run(deployment, {subcommand, "--pid", "2147483647"}).code);
+  const ProcessResult result = run(deployment, {"check", "--json", "--pid", "2147483647"});
+  EXPECT_EQ(2, result.code);
+  EXPECT_EQ("there is no process 2147483647", result.json()["error"].asString());
+}
+
+TEST(View, NamesAProcessThatHasEnded) {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(0);
+  siginfo_t ended{};
+  ASSERT_EQ(0, ::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT));
+  const std::string pid = std::to_string(child);
+  const ProcessResult result = run(Deployment(), {"explain", "--pid", pid});
+  ::waitpid(child, nullptr, 0);
+  EXPECT_EQ(1, result.code);
+  EXPECT_EQ(
+      "commutil: process " + pid + " has ended, or is one of the kernel: it has no environment\n",
+      result.err);
+}
+
+TEST(View, PassesNothingOnThatATerminalObeys) {
+  Deployment deployment;
+  // The dynamic linker of the command that has become the service's user names this directory.
+  deployment.environment["LD_DEBUG"] = "libs";
+  deployment.environment["LD_LIBRARY_PATH"] = "/\x1b[31mred";
+  const Service service(deployment.environment, [] { ::dup2(::open("/dev/null", O_WRONLY), 2); });
+  deployment.environment.erase("LD_DEBUG");
+  const ProcessResult result = run(deployment, {"explain", "isTsMode", "--pid", service.pid()});
+  EXPECT_NE(std::string::npos, result.err.find("/\\x1b[31mred")) << result.err;
+  EXPECT_EQ(std::string::npos, result.err.find('\x1b'));
+}
+
 TEST(View, IsRefusedToAnotherUser) {
   ASSERT_EQ(0U, ::geteuid()) << "taking another user needs root";
   const Deployment deployment;
@@ -177,7 +212,7 @@ TEST(View, IsRefusedToAnotherUser) {
   commutil_test::runInChild([&] {
     commutil_test::dropRoot();
     const ProcessResult result = run(deployment, {"explain", "--pid", service.pid()});
-    EXPECT_EQ(2, result.code);
+    EXPECT_EQ(1, result.code);
     EXPECT_EQ("commutil: process " + service.pid() +
                   ": environ: Permission denied; run as root or as the user of the process\n",
               result.err);
@@ -207,6 +242,19 @@ TEST(View, ComparesWithASavedReport) {
   const Service service(deployment.environment, [] {});
   EXPECT_NE(std::string::npos, run(deployment, {"report", "--diff", saved, "--pid", service.pid()})
                                    .out.find("environment.APP_NAME: inventory -> gateway\n"));
+}
+
+TEST(View, KeepsASavedReportFromTheServicesUser) {
+  ASSERT_EQ(0U, ::geteuid()) << "taking another user needs root";
+  Deployment deployment;
+  ASSERT_EQ(0, ::chmod((deployment / "").c_str(), 0755));
+  const std::string saved =
+      deployment.write("saved.json", deployment.run({"report", "--json"}).out);
+  ASSERT_EQ(0, ::chmod(saved.c_str(), 0600));
+  const Service service(deployment.environment, [] { commutil_test::dropRoot(); });
+  const ProcessResult result = run(deployment, {"report", "--diff", saved, "--pid", service.pid()});
+  EXPECT_EQ(1, result.code) << result.err;
+  EXPECT_NE(std::string::npos, result.out.find("user: root -> ")) << result.out;
 }
 
 TEST(View, RefusesASavedReportThatIsNone) {

@@ -3,14 +3,22 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <sstream>
 #include <string_view>
 
+#include "settings/accepted.h"
 #include "settings/edit_distance.h"
 
 namespace {
 
 using Words = std::vector<std::string>;
+
+std::string joined(const Words& words, const char* separator) {
+  std::string text;
+  for (const std::string& word : words) text.append(text.empty() ? "" : separator).append(word);
+  return text;
+}
 
 CLI::Option* addTo(CLI::App& app, const Argument& argument) {
   return std::visit(
@@ -24,37 +32,88 @@ CLI::Option* addTo(CLI::App& app, const Argument& argument) {
       argument.value);
 }
 
+std::string whole(double number) { return std::to_string(static_cast<long>(number)); }
+
+/// Returns what is wrong with `text` as a decimal number for `argument`, "" if nothing is.
+std::string numberProblem(const Argument& argument, const std::string& text) {
+  const bool isWhole = !std::holds_alternative<double*>(argument.value);
+  const Range& range = *argument.range;
+  double number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number, std::chars_format::fixed);
+  const bool isNumber = error == std::errc() && rest == end;
+  const bool isDigits = text.find_first_not_of("0123456789") == std::string::npos;
+  if (isNumber && (isDigits || !isWhole) && number >= range.lowest && number <= range.highest)
+    return {};
+  std::ostringstream lowest;
+  lowest << range.lowest;
+  return "\"" + text + "\": takes a " + (isWhole ? "whole " : "") + "number from " + lowest.str() +
+         " to " + whole(range.highest);
+}
+
+/// Returns what is wrong with `text` as one of the words of `argument`, "" if nothing is.
+std::string wordProblem(const Argument& argument, const std::string& text) {
+  const settings::Verdict verdict = settings::checkValue(
+      {settings::Form::word, {argument.words.begin(), argument.words.end()}}, text);
+  return verdict.accepted() ? "" : "\"" + text + "\": " + verdict.message();
+}
+
 void describeArgument(CLI::App& app, const Argument& argument) {
   CLI::Option* const option = addTo(app, argument);
   if (argument.required) option->required();
   if (!argument.isOption()) option->type_name("");
   if (!argument.valueName.empty()) option->type_name(argument.valueName);
   if (argument.hidden) option->group("");
-  if (!argument.words.empty()) option->check(CLI::IsMember(argument.words));
-  if (argument.problemOf) option->check(CLI::Validator(argument.problemOf, ""));
+  const auto check = [&](std::function<std::string(const std::string&)> problemOf) {
+    option->check(CLI::Validator(std::move(problemOf), ""));
+  };
+  if (argument.problemOf) check(argument.problemOf);
   if (argument.range)
-    option->check(
-        CLI::Range(argument.range->lowest, argument.range->highest, argument.range->label));
+    check([&argument](const std::string& text) { return numberProblem(argument, text); });
+  if (argument.words.empty()) return;
+  option->type_name(joined(argument.words, "|"));
+  check([&argument](const std::string& text) { return wordProblem(argument, text); });
+}
+
+/// Appends the exit codes and the notes, in lines of at most 99 characters.
+std::string footerOf(const Command& command, const std::string& notes) {
+  constexpr std::size_t kWidth = 99;
+  std::string text;
+  std::string line = "Exit codes:";
+  for (const ExitStatus& status : command.exitCodes) {
+    const bool last = &status == &command.exitCodes.back();
+    std::istringstream words(status.code + " " + status.meaning + (last ? "." : ";"));
+    for (std::string word; words >> word;) {
+      if (line.size() + 1 + word.size() > kWidth) {
+        text += line + "\n";
+        line = word;
+      } else {
+        line += " " + word;
+      }
+    }
+  }
+  return text + line + (notes.empty() ? "" : "\n") + notes;
 }
 
 /// Fills the parser's `app` with what `command` describes.
-void describe(CLI::App& app, const Command& command) {
+void describe(CLI::App& app, const Command& command, const std::string& notes) {
   if (!command.alternatives.empty()) {
     CLI::Option_group* const group = app.add_option_group("use");
     for (const Argument& argument : command.alternatives) describeArgument(*group, argument);
     group->require_option(1);
   }
   for (const Argument& argument : command.arguments) describeArgument(app, argument);
-  if (!command.footer.empty()) app.footer(command.footer);
+  // Subcommands without exit codes take this over.
+  if (!command.exitCodes.empty()) app.footer(footerOf(command, notes));
   if (!command.subcommands.empty()) app.require_subcommand(1);
   for (const Command& subcommand : command.subcommands)
-    describe(*app.add_subcommand(subcommand.name, subcommand.purpose), subcommand);
+    describe(*app.add_subcommand(subcommand.name, subcommand.purpose), subcommand, notes);
 }
 
 std::unique_ptr<CLI::App> parserOf(const Command& root, const std::string& version) {
   auto app = std::make_unique<CLI::App>(root.purpose, root.name);
   app->set_version_flag("--version", version);
-  describe(*app, root);
+  describe(*app, root, root.notes);
   return app;
 }
 
@@ -103,6 +162,32 @@ std::string nearestOption(const Command& command, const Words& unknown) {
   return std::string(settings::nearest(*word, names));
 }
 
+/// Returns the argument of `command` that a message of the parser begins with, null if none.
+const Argument* argumentIn(const Command& command, const std::string& message) {
+  for (const auto* const arguments : {&command.alternatives, &command.arguments}) {
+    for (const Argument& argument : *arguments)
+      if (message.rfind(argument.name + ": ", 0) == 0) return &argument;
+  }
+  return nullptr;
+}
+
+/// Returns why an option has too few or too many values.
+std::string countProblem(const Command& command, const std::string& message) {
+  const Argument* const argument = argumentIn(command, message);
+  if (argument == nullptr) return message;
+  if (message.find(" missing") == std::string::npos) return argument->name + " is given twice";
+  const std::string value =
+      argument->words.empty() ? argument->valueName : joined(argument->words, "|");
+  return argument->name + " lacks its value: " + argument->name + " " + value;
+}
+
+/// Returns why a subcommand is missing.
+std::string subcommandProblem(const Command& command) {
+  std::vector<std::string> names;
+  for (const Command& subcommand : command.subcommands) names.push_back(subcommand.name);
+  return "a subcommand is required: " + joined(names, ", ");
+}
+
 std::string textOf(const CLI::App& app, const CLI::Success& request) {
   std::ostringstream text;
   app.exit(request, text, text);
@@ -132,10 +217,14 @@ Invocation parse(const Command& root, const std::string& version, const Words& w
   } catch (const CLI::Success& request) {
     return {nullptr, textOf(*app, request)};
   } catch (const CLI::ExtrasError& error) {
+    if (&command == &root)
+      throw WrongUse(error.what() + std::string("; options follow the subcommand"));
     const std::string meant = nearestOption(command, app->remaining(true));
     throw WrongUse(error.what() + (meant.empty() ? "" : "; did you mean " + meant + "?"));
+  } catch (const CLI::ArgumentMismatch& error) {
+    throw WrongUse(countProblem(command, error.what()));
   } catch (const CLI::ParseError& error) {
-    throw WrongUse(error.what());
+    throw WrongUse(command.run ? error.what() : subcommandProblem(command));
   }
   if (command.taken == nullptr) return {&command, ""};
   if (words.end() - mark < 2) throw WrongUse(CLI::RequiredError("-- COMMAND").what());

@@ -17,11 +17,10 @@ using Destination =
     std::variant<bool*, int*, unsigned*, long*, double*, std::string*, std::optional<int>*,
                  std::optional<std::string>*, std::vector<std::string>*>;
 
-/// The numbers that are accepted. The help shows `label` unless the value has a name.
+/// The numbers that are accepted.
 struct Range {
-  double lowest = std::numeric_limits<double>::lowest();
-  double highest = std::numeric_limits<double>::max();
-  const char* label = "";
+  double lowest = 0;
+  double highest = std::numeric_limits<int>::max();
 };
 
 /// What a shell offers for a value.
@@ -33,6 +32,7 @@ struct Argument {
   Destination value;
   std::string purpose;
   std::string valueName{};  ///< "N"
+  std::string details{};    ///< what the man page says besides, in sentences
   bool required = false;
   bool hidden = false;               ///< from help and completion
   std::vector<std::string> words{};  ///< if not empty: the only values that are accepted
@@ -41,14 +41,22 @@ struct Argument {
   Completion completion = Completion::nothing;
 
   bool isOption() const { return name.front() == '-'; }
+  bool isList() const { return std::holds_alternative<std::vector<std::string>*>(value); }
   bool isFlag() const { return std::holds_alternative<bool*>(value); }
+};
+
+/// An exit code and what it means.
+struct ExitStatus {
+  std::string code;
+  std::string meaning;
 };
 
 /// The command itself or a subcommand.
 struct Command {
   std::string name;
   std::string purpose;
-  std::string footer{};
+  std::vector<ExitStatus> exitCodes{};   ///< if empty: the command's
+  std::string notes{};                   ///< ends the help of the command and its subcommands
   std::vector<Argument> arguments{};     ///< in the order of the help
   std::vector<Argument> alternatives{};  ///< options of which exactly one is given
   std::list<Command> subcommands{};      ///< if not empty: one of them is chosen

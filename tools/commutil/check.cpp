@@ -103,12 +103,13 @@ void addCheck(Tool& tool) {
       tool.command, "check", "Check this host's configuration; each check is ok, warning or error.",
       [&tool](Command& subcommand, CheckOptions& options) {
         addViewOptions(tool, subcommand, options);
+        options.failure = static_cast<int>(Severity::error);
         subcommand.arguments.push_back({.name = "--quiet",
                                         .value = &options.quiet,
                                         .purpose = "Show warnings and errors only"});
-        subcommand.footer =
-            "Exit codes: 0 everything is ok; 1 there are warnings; 2 there are errors, or wrong "
-            "use.";
+        subcommand.exitCodes = {{"0", "everything is ok"},
+                                {"1", "there are warnings"},
+                                {"2", "there are errors, nothing can be checked, or wrong use"}};
       },
       [](const CheckOptions& options) {
         return inView(options, [&](const View& view) { return show(options, view); });

@@ -59,7 +59,9 @@ void addAnswer(const CheckInput& input, const ExplainedAnswer& answer, Checks& c
     if (isFile(source) || isStore(source)) addSource(input, source, checks);
   const std::string name(explanation.answer->name);
   if (answer.mismatch.empty()) return;
-  checks.push_back({Severity::error, "values", name, answer.mismatch, "see commutil explain"});
+  const std::size_t named = answer.mismatch.rfind(name + ": ", 0) == 0 ? name.size() + 2 : 0;
+  checks.push_back(
+      {Severity::error, "values", name, answer.mismatch.substr(named), "see commutil explain"});
 }
 
 void checkShareDirectory(const CheckInput& input, Checks& checks) {

@@ -18,7 +18,7 @@ void checkPrograms(const settings::Facts& facts, Checks& checks) {
       check.message =
           file.fault.empty() ? (file.exists() ? "not executable" : "missing") : file.fault;
       check.message += ": " + std::string(program->readers.front()) + " fails";
-      check.remedy = "install the program";
+      check.remedy = file.fault.empty() ? "install the program" : "check its file system";
     }
     checks.push_back(std::move(check));
   }

@@ -15,6 +15,7 @@
 #include <exception>
 
 #include "os/handles.h"
+#include "output.h"
 #include "pipe.h"
 
 using Clock = std::chrono::steady_clock;
@@ -170,7 +171,7 @@ void ChildCalls::showProgress() {
   }
   if (left == 0) return;
   std::fprintf(stderr, "\r\033[Kcommutil: %zu of %zu calls left, waiting for %s", left,
-               m_calls.size(), first.c_str());
+               m_calls.size(), printable(first).c_str());
   m_progress = true;
 }
 

@@ -17,6 +17,7 @@
 #include "child_call.h"
 #include "settings/explanation.h"
 #include "settings/pack.h"
+#include "settings/paths.h"
 #include "store_library.h"
 
 namespace {
@@ -140,14 +141,31 @@ void collectFiles(ChildCalls& calls, const Request& request, settings::Facts& fa
   }
 }
 
-void collectStore(ChildCalls& calls, settings::Facts& facts) {
+void collectLibrary(ChildCalls& calls, settings::Facts& facts) {
   calls.start(
       "libsettingrest.so", [] { return settings::packed(examineStoreLibrary()); },
       [&facts](const CallResult& result) {
         facts.library = settings::unpackedLibrary(result.bytes);
         facts.library.fault = result.fault;
       });
+}
+
+/// Returns the path of the reference store's document if it is too large to be loaded by every call
+/// at once, else "".
+std::string largeDocument(const settings::Facts& facts) {
+  const std::string path = settings::settingsDocument(facts);
+  return facts.library.isReference && facts.file(path).isLarge() ? path : "";
+}
+
+void collectReplies(ChildCalls& calls, settings::Facts& facts) {
+  const std::string large = largeDocument(facts);
   for (const std::string& key : settings::keysToAsk(facts.environment)) {
+    if (!large.empty()) {
+      facts.replies[key].asked = false;
+      facts.replies[key].fault =
+          "not asked: " + large + " has " + settings::sizeText(facts.file(large).size);
+      continue;
+    }
     calls.start(
         "store " + key, [key] { return askStore(key); },
         [&facts, key](const CallResult& result) {
@@ -158,10 +176,28 @@ void collectStore(ChildCalls& calls, settings::Facts& facts) {
   }
 }
 
+/// Whether the library would load a file for `answer` that is too large for every call at once.
+bool loadsLargeFile(const Answer& answer, const settings::Facts& facts) {
+  for (const settings::SourceRef& source : answer.sources) {
+    const bool onlyFound =
+        answer.kind == settings::AnswerKind::path && source.kind == settings::Kind::file;
+    if (onlyFound) continue;
+    if (source.kind == settings::Kind::storeKey && !largeDocument(facts).empty()) return true;
+    const settings::Item* const file = settings::findItem(
+        settings::Kind::file, source.kind == settings::Kind::file ? source.name : source.parent);
+    if (file == nullptr) continue;
+    const bool searched = file->location == settings::Location::search;
+    const std::string path = searched ? settings::chosenPath(file->name, facts)
+                                      : settings::pathOf(*file, facts.environment);
+    if (facts.file(path).isLarge()) return true;
+  }
+  return false;
+}
+
 void collectAnswers(ChildCalls& calls, const Request& request, Collection& collection) {
   for (const Answer* answer : request.answers) {
     const auto call = callFor(*answer);
-    if (!call) continue;
+    if (!call || loadsLargeFile(*answer, collection.facts)) continue;
     calls.start(std::string(answer->name), call, [&collection, answer](const CallResult& result) {
       LibraryAnswer& entry = collection.answers[std::string(answer->name)];
       entry.fault = result.fault;
@@ -182,9 +218,7 @@ void collectHost(ChildCalls& calls, Collection& collection) {
   });
 }
 
-/// A second round: the addresses are known only now.
-void collectNetmasks(const Request& request, Collection& collection) {
-  ChildCalls calls(request.timeout);
+void collectNetmasks(ChildCalls& calls, Collection& collection) {
   for (HostAddress& entry : collection.addresses) {
     if (entry.address.empty() || entry.address.find(':') != std::string::npos) continue;
     calls.start(
@@ -194,7 +228,6 @@ void collectNetmasks(const Request& request, Collection& collection) {
           entry.fault = result.fault;
         });
   }
-  calls.finish();
 }
 
 }  // namespace
@@ -206,15 +239,19 @@ Collection collect(const settings::Environment& environment, const Request& requ
   facts.isRoot = ::geteuid() == 0;
   facts.storeNotAsked = request.storeNotAsked;
   const bool asksLibrary = request.root < 0;
+  // Two rounds: what there is, then what the library makes of it.
   ChildCalls calls(request.timeout);
   calls.start("the user's name", identity, [&facts](const CallResult& result) {
     facts.user = result.fault.empty() ? result.bytes : std::to_string(::geteuid());
   });
   collectFiles(calls, request, facts);
-  if (asksLibrary) collectStore(calls, facts);
-  if (asksLibrary) collectAnswers(calls, request, collection);
+  if (asksLibrary) collectLibrary(calls, facts);
   if (asksLibrary && request.host) collectHost(calls, collection);
   calls.finish();
-  if (asksLibrary && request.host) collectNetmasks(request, collection);
+  if (!asksLibrary) return collection;
+  collectReplies(calls, facts);
+  collectAnswers(calls, request, collection);
+  if (request.host) collectNetmasks(calls, collection);
+  calls.finish();
   return collection;
 }

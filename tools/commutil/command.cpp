@@ -13,14 +13,6 @@
 
 namespace {
 
-// As a shell's.
-constexpr int kNotExecutable = 126;
-constexpr int kNotFound = 127;
-
-constexpr const char* kFooter =
-    "Exit codes: 0 if the command's is 0, else 1; 127 for a command that cannot be found, 126 for\n"
-    "one that cannot be run; 2 for wrong use.";
-
 /// Writes `word` so that the splitting of a command line gives it back: quotes group, nothing
 /// escapes.
 std::string quoted(const std::string& word) {
@@ -68,7 +60,11 @@ void addCommand(Tool& tool) {
              .value = &options.cleanEnvironment,
              .purpose = "Give the command no environment; it is named by its path then"},
             jsonFlag(options.json)};
-        subcommand.footer = kFooter;
+        subcommand.exitCodes = {{"0", "if the command's is 0"},
+                                {"1", "if it is another one"},
+                                {"127", "for a command that cannot be found"},
+                                {"126", "for one that cannot be run"},
+                                {"2", "for wrong use"}};
         subcommand.taken = &options.command;
       },
       run);

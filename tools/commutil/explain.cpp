@@ -149,7 +149,7 @@ std::string textOf(const ExplainedAnswer& answer) {
   text.append(text.size() + 2 < kColumn ? kColumn - text.size() : 2, ' ');
   text += "decided by: " + printable(explanation.decidedBy) + "\n";
   if (!answer.mismatch.empty())
-    text += "  " + colored(Severity::error, "error: " + answer.mismatch) + "\n";
+    text += "  " + colored(Severity::error, "error: " + printable(answer.mismatch)) + "\n";
   std::size_t width = 0;
   for (const SourceState& source : explanation.sources)
     width = std::max(width, printable(source.place).size());
@@ -177,6 +177,10 @@ void addExplain(Tool& tool) {
              .problemOf = problemOf,
              .completion = Completion::answer}};
         addViewOptions(tool, subcommand, options);
+        subcommand.exitCodes = {
+            {"0", "ok"},
+            {"1", "an answer is not there in time or not the one explained, or the view failed"},
+            {"2", "wrong use"}};
       },
       [](const ExplainOptions& options) {
         return inView(options, [&](const View& view) { return show(options, view); });

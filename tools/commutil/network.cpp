@@ -3,7 +3,6 @@
 #include <VexaCommonUtils_i.h>
 #include <VexaNetUtils.h>
 
-#include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <json/value.h>
 #include <netinet/in.h>
@@ -84,13 +83,10 @@ Json::Value macOf(std::string ip) {
   return text;
 }
 
-std::string addressText(const sockaddr* address) {
-  std::array<char, INET6_ADDRSTRLEN> text{};
-  const auto* const field =
-      address->sa_family == AF_INET
-          ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
-          : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
-  ::inet_ntop(address->sa_family, field, text.data(), text.size());
+std::string addressText(sockaddr* address) {
+  std::array<char, 48> text{};
+  VexaCommonUtils_i::addressToStringIP(address->sa_family, address, sizeof *address, text.data(),
+                                       static_cast<int>(text.size()));
   return text.data();
 }
 
@@ -137,16 +133,10 @@ struct Cluster {
   std::string problem;  ///< why the list cannot be read, "" if it can or none is configured
 };
 
-/// Why the library has no answer, for the list of nodes at `path`.
-std::string clusterProblem(const std::string& path, const std::string& exception) {
-  std::optional<std::string> text;
-  try {
-    text = settings::readRegularFile(path);
-  } catch (const std::exception& error) {
-    return error.what();
-  }
-  if (!text) return path + ": No such file or directory";
-  const settings::JsonDocument document(*text, settings::JsonRules::lenient);
+/// Why the library has no answer, for the list of nodes `text` at `path`.
+std::string clusterProblem(const std::string& path, const std::string& text,
+                           const std::string& exception) {
+  const settings::JsonDocument document(text, settings::JsonRules::lenient);
   if (!document.fault()) return path + ": a value is of the wrong kind: " + exception;
   const settings::Finding& fault = *document.fault();
   return path + ":" + std::to_string(fault.place.line) + ":" + std::to_string(fault.place.column) +
@@ -157,6 +147,13 @@ Cluster cluster() {
   const char* const root = std::getenv("QORV_ROOT");
   if (root == nullptr) return {};
   const std::string path = std::string(root) + "/etc/sysconf/nodelists.json";
+  std::optional<std::string> text;
+  try {
+    text = settings::readRegularFile(path);
+  } catch (const std::exception& error) {
+    return {Json::Value(), error.what()};
+  }
+  if (!text) return {Json::Value(), path + ": No such file or directory"};
   std::list<std::string> nodes;
   std::string exception;
   try {
@@ -164,7 +161,7 @@ Cluster cluster() {
   } catch (const std::exception& error) {
     exception = error.what();
   }
-  return {Json::Value(), clusterProblem(path, exception)};
+  return {Json::Value(), clusterProblem(path, *text, exception)};
 }
 
 struct NetOptions {

@@ -2,46 +2,27 @@
 #include "output.h"
 
 #include <json/writer.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string_view>
 
+#include "bytes/utf8.h"
 #include "progress.h"
 
 namespace {
 
 bool jsonFailures = false;
 
-bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
-
-/// Returns the length of the UTF-8 sequence at the front of `text`, which is not empty; 0 where
-/// there is none (RFC 3629: no overlong forms, surrogates or code points beyond U+10FFFF).
+/// Returns the length of the UTF-8 sequence at the front of `text`, which is not empty; 0 if there
+/// is none.
 std::size_t sequenceLength(std::string_view text) {
-  struct Form {
-    unsigned char first, last;      // range of the first byte
-    unsigned char lowest, highest;  // range of the second byte
-    std::size_t length;
+  const auto byte = [text](std::size_t i) {
+    return static_cast<unsigned char>(i < text.size() ? text[i] : '\0');
   };
-  static constexpr std::array<Form, 8> kForms{{{0xC2, 0xDF, 0x80, 0xBF, 2},
-                                               {0xE0, 0xE0, 0xA0, 0xBF, 3},
-                                               {0xE1, 0xEC, 0x80, 0xBF, 3},
-                                               {0xED, 0xED, 0x80, 0x9F, 3},
-                                               {0xEE, 0xEF, 0x80, 0xBF, 3},
-                                               {0xF0, 0xF0, 0x90, 0xBF, 4},
-                                               {0xF1, 0xF3, 0x80, 0xBF, 4},
-                                               {0xF4, 0xF4, 0x80, 0x8F, 4}}};
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  if (byte(0) < 0x80) return 1;
-  for (const Form& form : kForms) {
-    if (byte(0) < form.first || byte(0) > form.last) continue;
-    if (text.size() < form.length || byte(1) < form.lowest || byte(1) > form.highest) return 0;
-    for (std::size_t i = 2; i < form.length; ++i)
-      if (!isContinuation(byte(i))) return 0;
-    return form.length;
-  }
-  return 0;
+  return byte(0) < 0x80 ? 1 : commutil::decodeUtf8(byte).bytes;
 }
 
 /// Makes each byte that is not UTF-8 the character of its number, which JSON writes as \u00XX.
@@ -57,6 +38,38 @@ std::string toUtf8(std::string_view text) {
       result += static_cast<char>(0x80 | (byte & 0x3F));
     }
     text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return result;
+}
+
+/// Whether the UTF-8 sequence `text` is a control character or directs the writing (U+061C, U+200E,
+/// U+200F, U+2028 to U+202E and U+2066 to U+2069).
+bool isControl(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  if (text.size() == 1) return byte(0) < 0x20 || (byte(0) >= 0x7F && byte(0) < 0xA0);
+  if (text.size() == 2) return (byte(0) == 0xC2 && byte(1) < 0xA0) || text == "\xD8\x9C";
+  if (text.size() != 3 || byte(0) != 0xE2) return false;
+  const unsigned char last = byte(2);
+  if (byte(1) == 0x80) return last == 0x8E || last == 0x8F || (last >= 0xA8 && last <= 0xAE);
+  return byte(1) == 0x81 && last >= 0xA6 && last <= 0xA9;
+}
+
+/// Returns `text` with control characters, except for those of `kept`, written as \xXX.
+std::string escaped(std::string_view text, std::string_view kept) {
+  std::string result;
+  while (!text.empty()) {
+    const std::string_view character =
+        text.substr(0, std::max<std::size_t>(sequenceLength(text), 1));
+    text.remove_prefix(character.size());
+    if (!isControl(character) || kept.find(character) != std::string_view::npos) {
+      result.append(character);
+      continue;
+    }
+    for (const char c : character) {
+      std::array<char, 5> escape{};
+      std::snprintf(escape.data(), escape.size(), "\\x%02x", static_cast<unsigned char>(c));
+      result += escape.data();
+    }
   }
   return result;
 }
@@ -82,7 +95,7 @@ void writeTree(const Json::Value& tree, std::size_t depth) {
   if (isScalar(tree)) return printBytes(indent + scalarText(tree) + "\n");
   const std::size_t width = tree.isObject() ? widestName(tree) : 0;
   for (auto member = tree.begin(); member != tree.end(); ++member) {
-    const std::string name = tree.isObject() ? member.name() : "-";
+    const std::string name = tree.isObject() ? printable(member.name()) : "-";
     if (isScalar(*member)) {
       const std::string gap(std::max(width, name.size()) - name.size() + 2, ' ');
       printBytes(indent + name + (tree.isObject() ? gap : " ") + scalarText(*member) + "\n");
@@ -109,16 +122,9 @@ Json::Value withUtf8(const Json::Value& value) {
   return result;
 }
 
-std::string printable(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    std::array<char, 5> escape{};
-    std::snprintf(escape.data(), escape.size(), "\\x%02x", byte);
-    byte < 0x20 || byte == 0x7F ? result += escape.data() : result += c;
-  }
-  return result;
-}
+std::string printable(std::string_view text) { return escaped(text, ""); }
+
+std::string printableLines(std::string_view text) { return escaped(text, "\n\t"); }
 
 void setJson(bool json) { jsonFailures = json; }
 
@@ -136,8 +142,12 @@ void printDocument(const Json::Value& document, bool json) {
   printBytes(Json::writeString(builder, printed) + "\n");
 }
 
+void printLines(const std::string& text) {
+  printBytes(::isatty(STDOUT_FILENO) == 1 ? printableLines(text) : text);
+}
+
 void printText(const char* name, const std::string& text, bool json) {
-  if (!json) return printBytes(text + "\n");
+  if (!json) return printLines(text + "\n");
   Json::Value document;
   document[name] = text;
   printDocument(document, json);
@@ -145,14 +155,20 @@ void printText(const char* name, const std::string& text, bool json) {
 
 void complain(const std::string& message) {
   Progress::hide();
-  std::fprintf(stderr, "commutil: %s\n", message.c_str());
+  std::fprintf(stderr, "commutil: %s\n", printable(message).c_str());
 }
 
 int fail(const std::string& message, int code) {
+  return fail(std::vector<std::string>{message}, code);
+}
+
+int fail(const std::vector<std::string>& lines, int code) {
   if (!jsonFailures) {
-    complain(message);
+    for (const std::string& line : lines) complain(line);
     return code;
   }
+  std::string message;
+  for (const std::string& line : lines) message += (message.empty() ? "" : "\n") + line;
   Json::Value document;
   document["error"] = message;
   printDocument(document, true);

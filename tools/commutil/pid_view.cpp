@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <json/reader.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -15,8 +16,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 #include "os/handles.h"
 #include "output.h"
@@ -58,11 +61,12 @@ std::string readAll(const Descriptor& file) {
 
 Descriptor openOf(const Process& process, const char* name, int flags) {
   Descriptor file(::openat(process.directory.get(), name, flags | O_CLOEXEC));
-  if (!file) {
-    giveUp("process " + std::to_string(process.pid) + ": " + name + ": " + std::strerror(errno) +
-           "; run as root or as the user of the process");
-  }
-  return file;
+  if (file) return file;
+  const std::string prefix = "process " + std::to_string(process.pid);
+  if (errno == ESRCH || errno == ENOENT)
+    giveUp(prefix + " has ended, or is one of the kernel: it has no environment");
+  giveUp(prefix + ": " + name + ": " + std::strerror(errno) +
+         "; run as root or as the user of the process");
 }
 
 /// The fourth field of a "Uid:" line is the file system's identity; the second the effective one.
@@ -209,40 +213,86 @@ int showAsProcess(const ViewOptions& options, const std::function<int(const View
   ::dup2(null.get(), STDIN_FILENO);
   ::dup2(out.out.get(), STDOUT_FILENO);
   ::dup2(err.out.get(), STDERR_FILENO);
-  int code = 2;
+  int code = options.failure;
   try {
     code = showAsProcess(options, show);
   } catch (const std::exception& error) {
-    code = fail(error.what(), code);
+    fail(error.what());
   }
   std::fflush(nullptr);
   ::_exit(code);
 }
 
-/// Copies what the child writes until it closes both ends. Returns whether it did in time.
-bool relay(int out, int err, Clock::time_point deadline) {
+/// What the child writes. It runs as the service's user, who can make it write anything.
+class Output {
+ public:
+  /// Lines go to `stream` as they are complete, without what a terminal would obey; with null all
+  /// is kept.
+  explicit Output(std::FILE* stream) : m_stream(stream) {}
+
+  /// Takes the next piece. Returns false if it is too much.
+  bool add(std::string_view piece) {
+    m_size += piece.size();
+    m_text.append(piece);
+    const std::size_t end = m_text.rfind('\n');
+    if (m_stream != nullptr && end != std::string::npos) {
+      write(std::string_view(m_text).substr(0, end + 1));
+      m_text.erase(0, end + 1);
+    }
+    return m_size <= settings::kLargestText;
+  }
+
+  void finish() {
+    if (m_stream != nullptr) write(m_text);
+  }
+
+  const std::string& text() const { return m_text; }
+
+ private:
+  void write(std::string_view lines) {
+    const std::string safe = printableLines(lines);
+    std::fwrite(safe.data(), 1, safe.size(), m_stream);
+  }
+
+  std::FILE* m_stream;
+  std::size_t m_size = 0;
+  std::string m_text;
+};
+
+/// Reads a piece from `end`, which becomes -1 at its end. Returns false if it is too much.
+bool receive(int& end, Output& output) {
+  std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
+  const ssize_t count = ::read(end, piece.data(), piece.size());
+  if (count < 0 && errno == EINTR) return true;
+  if (count <= 0) {
+    end = -1;
+    return true;
+  }
+  return output.add({piece.data(), static_cast<std::size_t>(count)});
+}
+
+/// Takes what the child writes until it closes both ends. Returns why that came to no end, "" if
+/// it did.
+std::string relay(int out, int err, Clock::time_point deadline, Output& output, Output& errors) {
   std::array<pollfd, 2> ends{{{out, POLLIN, 0}, {err, POLLIN, 0}}};
-  const std::array<std::FILE*, 2> streams{stdout, stderr};
   while (ends[0].fd >= 0 || ends[1].fd >= 0) {
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-    if (left.count() <= 0) return false;
+    if (left.count() <= 0) return "no answer in time";
     ::poll(ends.data(), ends.size(), static_cast<int>(std::min<long>(left.count(), INT_MAX)));
-    for (std::size_t i = 0; i < ends.size(); ++i) {
-      if (ends[i].fd < 0 || ends[i].revents == 0) continue;
-      std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
-      const ssize_t count = ::read(ends[i].fd, piece.data(), piece.size());
-      if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) ends[i].fd = -1;
-      if (count > 0) std::fwrite(piece.data(), 1, static_cast<std::size_t>(count), streams[i]);
-    }
+    const bool fits = (ends[0].revents == 0 || receive(ends[0].fd, output)) &&
+                      (ends[1].revents == 0 || receive(ends[1].fd, errors));
+    if (!fits) return "its answer has no end";
   }
-  return true;
+  output.finish();
+  errors.finish();
+  return {};
 }
 
-}  // namespace
-
-int inViewOfProcess(const ViewOptions& options, const std::function<int(const View&)>& show) {
+/// Runs `show` in a child that has become the service's user. Returns the exit code.
+/// @throws std::runtime_error if it does not end by itself
+int showInChild(const ViewOptions& options, const std::function<int(const View&)>& show,
+                Output& output) {
   constexpr int kRounds = 3;
   Pipe out;
   Pipe err;
@@ -254,11 +304,38 @@ int inViewOfProcess(const ViewOptions& options, const std::function<int(const Vi
   err.out.reset();
   const std::chrono::milliseconds patience(static_cast<long>(options.timeout * 1000 * kRounds) +
                                            5000);
-  const bool inTime = relay(out.in.get(), err.in.get(), Clock::now() + patience);
-  if (!inTime) ::kill(child, SIGKILL);
+  Output errors(stderr);
+  const std::string problem =
+      relay(out.in.get(), err.in.get(), Clock::now() + patience, output, errors);
+  if (!problem.empty()) ::kill(child, SIGKILL);
   int status = 0;
-  if (inTime) ::waitpid(child, &status, 0);
-  if (inTime && WIFEXITED(status)) return WEXITSTATUS(status);
-  return fail("the view of process " + std::to_string(*options.pid) +
-              " cannot be shown: " + (inTime ? "its command was killed" : "no answer in time"));
+  if (problem.empty()) ::waitpid(child, &status, 0);
+  if (problem.empty() && WIFEXITED(status)) return WEXITSTATUS(status);
+  giveUp("the view of process " + std::to_string(*options.pid) +
+         " cannot be shown: " + (problem.empty() ? "its command was killed" : problem));
+}
+
+}  // namespace
+
+ShownView documentOfProcess(const ViewOptions& options,
+                            const std::function<int(const View&)>& show) {
+  Output output(nullptr);
+  ShownView shown;
+  shown.code = showInChild(options, show, output);
+  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+  const char* const begin = output.text().data();
+  const bool parsed = reader->parse(begin, begin + output.text().size(), &shown.document, nullptr);
+  if (!parsed || !shown.document.isObject())
+    giveUp("the view of process " + std::to_string(*options.pid) + " is no document");
+  return shown;
+}
+
+int inViewOfProcess(const ViewOptions& options, const std::function<int(const View&)>& show) {
+  if (!options.json) {
+    Output output(stdout);
+    return showInChild(options, show, output);
+  }
+  const ShownView shown = documentOfProcess(options, show);
+  printDocument(shown.document, true);
+  return shown.code;
 }

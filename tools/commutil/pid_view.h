@@ -8,4 +8,16 @@
 /// directory and the environment that it was started with. Where its root directory is this
 /// process's, the command is started anew in that environment, so that the dynamic linker sees it
 /// too.
+/// @throws std::runtime_error if there is no view to show
 int inViewOfProcess(const ViewOptions& options, const std::function<int(const View&)>& show);
+
+/// The document that a view prints.
+struct ShownView {
+  int code = 0;  ///< exit code
+  Json::Value document;
+};
+
+/// The same with the document that `show`, which prints JSON, prints.
+/// @throws std::runtime_error if it prints none
+ShownView documentOfProcess(const ViewOptions& options,
+                            const std::function<int(const View&)>& show);

@@ -14,14 +14,8 @@
 
 namespace {
 
-constexpr int kHeld = -9;        // the library's answer for a lock that another process holds
-constexpr int kLockIsHeld = 75;  // our exit code for it; EX_TEMPFAIL of sysexits.h
+constexpr int kHeld = -9;  // the library's answer for a lock that another process holds
 constexpr int kNoWait = -1;
-
-constexpr const char* kFooter =
-    "Exit codes: the command's own, where 4 also means that a signal killed it, 127 for a command\n"
-    "that cannot be found and 126 for one that cannot be run; 75 when another process holds the\n"
-    "lock, 1 when it cannot be taken for another reason, 2 for wrong use.";
 
 struct LockOptions {
   std::string name;
@@ -87,7 +81,7 @@ int lock(const LockOptions& options) {
   VexaProcessLock mutex(options.name, options.directory);
   const int entered = enter(mutex, options);
   if (entered == kHeld)
-    return fail("the lock " + options.name + " is held by another process", kLockIsHeld);
+    return fail("the lock " + options.name + " is held by another process", kBusy);
   if (entered != 0) return fail(failure(options));
   const int code = runCommand(options.command);
   if (mutex.ExitProcessMutex() != 0) complain("the lock " + options.name + " is not released");
@@ -107,17 +101,24 @@ void addProcessLock(Tool& tool) {
              .value = &options.directory,
              .purpose = "Its directory below _APP_SHARE_DIR, with its own slashes: /lock/",
              .valueName = "DIR",
+             .details = "A directory without both slashes is refused: it would be another file.",
              .required = true},
             {.name = "--wait",
              .value = &options.wait,
              .purpose = "Wait about N seconds for a held lock",
              .valueName = "N",
-             .range = Range{.lowest = 0, .label = "NONNEGATIVE"}},
+             .range = Range{}},
             {.name = "--message",
              .value = &options.message,
              .purpose = "What to print each second; at most 1022 bytes",
              .valueName = "TEXT"}};
-        subcommand.footer = kFooter;
+        subcommand.exitCodes = {
+            {"the command's own,", "where 4 also means that a signal killed it"},
+            {"127", "for a command that cannot be found"},
+            {"126", "for one that cannot be run"},
+            {"75", "if another process holds the lock"},
+            {"1", "if it cannot be taken for another reason"},
+            {"2", "for wrong use"}};
         subcommand.taken = &options.command;
       },
       lock);

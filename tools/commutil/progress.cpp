@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "output.h"
+
 namespace {
 
 constexpr std::chrono::seconds kInterval{1};
@@ -70,7 +72,7 @@ void Progress::run() {
 void Progress::show() {
   const auto elapsed = std::chrono::steady_clock::now() - m_begin;
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
-  writeLine(std::string(kEraseLine) + "commutil: " + m_what + " (" + std::to_string(seconds) +
-            " s)");
+  writeLine(std::string(kEraseLine) + "commutil: " + printable(m_what) + " (" +
+            std::to_string(seconds) + " s)");
   m_isShown = true;
 }

@@ -2,22 +2,19 @@
 // of this host, and where each answer comes from.
 #include <VexaCommonUtils_i.h>
 
-#include <fcntl.h>
 #include <json/reader.h>
 #include <json/value.h>
 #include <json/writer.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "child_call.h"
 #include "explain.h"
-#include "os/handles.h"
 #include "output.h"
+#include "pid_view.h"
 #include "settings/catalog.h"
 #include "settings/paths.h"
 #include "tool.h"
@@ -100,18 +97,15 @@ void printAnswers(const View& view, const Collection& collection) {
 
 struct ReportOptions : ViewOptions {
   std::string saved;
-  int descriptor = -1;  ///< of the saved report, opened before a service's view is taken
 };
 
 /// Reads the saved report in a child, as everything else.
 std::string readSaved(const ReportOptions& options) {
-  const std::string path = options.descriptor < 0
-                               ? options.saved
-                               : "/proc/self/fd/" + std::to_string(options.descriptor);
   settings::FileFacts file;
   ChildCalls calls(timeoutOf(options));
   calls.start(
-      "the file " + options.saved, [&] { return settings::packed(settings::examine(path)); },
+      "the file " + options.saved,
+      [&] { return settings::packed(settings::examine(options.saved)); },
       [&](const CallResult& result) {
         file = settings::unpackedFile(result.bytes);
         file.fault = result.fault;
@@ -122,15 +116,19 @@ std::string readSaved(const ReportOptions& options) {
   return file.text;
 }
 
-/// Parses what `commutil report --json` printed.
+/// Returns what `commutil report --json` printed, without the schema's number.
+Json::Value checkedReport(Json::Value document, const std::string& name) {
+  if (!document.isObject() || !document["answers"].isArray())
+    throw std::runtime_error(name + ": not a report of commutil report --json");
+  document.removeMember("schema");
+  return document;
+}
+
 Json::Value parsedReport(const std::string& text, const std::string& name) {
   Json::Value document;
   const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
   const bool parsed = reader->parse(text.data(), text.data() + text.size(), &document, nullptr);
-  if (!parsed || !document.isObject() || !document["answers"].isArray())
-    throw std::runtime_error(name + ": not a report of commutil report --json");
-  document.removeMember("schema");
-  return document;
+  return checkedReport(parsed ? document : Json::Value(), name);
 }
 
 /// The name of an element of an array of named objects, else its position.
@@ -170,17 +168,14 @@ void compare(const std::string& place, const Json::Value& before, const Json::Va
   rows.append(row);
 }
 
-int showDifference(const ReportOptions& options, const Json::Value& document) {
+int showDifference(const ReportOptions& options, const Json::Value& now) {
   Json::Value result;
   result["differences"] = Json::arrayValue;
-  // Both as they are after printing.
-  const Json::Value now =
-      parsedReport(Json::writeString(Json::StreamWriterBuilder(), withUtf8(document)), "report");
   compare("", parsedReport(readSaved(options), options.saved), now, result["differences"]);
   if (options.json) printDocument(result, true);
   if (!options.json) {
     for (const Json::Value& row : result["differences"]) {
-      printBytes(row["place"].asString() + ": " + scalar(row["before"]) + " -> " +
+      printBytes(printable(row["place"].asString()) + ": " + scalar(row["before"]) + " -> " +
                  scalar(row["now"]) + "\n");
     }
   }
@@ -192,7 +187,11 @@ int show(const ReportOptions& options, const View& view) {
   for (const settings::Answer& answer : settings::answers()) request.answers.push_back(&answer);
   const Collection collection = collect(view, options, request);
   Json::Value document = reportOf(view, collection);
-  if (!options.saved.empty()) return showDifference(options, document);
+  if (!options.saved.empty()) {
+    // As it is after printing, as the saved one is.
+    const std::string text = Json::writeString(Json::StreamWriterBuilder(), withUtf8(document));
+    return showDifference(options, parsedReport(text, "report"));
+  }
   if (options.json) {
     printDocument(document, true);
     return kOk;
@@ -204,18 +203,22 @@ int show(const ReportOptions& options, const View& view) {
   return kOk;
 }
 
-/// A saved report is opened by the caller's user, not by that of the service.
-int run(const ReportOptions& given) {
-  ReportOptions options = given;
-  commutil::Descriptor saved;
-  if (options.pid && !options.saved.empty() && options.switchedView.empty()) {
-    // Inherited by the command that is started anew as the service's user.
-    saved.reset(::open(options.saved.c_str(), O_RDONLY | O_NONBLOCK));
-    if (!saved) return fail(options.saved + ": " + std::strerror(errno));
-    options.descriptor = saved.get();
-    const std::string number = std::to_string(options.descriptor);
-    options.commandLine.insert(options.commandLine.begin() + 2, {"--diff-descriptor", number});
-  }
+/// Compares the service's report here: its user, who may not read the saved report, gets no hold
+/// of it.
+int compareView(const ReportOptions& options) {
+  ReportOptions inner = options;
+  inner.json = true;
+  inner.saved.clear();
+  inner.commandLine = {options.commandLine.front(), "report", "--json", "--timeout",
+                       std::to_string(options.timeout)};
+  const ShownView shown =
+      documentOfProcess(inner, [&](const View& view) { return show(inner, view); });
+  if (shown.document.isMember("error")) return fail(shown.document["error"].asString(), shown.code);
+  return showDifference(options, checkedReport(shown.document, "the view"));
+}
+
+int run(const ReportOptions& options) {
+  if (options.pid && !options.saved.empty()) return compareView(options);
   return inView(options, [&](const View& view) { return show(options, view); });
 }
 
@@ -232,10 +235,9 @@ void addReport(Tool& tool) {
              .purpose = "Compare with a report saved with --json; exit code 1 if they differ",
              .valueName = "FILE",
              .completion = Completion::file});
-        subcommand.arguments.push_back({.name = "--diff-descriptor",
-                                        .value = &options.descriptor,
-                                        .purpose = "",
-                                        .hidden = true});
+        subcommand.exitCodes = {{"0", "ok; with --diff: no difference"},
+                                {"1", "with --diff: a difference; or the operation failed"},
+                                {"2", "wrong use"}};
       },
       run);
 }

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int kBusy = 75;  // as for lock
 constexpr int kNoStore = -1;
 
 Json::Value orNull(const std::optional<std::string>& value) {
@@ -54,7 +53,7 @@ void printJson(const std::string& file, const std::vector<settings::Effect>& eff
 
 void printChanges(const std::string& file, const std::vector<settings::Effect>& effects,
                   bool written) {
-  std::string title = file;
+  std::string title = printable(file);
   if (!written) title += effects.empty() ? ": unchanged" : ": would change";
   printBytes(title + "\n");
   for (const settings::Effect& effect : effects) {
@@ -70,8 +69,13 @@ void addChangeOptions(Command& subcommand, ChangeOptions& options) {
       {.name = "--wait",
        .value = &options.wait,
        .purpose = "Wait at most N seconds for another writer (default 10)",
-       .valueName = "N"});
+       .valueName = "N",
+       .range = Range{}});
   subcommand.arguments.push_back(jsonFlag(options.json));
+  subcommand.exitCodes = {{"0", "ok"},
+                          {"1", "nothing was changed, for the reason that is printed"},
+                          {"75", "another writer holds the document's lock"},
+                          {"2", "wrong use"}};
 }
 
 int changeSettings(const settings::Target::Plan& plan, const ChangeOptions& options) {

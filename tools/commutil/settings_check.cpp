@@ -51,9 +51,9 @@ int check(const CheckOptions& options) {
     printDocument(result, true);
   } else {
     for (const SettingProblem& problem : problems)
-      printBytes(options.path + ":" + problem.message() + "\n");
+      printBytes(printable(options.path) + ":" + problem.message() + "\n");
     if (problems.empty()) {
-      printBytes(options.path + ": " + std::to_string(document.entries().size()) +
+      printBytes(printable(options.path) + ": " + std::to_string(document.entries().size()) +
                  " settings, all accepted\n");
     }
   }
@@ -69,7 +69,7 @@ std::string quotedValue(const std::optional<std::string>& value) {
 std::string SettingProblem::message() const {
   return std::to_string(place.line) + ":" + std::to_string(place.column) + ": " + printable(key) +
          ": " + (value ? quotedValue(value) + ": " : "") + problem +
-         (suggestion.empty() ? "" : "; did you mean " + suggestion + "?");
+         (suggestion.empty() ? "" : "; did you mean " + printable(suggestion) + "?");
 }
 
 std::vector<SettingProblem> checkDocument(const settings::DocumentText& document) {
@@ -107,6 +107,9 @@ void addSettingsCheck(Tool& tool, Command& settings) {
       "accept.",
       [](Command& subcommand, CheckOptions& options) {
         subcommand.arguments = {documentOperand(options.path), jsonFlag(options.json)};
+        subcommand.exitCodes = {{"0", "everything is accepted"},
+                                {"1", "something is not, or FILE cannot be read"},
+                                {"2", "wrong use"}};
       },
       check);
 }

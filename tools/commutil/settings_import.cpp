@@ -15,12 +15,14 @@ struct ImportOptions : ChangeOptions {
   std::string path;
 };
 
-void requireAccepted(const settings::DocumentText& document, const std::string& path) {
-  const std::vector<SettingProblem> problems = checkDocument(document);
-  if (problems.empty()) return;
-  std::string message;
-  for (const SettingProblem& problem : problems) message += path + ":" + problem.message() + "\n";
-  throw std::runtime_error(message + "nothing was written (--force writes it)");
+/// Returns what is wrong with the settings of a document, each in a line; nothing if they are good.
+std::vector<std::string> problemsOf(const settings::DocumentText& document,
+                                    const std::string& path) {
+  std::vector<std::string> lines;
+  for (const SettingProblem& problem : checkDocument(document))
+    lines.push_back(path + ":" + problem.message());
+  if (!lines.empty()) lines.emplace_back("nothing was written (--force writes it)");
+  return lines;
 }
 
 std::vector<settings::Change> planOf(const settings::Values& wanted, bool prune,
@@ -36,7 +38,8 @@ std::vector<settings::Change> planOf(const settings::Values& wanted, bool prune,
 int importFile(const ImportOptions& options) {
   const settings::DocumentText document = readDocument(options.path);
   const settings::Values wanted = document.values();
-  if (!options.force) requireAccepted(document, options.path);
+  const std::vector<std::string> problems = problemsOf(document, options.path);
+  if (!options.force && !problems.empty()) return fail(problems);
   if (wanted.empty() && options.prune && !options.force)
     return fail(options.path + " has no settings: --prune would delete all (--force does)");
   const auto plan = [&](const settings::Values& current) {
@@ -68,7 +71,8 @@ void addSettingsImport(Tool& tool, Command& settings) {
              .purpose = "Only print what would change"},
             {.name = "--force",
              .value = &options.force,
-             .purpose = "Write names and values that the library does not know"}};
+             .purpose = "Write names and values that the library does not know",
+             .details = "With --prune: remove all settings even if FILE has none."}};
         addChangeOptions(subcommand, options);
       },
       importFile);

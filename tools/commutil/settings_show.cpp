@@ -6,6 +6,7 @@
 
 #include <map>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,8 @@
 #include "progress.h"
 #include "settings.h"
 #include "settings_keys.h"
+#include "settings_store/target.h"
+#include "store_library.h"
 
 namespace {
 
@@ -63,9 +66,22 @@ void print(const std::vector<Row>& rows, bool json) {
   printDocument(document, json);
 }
 
+/// Why the reference store has no settings, "" if it has or another store was asked.
+std::string documentProblem() {
+  if (!examineStoreLibrary().isReference) return {};
+  try {
+    settings::openTarget()->read();
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+  return {};
+}
+
 int noAnswer(int result, const std::string& name) {
-  const std::string problem = result == kNoStore ? storeProblem() : "";
-  return fail(problem.empty() ? name + " is not set" : problem);
+  const std::string missing = result == kNoStore ? storeProblem() : "";
+  if (!missing.empty()) return fail(missing);
+  const std::string problem = documentProblem();
+  return fail(name + " is not set" + (problem.empty() ? "" : ": " + problem));
 }
 
 int showGroup(const ShowOptions& options) {

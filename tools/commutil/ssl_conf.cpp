@@ -4,6 +4,7 @@
 
 #include <json/value.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ namespace {
 using settings::Severity;
 
 constexpr const char* kTemplateName = "svc_ssl.conf";
+constexpr const char* kTree = "/vexa/common/svc_ssl_conf/";
 
 struct SslConfOptions {
   bool json = false;
@@ -50,6 +52,14 @@ void refuseUnset(const settings::Facts& facts, Plan& plan) {
     if (facts.variable(name).empty()) plan.refusals.push_back(std::string(name) + " is not set");
 }
 
+/// Counts the lookups of SSL options without a reply, by the reason.
+std::map<std::string, std::size_t> failedLookups(const settings::Facts& facts) {
+  std::map<std::string, std::size_t> counts;
+  for (const auto& [key, reply] : facts.replies)
+    if (key.rfind(kTree, 0) == 0 && !reply.fault.empty()) ++counts[reply.fault];
+  return counts;
+}
+
 /// Refuses values that come from a store without settings where there should be some.
 void refuseStore(const settings::Facts& facts, const settings::StoreDocument& document,
                  Plan& plan) {
@@ -57,23 +67,23 @@ void refuseStore(const settings::Facts& facts, const settings::StoreDocument& do
   if (!library.fault.empty()) plan.refusals.push_back("the settings store: " + library.fault);
   if (library.fault.empty() && !library.loaded)
     plan.refusals.push_back("the settings store cannot be loaded: " + library.error);
-  for (const auto& [key, reply] : facts.replies) {
-    if (!reply.fault.empty())
-      plan.refusals.push_back("the settings store: " + key + ": " + reply.fault);
+  for (const auto& [fault, count] : failedLookups(facts)) {
+    plan.refusals.push_back("the settings store: " + fault + " (" + std::to_string(count) +
+                            " lookups)");
   }
   if (!library.isReference) return;
-  for (const settings::Note& note : document.notes()) {
+  for (const settings::Note& note : document.notes())
     if (note.severity == Severity::error)
-      plan.refusals.push_back("the settings store " + document.path() + ": " + note.text);
-  }
+      plan.refusals.push_back("the settings store: " + note.text);
 }
 
 void explainOption(const settings::Explanation& option, Plan& plan) {
+  if (option.value.isNull()) return;  // refused with the store
   const std::string name(option.answer->name);
   const std::string value = option.value.asString();
   if (plan.text.find(name) == std::string::npos && name != "-SSLNoProtection") return;
-  const settings::Item* const item = settings::findItem(
-      settings::Kind::storeKey, std::string_view(name).substr(1), "/vexa/common/svc_ssl_conf/");
+  const settings::Item* const item =
+      settings::findItem(settings::Kind::storeKey, std::string_view(name).substr(1), kTree);
   const settings::Verdict verdict = settings::checkValue(item->accepted, value);
   if (!verdict.accepted()) {
     plan.refusals.push_back(option.decidedBy + ": \"" + printable(value) +
@@ -100,8 +110,8 @@ Plan makePlan() {
   const std::string& before = target.readable ? target.text : facts.file(plan.source).text;
   plan.change = difference(before, plan.text);
   if (!plan.change.empty()) {
-    plan.change = "--- " + (target.readable ? plan.path : plan.source) + "\n+++ " + plan.path +
-                  "\n" + plan.change;
+    plan.change = "--- " + printable(target.readable ? plan.path : plan.source) + "\n+++ " +
+                  printable(plan.path) + "\n" + plan.change;
   }
   refuseUnset(facts, plan);
   refuseStore(facts, explainer.document(), plan);
@@ -145,14 +155,14 @@ void printChange(std::string_view change) {
 }
 
 void printText(const Plan& plan, bool written) {
-  printBytes(plan.path + (written ? ": written from " : ": would be written from ") + plan.source +
-             "\n");
+  printBytes(printable(plan.path) + (written ? ": written from " : ": would be written from ") +
+             printable(plan.source) + "\n");
   printBytes(plan.inserted.empty() ? "inserted: nothing\n" : "inserted:\n");
   for (const InsertedLine& line : plan.inserted)
-    printBytes("  " + printable(line.text) + "    from " + line.source + "\n");
+    printBytes("  " + printable(line.text) + "    from " + printable(line.source) + "\n");
   printBytes(plan.change.empty() ? "difference: none\n" : "difference:\n");
-  printChange(plan.change);
-  printBytes("text:\n" + plan.text);
+  printChange(printableLines(plan.change));
+  printBytes("text:\n" + printableLines(plan.text));
   if (plan.text.empty() || plan.text.back() != '\n') printBytes("\n");
 }
 
@@ -160,7 +170,7 @@ int preview(const SslConfOptions& options, const Plan& plan) {
   if (options.json) {
     printJson(plan, false);
   } else if (options.show) {
-    printBytes(plan.text);
+    printLines(plan.text);
   } else {
     printText(plan, false);
   }
@@ -183,7 +193,7 @@ int write(const SslConfOptions& options, const Plan& plan) {
   if (options.json) {
     printJson(plan, true);
   } else if (options.show) {
-    printBytes(plan.text);
+    printLines(plan.text);
   } else {
     printText(plan, true);
   }
@@ -203,12 +213,23 @@ void addSslConf(Tool& tool) {
       "Show what the SSL option file of this instance would be, and why; write it with --write.",
       [](Command& subcommand, SslConfOptions& options) {
         subcommand.arguments = {
-            {.name = "--write", .value = &options.write, .purpose = "Write the file"},
+            {.name = "--write",
+             .value = &options.write,
+             .purpose = "Write the file",
+             .details = "An older file of the same instance is replaced. Refused, with the reason, "
+                        "if _APP_SHARE_DIR or PROCESS_INSTANCE_ID is not set, if the settings "
+                        "store is malformed or does not answer, and for a value that the option "
+                        "does not take. Without --write, such a reason is printed on standard "
+                        "error and the exit code is 1."},
             {.name = "--force",
              .value = &options.force,
-             .purpose = "Write it even from an unreliable store or with unknown values"},
+             .purpose = "Write it even from an unreliable store or with unknown values",
+             .details = "A template that cannot be used is refused all the same."},
             {.name = "--show", .value = &options.show, .purpose = "Print only the file's text"},
             jsonFlag(options.json)};
+        subcommand.exitCodes = {{"0", "the file can be written, or was"},
+                                {"1", "--write refuses, or the file cannot be written"},
+                                {"2", "wrong use"}};
       },
       sslConf);
 }

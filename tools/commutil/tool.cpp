@@ -10,10 +10,9 @@
 
 namespace {
 
-constexpr const char* kFooter =
-    "Exit codes: 0 ok; 1 the answer is no or the operation failed; 2 wrong use.\n"
+constexpr const char* kNotes =
     "With --json, bytes that are not UTF-8 are written as \\u00XX.\n"
-    "A text that begins with \"-\" is given behind \"--\".";
+    "An operand that begins with \"-\" follows \"--\".";
 
 void addHelp(Tool& tool) {
   using Path = std::vector<std::string>;
@@ -41,7 +40,9 @@ bool wantsJson(const std::vector<std::string>& words) {
 Tool::Tool(std::vector<std::string> line) : words(std::move(line)) {
   command.name = "commutil";
   command.purpose = "Shows on a live host what a service gets from the common utility library.";
-  command.footer = kFooter;
+  command.exitCodes = {
+      {"0", "ok"}, {"1", "the answer is no or the operation failed"}, {"2", "wrong use"}};
+  command.notes = kNotes;
   for (const auto add : {addReport, addExplain, addCheck, addSettings, addSslConf, addExpand,
                          addQueryText, addNetwork, addCommand, addPathSafety, addUnsafeWord,
                          addProcessLock, addBase64, addIdentifiers, addHelp})

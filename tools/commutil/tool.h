@@ -7,8 +7,16 @@
 
 #include "arguments.h"
 
-/// The exit codes of every subcommand that does not document more.
-enum ExitCode : int { kOk = 0, kNo = 1, kWrongUse = 2 };
+/// The exit codes. What they mean is said with the subcommands, in `Command::exitCodes`; help and
+/// man page are made of that.
+enum ExitCode : int {
+  kOk = 0,
+  kNo = 1,
+  kWrongUse = 2,
+  kBusy = 75,            ///< EX_TEMPFAIL of sysexits.h
+  kNotExecutable = 126,  ///< as a shell's
+  kNotFound = 127,       ///< as a shell's
+};
 
 /// The command with all its subcommands, and the command line that it was started with.
 class Tool {

@@ -8,6 +8,8 @@
 #include <string>
 
 #include "output.h"
+#include "settings/facts.h"
+#include "settings/file_state.h"
 #include "settings/ini_document.h"
 #include "settings_store/read_file.h"
 #include "tool.h"
@@ -29,26 +31,49 @@ std::optional<settings::IniEntry> wordIn(const std::string& text, const std::str
   return std::nullopt;
 }
 
-void printJson(const std::string& path, const std::optional<settings::IniEntry>& word, bool safe) {
+/// The list of unsafe words.
+struct List {
+  std::string path;
+  std::string state;  ///< "readable", or why the library reads nothing
+};
+
+List listOfWords() {
+  List list;
+  list.path = VexaCommonUtils_i::getConfFile("secure.cfg");
+  list.state = settings::stateOf(settings::examine(list.path), "this user").text;
+  return list;
+}
+
+void printJson(const List& list, const std::optional<settings::IniEntry>& word, bool safe) {
   Json::Value document;
   document["safe"] = safe;
-  document["file"] = path;
+  document["file"] = list.path;
+  document["state"] = list.state;
   document["word"] = word ? Json::Value(word->value) : Json::Value();
   document["line"] = word ? Json::Value(Json::UInt64(word->place.line)) : Json::Value();
   printDocument(document, true);
 }
 
+void printSafe(const List& list) {
+  const std::string reason = list.state == "readable"
+                                 ? ""
+                                 : ": " + printable(list.path) + ": " + list.state +
+                                       "; without the list every text is safe";
+  printBytes("no unsafe word" + reason + "\n");
+}
+
 int unsafeWord(const UnsafeWordOptions& options) {
+  const List list = listOfWords();
   const bool safe = VexaCommonUtils_i::checkUnSafeStr(options.text);
-  const std::string path = VexaCommonUtils_i::getConfFile("secure.cfg");
-  const std::optional<settings::IniEntry> word = safe ? std::nullopt : wordIn(options.text, path);
+  const std::optional<settings::IniEntry> word =
+      safe ? std::nullopt : wordIn(options.text, list.path);
   if (options.json) {
-    printJson(path, word, safe);
+    printJson(list, word, safe);
   } else if (safe) {
-    printBytes("no unsafe word\n");
+    printSafe(list);
   } else {
-    printBytes("unsafe word \"" + printable(word ? word->value : "") + "\": " + path + ":" +
-               std::to_string(word ? word->place.line : 0) + "\n");
+    printBytes("unsafe word \"" + printable(word ? word->value : "") + "\": " +
+               printable(list.path) + ":" + std::to_string(word ? word->place.line : 0) + "\n");
   }
   return safe ? kOk : kNo;
 }

@@ -1,7 +1,9 @@
 #include "view.h"
 
 #include <algorithm>
+#include <exception>
 
+#include "output.h"
 #include "pid_view.h"
 
 void addViewOptions(const Tool& tool, Command& subcommand, ViewOptions& options) {
@@ -10,15 +12,21 @@ void addViewOptions(const Tool& tool, Command& subcommand, ViewOptions& options)
            jsonFlag(options.json),
            {.name = "--timeout",
            .value = &options.timeout,
-           .purpose = "Seconds after which a call counts as hanging; 2 unless given",
+           .purpose = "Seconds after which a call counts as hanging, 0.001 to 3600; 2 unless given",
            .valueName = "SECONDS",
+           .details =
+                "A call or a file access that takes longer is ended and reported as an error.",
            .range = Range{.lowest = 0.001, .highest = 3600}},
            {.name = "--pid",
            .value = &options.pid,
            .purpose = "Show the view of this running process: its user, working directory and the "
                       "environment it was started with",
            .valueName = "N",
-           .range = Range{.lowest = std::numeric_limits<double>::min(), .label = "POSITIVE"}},
+           .details = "What it has changed in its environment since does not show. A store that "
+                      "its environment names is loaded as its user, who decides what that code "
+                      "does. If its root directory or its mounts are others, files are read there, "
+                      "no code is loaded from there and the store is not asked.",
+           .range = Range{.lowest = 1}},
            {.name = "--switched-view",
            .value = &options.switchedView,
            .purpose = "",
@@ -44,10 +52,11 @@ Collection collect(const View& view, const ViewOptions& options, Request request
 }
 
 int inView(const ViewOptions& options, const std::function<int(const View&)>& show) {
-  if (!options.switchedView.empty()) {
+  try {
+    if (options.pid && options.switchedView.empty()) return inViewOfProcess(options, show);
     return show(
         {settings::currentEnvironment(), options.switchedView, -1, {}, options.switchedStart});
+  } catch (const std::exception& error) {
+    return fail(error.what(), options.failure);
   }
-  if (options.pid) return inViewOfProcess(options, show);
-  return show({settings::currentEnvironment(), {}, -1, {}, 0});
 }

@@ -16,6 +16,7 @@
 /// The options that explain, check and report share.
 struct ViewOptions {
   bool json = false;
+  int failure = 1;                ///< exit code if there is no view to show
   double timeout = 2;             ///< seconds for each call
   std::optional<int> pid;         ///< the service whose view is shown
   std::string switchedView;       ///< set in the process that has become the service's user

@@ -5,14 +5,9 @@
 #include <string_view>
 #include <vector>
 
-// The catalog of everything the library reads and writes, for the operator's programs:
-//   catalog.h         items (variables, files, keys, members, settings) and answers, with their
-//   sources accepted.h        which values an item accepts; checks a value, also for a key of the
-//   store edit_distance.h   the nearest name, for "did you mean" ini_document.h    an INI file as
-//   the library reads it, with line numbers and near misses json_document.h   a JSON file as the
-//   library or the store reads it, with line and column
-// Every message, page and completion about configuration comes from these tables. They are built on
-// first use and never change.
+// The catalog of everything the library reads and writes: items (variables, files, keys, members,
+// settings) and answers with their sources. Every message, page and completion about configuration
+// comes from these tables. They are built on first use and never change.
 
 namespace settings {
 

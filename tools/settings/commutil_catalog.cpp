@@ -1,4 +1,4 @@
-// Prints what is generated from the catalog: commutil-catalog --markdown, --man or --completion.
+// Prints what is generated from the catalog: commutil-catalog --markdown or --man.
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -10,9 +10,8 @@ int main(int argc, char** argv) {
   std::string page;
   if (kind == "--markdown") page = settings::markdownPage();
   if (kind == "--man") page = settings::manPage();
-  if (kind == "--completion") page = settings::completionLists();
   if (page.empty()) {
-    std::fputs("Usage: commutil-catalog --markdown|--man|--completion\n", stderr);
+    std::fputs("Usage: commutil-catalog --markdown|--man\n", stderr);
     return 2;
   }
   std::fwrite(page.data(), 1, page.size(), stdout);

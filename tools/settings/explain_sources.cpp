@@ -1,6 +1,7 @@
 // The state of each kind of source, with what may have been meant instead.
 #include <algorithm>
 
+#include "bytes/byte_order_mark.h"
 #include "settings/accepted.h"
 #include "settings/edit_distance.h"
 #include "settings/explanation.h"
@@ -60,7 +61,7 @@ void describeValue(const Item& item, const std::string& value, SourceState& sour
 }
 
 void noteEncoding(const FileFacts& file, SourceState& source) {
-  if (file.text.compare(0, 3, "\xef\xbb\xbf") == 0)
+  if (commutil::hasByteOrderMark(file.text))
     source.notes.push_back({Severity::ok, "byte-order mark at the start: skipped", ""});
   if (file.text.find("\r\n") != std::string::npos)
     source.notes.push_back({Severity::ok, "lines end in carriage returns: accepted", ""});
@@ -69,7 +70,7 @@ void noteEncoding(const FileFacts& file, SourceState& source) {
 }  // namespace
 
 SourceState Explainer::iniSource(SourceState source, const FileFacts& file, const Item& key) const {
-  if (!isReadableText(file)) return source;
+  if (!isReadableText(file) || file.isLarge()) return source;
   const IniDocument document(file.text);
   const IniEntry* const entry = document.find(key.section, key.name);
   source.state = file.text.empty() ? source.state : "readable";
@@ -133,7 +134,8 @@ SourceState Explainer::storeSource(const Item& item, std::string_view branch) co
     source.value = documented;
   } else if (answered != nullptr && !answered->fault.empty()) {
     source.state = answered->fault;
-    source.notes.push_back({Severity::error, "", "check the store and its server"});
+    if (answered->asked)
+      source.notes.push_back({Severity::error, "", "check the store and its server"});
   } else {
     source.value = answered != nullptr ? answered->written : documented;
     const bool success = answered != nullptr ? answered->code == 0 : documented.has_value();

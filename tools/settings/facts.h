@@ -62,6 +62,7 @@ struct StoreReply {
   int code = -1;                       ///< 0 for success
   std::optional<std::string> written;  ///< what it made of the value, nothing if it left it alone
   std::string fault;                   ///< why there is no reply: "no answer within 2 s"
+  bool asked = true;                   ///< if not, `fault` says why
   std::chrono::microseconds duration{0};
 };
 

@@ -3,17 +3,15 @@
 
 #include <algorithm>
 
+#include "bytes/ascii.h"
+#include "bytes/byte_order_mark.h"
 #include "settings/edit_distance.h"
 
 namespace settings {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
-
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
 std::string_view trimmedEnd(std::string_view text) {
-  while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
+  while (!text.empty() && commutil::isWhitespace(text.back())) text.remove_suffix(1);
   return text;
 }
 
@@ -31,7 +29,7 @@ bool equalIgnoringCase(std::string_view a, std::string_view b) {
 class IniScanner {
  public:
   explicit IniScanner(std::string_view text) : m_text(text) {
-    if (m_text.substr(0, kByteOrderMark.size()) == kByteOrderMark) m_at = kByteOrderMark.size();
+    if (commutil::hasByteOrderMark(m_text)) m_at = commutil::kByteOrderMark.size();
     m_end = std::min(m_text.find('\0', m_at), m_text.size());
   }
 
@@ -60,7 +58,7 @@ class IniScanner {
  private:
   bool atEnd() const { return m_at >= m_end; }
   void skipSpaces() {
-    while (!atEnd() && isSpace(m_text[m_at])) ++m_at;
+    while (!atEnd() && commutil::isWhitespace(m_text[m_at])) ++m_at;
   }
   void skipLine() { m_at = lineEnd(); }
   std::size_t lineEnd() const { return std::min(m_text.find_first_of("\r\n", m_at), m_end); }
@@ -94,7 +92,7 @@ class IniScanner {
     }
     key = trimmedEnd(m_text.substr(m_at, equals - m_at));
     m_at = equals + 1;
-    while (m_at < line && isSpace(m_text[m_at])) ++m_at;
+    while (m_at < line && commutil::isWhitespace(m_text[m_at])) ++m_at;
     value = trimmedEnd(m_text.substr(m_at, line - m_at));
     m_at = line;
     return Step::entry;

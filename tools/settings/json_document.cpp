@@ -3,42 +3,14 @@
 
 #include <json/reader.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <memory>
 
+#include "bytes/byte_order_mark.h"
+#include "bytes/json_text.h"
+
 namespace settings {
 namespace {
-
-constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
-constexpr std::string_view kBlanks = " \t\r\n";
-
-Json::CharReaderBuilder builderFor(JsonRules rules) {
-  Json::CharReaderBuilder builder;
-  if (rules == JsonRules::strict) {
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["rejectDupKeys"] = false;
-    return builder;
-  }
-  builder["collectComments"] = false;
-  builder["allowTrailingCommas"] = false;
-  builder["failIfExtra"] = true;
-  return builder;
-}
-
-/// Returns the offset of the first byte of `text`, from `at`, that is neither a blank nor, if
-/// allowed, part of a whole comment; its size if there is none.
-std::size_t skipBlanks(std::string_view text, std::size_t at, bool comments) {
-  while (true) {
-    at = std::min(text.find_first_not_of(kBlanks, at), text.size());
-    const std::string_view start = text.substr(at, 2);
-    if (!comments || (start != "//" && start != "/*")) return at;
-    const bool line = start == "//";
-    const std::size_t end = line ? text.find('\n', at) : text.find("*/", at + 2);
-    if (end == std::string_view::npos) return line ? text.size() : at;
-    at = end + (line ? 1 : 2);
-  }
-}
 
 /// The parser's first complaint: "* Line 1, Column 2\n  Missing ...\n".
 std::optional<Finding> firstComplaint(const std::string& complaints) {
@@ -56,9 +28,7 @@ std::optional<Finding> firstComplaint(const std::string& complaints) {
 }  // namespace
 
 JsonDocument::JsonDocument(std::string_view text, JsonRules rules) {
-  if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark)
-    text.remove_prefix(kByteOrderMark.size());
-  m_text = text;
+  m_text = commutil::withoutByteOrderMark(text);
   parse(rules);
   if (m_fault) m_root = Json::Value();
 }
@@ -70,10 +40,11 @@ void JsonDocument::fail(std::size_t offset, std::string message) {
 void JsonDocument::parse(JsonRules rules) {
   const char* const begin = m_text.data();
   const bool comments = rules == JsonRules::lenient;
-  if (skipBlanks(m_text, 0, comments) == m_text.size()) return fail(0, "empty");
+  if (commutil::skipJsonSpace(m_text, 0, comments) == m_text.size()) return fail(0, "empty");
   std::string complaints;
   try {
-    const std::unique_ptr<Json::CharReader> reader(builderFor(rules).newCharReader());
+    const auto builder = comments ? commutil::lenientJson() : commutil::strictJson();
+    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
     if (!reader->parse(begin, begin + m_text.size(), &m_root, &complaints)) {
       m_fault = firstComplaint(complaints);
       if (!m_fault) fail(0, "malformed");
@@ -84,7 +55,7 @@ void JsonDocument::parse(JsonRules rules) {
   }
   if (rules == JsonRules::strict && !m_root.isObject()) return fail(0, "not an object");
   const auto end = static_cast<std::size_t>(m_root.getOffsetLimit());
-  const std::size_t extra = skipBlanks(m_text, end, comments);
+  const std::size_t extra = commutil::skipJsonSpace(m_text, end, comments);
   if (extra < m_text.size()) fail(extra, "text after the document");
 }
 

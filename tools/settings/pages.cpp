@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <set>
 #include <utility>
 
 #include "settings/accepted.h"
@@ -159,12 +158,6 @@ std::string manSection(const char* heading, const std::vector<Kind>& kinds) {
   return section;
 }
 
-std::string listFunction(const char* name, const std::set<std::string>& words) {
-  std::string text = std::string(name) + "() {\n  echo";
-  for (const std::string& word : words) text += " \\\n    " + word;
-  return text + "\n}\n";
-}
-
 }  // namespace
 
 std::string markdownPage() {
@@ -211,7 +204,7 @@ std::string manPage() {
   return page + ".SH SEE ALSO\n.BR commutil (1)\n";
 }
 
-std::string completionLists() {
+std::set<std::string> answerNames() {
   std::set<std::string> names;
   for (const Answer& answer : answers()) {
     for (const std::string_view name : {answer.name, answer.parameter}) {
@@ -219,10 +212,16 @@ std::string completionLists() {
       if (word && name.find(' ') == std::string_view::npos) names.emplace(name);
     }
   }
-  std::set<std::string> keys;
-  for (const Item* const item : itemsOf(Kind::storeKey))
-    keys.insert(storeKey(item->parent, kGlobalBranch, item->name));
-  return listFunction("_commutil_answers", names) + listFunction("_commutil_settings", keys);
+  return names;
+}
+
+std::set<std::string> settingNames() {
+  std::set<std::string> names;
+  for (const Item* const item : itemsOf(Kind::storeKey)) {
+    names.emplace(item->name);
+    names.insert(storeKey(item->parent, kGlobalBranch, item->name));
+  }
+  return names;
 }
 
 }  // namespace settings

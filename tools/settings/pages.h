@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 // The pages that are generated from the catalog.
@@ -12,7 +13,10 @@ std::string markdownPage();
 /// The man page commutil(5).
 std::string manPage();
 
-/// The functions of the bash completion that list answers and settings.
-std::string completionLists();
+/// The names that `commutil explain` takes.
+std::set<std::string> answerNames();
+
+/// The settings of the store: the parameters, and their whole keys in the shared branch.
+std::set<std::string> settingNames();
 
 }  // namespace settings

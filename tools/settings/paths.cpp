@@ -2,46 +2,17 @@
 #include "settings/paths.h"
 
 #include <algorithm>
-#include <optional>
+#include <utility>
+
+#include "settingrest/location.h"
 
 namespace settings {
 namespace {
 
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
-std::optional<std::string> percentDecoded(std::string_view text) {
-  std::string decoded;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '%') {
-      decoded += text[i];
-      continue;
-    }
-    if (text.size() - i < 3) return std::nullopt;
-    const int high = hexDigit(text[i + 1]);
-    const int low = hexDigit(text[i + 2]);
-    if (high < 0 || low < 0 || high + low == 0) return std::nullopt;
-    decoded += static_cast<char>(high * 16 + low);
-    i += 2;
-  }
-  return decoded;
-}
-
-std::string lowered(std::string_view text) {
-  std::string result(text);
-  for (char& c : result)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return result;
-}
-
-bool consume(std::string_view& text, std::string_view prefix) {
-  if (lowered(text.substr(0, prefix.size())) != prefix) return false;
-  text.remove_prefix(prefix.size());
-  return true;
+std::string schemeFault(const std::string& url) {
+  const std::size_t scheme = url.find("://");
+  if (scheme == std::string::npos || scheme == 0) return "has no scheme; write it as file:///path";
+  return "no store serves " + url.substr(0, scheme) + " URLs; write it as file:///path";
 }
 
 }  // namespace
@@ -84,21 +55,21 @@ std::string sslOptionFile(const Environment& environment) {
 UrlPath settingsDocumentOfUrl(const Environment& environment) {
   const std::string url = valueOf(environment, "SETTINGREST_URL");
   if (url.empty()) return {};
-  std::string_view rest = url;
-  const bool isSnapshot = consume(rest, "snapshot://");
-  if (!isSnapshot && !consume(rest, "file://")) {
-    const std::size_t scheme = url.find("://");
-    if (scheme == std::string::npos || scheme == 0)
-      return {{}, "has no scheme; write it as file:///path"};
-    return {{}, "no store serves " + url.substr(0, scheme) + " URLs; write it as file:///path"};
-  }
-  consume(rest, "localhost");
-  const std::optional<std::string> path = percentDecoded(rest);
+  using Fault = settingrest::UrlFile::Fault;
+  settingrest::UrlFile file = settingrest::fileOfUrl(url);
   const std::string remedy =
-      std::string("; write it as ") + (isSnapshot ? "snapshot" : "file") + ":///path";
-  if (!path) return {{}, "has a wrong % escape" + remedy};
-  if (path->empty() || path->front() != '/') return {{}, "has no absolute path" + remedy};
-  return {*path, {}, isSnapshot};
+      std::string("; write it as ") + (file.isSnapshot ? "snapshot" : "file") + ":///path";
+  switch (file.fault) {
+    case Fault::none:
+      return {std::move(file.path), {}, file.isSnapshot};
+    case Fault::otherScheme:
+      return {{}, schemeFault(url)};
+    case Fault::wrongEscape:
+      return {{}, "has a wrong % escape" + remedy};
+    case Fault::notAbsolute:
+      break;
+  }
+  return {{}, "has no absolute path" + remedy};
 }
 
 std::string settingsDocument(const Facts& facts) {

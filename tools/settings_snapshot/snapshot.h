@@ -14,13 +14,13 @@ namespace settings {
 struct SnapshotEntry {
   std::string key;
   std::string value;
-  std::int64_t revision;  ///< at which the setting was changed last
+  std::int64_t revision = 0;  ///< at which the setting was changed last
 };
 
 struct SnapshotHeader {
-  std::uint64_t clusterId;
-  std::int64_t revision;
-  std::int64_t writtenAt;  ///< seconds since the epoch by the wall clock, for display only
+  std::uint64_t clusterId = 0;
+  std::int64_t revision = 0;
+  std::int64_t writtenAt = 0;  ///< seconds since the epoch by the wall clock, for display only
 };
 
 /// All settings at one revision.

@@ -4,12 +4,11 @@
 #include <array>
 #include <cstdio>
 
+#include "bytes/byte_order_mark.h"
 #include "settingrest/document.h"
 
 namespace settings {
 namespace {
-
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// Appends `name` to `path` as the store does: with exactly one "/" between them.
 std::string join(std::string path, std::string_view name) {
@@ -70,9 +69,7 @@ DocumentText::DocumentText(std::string_view text) {
                             std::to_string(fault.place.column) + ": " + fault.message);
   }
   m_root = toNode("", document.root(), document);
-  if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark)
-    text.remove_prefix(kByteOrderMark.size());
-  m_source = text;
+  m_source = commutil::withoutByteOrderMark(text);
 }
 
 bool DocumentText::isEmpty(const Node& group) {

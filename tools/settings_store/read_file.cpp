@@ -4,11 +4,14 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <stdexcept>
 #include <system_error>
 
 #include "os/file_io.h"
 #include "os/handles.h"
+#include "settings/facts.h"
+#include "settings/file_state.h"
 
 namespace settings {
 namespace {
@@ -26,6 +29,10 @@ std::optional<std::string> readRegularFile(const std::string& path) {
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0) fail(path);
   if (!S_ISREG(status.st_mode)) throw std::runtime_error(path + ": not a regular file");
+  if (static_cast<std::uintmax_t>(status.st_size) > kLargestText) {
+    throw std::runtime_error(path + ": " + sizeText(static_cast<std::uintmax_t>(status.st_size)) +
+                             ", over 64 MiB: not read; check whether it is the right file");
+  }
   std::string text;
   if (!commutil::readAll(file.get(), text)) fail(path);
   return text;

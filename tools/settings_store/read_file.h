@@ -6,7 +6,7 @@
 namespace settings {
 
 /// Returns what the regular file at `path` holds; nothing if there is no such file.
-/// @throws std::runtime_error if it cannot be read
+/// @throws std::runtime_error if it cannot be read, or is larger than `kLargestText`
 std::optional<std::string> readRegularFile(const std::string& path);
 
 }  // namespace settings

@@ -73,7 +73,7 @@ std::vector<Effect> SnapshotTarget::write(const Plan& plan, const WriteOptions& 
   const std::vector<Change> changes = plan(before);
   requireNames(changes);
   const Values after = changed(before, changes);
-  const std::vector<Effect> effects = effectsOf(changes, before, after);
+  std::vector<Effect> effects = effectsOf(changes, before, after);
   if (!effects.empty() && !options.dryRun)
     writeSnapshot(m_path, successor(old, after), ownershipOf(m_path));
   return effects;

@@ -27,10 +27,11 @@ std::unique_ptr<Target> openTarget() {
   const std::optional<settingrest::Location> location = settingrest::findLocation();
   if (!location) return std::make_unique<FileTarget>(newDocument());
   if (!location->isUrl) return std::make_unique<FileTarget>(location->text);
-  if (const auto path = settingrest::filePath(location->text))
-    return std::make_unique<FileTarget>(*path);
-  if (const auto path = settingrest::snapshotPath(location->text))
-    return std::make_unique<SnapshotTarget>(*path);
+  const settingrest::UrlFile file = settingrest::fileOfUrl(location->text);
+  if (file.fault == settingrest::UrlFile::Fault::none) {
+    if (file.isSnapshot) return std::make_unique<SnapshotTarget>(file.path);
+    return std::make_unique<FileTarget>(file.path);
+  }
   throw std::runtime_error("SETTINGREST_URL: no settings can be written to " + location->text);
 }
 

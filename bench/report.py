@@ -1,0 +1,187 @@
+"""Prints the verdicts of recorded launches, as tables or as JSON."""
+
+import dataclasses
+import datetime
+import json
+import math
+import os
+import pathlib
+import platform
+import re
+import statistics
+
+import decide
+
+HERE = pathlib.Path(__file__).parent
+UNIT_BYTES = {"": 1, "B": 1, "KiB": 1 << 10, "MiB": 1 << 20, "GiB": 1 << 30}
+MOST_GROWTH = 80
+WORDS = ("faster", "level", "slower", "within", "over", "undecided", "nothing to compare", "failed")
+
+
+def bars():
+    found = json.loads((HERE / "bars.json").read_text())
+    return ({cell: decide.Bar(bar["peer"], bar["factor"]) for cell, bar in found["ratios"].items()},
+            found["counters"])
+
+
+def family_of(program):
+    return program.name.removesuffix("_bench").replace("_", " ")
+
+
+class Results:
+    """The verdicts on every cell, family by family."""
+
+    def __init__(self, programs, record):
+        self.families = {}
+        self.growth = {}
+        self.counters = {}
+        ratios, self.counter_bars = bars()
+        for program in programs.paths:
+            cells, counters, errors = record.read(program)
+            verdicts = {cell: decide.decide(samples, ratios.get(cell))
+                        for cell, samples in cells.items()}
+            for cell, error in errors.items():
+                verdicts[cell] = decide.Verdict("failed", error)
+            self.families[family_of(program)] = verdicts
+            self.growth.update(growth_of(cells))
+            for key, counted in counters.items():
+                self.counters[key] = {name: statistics.median(each[name] for each in counted)
+                                      for name in counted[0]}
+
+    def count(self):
+        words = [v.word for verdicts in self.families.values() for v in verdicts.values()]
+        return {word: words.count(word) for word in WORDS if word in words}
+
+    def over_counters(self):
+        """Yields (cell, who, counter, value, most) for the counters above their bar."""
+        for (cell, who), counted in self.counters.items():
+            for name, most in self.counter_bars.items():
+                if who == decide.OURS and counted.get(name, 0) > most:
+                    yield cell, who, name, counted[name], most
+
+
+def size_of(cell):
+    """Splits a cell into its operation and its size in bytes, None if it has none."""
+    operation, _, size = cell.rpartition("/")
+    match = re.fullmatch(r"(\d+) ?(B|KiB|MiB|GiB|)([-,].*)?", size)
+    if not match or operation == "":
+        return cell, None
+    return operation + (match[3] or ""), int(match[1]) * UNIT_BYTES[match[2]]
+
+
+def growth_of(cells):
+    times = {}
+    for cell, samples in cells.items():
+        operation, size = size_of(cell)
+        if size is not None and size >= 1024 and samples.get(decide.OURS):
+            times.setdefault(operation, {})[size] = decide.median(samples[decide.OURS])
+    found = {operation: decide.growth(of_size) for operation, of_size in times.items()}
+    return {operation: grown for operation, grown in found.items() if grown}
+
+
+def duration(nanoseconds):
+    for unit, size in (("s", 1e9), ("ms", 1e6), ("us", 1e3)):
+        if nanoseconds >= size:
+            return f"{nanoseconds / size:.3g} {unit}"
+    return "" if math.isnan(nanoseconds) else f"{nanoseconds:.3g} ns"
+
+
+def number(value):
+    return "" if math.isnan(value) else f"{value:.2f}"
+
+
+def short(size):
+    for unit in ("MiB", "KiB"):
+        if size >= UNIT_BYTES[unit] and size % UNIT_BYTES[unit] == 0:
+            return f"{size // UNIT_BYTES[unit]} {unit}"
+    return f"{size} B"
+
+
+def notes(verdict):
+    found = [verdict.reason, verdict.modes]
+    if not math.isnan(verdict.fairness):
+        found.append(f"fairness {verdict.fairness:.3f}, {verdict.dropped} unfair samples dropped")
+    return "; ".join(note for note in found if note)
+
+
+def table(head, rows):
+    widths = [max(len(str(row[i])) for row in [head, *rows]) for i in range(len(head))]
+    line = lambda cells: "| " + " | ".join(str(c).ljust(w) for c, w in zip(cells, widths)) + " |"
+    return "\n".join([line(head), "|" + "|".join("-" * (w + 2) for w in widths) + "|",
+                      *map(line, rows)])
+
+
+def verdict_row(cell, v):
+    floor = f"{number(v.floor_ratio)} {v.floor.partition(':')[2]}" if v.floor else ""
+    low_high = "" if math.isnan(v.low) else f"{v.low:.2f} to {v.high:.2f}"
+    return (cell, v.word, number(v.ratio), low_high, v.against, duration(v.ours),
+            duration(v.theirs), floor, notes(v))
+
+
+def families_text(results):
+    head = ("Operation/size", "Verdict", "Ratio", "Interval", "Against", "Ours", "Theirs", "Floor",
+            "Notes")
+    for family, verdicts in results.families.items():
+        yield f"## {family[0].upper()}{family[1:]}\n\n" + table(
+            head, [verdict_row(cell, v) for cell, v in sorted(verdicts.items())])
+
+
+def growth_text(results):
+    rows = [(operation, short(size), short(64 * size), number(factor),
+             "over" if factor > MOST_GROWTH else "within")
+            for operation, grown in sorted(results.growth.items())
+            for size, factor in grown.items()]
+    if rows:
+        yield ("## Growth\n\nTime of 64 times the size over the time of the size; at most "
+               f"{MOST_GROWTH}.\n\n" + table(("Operation", "From", "To", "Factor", "Bar"), rows))
+
+
+def counters_text(results):
+    if not results.counters:
+        return
+    names = list(next(iter(results.counters.values())))
+    rows = [(cell, who, *(f"{counted[name]:.0f}" for name in names))
+            for (cell, who), counted in sorted(results.counters.items())]
+    bars_said = ", ".join(f"{name} {most}" for name, most in results.counter_bars.items())
+    yield (f"## Processes\n\nBars of ours: at most {bars_said}.\n\n"
+           + table(("Cell", "Program", *names), rows))
+
+
+def machine():
+    cpu = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
+    memory = re.search(r"MemTotal:\s*(\d+)", pathlib.Path("/proc/meminfo").read_text())
+    libc = " ".join(platform.libc_ver())
+    return (f"{cpu[1] if cpu else platform.machine()}, {os.cpu_count()} processors, "
+            f"{int(memory[1]) / (1 << 20):.0f} GiB, Linux {platform.release()}, {libc}")
+
+
+def tables(results):
+    counted = ", ".join(f"{count} {word}" for word, count in results.count().items())
+    yield f"Cells: {counted}."
+    yield from families_text(results)
+    yield from growth_text(results)
+    yield from counters_text(results)
+
+
+def document(results, command, loads):
+    introduction = (HERE / "introduction.md").read_text().strip()
+    facts = "\n".join((f"- Machine: {machine()}", f"- Command: `{command}`",
+                       f"- Date: {datetime.datetime.now(datetime.timezone.utc):%Y-%m-%d}",
+                       f"- Load before and after: {loads[0]:.2f}, {loads[1]:.2f}"))
+    return "\n\n".join([introduction, "## This run", facts, *tables(results)]) + "\n"
+
+
+def as_json(results, command, loads):
+    def plain(value):
+        return None if isinstance(value, float) and math.isnan(value) else value
+
+    cells = [{"family": family, "cell": cell,
+              **{name: plain(value) for name, value in dataclasses.asdict(v).items()}}
+             for family, verdicts in results.families.items() for cell, v in verdicts.items()]
+    growth = [{"operation": operation, "from": size, "to": 64 * size, "factor": factor}
+              for operation, grown in results.growth.items() for size, factor in grown.items()]
+    counters = [{"cell": cell, "who": who, **counted}
+                for (cell, who), counted in results.counters.items()]
+    return json.dumps({"schema": 1, "machine": machine(), "command": command,
+                       "load": {"before": loads[0], "after": loads[1]}, "cells": cells,
+                       "growth": growth, "counters": counters}, indent=2)

@@ -1,0 +1,3 @@
+#include "startup/trivial_library.h"
+
+std::string trivial() { return "trivial"; }

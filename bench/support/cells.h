@@ -1,0 +1,50 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace commutil_bench {
+
+/// One benchmark under one name or more, whose settings are the same.
+class Registered {
+ public:
+  explicit Registered(std::vector<benchmark::internal::Benchmark*> all) : m_all(std::move(all)) {}
+
+  Registered& UseRealTime() {
+    for (auto* each : m_all) each->UseRealTime();
+    return *this;
+  }
+  Registered& UseManualTime() {
+    for (auto* each : m_all) each->UseManualTime();
+    return *this;
+  }
+  Registered& Iterations(std::int64_t count) {
+    for (auto* each : m_all) each->Iterations(count);
+    return *this;
+  }
+  Registered& Unit(benchmark::TimeUnit unit) {
+    for (auto* each : m_all) each->Unit(unit);
+    return *this;
+  }
+
+ private:
+  std::vector<benchmark::internal::Benchmark*> m_all;
+};
+
+/// Registers OPERATION/SIZE/WHO, and ours twice: what its two names differ by is noise.
+template <class Run, class... Arguments>
+Registered add(const std::string& name, const Run& run, const Arguments&... arguments) {
+  std::vector<benchmark::internal::Benchmark*> all = {
+      benchmark::RegisterBenchmark(name.c_str(), run, arguments...)};
+  if (std::string_view(name).ends_with("/ours")) {
+    all.push_back(benchmark::RegisterBenchmark((name + "-again").c_str(), run, arguments...));
+  }
+  return Registered(std::move(all));
+}
+
+}  // namespace commutil_bench

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <ace/Condition_Attributes.h>
+#include <ace/Condition_Thread_Mutex.h>
+#include <ace/Thread_Mutex.h>
+
+#include <memory>
+#include <vector>
+
+// What tokens that are handed over are measured with.
+
+namespace commutil_bench {
+
+/// How evenly turns are spread over threads: 1 if all had as many, 1/n if one had all.
+inline double fairness(const std::vector<int>& turns) {
+  double sum = 0;
+  double squares = 0;
+  for (const int each : turns) {
+    sum += each;
+    squares += static_cast<double>(each) * each;
+  }
+  return squares == 0 ? 1 : sum * sum / (static_cast<double>(turns.size()) * squares);
+}
+
+/// The calls that a turn of the token is bound to make: a mutex locked and released in grab and
+/// letgo, in acquire and in release, and an entry with a condition, allocated and freed.
+class TokenCalls {
+ public:
+  void acquire() {
+    auto entry = std::make_unique<Entry>(m_mutex, m_attributes);
+    turn();
+    turn();
+  }
+  void release() { turn(); }
+
+ private:
+  struct Entry {
+    Entry(ACE_Thread_Mutex& mutex, const ACE_Condition_Attributes& attributes)
+        : condition(mutex, attributes) {}
+
+    void* next = nullptr;
+    unsigned long thread = 0;
+    ACE_Condition_Thread_Mutex condition;
+    int state = 0;
+  };
+
+  void turn() {
+    m_mutex.acquire();
+    m_mutex.release();
+  }
+
+  ACE_Thread_Mutex m_mutex;
+  ACE_Condition_Attributes m_attributes;
+};
+
+}  // namespace commutil_bench
