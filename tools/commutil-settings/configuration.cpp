@@ -2,20 +2,14 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdlib>
-#include <limits>
-#include <map>
 #include <set>
 
 #include "settings/ini_document.h"
-#include "settings_store/read_file.h"
 
 namespace agent {
 namespace {
 
 using Duration = Configuration::Duration;
-
-constexpr const char* kDefaultPath = "/etc/commutil/settings.conf";
 
 [[noreturn]] void refuse(const std::string& why) { throw std::runtime_error(why); }
 
@@ -198,24 +192,6 @@ Configuration::Duration parseDuration(std::string_view text) {
 
 Configuration parseConfiguration(std::string_view text, const std::string& name) {
   return Parser(text, name).parse();
-}
-
-Configuration readConfiguration(const std::string& path) {
-  try {
-    const std::optional<std::string> text = settings::readRegularFile(path);
-    if (!text) throw ConfigurationError(path + ": there is no configuration file");
-    return parseConfiguration(*text, path);
-  } catch (const ConfigurationError&) {
-    throw;
-  } catch (const std::runtime_error& error) {
-    throw ConfigurationError(error.what());
-  }
-}
-
-std::string configurationPath(const std::string& option) {
-  if (!option.empty()) return option;
-  const char* const variable = std::getenv("COMMUTIL_SETTINGS_CONF");
-  return variable != nullptr && *variable != '\0' ? variable : kDefaultPath;
 }
 
 std::vector<std::string> configurationKeys() {

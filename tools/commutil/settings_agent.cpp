@@ -51,6 +51,10 @@ std::vector<std::string> programs() {
 
 bool isForSettingsAgent(const std::vector<std::string>& words) {
   if (words.size() < 3 || words[1] != "settings") return false;
+  const bool wantsHelp =
+      std::any_of(words.begin() + 3, std::find(words.begin() + 3, words.end(), "--"),
+                  [](const std::string& word) { return word == "--help" || word == "-h"; });
+  if (wantsHelp) return false;
   const auto isWord = [&](const auto& candidate) { return words[2] == candidate; };
   if (std::any_of(std::begin(kAgentCommands), std::end(kAgentCommands),
                   [&](const AgentCommand& command) { return words[2] == command.name; }))
