@@ -19,7 +19,7 @@ from decide import Sample
 
 ROUNDS = 7
 REPETITIONS = 4
-MIN_TIME = 0.02      # seconds of a repetition
+MIN_TIME = 0.01      # seconds of a repetition
 LAUNCH_LIMIT = 600   # seconds
 COUNTERS = ("minor_faults", "resident_kib", "private_kib", "libraries")
 UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}

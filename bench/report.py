@@ -123,7 +123,8 @@ def families_text(results):
             "Notes")
     for family, verdicts in results.families.items():
         yield f"## {family[0].upper()}{family[1:]}\n\n" + table(
-            head, [verdict_row(cell, v) for cell, v in sorted(verdicts.items())])
+            head, [verdict_row(cell, v) for cell, v in sorted(verdicts.items())
+                   if v.word != "nothing to compare"])
 
 
 def growth_text(results):

@@ -23,8 +23,8 @@ namespace {
 template <class Call>
 void measure(const std::string& operation, const std::string& size, const std::string& who,
              const std::string& piece, std::size_t bytes, Call call) {
-  commutil_bench::add(
-      operation + "/" + size + "/" + who, [piece, bytes, call](benchmark::State& state) {
+  commutil_bench::addSized(
+      operation + "/" + size + "/" + who, bytes, [piece, bytes, call](benchmark::State& state) {
         const std::string text = commutil_bench::repeated(piece, bytes);
         for (auto _ : state) benchmark::DoNotOptimize(call(text));
         state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));

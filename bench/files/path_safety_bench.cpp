@@ -100,8 +100,8 @@ std::string text(std::size_t size, std::size_t step, std::string_view special) {
 }
 
 template <class Operation>
-void add(const std::string& name, Operation operation) {
-  commutil_bench::add(name, [operation](benchmark::State& state) {
+void add(const std::string& name, std::size_t size, Operation operation) {
+  commutil_bench::addSized(name, size, [operation](benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(operation());
   });
 }
@@ -109,15 +109,17 @@ void add(const std::string& name, Operation operation) {
 void addMapping(std::size_t size, const char* label, std::size_t step) {
   const std::string group = "/" + std::to_string(size) + " B, " + label + "/";
   const auto name = std::make_shared<const std::string>(text(size, step, ":"));
-  add("specialName2FileName" + group + "ours",
+  add("specialName2FileName" + group + "ours", size,
       [name] { return VexaCommonUtils::specialName2FileName(*name); });
-  add("specialName2FileName" + group + "table", [name] { return escapeByTable(*name); });
-  add("specialName2FileName" + group + "limit:copy", [name] { return std::string(*name); });
+  add("specialName2FileName" + group + "table", size, [name] { return escapeByTable(*name); });
+  add("specialName2FileName" + group + "limit:copy", size, [name] { return std::string(*name); });
   const auto fileName = std::make_shared<const std::string>(text(size, step, "^c"));
-  add("fileName2SpecialName" + group + "ours",
+  add("fileName2SpecialName" + group + "ours", size,
       [fileName] { return VexaCommonUtils::fileName2SpecialName(*fileName); });
-  add("fileName2SpecialName" + group + "table", [fileName] { return unescapeByTable(*fileName); });
-  add("fileName2SpecialName" + group + "limit:copy", [fileName] { return std::string(*fileName); });
+  add("fileName2SpecialName" + group + "table", size,
+      [fileName] { return unescapeByTable(*fileName); });
+  add("fileName2SpecialName" + group + "limit:copy", size,
+      [fileName] { return std::string(*fileName); });
 }
 
 const bool kRegistered = [] {
@@ -127,18 +129,18 @@ const bool kRegistered = [] {
     if (size > 16) addMapping(size, "one in 2", 2);
     const auto name = std::make_shared<const std::string>(text(size, 0, ""));
     const std::string group = "isSafeFileName/" + std::to_string(size) + " B/";
-    add(group + "ours", [name] { return VexaCommonUtils_i::isSafeFileName(*name); });
-    add(group + "table", [name] { return isSafeByTable(*name); });
+    add(group + "ours", size, [name] { return VexaCommonUtils_i::isSafeFileName(*name); });
+    add(group + "table", size, [name] { return isSafeByTable(*name); });
   }
   for (const std::size_t size : {24U, 200U, 1024U}) {
     const std::string base = "/opt/app";
     const std::string path = base + text(size - base.size(), 9, "/");
     const std::string dots = base + text(size - base.size(), 3, "/.");
     const std::string group = "checkPath/" + std::to_string(size) + " B";
-    add(group + "/ours", [=] { return VexaCommonUtils::checkPath(path, base); });
-    add(group + "/table", [=] { return checkByTable(path, base); });
-    add(group + ", dots/ours", [=] { return VexaCommonUtils::checkPath(dots, base); });
-    add(group + ", dots/table", [=] { return checkByTable(dots, base); });
+    add(group + "/ours", size, [=] { return VexaCommonUtils::checkPath(path, base); });
+    add(group + "/table", size, [=] { return checkByTable(path, base); });
+    add(group + ", dots/ours", size, [=] { return VexaCommonUtils::checkPath(dots, base); });
+    add(group + ", dots/table", size, [=] { return checkByTable(dots, base); });
   }
   return true;
 }();

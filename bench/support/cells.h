@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,6 +10,9 @@
 #include <vector>
 
 namespace commutil_bench {
+
+/// Peers are compared up to this size; ours is measured beyond it, to see how it grows.
+constexpr std::size_t kLargestForPeers = std::size_t{16} << 20;
 
 /// One benchmark under one name or more, whose settings are the same.
 class Registered {
@@ -45,6 +49,16 @@ Registered add(const std::string& name, const Run& run, const Arguments&... argu
     all.push_back(benchmark::RegisterBenchmark((name + "-again").c_str(), run, arguments...));
   }
   return Registered(std::move(all));
+}
+
+/// `add` of a text of `bytes`; of a larger one than peers are compared with, ours once.
+template <class Run>
+void addSized(const std::string& name, std::size_t bytes, const Run& run) {
+  if (bytes <= kLargestForPeers) {
+    add(name, run);
+  } else if (std::string_view(name).ends_with("/ours")) {
+    benchmark::RegisterBenchmark(name.c_str(), run);
+  }
 }
 
 }  // namespace commutil_bench

@@ -67,7 +67,7 @@ void release(Byte* result) {
 
 template <class Coder>
 void add(const std::string& name, const std::string& input, Coder code) {
-  commutil_bench::add(name, [input, code](benchmark::State& state) {
+  commutil_bench::addSized(name, input.size(), [input, code](benchmark::State& state) {
     for (auto _ : state) {
       auto result = code(input);
       benchmark::DoNotOptimize(result);
@@ -93,13 +93,13 @@ const bool kRegistered = [] {
     const std::string data = randomBytes(row.bytes);
     const std::string text = encodeOurs(data);
     const std::string encode = std::string("base64-encode/") + row.size + "/";
+    const std::string decode = std::string("base64-decode/") + row.size + "/";
     add(encode + "ours", data, encodeOurs);
+    add(decode + "ours", text, decodeOurs);
     add(encode + "glib", data, encodeGlib);
     add(encode + "openssl", data, encodeOpenssl);
     add(encode + "modp_b64", data, encodeModp);
     addLimit(encode, data, text.size());
-    const std::string decode = std::string("base64-decode/") + row.size + "/";
-    add(decode + "ours", text, decodeOurs);
     add(decode + "glib", text, decodeGlib);
     add(decode + "openssl", text, decodeOpenssl);
     add(decode + "modp_b64", text, decodeModp);

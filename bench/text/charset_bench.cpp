@@ -5,6 +5,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cwchar>
+#include <memory>
 #include <string>
 
 #include "VexaCommonUtils.h"
@@ -59,8 +60,9 @@ void narrowCopying(benchmark::State& state, const std::wstring& wide) {
 }
 
 template <class Text>
-void add(const std::string& name, void (*run)(benchmark::State&, const Text&), const Text& text) {
-  commutil_bench::add(name, [=](benchmark::State& state) { run(state, text); });
+void add(const std::string& name, void (*run)(benchmark::State&, const Text&),
+         const std::shared_ptr<const Text>& text) {
+  commutil_bench::addSized(name, text->size(), [=](benchmark::State& state) { run(state, *text); });
 }
 
 const bool kRegistered = [] {
@@ -75,14 +77,14 @@ const bool kRegistered = [] {
     for (const bool ascii : {true, false}) {
       const std::string character = ascii ? "a" : "\xE4\xB8\xAD";
       const std::size_t whole = row.bytes / character.size() * character.size();
-      const std::string text = commutil_bench::repeated(character, whole);
-      std::wstring wide(text.size(), L'\0');
-      wide.resize(std::mbstowcs(wide.data(), text.c_str(), wide.size()));
+      const auto text =
+          std::make_shared<const std::string>(commutil_bench::repeated(character, whole));
+      const auto wide = std::make_shared<const std::wstring>(VexaCommonUtils::STR2WSTR(*text));
       const std::string size = std::string(row.size) + (ascii ? "-ascii/" : "-cjk/");
       add("to-wide/" + size + "ours", widenOurs, text);
+      add("to-multibyte/" + size + "ours", narrowOurs, wide);
       add("to-wide/" + size + "mbstowcs", widenMbstowcs, text);
       add("to-wide/" + size + "limit:copy", widenCopying, text);
-      add("to-multibyte/" + size + "ours", narrowOurs, wide);
       add("to-multibyte/" + size + "wcstombs", narrowWcstombs, wide);
       add("to-multibyte/" + size + "wcstombs-twice", narrowMeasuring, wide);
       add("to-multibyte/" + size + "limit:copy", narrowCopying, wide);

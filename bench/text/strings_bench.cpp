@@ -46,8 +46,8 @@ MakeText repeating(const std::string& piece, std::size_t size) {
 template <class Call>
 void measure(const std::string& operation, std::size_t size, const std::string& who,
              const MakeText& makeText, Call call) {
-  commutil_bench::add(
-      operation + "/" + sizeName(size) + "/" + who,
+  commutil_bench::addSized(
+      operation + "/" + sizeName(size) + "/" + who, size,
       [makeText, call](benchmark::State& state) mutable {
         std::string text = makeText();
         for (auto _ : state) benchmark::DoNotOptimize(call(text));

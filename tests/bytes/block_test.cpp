@@ -29,9 +29,10 @@ std::string bytesOf(Block block) {
 template <class Operation>
 std::string byteByByte(const std::string& a, const std::string& b, const Operation& operation) {
   std::string result;
-  for (std::size_t i = 0; i < a.size(); ++i)
+  for (std::size_t i = 0; i < a.size(); ++i) {
     result += static_cast<char>(
         operation(static_cast<unsigned char>(a[i]), static_cast<unsigned char>(b[i])));
+  }
   return result;
 }
 
@@ -65,7 +66,7 @@ TEST(Block, ComputesEachByteSeparately) {
     unsigned mask = 0;
     std::size_t sum = 0;
     for (std::size_t i = 0; i < kSize; ++i) {
-      const auto byte = static_cast<unsigned char>(a[i]);
+      const unsigned byte = static_cast<unsigned char>(a[i]);
       mask |= (byte >> 7U) << i;
       sum += byte;
     }

@@ -60,7 +60,7 @@ TEST(Scanning, AgreesWithAPlainLoop) {
 
 // Each lane of a block counts up to 255.
 TEST(Scanning, CountsMoreBlocksThanALaneHolds) {
-  for (const std::size_t size : {255 * 16, 255 * 16 + 1, 256 * 16, 1'000'000})
+  for (const std::size_t size : {255U * 16, 255U * 16 + 1, 256U * 16, 1'000'000U})
     EXPECT_EQ(size, countBytes(std::string(size, 'a'), InRange{'a', 'a'}));
 }
 

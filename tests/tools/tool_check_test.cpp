@@ -39,7 +39,7 @@ TEST(Check, CoversEveryTheme) {
         "ok       VEXA_DUMP_ALL_LOCKS_FILE: not set: \"/tmp/lockInfo.dump\"\n",
         "/share: writable: locks and the SSL option file can be written\n",
         "/share/svc_ssl_7.conf: can be generated\n", "ok       libsettingrest.so: /",
-        "ok       lookups: 10, the slowest took ", "/share/conf/settings.json: 6 settings\n",
+        "ok       lookups: 10, each took ", "/share/conf/settings.json: 6 settings\n",
         "ok       /sbin/ifconfig: executable\n",
         "ok       locale: ", "ok       cached: a running service keeps "})
     EXPECT_NE(std::string::npos, text.find(line)) << line << "\nis not in\n" << text;
@@ -110,6 +110,15 @@ TEST(Check, EndsWhenAStoreHangs) {
   EXPECT_NE(std::string::npos, result.out.find("error    isCorbaSSLOnly: no answer "
                                                "within 0.5 s; see commutil explain\n"))
       << result.out;
+}
+
+TEST(Check, NamesASlowStore) {
+  SoundDeployment deployment;
+  deployment.environment["LD_LIBRARY_PATH"] = COMMUTIL_SLOW_STORE_DIR;
+  const ProcessResult result = deployment.run({"check", "--quiet", "--timeout", "60"});
+  EXPECT_EQ(1, result.code);
+  EXPECT_NE(std::string::npos, result.out.find("warning  lookups: 10, each took ")) << result.out;
+  EXPECT_NE(std::string::npos, result.out.find(" ms; check the store and its server\n"));
 }
 
 TEST(Check, LoadsNoFileOver64MiB) {

@@ -162,6 +162,67 @@ TEST(View, ReadsFilesInAnotherRootAndDoesNotAskTheStore) {
       << checked.out;
 }
 
+TEST(View, FollowsLinksInsideTheServicesRoot) {
+  ASSERT_EQ(0U, ::geteuid()) << "a root of its own needs root";
+  const commutil_test::TempDir root;
+  for (const std::string name : {"usr", "conf"}) std::filesystem::create_directory(root / name);
+  for (const std::string name : {"bin", "lib", "lib64"})
+    std::filesystem::create_symlink("usr/" + name, root / name);
+  root.write("inside.cfg", "[IP]\nListenAllIp = enable\n");
+  std::filesystem::create_symlink("/../inside.cfg", root / "conf/setting.cfg");
+  const commutil_test::TempDir outside;
+  std::filesystem::create_symlink(outside.write("secure.cfg", "[UnsafeWord]\na = outside\n"),
+                                  root / "conf/secure.cfg");
+  const Service service({{"COMMON_LIB_PATH", ""}, {"APP_ROOT", ""}, {"_APP_SHARE_DIR", ""}}, [&] {
+    const bool entered = ::unshare(CLONE_NEWNS) == 0 &&
+                         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                         ::mount("/usr", (root / "usr").c_str(), nullptr, MS_BIND, nullptr) == 0 &&
+                         ::chroot(root.path().c_str()) == 0 && ::chdir("/") == 0;
+    if (!entered) ::_exit(1);
+  });
+  const ProcessResult result =
+      run(Deployment(), {"explain", "ListenAllIp", "unsafeWords", "--pid", service.pid()});
+  EXPECT_EQ(0, result.code) << result.err;
+  EXPECT_NE(std::string::npos, result.out.find("isListenAllIp = yes       decided by: /conf/"))
+      << result.out;
+  EXPECT_NE(std::string::npos, result.out.find("/conf/secure.cfg   a link that leads nowhere"));
+  EXPECT_EQ(std::string::npos, result.out.find("outside"));
+}
+
+TEST(View, ReadsNothingThatTheServicesUserMayNotAndWaitsForNothing) {
+  ASSERT_EQ(0U, ::geteuid()) << "taking another user needs root";
+  Deployment deployment;
+  ASSERT_EQ(0, ::chmod((deployment / "").c_str(), 0755));
+  const std::string secret = deployment.write("secret", "[UnsafeWord]\na = secretword\n");
+  ASSERT_EQ(0, ::chmod(secret.c_str(), 0600));
+  for (const std::string name : {"secure.cfg", "svc_ssl.conf"})
+    std::filesystem::remove(deployment / ("common/conf/" + name));
+  std::filesystem::create_symlink(secret, deployment / "common/conf/secure.cfg");
+  std::filesystem::create_symlink("/dev/zero", deployment / "common/conf/svc_ssl.conf");
+  std::filesystem::remove(deployment / "app/conf/setting.cfg");
+  ASSERT_EQ(0, ::mkfifo((deployment / "app/conf/setting.cfg").c_str(), 0666));
+  deployment.environment["APP_CONF_FILE"] = secret;
+  deployment.environment["SETTINGREST_URL"] = "file:///dev/zero";
+  deployment.environment["LD_PRELOAD"] = deployment / "preloaded.so";
+  const Service service(deployment.environment, [] {
+    ::dup2(::open("/dev/null", O_WRONLY), 2);  // the dynamic linker complains
+    commutil_test::dropRoot();
+  });
+  deployment.environment.erase("LD_PRELOAD");
+  const ProcessResult result =
+      run(deployment, {"check", "--timeout", "60", "--pid", service.pid()});
+  EXPECT_EQ(2, result.code);
+  EXPECT_EQ("", result.err);
+  for (const std::string& line :
+       {secret + ": not readable by user ",
+        (deployment / "common/conf/secure.cfg") + ": not readable by user ",
+        (deployment / "common/conf/svc_ssl.conf") + ": a device, not a regular file",
+        (deployment / "app/conf/setting.cfg") + ": a FIFO, not a regular file",
+        std::string("/dev/zero: a device, not a regular file")})
+    EXPECT_NE(std::string::npos, result.out.find("error    " + line)) << line << "\n" << result.out;
+  EXPECT_EQ(std::string::npos, result.out.find("secretword"));
+}
+
 TEST(View, NamesAProcessThatIsNone) {
   const Deployment deployment;
   const ProcessResult result = run(deployment, {"check", "--pid", "2147483647"});

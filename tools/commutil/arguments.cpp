@@ -127,12 +127,14 @@ const Command& commandAt(const Command& root, const Words& path) {
       std::vector<std::string_view> names;
       for (const Command& subcommand : command->subcommands) names.emplace_back(subcommand.name);
       const std::string_view meant = settings::nearest(word, names);
-      throw WrongUse(
-          "there is no subcommand \"" + prefix + word + "\"" +
-          (meant.empty() ? "" : "; did you mean \"" + prefix + std::string(meant) + "\"?"));
+      std::string fault = "there is no subcommand \"";
+      fault.append(prefix).append(word).append("\"");
+      if (!meant.empty())
+        fault.append("; did you mean \"").append(prefix).append(meant).append("\"?");
+      throw WrongUse(fault);
     }
     command = next;
-    prefix += word + " ";
+    prefix.append(word).append(" ");
   }
   return *command;
 }

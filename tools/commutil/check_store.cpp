@@ -61,17 +61,20 @@ void checkLibrary(const CheckInput& input, Checks& checks) {
   }
 }
 
+/// Judges by the fastest lookup: all run at once, and wait for one another on a busy host.
 void checkSpeed(const settings::Facts& facts, Checks& checks) {
   std::chrono::microseconds slowest{0};
+  std::chrono::microseconds fastest = std::chrono::microseconds::max();
   for (const auto& [key, reply] : facts.replies) {
     if (!reply.fault.empty()) return;  // reported with its key
     slowest = std::max(slowest, reply.duration);
+    fastest = std::min(fastest, reply.duration);
   }
-  const bool slow = slowest > kSlow;
-  checks.push_back(
-      {slow ? Severity::warning : Severity::ok, kTheme, "lookups",
-       std::to_string(facts.replies.size()) + ", the slowest took " + milliseconds(slowest),
-       slow ? "check the store and its server" : ""});
+  const bool slow = fastest > kSlow;
+  checks.push_back({slow ? Severity::warning : Severity::ok, kTheme, "lookups",
+                    std::to_string(facts.replies.size()) + ", each took " + milliseconds(fastest) +
+                        " to " + milliseconds(slowest),
+                    slow ? "check the store and its server" : ""});
 }
 
 /// Settings of the document that no application reads as they are meant.

@@ -1,6 +1,7 @@
 // The completion of bash, zsh and fish: the subcommands with their options, what their values and
 // operands are, and the names of the catalog.
 #include <set>
+#include <string_view>
 
 #include "documents.h"
 #include "settings/pages.h"
@@ -228,82 +229,100 @@ std::string fishCommand(const Command& command, const std::string& path) {
   return text;
 }
 
+/// The script, with @NAME@ where a part made from the parser belongs.
+constexpr std::string_view kBash = R"bash(# shellcheck shell=bash
+
+# Prints what may follow the words of a subcommand, its operands left out.
+_commutil_words() {
+  case $1 in
+@WORDS@  esac
+}
+
+# Prints the words of the subcommand that the cursor follows.
+_commutil_subcommand() {
+  [ "$COMP_CWORD" -gt 1 ] || return 0
+  case ${COMP_WORDS[1]},$COMP_CWORD in
+    *,2) echo "${COMP_WORDS[1]}" ;;
+    @GROUPS@) echo "${COMP_WORDS[*]:1:2}" ;;
+    *) echo "${COMP_WORDS[1]}" ;;
+  esac
+}
+
+# Prints what follows the mark "--": -c for a command's name, -f for its operands.
+_commutil_after_mark() {
+  local i
+  for ((i = 2; i < COMP_CWORD; ++i)); do
+    [ "${COMP_WORDS[i]}" = -- ] || continue
+    [ "$i" = $((COMP_CWORD - 1)) ] && echo -c || echo -f
+    return
+  done
+}
+
+_commutil() {
+  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local subcommand mark options=
+  subcommand=$(_commutil_subcommand)
+  mark=$(_commutil_after_mark)
+  # bash takes "--like=both" for three words.
+  if [ "$word" = = ]; then
+    word=
+  elif [ "$previous" = = ]; then
+    previous=${COMP_WORDS[COMP_CWORD - 2]}
+  fi
+  set --
+  [ -z "$mark" ] || set -- "$mark"
+  [ $# != 0 ] || case "$subcommand $previous" in
+@VALUES@  esac
+  if [ $# = 0 ]; then
+    if [ "$subcommand" = help ]; then
+      options=$(_commutil_words "${COMP_WORDS[*]:2:COMP_CWORD-2}")
+    else
+      options=$(_commutil_words "$subcommand")
+    fi
+    [[ $word == -* ]] || case $subcommand in
+@OPERANDS@    esac
+  fi
+  case ${1-} in -[df]) compopt -o filenames 2>/dev/null ;; esac
+  mapfile -t COMPREPLY < <(
+    [ $# = 0 ] || compgen "$@" -- "$word"
+    compgen -W "$options" -- "$word"
+  )
+}
+
+complete -F _commutil commutil
+)bash";
+
+/// Replaces the one `mark` in `text` by `part`.
+void fill(std::string& text, std::string_view mark, std::string_view part) {
+  text.replace(text.find(mark), mark.size(), part);
+}
+
 }  // namespace
 
 std::string bashCompletion(const Command& root) {
   std::string words;
   std::string values;
   std::string operands;
-  std::string taken;
   forEachCommand(root, [&](const Command& command, const std::string& path) {
     words += bashWords(command, path);
     operands += bashOperands(command, path);
     for (const Argument* const option : optionsOf(command)) {
-      if (!option->isFlag())
-        values +=
-            "    " + quoted(path + " " + option->name) + ") set -- " + bashValue(*option) + " ;;\n";
+      if (option->isFlag()) continue;
+      values +=
+          "    " + quoted(path + " " + option->name) + ") set -- " + bashValue(*option) + " ;;\n";
     }
   });
   std::string groups;
-  for (const std::string& group : groupsOf(root))
+  for (const std::string& group : groupsOf(root)) {
     groups += (groups.empty() ? "" : " | ") + group + ",*";
-  return std::string("# Completion of commutil(1) in bash.\n") + kMade +
-         "# shellcheck shell=bash\n\n"
-         "# Prints what may follow the words of a subcommand, its operands left out.\n"
-         "_commutil_words() {\n  case $1 in\n" +
-         words +
-         "  esac\n}\n\n"
-         "# Prints the words of the subcommand that the cursor follows.\n"
-         "_commutil_subcommand() {\n"
-         "  [ \"$COMP_CWORD\" -gt 1 ] || return 0\n"
-         "  case ${COMP_WORDS[1]},$COMP_CWORD in\n"
-         "    *,2) echo \"${COMP_WORDS[1]}\" ;;\n"
-         "    " +
-         groups +
-         ") echo \"${COMP_WORDS[*]:1:2}\" ;;\n"
-         "    *) echo \"${COMP_WORDS[1]}\" ;;\n"
-         "  esac\n}\n\n"
-         "# Prints what follows the mark \"--\": -c for a command's name, -f for its operands.\n"
-         "_commutil_after_mark() {\n"
-         "  local i\n"
-         "  for ((i = 2; i < COMP_CWORD; ++i)); do\n"
-         "    [ \"${COMP_WORDS[i]}\" = -- ] || continue\n"
-         "    [ \"$i\" = $((COMP_CWORD - 1)) ] && echo -c || echo -f\n"
-         "    return\n"
-         "  done\n}\n\n"
-         "_commutil() {\n"
-         "  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}\n"
-         "  local subcommand mark options=\n"
-         "  subcommand=$(_commutil_subcommand)\n"
-         "  mark=$(_commutil_after_mark)\n"
-         "  # bash takes \"--like=both\" for three words.\n"
-         "  if [ \"$word\" = = ]; then\n"
-         "    word=\n"
-         "  elif [ \"$previous\" = = ]; then\n"
-         "    previous=${COMP_WORDS[COMP_CWORD - 2]}\n"
-         "  fi\n"
-         "  set --\n"
-         "  [ -z \"$mark\" ] || set -- \"$mark\"\n"
-         "  [ $# != 0 ] || case \"$subcommand $previous\" in\n" +
-         values +
-         "  esac\n"
-         "  if [ $# = 0 ]; then\n"
-         "    if [ \"$subcommand\" = help ]; then\n"
-         "      options=$(_commutil_words \"${COMP_WORDS[*]:2:COMP_CWORD-2}\")\n"
-         "    else\n"
-         "      options=$(_commutil_words \"$subcommand\")\n"
-         "    fi\n"
-         "    [[ $word == -* ]] || case $subcommand in\n" +
-         operands +
-         "    esac\n"
-         "  fi\n"
-         "  case ${1-} in -[df]) compopt -o filenames 2>/dev/null ;; esac\n"
-         "  mapfile -t COMPREPLY < <(\n"
-         "    [ $# = 0 ] || compgen \"$@\" -- \"$word\"\n"
-         "    compgen -W \"$options\" -- \"$word\"\n"
-         "  )\n"
-         "}\n\n"
-         "complete -F _commutil commutil\n";
+  }
+  std::string text = std::string("# Completion of commutil(1) in bash.\n") + kMade;
+  text += kBash;
+  fill(text, "@WORDS@", words);
+  fill(text, "@GROUPS@", groups);
+  fill(text, "@VALUES@", values);
+  fill(text, "@OPERANDS@", operands);
+  return text;
 }
 
 std::string zshCompletion(const Command& root) {

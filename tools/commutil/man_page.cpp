@@ -93,9 +93,10 @@ std::string exitCodesOf(const Command& command) {
 
 std::string entriesOf(settings::Kind kind) {
   std::string text;
-  for (const settings::Item* const item : settings::itemsOf(kind))
+  for (const settings::Item* const item : settings::itemsOf(kind)) {
     text +=
         ".TP\n" + bold(item->name) + "\n" + capitalized(settings::manInline(item->meaning)) + ".\n";
+  }
   return text;
 }
 

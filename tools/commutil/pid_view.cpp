@@ -213,12 +213,14 @@ int showAsProcess(const ViewOptions& options, const std::function<int(const View
   ::dup2(null.get(), STDIN_FILENO);
   ::dup2(out.out.get(), STDOUT_FILENO);
   ::dup2(err.out.get(), STDERR_FILENO);
-  int code = options.failure;
-  try {
-    code = showAsProcess(options, show);
-  } catch (const std::exception& error) {
-    fail(error.what());
-  }
+  const int code = [&] {
+    try {
+      return showAsProcess(options, show);
+    } catch (const std::exception& error) {
+      fail(error.what());
+      return options.failure;
+    }
+  }();
   std::fflush(nullptr);
   ::_exit(code);
 }

@@ -72,9 +72,11 @@ void refuseStore(const settings::Facts& facts, const settings::StoreDocument& do
                             " lookups)");
   }
   if (!library.isReference) return;
-  for (const settings::Note& note : document.notes())
-    if (note.severity == Severity::error)
+  for (const settings::Note& note : document.notes()) {
+    if (note.severity == Severity::error) {
       plan.refusals.push_back("the settings store: " + note.text);
+    }
+  }
 }
 
 void explainOption(const settings::Explanation& option, Plan& plan) {
