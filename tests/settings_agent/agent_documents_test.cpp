@@ -56,7 +56,9 @@ TEST(AgentDocuments, NameEveryKey) {
                 testing::Value(text, HasSubstr(".BR " + name + " ")) ||
                 testing::Value(text, HasSubstr(" " + name + "\n")))
         << key;
-    if (name != "prefix") EXPECT_THAT(example, HasSubstr("#" + name + " ")) << key;
+    if (name != "prefix") {
+      EXPECT_THAT(example, HasSubstr("#" + name + " ")) << key;
+    }
   }
 }
 

@@ -3,9 +3,7 @@
 namespace agent {
 namespace {
 
-constexpr const char* kFooter =
-    "Exit codes: 0 ok; 1 the answer is no or the operation failed; 2 wrong use.\n"
-    "A text that begins with \"-\" is given behind \"--\".";
+constexpr const char* kNotes = "A text that begins with \"-\" is given behind \"--\".";
 
 /// The arguments that several subcommands have.
 class Arguments {
@@ -88,12 +86,12 @@ void addHostCommands(Command& root, CommandLine& line) {
         .purpose = "The revision, which put prints",
         .valueName = "N",
         .required = true,
-        .range = Range{1, 9e18, "N"}},
+        .range = Range{1, 9e18}},
        {.name = "--timeout",
         .value = &line.timeout,
         .purpose = "Give up after S seconds (default 30)",
         .valueName = "S",
-        .range = Range{0, 1e9, "S"}},
+        .range = Range{0, 1e9}},
        configuration});
   add(root, "raise-epoch",
       "On a relay, after the store was restored: let hosts take a lower revision.",
@@ -145,7 +143,9 @@ Command describeCommandLine(CommandLine& line) {
   root.name = "commutil-settings";
   root.purpose =
       "Keeps the settings of this host in sync with a cluster, and changes the cluster's.";
-  root.footer = kFooter;
+  root.exitCodes = {
+      {"0", "ok"}, {"1", "the answer is no or the operation failed"}, {"2", "wrong use"}};
+  root.notes = kNotes;
   addHostCommands(root, line);
   addClusterCommands(root, line);
   return root;

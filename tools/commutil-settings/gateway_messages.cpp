@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "bytes/json_parse.h"
+#include "bytes/json_text.h"
 
 namespace agent {
 namespace {

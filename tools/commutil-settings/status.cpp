@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "bytes/json_parse.h"
+#include "bytes/json_text.h"
 #include "os/file_io.h"
 #include "os/handles.h"
 #include "settings_store/read_file.h"

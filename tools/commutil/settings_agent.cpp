@@ -81,7 +81,7 @@ int becomeSettingsAgent(const std::vector<std::string>& words) {
 void addSettingsAgent(Tool& tool, Command& settings) {
   for (const AgentCommand& command : kAgentCommands) {
     Command& subcommand = tool.addGroup(settings, command.name, command.purpose);
-    subcommand.footer = "The options are those of commutil-settings(1).";
+    subcommand.notes = "The options are those of commutil-settings(1).";
     subcommand.run = [&tool] { return becomeSettingsAgent(tool.words); };
   }
 }
