@@ -63,7 +63,7 @@ void writeStores() {
   settings::writeSnapshot(scratch() / "settings.snap", snapshot);
 }
 
-/// Asks the store of the environment for one key after the other.
+/// Looks up one key after the other in the store of the environment.
 void askStore(benchmark::State& state) {
   const std::vector<std::string>& keys = askedKeys();
   std::string value;
