@@ -49,15 +49,26 @@ class Programs:
         missing = [path.name for path in every if not path.exists()]
         if missing:
             fail(f"{missing[0]} is not built: run cmake --build {build}")
-        self.paths = [path for path in every if self._names(path)]
+        names = self._names(pathlib.Path(build) / "benches.json", every)
+        self.paths = [path for path in every
+                      if any(re.search(pattern, name) for name in names[str(path)])]
         if not self.paths:
             fail(f"no benchmark matches '{pattern}'; {every[0]} --benchmark_list_tests lists some")
 
-    def _names(self, path):
-        found = subprocess.run([path, "--benchmark_list_tests=true",
-                                f"--benchmark_filter={self.pattern}"], text=True,
-                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
-        return [name for name in found.stdout.split("\n") if "/" in name]
+    @staticmethod
+    def _names(kept, programs):
+        """Returns each program's benchmarks; listing them takes a while, so it is kept."""
+        known = json.loads(kept.read_text()) if kept.exists() else {}
+        for path in programs:
+            changed = path.stat().st_mtime_ns
+            if known.get(str(path), {}).get("changed") == changed:
+                continue
+            say(f"Listing the benchmarks of {path.name}")
+            found = subprocess.run([path, "--benchmark_list_tests=true"], text=True,
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
+            known[str(path)] = {"changed": changed, "names": found.stdout.split("\n")}
+        kept.write_text(json.dumps(known))
+        return {path: entry["names"] for path, entry in known.items()}
 
     def identity(self, library):
         """Changes with whatever would make recorded launches and new ones differ."""

@@ -3,6 +3,7 @@
 #include <ace/Condition_Attributes.h>
 #include <ace/Condition_Thread_Mutex.h>
 #include <ace/Thread_Mutex.h>
+#include <pthread.h>
 
 #include <memory>
 #include <vector>
@@ -45,8 +46,8 @@ class TokenCalls {
   };
 
   void turn() {
-    m_mutex.acquire();
-    m_mutex.release();
+    ::pthread_mutex_lock(&m_mutex.lock());
+    ::pthread_mutex_unlock(&m_mutex.lock());
   }
 
   ACE_Thread_Mutex m_mutex;

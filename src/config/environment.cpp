@@ -23,78 +23,91 @@ const char* lookUp(std::string_view name) {
   return std::getenv(terminated.data());
 }
 
-/// The values of a text's first references, between the pass that measures and the one that writes:
-/// so many that their memory does not count. Later ones are looked up again.
-class Values {  // NOLINT(*-member-init): the array is filled up to m_count
- public:
-  void add(const char* value) {
-    if (m_count < m_first.size()) {
-      m_first[m_count++] = value;
-    } else if (m_more.size() < kMostMore) {
-      m_more.push_back(value);
-    }
-  }
-
-  const char* at(std::size_t index, std::string_view name) const {
-    if (index < m_count) return m_first[index];
-    const std::size_t more = index - m_count;
-    return more < m_more.size() ? m_more[more] : lookUp(name);
-  }
-
- private:
-  static constexpr std::size_t kMostMore = std::size_t{1} << 16;
-
-  std::array<const char*, 64> m_first;
-  std::size_t m_count = 0;
-  std::vector<const char*> m_more;
-};
-
+/// How references are written: OPEN NAME CLOSE.
 struct Syntax {
   std::string_view open;
   char close;
 };
 
-/// Calls `visit(reference, name)` for the references of `text`, from left to right.
-template <class Visit>
-void forEachReference(std::string_view text, const Syntax& syntax, const Visit& visit) {
-  for (std::size_t start = 0; start < text.size();) {
-    const std::size_t reference = text.find(syntax.open, start);
-    if (reference == std::string_view::npos) return;
-    const std::size_t name = reference + syntax.open.size();
-    const std::size_t end = text.find(syntax.close, name);
-    if (end == std::string_view::npos) return;
-    start = end + 1;
-    visit(text.substr(reference, start - reference), text.substr(name, end - name));
-  }
+/// A reference from `begin` to `end`, and the value of its variable: null if it stays as written,
+/// which it does if the variable is unset or empty.
+struct Reference {
+  std::size_t begin;
+  std::size_t end;
+  const char* value;
+};
+
+/// Finds the first reference at or after `start`. Returns false if there is none.
+bool findReference(std::string_view text, const Syntax& syntax, std::size_t start,
+                   Reference& found) {
+  const std::size_t begin = text.find(syntax.open, start);
+  if (begin == std::string_view::npos) return false;
+  const std::size_t name = begin + syntax.open.size();
+  const std::size_t close = text.find(syntax.close, name);
+  if (close == std::string_view::npos) return false;
+  const char* const value = lookUp(text.substr(name, close - name));
+  found = {begin, close + 1, value != nullptr && *value != '\0' ? value : nullptr};
+  return true;
 }
 
-/// A variable set to the empty string counts as unset.
-bool resolves(const char* value) { return value != nullptr && *value != '\0'; }
+/// The first replacements of a text, between the pass that measures and the one that writes: few
+/// enough to take little memory.
+class Replacements {  // NOLINT(*-member-init): the array is filled up to m_count
+ public:
+  void add(const Reference& reference) {
+    ++m_added;
+    if (m_count < m_first.size()) {
+      m_first[m_count++] = reference;
+    } else if (m_more.size() < kMostMore) {
+      // In two steps: doubling would hold more at its peak than the last step takes.
+      if (m_more.size() == m_more.capacity()) m_more.reserve(m_more.empty() ? kMany : kMostMore);
+      m_more.push_back(reference);
+    }
+  }
 
-/// Replaces references written OPEN NAME CLOSE by the values of their variables, unless unset.
+  std::size_t size() const { return m_count + m_more.size(); }
+  bool isComplete() const { return size() == m_added; }
+  const Reference& operator[](std::size_t i) const {
+    return i < m_count ? m_first[i] : m_more[i - m_count];
+  }
+
+ private:
+  static constexpr std::size_t kMany = std::size_t{1} << 11;
+  static constexpr std::size_t kMostMore = std::size_t{1} << 15;
+
+  std::array<Reference, 64> m_first;
+  std::size_t m_count = 0;
+  std::size_t m_added = 0;
+  std::vector<Reference> m_more;
+};
+
+/// Replaces references by the values of their variables, in one pass from left to right.
 std::string expand(std::string_view text, const Syntax& syntax) {
-  Values values;
+  Replacements known;
   std::size_t removed = 0;
   std::size_t added = 0;
-  forEachReference(text, syntax, [&](std::string_view reference, std::string_view name) {
-    const char* const value = lookUp(name);
-    values.add(value);
-    if (!resolves(value)) return;
-    removed += reference.size();
-    added += std::strlen(value);
-  });
+  Reference reference{};
+  for (std::size_t at = 0; findReference(text, syntax, at, reference); at = reference.end) {
+    if (reference.value == nullptr) continue;
+    known.add(reference);
+    removed += reference.end - reference.begin;
+    added += std::strlen(reference.value);
+  }
+
   std::string result;
   result.reserve(text.size() - removed + added);
-  std::size_t start = 0;
-  std::size_t index = 0;
-  forEachReference(text, syntax, [&](std::string_view reference, std::string_view name) {
-    const char* const value = values.at(index++, name);
-    if (!resolves(value)) return;
-    const auto at = static_cast<std::size_t>(reference.data() - text.data());
-    result.append(text, start, at - start).append(value);
-    start = at + reference.size();
-  });
-  result.append(text, start);
+  std::size_t copied = 0;
+  const auto replace = [&](const Reference& each) {
+    result.append(text, copied, each.begin - copied).append(each.value);
+    copied = each.end;
+  };
+  for (std::size_t i = 0; i < known.size(); ++i) replace(known[i]);
+  // Those after the known ones are found again.
+  std::size_t at = known.isComplete() ? text.size() : copied;
+  for (; findReference(text, syntax, at, reference); at = reference.end) {
+    if (reference.value != nullptr) replace(reference);
+  }
+  result.append(text, copied);
   return result;
 }
 

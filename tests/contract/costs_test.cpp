@@ -36,7 +36,7 @@ std::string repeated(const std::string& piece, std::size_t size) {
   return text;
 }
 
-/// A process whose configuration is read before anything is counted.
+/// Reads the configuration before anything is counted; in a child, because the type is cached.
 void prepare(const char* databaseType) {
   const TempDir dir;
   const std::string file = dir.write(
@@ -69,30 +69,32 @@ void expectAllocations(const std::vector<Row>& rows, std::size_t expected) {
 }
 
 TEST(Costs, AChecksAllocationsAreNone) {
-  prepare("sybase");
-  const std::string digits = repeated("0123456789", 1000);
-  const std::string path = "/srv/application" + repeated("/directory", 200);
-  const std::string base = "/srv/application";
-  const std::string ip = "192.168.100.254";
-  std::vector<unsigned char> octets(4);
-  char word[] = "--option-of-more-than-sixteen-bytes";
-  char* words[] = {word, word, nullptr};
-  const ArgsOptions options(2, words);
-  const std::string option = word;
-  expectAllocations(
-      {
-          {"Isdigitstr", [&] { return bytesOf(Lib_i::Isdigitstr(digits)); }},
-          {"StringIsRight", [&] { return bytesOf(StringIsRight(digits)); }},
-          {"isBase64", [] { return bytesOf(Lib::isBase64('a')); }},
-          {"isValidIP", [&] { return bytesOf(Lib::isValidIP(ip)); }},
-          {"CheckIp", [&] { return bytesOf(CheckIp(ip.c_str())); }},
-          {"validateIPv4", [&] { return bytesOf(Lib_i::validateIPv4(ip, octets)); }},
-          {"checkPath", [&] { return bytesOf(Lib::checkPath(path, base)); }},
-          {"isSafeFileName", [&] { return bytesOf(Lib_i::isSafeFileName(digits)); }},
-          {"hasOption", [&] { return bytesOf(options.hasOption(option)); }},
-          {"numberOfOptions", [&] { return bytesOf(options.numberOfOptions()); }},
-      },
-      0);
+  commutil_test::runInChild([] {
+    prepare("sybase");
+    const std::string digits = repeated("0123456789", 1000);
+    const std::string path = "/srv/application" + repeated("/directory", 200);
+    const std::string base = "/srv/application";
+    const std::string ip = "192.168.100.254";
+    std::vector<unsigned char> octets(4);
+    char word[] = "--option-of-more-than-sixteen-bytes";
+    char* words[] = {word, word, nullptr};
+    const ArgsOptions options(2, words);
+    const std::string option = word;
+    expectAllocations(
+        {
+            {"Isdigitstr", [&] { return bytesOf(Lib_i::Isdigitstr(digits)); }},
+            {"StringIsRight", [&] { return bytesOf(StringIsRight(digits)); }},
+            {"isBase64", [] { return bytesOf(Lib::isBase64('a')); }},
+            {"isValidIP", [&] { return bytesOf(Lib::isValidIP(ip)); }},
+            {"CheckIp", [&] { return bytesOf(CheckIp(ip.c_str())); }},
+            {"validateIPv4", [&] { return bytesOf(Lib_i::validateIPv4(ip, octets)); }},
+            {"checkPath", [&] { return bytesOf(Lib::checkPath(path, base)); }},
+            {"isSafeFileName", [&] { return bytesOf(Lib_i::isSafeFileName(digits)); }},
+            {"hasOption", [&] { return bytesOf(options.hasOption(option)); }},
+            {"numberOfOptions", [&] { return bytesOf(options.numberOfOptions()); }},
+        },
+        0);
+  });
 }
 
 /// Calls of `text`, none of which changes it.
@@ -124,17 +126,19 @@ std::vector<Row> operationsOf(std::string& text) {
 }
 
 TEST(Costs, AnOperationOnCleanTextAllocatesItsResultOnly) {
-  prepare("sybase");
-  std::string text = "  " + repeated("a line of some words and more ", 1000) + "  ";
-  expectAllocations(operationsOf(text), 1);
-  const std::string code = Lib_i::encodeData(text.data(), 999);
-  const std::wstring wide(1000, L'\x4E2D');
-  expectAllocations({{"base64Decode", [&] { return bytesOf(Lib::base64Decode(code)); }},
-                     {"decodeData", [&] { return bytesOf(Lib_i::decodeData(code)); }},
-                     {"WSTR2STR", [&] { return bytesOf(Lib::WSTR2STR(wide.c_str())); }},
-                     {"generateUUID", [] { return bytesOf(Lib_i::generateUUID()); }},
-                     {"Vexagetenv", [] { return bytesOf(Lib::Vexagetenv("COSTS_ROOT")); }}},
-                    1);
+  commutil_test::runInChild([] {
+    prepare("sybase");
+    std::string text = "  " + repeated("a line of some words and more ", 1000) + "  ";
+    expectAllocations(operationsOf(text), 1);
+    const std::string code = Lib_i::encodeData(text.data(), 999);
+    const std::wstring wide(1000, L'\x4E2D');
+    expectAllocations({{"base64Decode", [&] { return bytesOf(Lib::base64Decode(code)); }},
+                       {"decodeData", [&] { return bytesOf(Lib_i::decodeData(code)); }},
+                       {"WSTR2STR", [&] { return bytesOf(Lib::WSTR2STR(wide.c_str())); }},
+                       {"generateUUID", [] { return bytesOf(Lib_i::generateUUID()); }},
+                       {"Vexagetenv", [] { return bytesOf(Lib::Vexagetenv("COSTS_ROOT")); }}},
+                      1);
+  });
 }
 
 const std::string kTextThatChanges = "a_word's [place]: \\100% ^c ${COSTS_ROOT} ";
@@ -173,9 +177,11 @@ void expectPeaks(const std::vector<Row>& rows) {
 }
 
 TEST(Costs, APeakIsInputAndOutputOfCleanText) {
-  prepare("sybase");
-  std::string text = "  " + repeated("a line of some words and more ", kLarge);
-  expectPeaks(operationsOf(text));
+  commutil_test::runInChild([] {
+    prepare("sybase");
+    std::string text = "  " + repeated("a line of some words and more ", kLarge);
+    expectPeaks(operationsOf(text));
+  });
 }
 
 TEST(Costs, APeakIsInputAndOutputOfTextThatChanges) {
@@ -202,12 +208,14 @@ TEST(Costs, APeakIsInputAndOutputOfAReplacementInPlace) {
 }
 
 TEST(Costs, APeakIsInputAndOutputOfCodedAndWideText) {
-  prepare("sybase");
-  const std::string code(kLarge, 'A');
-  const std::wstring wide(kLarge / sizeof(wchar_t), L'\x4E2D');
-  expectPeaks({{"base64Decode", [&] { return bytesOf(Lib::base64Decode(code)); }},
-               {"decodeData", [&] { return bytesOf(Lib_i::decodeData(code)); }},
-               {"WSTR2STR", [&] { return bytesOf(Lib::WSTR2STR(wide.c_str())); }}});
+  commutil_test::runInChild([] {
+    prepare("sybase");
+    const std::string code(kLarge, 'A');
+    const std::wstring wide(kLarge / sizeof(wchar_t), L'\x4E2D');
+    expectPeaks({{"base64Decode", [&] { return bytesOf(Lib::base64Decode(code)); }},
+                 {"decodeData", [&] { return bytesOf(Lib_i::decodeData(code)); }},
+                 {"WSTR2STR", [&] { return bytesOf(Lib::WSTR2STR(wide.c_str())); }}});
+  });
 }
 
 /// How many bytes more than before `call` the process had resident at its peak.

@@ -112,6 +112,15 @@ TEST(Check, EndsWhenAStoreHangs) {
       << result.out;
 }
 
+TEST(Check, EndsWhenAStoreNeverSleeps) {
+  SoundDeployment deployment;
+  deployment.environment["LD_LIBRARY_PATH"] = COMMUTIL_HANGING_STORE_DIR;
+  deployment.environment["STORE_NEVER_SLEEPS"] = "";
+  const ProcessResult result = deployment.run({"explain", "SSLNoProtection", "--timeout", "0.05"});
+  EXPECT_EQ(1, result.code);
+  EXPECT_NE(std::string::npos, result.out.find("no answer within 0.05 s")) << result.out;
+}
+
 TEST(Check, NamesASlowStore) {
   SoundDeployment deployment;
   deployment.environment["LD_LIBRARY_PATH"] = COMMUTIL_SLOW_STORE_DIR;

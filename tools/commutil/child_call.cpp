@@ -1,5 +1,6 @@
 #include "child_call.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -13,6 +14,9 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <fstream>
+#include <sstream>
+#include <utility>
 
 #include "os/handles.h"
 #include "output.h"
@@ -27,6 +31,7 @@ struct ChildCalls::Call {
   commutil::Descriptor pipe;  // empty once the call is over
   Clock::time_point deadline;
   std::string bytes;
+  int extensions = 0;
 };
 
 namespace {
@@ -93,6 +98,35 @@ int reap(pid_t child) {
   return 0;
 }
 
+/// Returns the state and the group of a process in /proc, 0 if it has ended: 'R' for one that runs
+/// or waits for a processor.
+std::pair<char, pid_t> stateOf(const std::string& pid) {
+  std::ifstream file("/proc/" + pid + "/stat");
+  std::string text;
+  std::getline(file, text);
+  const std::size_t name = text.rfind(')');
+  if (name == std::string::npos) return {0, 0};
+  std::istringstream fields(text.substr(name + 1));
+  char state = 0;
+  pid_t parent = 0;
+  pid_t group = 0;
+  fields >> state >> parent >> group;
+  return {state, group};
+}
+
+/// Whether a process of `group` could run if a processor were free: it does not hang.
+bool isRunnable(pid_t group) {
+  const commutil::DirectoryHandle all(::opendir("/proc"));
+  if (!all) return false;
+  while (const dirent* const entry = ::readdir(all.get())) {
+    const std::string name = entry->d_name;
+    if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+    const auto [state, itsGroup] = stateOf(name);
+    if (state == 'R' && itsGroup == group) return true;
+  }
+  return false;
+}
+
 CallResult resultOf(std::string bytes, int status) {
   if (!bytes.empty() && bytes.back() == kWhole) {
     bytes.pop_back();
@@ -125,8 +159,13 @@ void ChildCalls::start(std::string name, const std::function<std::string()>& bod
   if (child == 0) runChild(pipe.out.get(), body);
   if (child < 0) return done({{}, std::string("no process: ") + std::strerror(errno)});
   ::setpgid(child, child);
-  m_calls.push_back(
-      {std::move(name), std::move(done), child, std::move(pipe.in), Clock::now() + m_deadline, {}});
+  m_calls.push_back({std::move(name),
+                     std::move(done),
+                     child,
+                     std::move(pipe.in),
+                     Clock::now() + m_deadline,
+                     {},
+                     0});
 }
 
 void ChildCalls::close(Call& call, CallResult result) {
@@ -151,6 +190,13 @@ void ChildCalls::expire(Call& call) {
   ::kill(call.child, SIGKILL);
   reap(call.child);
   close(call, {{}, "no answer within " + secondsText(m_deadline)});
+}
+
+bool ChildCalls::extend(Call& call) const {
+  if (call.extensions == kExtensions || !isRunnable(call.child)) return false;
+  ++call.extensions;
+  call.deadline += m_deadline;
+  return true;
 }
 
 int ChildCalls::untilNextDeadline() const {
@@ -195,7 +241,7 @@ void ChildCalls::finish() {
     for (std::size_t i = 0; i < waiting.size(); ++i) {
       if (waiting[i].revents != 0) {
         receive(*calls[i]);
-      } else if (now >= calls[i]->deadline) {
+      } else if (now >= calls[i]->deadline && !extend(*calls[i])) {
         expire(*calls[i]);
       }
     }

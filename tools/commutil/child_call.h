@@ -28,6 +28,10 @@ class ChildCalls {
   void start(std::string name, const std::function<std::string()>& body,
              std::function<void(CallResult)> done);
 
+  /// How often a call's deadline is extended, each time by as long again, because the call waits
+  /// for a processor: on a busy host that is no hanging.
+  static constexpr int kExtensions = 4;
+
   /// Waits for all calls, each until its deadline, and hands over their results. Writes a progress
   /// line to standard error after a second if it is a terminal.
   void finish();
@@ -36,6 +40,7 @@ class ChildCalls {
   struct Call;
 
   void receive(Call& call);
+  bool extend(Call& call) const;
   void expire(Call& call);
   void close(Call& call, CallResult result);
   int untilNextDeadline() const;

@@ -21,6 +21,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "child_call.h"
 #include "os/handles.h"
 #include "output.h"
 #include "pipe.h"
@@ -295,7 +296,7 @@ std::string relay(int out, int err, Clock::time_point deadline, Output& output, 
 /// @throws std::runtime_error if it does not end by itself
 int showInChild(const ViewOptions& options, const std::function<int(const View&)>& show,
                 Output& output) {
-  constexpr int kRounds = 3;
+  constexpr int kRounds = 2 * (ChildCalls::kExtensions + 1);  // of calls, one after the other
   Pipe out;
   Pipe err;
   std::fflush(nullptr);

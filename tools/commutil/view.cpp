@@ -15,7 +15,8 @@ void addViewOptions(const Tool& tool, Command& subcommand, ViewOptions& options)
            .purpose = "Seconds after which a call counts as hanging, 0.001 to 3600; 2 unless given",
            .valueName = "SECONDS",
            .details =
-                "A call or a file access that takes longer is ended and reported as an error.",
+                "A call or a file access that takes longer is ended and reported as an error; one "
+                "that waits for a processor only after five times as long.",
            .range = Range{.lowest = 0.001, .highest = 3600}},
            {.name = "--pid",
            .value = &options.pid,
