@@ -137,6 +137,22 @@ TEST(Configuration, IsFoundByOptionThenVariableThenAtItsPlace) {
   EXPECT_EQ("/y", agent::configurationPath("/y"));
 }
 
+TEST(Configuration, FindsSecretsOfTheUnitBesideTheFile) {
+  using commutil_test::ScopedEnv;
+  const commutil_test::TempDir dir;
+  const std::string file = dir.write("settings.conf",
+                                     "[cluster]\nendpoints = https://e1\ncert = /c\nkey = k\n"
+                                     "user = u\npassword_file = p\n");
+  {
+    const ScopedEnv unset("CREDENTIALS_DIRECTORY", std::nullopt);
+    EXPECT_EQ(dir / "k", agent::readConfiguration(file).tls.key);
+    EXPECT_EQ(dir / "p", agent::readConfiguration(file).passwordFile);
+  }
+  const ScopedEnv set("CREDENTIALS_DIRECTORY", "/run/credentials");
+  EXPECT_EQ("k", agent::readConfiguration(file).tls.key) << "the unit passes it";
+  EXPECT_EQ("p", agent::readConfiguration(file).passwordFile);
+}
+
 TEST(Configuration, MissingFileIsNamed) {
   const commutil_test::TempDir dir;
   try {

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "commutil-settings/endpoint_chooser.h"
+#include "commutil-settings/log.h"
 #include "commutil-settings/pointer.h"
 #include "commutil-settings/publisher.h"
 #include "commutil-settings/secret_file.h"
@@ -109,6 +111,21 @@ TEST(Publishers, LeaveWhatIsPublishedAsItIs) {
   struct stat after {};
   ASSERT_EQ(0, ::stat((dir / "current").c_str(), &after));
   EXPECT_EQ(before.st_ino, after.st_ino);
+}
+
+TEST(Files, OfRootBelongToTheOwnerOfTheDirectory) {
+  const TempDir dir;
+  ASSERT_EQ(0, ::chown(dir.path().c_str(), 1234, 4321));
+  Publisher(dir.path().string(), 2).publish("snapshot", 7);
+  agent::Configuration configuration;
+  configuration.snapshotPath = dir / "settings.snap";
+  const agent::SnapshotKeeper keeper(configuration);
+  for (const char* const name : {"current", "settings-7.snap", "settings.snap.agent"}) {
+    struct stat status {};
+    ASSERT_EQ(0, ::stat((dir / name).c_str(), &status)) << name;
+    EXPECT_EQ(1234U, status.st_uid) << name;
+    EXPECT_EQ(4321U, status.st_gid) << name;
+  }
 }
 
 TEST(WriteSchedules, SettleAndLimitTheRate) {
@@ -231,6 +248,10 @@ TEST(Managers, AreToldOverTheirSocket) {
   std::array<char, 16> text{};
   ASSERT_EQ(7, ::recv(socket.get(), text.data(), text.size(), MSG_DONTWAIT));
   EXPECT_STREQ("READY=1", text.data());
+  int told = 0;
+  while (agent::notifyManager("WATCHDOG=1")) ASSERT_LT(told++, 100'000) << "nobody reads";
+  ASSERT_EQ(10, ::recv(socket.get(), text.data(), text.size(), MSG_DONTWAIT));
+  EXPECT_TRUE(agent::notifyManager("READY=1")) << "there is space again";
 }
 
 TEST(Managers, SetTheWatchdogOfThisProcessOnly) {
@@ -239,6 +260,30 @@ TEST(Managers, SetTheWatchdogOfThisProcessOnly) {
   EXPECT_EQ(15s, agent::watchdogPeriod());
   const ScopedEnv other("WATCHDOG_PID", "1");
   EXPECT_EQ(std::nullopt, agent::watchdogPeriod());
+}
+
+TEST(LogLines, HaveAPriorityForTheJournalOnly) {
+  const auto logged = [] {
+    commutil_test::CapturedOutput output(STDERR_FILENO);
+    agent::say(agent::Level::error, "one\ntwo");
+    agent::say(agent::Level::warning, "w");
+    agent::say(agent::Level::info, "i");
+    return output.stop();
+  };
+  const ScopedEnv unset("JOURNAL_STREAM", std::nullopt);
+  commutil_test::runInChild([&] {
+    EXPECT_EQ(
+        "commutil-settings: error: one?two\ncommutil-settings: warning: w\n"
+        "commutil-settings: i\n",
+        logged());
+  });
+  const ScopedEnv set("JOURNAL_STREAM", "8:1234");
+  commutil_test::runInChild([&] {
+    EXPECT_EQ(
+        "<3>commutil-settings: error: one?two\n<4>commutil-settings: warning: w\n"
+        "<6>commutil-settings: i\n",
+        logged());
+  });
 }
 
 class KeeperTest : public testing::Test {
@@ -293,6 +338,20 @@ TEST_F(KeeperTest, PublishesWhatItWrites) {
   std::filesystem::remove(m_dir / "current");
   keeper.load();
   EXPECT_EQ("5 0 ", readFile(m_dir / "current").substr(0, 4)) << "published anew at the start";
+}
+
+TEST_F(KeeperTest, ServesTheHostIfTheDirectoryToPublishIsMissing) {
+  agent::SnapshotKeeper(configuration).write(now, snapshotOf(5));
+  configuration.publishDirectory = m_dir / "published";
+  agent::SnapshotKeeper keeper(configuration);
+  EXPECT_TRUE(keeper.load());
+  EXPECT_TRUE(keeper.isReady());
+  keeper.onTime(now, [&] { return snapshotOf(5); });
+  EXPECT_TRUE(keeper.isPending()) << "tried again later";
+  std::filesystem::create_directory(m_dir / "published");
+  keeper.onTime(now + 1s, [&] { return snapshotOf(5); });
+  EXPECT_FALSE(keeper.isPending());
+  EXPECT_TRUE(std::filesystem::exists(m_dir / "published/current"));
 }
 
 TEST_F(KeeperTest, KeepsTheLastSnapshotIfAWriteFailsAndTriesAgain) {

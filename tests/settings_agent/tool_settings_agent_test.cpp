@@ -49,6 +49,18 @@ TEST(SettingsAgent, WritesOnlyIfAClusterIsConfigured) {
   EXPECT_EQ(0, runAlone(deployment, {"put", "--help"}).code);
 }
 
+TEST(SettingsAgent, WritesIfItsConfigurationIsNamed) {
+  const Deployment deployment;
+  for (const std::string option : {"--config=any", "--config"}) {
+    const ProcessResult put = runAlone(deployment, {"put", "ListenAllIp", "enable", option, "any"});
+    EXPECT_EQ(1, put.code);
+    EXPECT_EQ(
+        "commutil: settings put needs commutil-settings; install the package commutil-settings\n",
+        put.err);
+  }
+  EXPECT_EQ(0, runAlone(deployment, {"put", "ListenAllIp", "enable"}).code);
+}
+
 TEST(SettingsAgent, GetsTheCommandLine) {
   const Deployment deployment;
   const ProcessResult result = deployment.run({"settings", "status", "--max-ag", "1s"});

@@ -84,12 +84,14 @@ TEST(Snapshot, RefusesWhatNoFileHolds) {
   const std::string value(kMostValue, 'v');
   EXPECT_NO_THROW(encodeSnapshot({{}, {{key, value, 1}}}));
   EXPECT_EQ("snapshot: the key " + key.substr(0, 80) +
-                "... has 4097 bytes, more than the limit of 4096; shorten or delete settings",
+                "... has 4097 bytes, more than the limit of 4096; the last snapshot "
+                "stays in use; shorten or delete settings",
             errorOf([&] {
               encodeSnapshot({{}, {{key + "k", "", 1}}});
             }));
   EXPECT_EQ(
-      "snapshot: the value of /k has 1048577 bytes, more than the limit of 1048576; shorten or "
+      "snapshot: the value of /k has 1048577 bytes, more than the limit of 1048576; the last "
+      "snapshot stays in use; shorten or "
       "delete settings",
       errorOf([&] {
         encodeSnapshot({{}, {{"/k", value + "v", 1}}});
@@ -126,7 +128,8 @@ TEST(Snapshot, HoldsAtMost64MiB) {
     EXPECT_EQ(65U, readSnapshot(dir.write("settings.snap", largest)).entries.size());
   });
   EXPECT_EQ(
-      "snapshot: the file has 67108865 bytes, more than the limit of 67108864; shorten or delete "
+      "snapshot: the file has 67108865 bytes, more than the limit of 67108864; the last "
+      "snapshot stays in use; shorten or delete "
       "settings",
       errorOf([] { encodeSnapshot(ofSize(kMostBytes + 1)); }));
 }

@@ -1,6 +1,8 @@
 // commutil settings on a snapshot: what it shows, checks and writes.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -9,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "os/handles.h"
 #include "settings_snapshot/snapshot.h"
 #include "tools/run_tool.h"
 
@@ -86,6 +89,18 @@ TEST_F(ToolSnapshot, KeepsUnchangedSettingsAndTheFile) {
   EXPECT_EQ(7U, readSnapshot(m_path).header.clusterId);
   run({"put", "ListenAllIp", "enable"});
   EXPECT_EQ(41, readSnapshot(m_path).entries[1].revision);
+}
+
+TEST_F(ToolSnapshot, LeavesTheSnapshotOfARunningAgentToIt) {
+  const std::string path = m_path + ".agent";
+  const commutil::Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  EXPECT_EQ(0, run({"put", "ListenAllIp", "enable"}).code) << "no agent has the lock";
+  ASSERT_EQ(0, ::flock(lock.get(), LOCK_EX));
+  const ProcessResult result = run({"put", "ListenAllIp", "disable"});
+  EXPECT_EQ(1, result.code);
+  EXPECT_THAT(result.err, HasSubstr(m_path + ": commutil-settings keeps this snapshot"));
+  EXPECT_EQ("enable\n", run({"show", "ListenAllIp"}).out);
+  EXPECT_EQ(0, run({"put", "--dry-run", "ListenAllIp", "disable"}).code);
 }
 
 TEST_F(ToolSnapshot, KeepsTheMode) {

@@ -135,9 +135,8 @@ int change(const Configuration& configuration, const CommandLine& line, const Pl
   throw std::runtime_error("other writers keep changing the same settings; try again");
 }
 
-std::string writableKey(const Configuration& configuration, const CommandLine& line) {
+std::string keyOf(const Configuration& configuration, const CommandLine& line) {
   std::string key = settingKey(line.name, line.app);
-  if (key.back() == '/') throw std::runtime_error(key + " is a group, not a setting");
   if (key.rfind(configuration.prefix, 0) != 0)
     throw std::runtime_error(key + " is not below " + configuration.prefix);
   return key;
@@ -176,7 +175,8 @@ void requireBelow(const std::string& prefix, const settings::Values& values) {
 }  // namespace
 
 int putSetting(const Configuration& configuration, const CommandLine& line) {
-  const std::string key = writableKey(configuration, line);
+  const std::string key = keyOf(configuration, line);
+  if (key.back() == '/') throw std::runtime_error(key + " is a group, not a setting");
   const settings::Verdict verdict = settings::checkStoreValue(key, line.value);
   if (!verdict.accepted() && !line.force) {
     throw std::runtime_error(key + ": " + quoted(line.value) + ": " + verdict.message() +
@@ -187,8 +187,9 @@ int putSetting(const Configuration& configuration, const CommandLine& line) {
   });
 }
 
+/// Deletes a key that ends in "/" too: agents say to do so.
 int deleteSetting(const Configuration& configuration, const CommandLine& line) {
-  const std::string key = writableKey(configuration, line);
+  const std::string key = keyOf(configuration, line);
   bool wasThere = false;  // an attempt before may have deleted it
   return change(configuration, line, [&](const Stored& current) {
     if (current.count(key) == 0 && !wasThere) throw std::runtime_error(key + " is not set");

@@ -39,11 +39,13 @@ std::optional<Failure> ClusterSession::logIn(const std::string& member) {
   return std::nullopt;
 }
 
-/// Returns the body of the first good reply. A request that may have been carried out is not sent
-/// to another member unless `mayRepeat`.
+/// Returns the body of the first good reply; the member that gave it is tried first next time. A
+/// request that may have been carried out is not sent to another member unless `mayRepeat`.
 std::string ClusterSession::call(const Build& build, bool mayRepeat) {
+  const std::vector<std::string>& members = m_configuration.endpoints;
   std::string problems;
-  for (const std::string& member : m_configuration.endpoints) {
+  for (std::size_t i = 0; i < members.size(); ++i, m_member = (m_member + 1) % members.size()) {
+    const std::string& member = members[m_member];
     std::optional<Failure> failure;
     if (m_gateway.hasLogin() && !m_hasToken) failure = logIn(member);
     bool isSent = false;

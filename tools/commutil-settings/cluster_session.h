@@ -46,6 +46,7 @@ class ClusterSession {
   const Configuration& m_configuration;
   HttpClient m_client;
   Gateway m_gateway;
+  std::size_t m_member = 0;  // of the endpoints, the one that is tried first
   bool m_hasToken = false;
 };
 

@@ -62,6 +62,7 @@ struct HttpClient::Library {
 struct HttpClient::Transfer {
   std::uint64_t id = 0;
   bool isStream = false;
+  bool isTooLong = false;
   std::string bytes;
   HeaderList headers;
   std::array<char, CURL_ERROR_SIZE> problem{};
@@ -78,7 +79,8 @@ struct HttpClient::Transfer {
   static std::size_t receive(char* data, std::size_t size, std::size_t count, void* self) {
     auto& transfer = *static_cast<Transfer*>(self);
     const std::size_t length = size * count;
-    if (length > kMostBytes - transfer.bytes.size()) return 0;  // fails the transfer
+    transfer.isTooLong = length > kMostBytes - transfer.bytes.size();
+    if (transfer.isTooLong) return 0;  // fails the transfer
     transfer.bytes.append(data, length);
     return length;
   }
@@ -149,7 +151,8 @@ void HttpClient::finish(void* handle, int code) {
   curl_easy_getinfo(handle, CURLINFO_REQUEST_SIZE, &sentBytes);
   event.isSent = sentBytes > 0;
   if (event.problem != HttpEvent::Problem::none) {
-    event.problemText = transfer.problem.front() != '\0'
+    event.problemText = transfer.isTooLong ? "a reply of more than 128 MiB"
+                        : transfer.problem.front() != '\0'
                             ? transfer.problem.data()
                             : curl_easy_strerror(static_cast<CURLcode>(code));
   }

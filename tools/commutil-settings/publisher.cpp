@@ -12,6 +12,7 @@
 #include <system_error>
 #include <vector>
 
+#include "commutil-settings/directory_owner.h"
 #include "commutil-settings/pointer.h"
 #include "os/handles.h"
 #include "settings_store/read_file.h"
@@ -49,7 +50,9 @@ void Publisher::publish(std::string_view bytes, std::int64_t revision) const {
   const std::string file = m_directory + "/" + publishedName(revision);
   if (old == pointer && fs::exists(file)) return;
   settings::replaceFile(file, bytes);
+  passToDirectoryOwner(file);
   settings::replaceFile(m_directory + kCurrent, pointerText(pointer));
+  passToDirectoryOwner(m_directory + kCurrent);
   prune(file);
 }
 

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "commutil-settings/directory_owner.h"
 #include "commutil-settings/gateway.h"
 #include "commutil-settings/log.h"
 #include "commutil-settings/relay_state.h"
@@ -118,6 +119,7 @@ class RelaySynchronizer : public Synchronizer {
     m_written = m_state.pointer();
     try {
       settings::replaceFile(pointerPath(), pointerText(*m_written));
+      passToDirectoryOwner(pointerPath());
     } catch (const std::runtime_error& error) {
       say(Level::error, error.what());
     }

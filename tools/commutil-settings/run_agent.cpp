@@ -91,10 +91,7 @@ class Loop {
   /// The manager starts what depends on the settings once services have some, old or new.
   void tellManager() {
     const Time now = Clock::now();
-    if (m_keeper.isReady() && !m_hasSaidReady) {
-      m_hasSaidReady = true;
-      notifyManager("READY=1");
-    }
+    if (m_keeper.isReady() && !m_hasSaidReady) m_hasSaidReady = notifyManager("READY=1");
     if (!m_watchdog || now < m_nextFeeding) return;
     notifyManager("WATCHDOG=1");
     m_nextFeeding = now + *m_watchdog;

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "commutil-settings/directory_owner.h"
 #include "commutil-settings/log.h"
 #include "settings_store/read_file.h"
 
@@ -29,6 +30,7 @@ commutil::Descriptor lockFiles(const std::string& path) {
   if (!lock) throw std::runtime_error(file + ": " + std::generic_category().message(errno));
   if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
     throw std::runtime_error(path + ": another agent keeps this snapshot; stop it first");
+  passToDirectoryOwner(file);
   return lock;
 }
 
@@ -61,7 +63,7 @@ std::optional<settings::Snapshot> SnapshotKeeper::load() {
     settings::Snapshot snapshot = settings::readSnapshot(path());
     m_isReady = true;
     remember();
-    publish(snapshot);
+    publishLoaded(snapshot);
     return snapshot;
   } catch (const settings::SnapshotError& error) {
     say(Level::error, std::string(error.what()) + "; the cluster's settings are listed again");
@@ -104,6 +106,16 @@ void SnapshotKeeper::write(Time now, settings::Snapshot snapshot) {
 
 void SnapshotKeeper::publish(const settings::Snapshot& snapshot) const {
   if (m_publisher) m_publisher->publish(encodeSnapshot(snapshot), snapshot.header.revision);
+}
+
+/// A directory that cannot be written does not keep the host from its settings: the next write says
+/// so and tries again.
+void SnapshotKeeper::publishLoaded(const settings::Snapshot& snapshot) {
+  try {
+    publish(snapshot);
+  } catch (const std::runtime_error&) {
+    m_schedule.onChange(Time{});
+  }
 }
 
 void SnapshotKeeper::remember() {

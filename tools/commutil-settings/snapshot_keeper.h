@@ -60,6 +60,7 @@ class SnapshotKeeper {
  private:
   void checkFile(Time now);
   void publish(const settings::Snapshot& snapshot) const;
+  void publishLoaded(const settings::Snapshot& snapshot);
   void remember();
 
   const Configuration& m_configuration;

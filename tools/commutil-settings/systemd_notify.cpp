@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <charconv>
 #include <cstddef>
 #include <cstdlib>
@@ -29,19 +30,21 @@ std::optional<long> numberIn(const char* name) {
 
 }  // namespace
 
-void notifyManager(std::string_view message) {
+bool notifyManager(std::string_view message) {
   const std::string path = variable("NOTIFY_SOCKET");
   sockaddr_un address{};
-  if (path.empty() || path.size() >= sizeof address.sun_path) return;
+  if (path.empty() || path.size() >= sizeof address.sun_path) return true;
   address.sun_family = AF_UNIX;
   std::memcpy(address.sun_path, path.data(), path.size());
   if (path.front() == '@') address.sun_path[0] = '\0';  // an abstract name
   const commutil::Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  if (!socket) return;
+  if (!socket) return true;
   const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
-  // A manager that does not listen is no reason to stop.
-  ::sendto(socket.get(), message.data(), message.size(), MSG_NOSIGNAL,
-           reinterpret_cast<const sockaddr*>(&address), length);
+  // A manager that does not listen is no reason to stop or to wait.
+  const ssize_t sent =
+      ::sendto(socket.get(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
+               reinterpret_cast<const sockaddr*>(&address), length);
+  return sent >= 0 || errno != EAGAIN;
 }
 
 std::optional<std::chrono::milliseconds> watchdogPeriod() {

@@ -38,6 +38,14 @@ bool hasCluster() {
   return text && settings::IniDocument(*text).hasSection("[cluster]");
 }
 
+/// Whether the agent's configuration is named: no command of this program has the option.
+bool namesConfiguration(const std::vector<std::string>& words) {
+  return std::any_of(words.begin(), std::find(words.begin(), words.end(), "--"),
+                     [](const std::string& word) {
+                       return word == "--config" || word.rfind("--config=", 0) == 0;
+                     });
+}
+
 /// Beside this program, installed or built.
 std::vector<std::string> programs() {
   std::error_code error;
@@ -59,7 +67,8 @@ bool isForSettingsAgent(const std::vector<std::string>& words) {
   if (std::any_of(std::begin(kAgentCommands), std::end(kAgentCommands),
                   [&](const AgentCommand& command) { return words[2] == command.name; }))
     return true;
-  return std::any_of(std::begin(kWrites), std::end(kWrites), isWord) && hasCluster();
+  return std::any_of(std::begin(kWrites), std::end(kWrites), isWord) &&
+         (namesConfiguration(words) || hasCluster());
 }
 
 int becomeSettingsAgent(const std::vector<std::string>& words) {

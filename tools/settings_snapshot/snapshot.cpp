@@ -30,7 +30,7 @@ void requireLimit(std::size_t size, std::size_t limit, const std::string& what) 
   if (size <= limit) return;
   throw SnapshotError("snapshot: " + what + " has " + std::to_string(size) +
                       " bytes, more than the limit of " + std::to_string(limit) +
-                      "; shorten or delete settings");
+                      "; the last snapshot stays in use; shorten or delete settings");
 }
 
 /// Returns the entries in the order of the file, each checked.

@@ -1,10 +1,14 @@
 #include "settings_store/snapshot_target.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <ctime>
+#include <stdexcept>
 
+#include "os/handles.h"
 #include "settings_snapshot/snapshot.h"
 #include "settings_store/effects.h"
 #include "settings_store/replace_file.h"
@@ -52,6 +56,16 @@ Snapshot successor(const Snapshot& old, const Values& wanted) {
   return next;
 }
 
+/// A settings agent that runs would undo every change; it keeps its own lock.
+void requireNoAgent(const std::string& path) {
+  const commutil::Descriptor lock(
+      ::open((path + ".agent").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  if (!lock || ::flock(lock.get(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
+  throw std::runtime_error(path +
+                           ": commutil-settings keeps this snapshot equal to a cluster's settings; "
+                           "change them there, on a host whose settings.conf has [cluster]");
+}
+
 /// Returns the permissions of the file at `path`, those of a new one if there is none.
 SnapshotOwnership ownershipOf(const std::string& path) {
   struct stat status {};
@@ -67,7 +81,10 @@ Values SnapshotTarget::read() { return valuesOf(load(m_path)); }
 
 std::vector<Effect> SnapshotTarget::write(const Plan& plan, const WriteOptions& options) {
   std::optional<WriteLock> lock;
-  if (!options.dryRun) lock.emplace(m_path + ".lock", options);
+  if (!options.dryRun) {
+    requireNoAgent(m_path);
+    lock.emplace(m_path + ".lock", options);
+  }
   const Snapshot old = load(m_path);
   const Values before = valuesOf(old);
   const std::vector<Change> changes = plan(before);
