@@ -1,5 +1,5 @@
-// A service of the demonstration of a fleet: prints the switch "listen on all addresses" whenever it
-// changes, until standard input ends. It is never restarted.
+// A service of the demonstration of a fleet: prints the switch "listen on all addresses" whenever
+// it changes, until standard input ends. It is never restarted.
 #include <VexaCommonUtils.h>
 #include <poll.h>
 #include <unistd.h>

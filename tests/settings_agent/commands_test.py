@@ -4,19 +4,21 @@
 import json
 import os
 import pathlib
+import pty
 import shutil
 import subprocess
+import time
 import unittest
 
-from agent import COMMUTIL, PREFIX, STORE_DIRECTORY, wait_value
+from agent import COMMUTIL, PREFIX, PROGRAM, STORE_DIRECTORY, wait_value
 from cluster import ROOT_PASSWORD, wait_until
-from cluster_case import KEY, ClusterTest
+from cluster_case import KEY, SharedClusterTest
 
 SOURCES = pathlib.Path(__file__).resolve().parents[2]
 SSL = '/vexa/common/svc_ssl_conf/global/'
 
 
-class Commands(ClusterTest):
+class Commands(SharedClusterTest):
     def setUp(self):
         super().setUp()
         self.agent = self.new_agent()
@@ -61,6 +63,39 @@ class Commands(ClusterTest):
         result = self.commutil('delete', 'ListenAllIp')
         self.assertEqual((1, f'commutil-settings: error: {KEY} is not set\n'),
                          (result.returncode, result.stderr))
+
+    def test_a_key_that_agents_drop_can_be_deleted(self):
+        self.cluster.put('/vexa/test/', 'x')
+        self.succeed('delete', '/vexa/test/')
+        result = self.commutil('delete', '/vexa/test/')
+        self.assertEqual((1, 'commutil-settings: error: /vexa/test/ is not set\n'),
+                         (result.returncode, result.stderr))
+
+    def test_the_configuration_can_be_named(self):
+        none = self.directory / 'none'
+        result = self.commutil('put', 'ListenAllIp', 'disable', configuration=none)
+        self.assertEqual(1, result.returncode)
+        self.assertIn('commutil-settings keeps this snapshot', result.stderr)
+        self.succeed('put', 'ListenAllIp', 'disable', '--config', str(self.writer.configuration),
+                     configuration=none)
+        wait_value(self.service, KEY, 'disable')
+
+    def test_a_command_goes_on_with_a_member_that_answers_and_shows_on_a_terminal_that_it_waits(self):
+        self.cluster.members[0].pause()
+        self.addCleanup(self.cluster.members[0].resume)
+        self.writer.sections['agent'].update(connect_timeout='2s')
+        self.writer.configure()
+        document = json.dumps({f'/vexa/test/{number:04}': 'x' for number in range(1000)})
+        reader, terminal = pty.openpty()
+        self.addCleanup(os.close, reader)
+        begin = time.monotonic()
+        with open(terminal, 'wb') as errors:
+            result = subprocess.run(
+                [PROGRAM, 'import', '--force', '-', '--config', str(self.writer.configuration)],
+                input=document.encode(), stdout=subprocess.PIPE, stderr=errors, check=False)
+        self.assertEqual(0, result.returncode)
+        self.assertLess(time.monotonic() - begin, 8 * 2, 'one wait, not one for each transaction')
+        self.assertIn(b'changing the cluster', os.read(reader, 1 << 16))
 
     def test_a_reader_is_refused_a_write(self):
         result = self.commutil('put', 'ListenAllIp', 'disable',

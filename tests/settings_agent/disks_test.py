@@ -6,9 +6,11 @@ import subprocess
 import sys
 import unittest
 
-from agent import STORE_DIRECTORY, wait_value
+from agent import BUILD, STORE_DIRECTORY, wait_value
 from cluster import wait_until
 from cluster_case import KEY, ClusterTest
+
+THREAD_STARTERS = str(BUILD / 'tests/settings_agent/libcommutil_thread_starters.so')
 
 
 class Disks(ClusterTest):
@@ -22,9 +24,7 @@ class Disks(ClusterTest):
 
     def test_a_full_disk_leaves_the_last_snapshot_in_use(self):
         state = self.mount('size=64k')
-        agent = self.new_agent()
-        service = self.new_service(agent)
-        wait_value(service, KEY, 'enable')
+        agent, service = self.new_host()
         filler = state / 'filler'
         with open(filler, 'wb', buffering=0) as file, self.assertRaises(OSError):
             while True:
@@ -42,9 +42,7 @@ class Disks(ClusterTest):
 
     def test_a_file_system_that_becomes_read_only_leaves_the_last_snapshot_in_use(self):
         state = self.mount('size=1m')
-        agent = self.new_agent()
-        service = self.new_service(agent)
-        wait_value(service, KEY, 'enable')
+        agent, service = self.new_host()
         mark = agent.mark()
         # Bound read-only: the agent's lock is open for writing.
         subprocess.run(['mount', '--bind', str(state), str(state)], check=True)
@@ -56,16 +54,26 @@ class Disks(ClusterTest):
         subprocess.run(['mount', '-o', 'remount,bind,rw', str(state)], check=True)
         wait_value(service, KEY, 'disable')
 
-    def test_the_agent_has_one_thread_but_for_the_resolver(self):
-        agent = self.new_agent()
-        for member in self.cluster.members[:2]:
-            member.kill()
-        agent.wait_log('no leader')
-        names = set()
-        for number in range(200):
-            names.update(agent.threads())
-        self.assertEqual({'commutil-settin'}, names)
-        self.assertEqual(1, len(agent.threads()))
+    def test_only_the_resolver_of_the_http_library_starts_threads(self):
+        hosts = self.directory / 'hosts'
+        hosts.write_text('127.0.0.1 localhost member\n')
+        subprocess.run(['mount', '--bind', str(hosts), '/etc/hosts'], check=True)
+        self.addCleanup(subprocess.run, ['umount', '-l', '/etc/hosts'], check=False)
+        starters = self.directory / 'starters'
+        agent = self.new_agent(start=False)
+        agent.sections['cluster']['endpoints'] = self.cluster.endpoints.replace('127.0.0.1', 'member')
+        agent.configure()
+        agent.start(environment={'LD_PRELOAD': THREAD_STARTERS, 'THREAD_STARTERS': str(starters)})
+        agent.wait_watching()
+        match = agent.wait_log(r'watching from revision \d+ on https://member:(\d+)')
+        mark = agent.mark()
+        next(m for m in self.cluster.members if str(m.client_port) == match.group(1)).kill()
+        agent.wait_log('resumed at', mark)
+        lines = starters.read_text().splitlines()
+        self.assertGreater(len(lines), 1, 'the members have names')
+        for line in lines:
+            self.assertIn('/libcurl.so', line)
+        wait_until('its own thread is left', lambda: len(agent.threads()) == 1)
 
     def test_the_store_library_needs_no_http_client(self):
         needed = subprocess.run(['readelf', '-d', f'{STORE_DIRECTORY}/libsettingrest.so'],

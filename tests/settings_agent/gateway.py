@@ -7,11 +7,13 @@ import json
 import ssl
 import urllib.parse
 
-from cluster import ROOT_PASSWORD
+from cluster import ROOT_PASSWORD, wait_until
+
+MOST_OPERATIONS = 128  # of a transaction
 
 
 def encode(text):
-    return base64.b64encode(text.encode()).decode()
+    return base64.b64encode(text if isinstance(text, bytes) else text.encode()).decode()
 
 
 class Gateway:
@@ -19,8 +21,9 @@ class Gateway:
 
     def __init__(self, cluster, timeout=3):
         self.cluster, self.timeout = cluster, timeout
-        self._context = ssl.create_default_context(cafile=cluster.certificates.ca)
-        self._context.load_cert_chain(cluster.certificates.host, cluster.certificates.host_key)
+        if cluster.certificates:
+            self._context = ssl.create_default_context(cafile=cluster.certificates.ca)
+            self._context.load_cert_chain(cluster.certificates.host, cluster.certificates.host_key)
         self._connection = self._token = None
         self._member = 0
 
@@ -29,6 +32,18 @@ class Gateway:
             self._connection.close()
         self._connection = self._token = None
         self._member = (self._member + 1) % len(self.cluster.members)
+
+    def _connect(self):
+        url = urllib.parse.urlsplit(self.cluster.members[self._member].url)
+        if self.cluster.certificates:
+            self._connection = http.client.HTTPSConnection(
+                url.hostname, url.port, context=self._context, timeout=self.timeout)
+        else:
+            self._connection = http.client.HTTPConnection(url.hostname, url.port,
+                                                          timeout=self.timeout)
+        if self.cluster.login:
+            self._token = self._post('/v3/auth/authenticate',
+                                     {'name': 'root', 'password': ROOT_PASSWORD})['token']
 
     def _post(self, path, body):
         headers = {'Grpc-Metadata-hasleader': 'true'}
@@ -45,16 +60,25 @@ class Gateway:
         """Returns the reply, None if it is unknown what has come of the request."""
         try:
             if not self._connection:
-                url = urllib.parse.urlsplit(self.cluster.members[self._member].url)
-                self._connection = http.client.HTTPSConnection(
-                    url.hostname, url.port, context=self._context, timeout=self.timeout)
-                self._token = self._post('/v3/auth/authenticate',
-                                         {'name': 'root', 'password': ROOT_PASSWORD})['token']
+                self._connect()
             return self._post(path, body)
         except (OSError, http.client.HTTPException, ValueError):
             with contextlib.suppress(OSError):
                 self._close()
             return None
+
+    def put(self, key, value):
+        """Puts a setting, and again until it is known to be there."""
+        request = {'key': encode(key), 'value': encode(value)}
+        return wait_until(f'a put of {key}', lambda: self.call('/v3/kv/put', request))
+
+    def put_all(self, settings):
+        """Puts many settings, in as few transactions as possible."""
+        puts = [{'request_put': {'key': encode(key), 'value': encode(value)}}
+                for key, value in settings.items()]
+        for begin in range(0, len(puts), MOST_OPERATIONS):
+            request = {'success': puts[begin:begin + MOST_OPERATIONS]}
+            wait_until('a transaction', lambda request=request: self.call('/v3/kv/txn', request))
 
     def close(self):
         self._close()

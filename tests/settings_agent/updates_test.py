@@ -10,8 +10,9 @@ import unittest
 from agent import Lookups, wait_value
 from cluster import wait_until
 from cluster_case import KEY, ClusterTest
-from gateway import Gateway, encode
+from gateway import encode
 
+KILLS = int(os.environ.get('COMMUTIL_KILLS', '1000'))
 CHANGES = int(os.environ.get('COMMUTIL_CHANGES', '10000'))
 GROUP = '/vexa/test/pair/'
 
@@ -62,8 +63,7 @@ class Updates(ClusterTest):
                         for name in ('a', 'b')]})
 
     def make_changes(self, random_numbers):
-        gateway = Gateway(self.cluster)
-        self.addCleanup(gateway.close)
+        gateway = self.new_gateway()
         unknown = 0
         number = 0
         while number < CHANGES:
@@ -105,6 +105,37 @@ class Updates(ClusterTest):
         found[KEY] = service.value(KEY)
         self.assertEqual(expected, found)
         self.assertEqual(0, agent.run('diff').returncode)
+
+
+class Kills(ClusterTest):
+    def test_an_agent_that_is_killed_at_any_moment_leaves_a_whole_snapshot(self):
+        seed = random.SystemRandom().randrange(2**32)
+        print(f'seed {seed}, {KILLS} kills')
+        random_numbers = random.Random(seed)
+        gateway = self.new_gateway()
+        agent, service = self.new_host(sections={'snapshot': {'settle': '0'}})
+        seen = 0
+        written = 0
+        for number in range(1, KILLS + 1):
+            gateway.put(KEY, str(number))
+            time.sleep(random_numbers.uniform(0, 0.1))
+            agent.kill()
+            value = self.new_value(agent)
+            self.assertGreaterEqual(value, seen)
+            written += value == number
+            seen = value
+            agent.start()
+        print(f'{written} kills after the write')
+        self.assertTrue(0 < written < KILLS, written)
+        wait_value(service, KEY, str(KILLS))
+        self.assertEqual(0, agent.run('diff').returncode)
+
+    @staticmethod
+    def new_value(agent):
+        """Returns what a new service reads: as a number, 0 at the beginning."""
+        with agent.service() as service:
+            value = service.value(KEY)
+        return 0 if value == 'enable' else int(value)
 
 
 if __name__ == '__main__':
