@@ -51,12 +51,13 @@ Registered add(const std::string& name, const Run& run, const Arguments&... argu
   return Registered(std::move(all));
 }
 
-/// `add` of a text of `bytes`; of a larger one than peers are compared with, ours once.
+/// `add` of a text of `bytes`; of a larger one than peers are compared with, ours and the limit once.
 template <class Run>
 void addSized(const std::string& name, std::size_t bytes, const Run& run) {
+  const std::string who = name.substr(name.rfind('/') + 1);
   if (bytes <= kLargestForPeers) {
     add(name, run);
-  } else if (std::string_view(name).ends_with("/ours")) {
+  } else if (who == "ours" || who.starts_with("limit:")) {
     benchmark::RegisterBenchmark(name.c_str(), run);
   }
 }

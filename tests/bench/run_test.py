@@ -149,8 +149,16 @@ class Run(unittest.TestCase):
         found = json.loads(result.stdout)
         self.assertEqual({c["cell"]: c["word"] for c in found["cells"]},
                          {"a/1KiB": "faster", "a/64KiB": "nothing to compare"})
-        self.assertEqual(found["growth"], [{"operation": "a", "from": 1024, "to": 65536,
-                                            "factor": 90}])
+        self.assertEqual(found["growth"], [{"operation": "a", "from": 1024, "to": 65536, "factor": 90,
+                                            "limit": "", "limit_factor": None, "verdict": "over"}])
+        self.assertIn("a: 90 times as long for 64 times 1024 bytes", result.stderr)
+
+    def test_growth_is_judged_beside_the_limit(self):
+        for bar, ours in (("within", 120000), ("over", 130000)):
+            self.build.add("a_bench", [*entries("a/1KiB", ours=1000, limit__copy=10),
+                                       *entries("a/64KiB", ours=ours, limit__copy=1000)])
+            result = self.build.run("--fresh", self.build.path, "a")
+            self.assertRegex(result.stdout, rf"{ours // 1000}.00 +\| 100.00 copy +\| {bar} ")
 
     def test_counters_over_their_bar_fail(self):
         found = entries("startup/run_to_exit", ours=10, ours_again=10, ace=9)

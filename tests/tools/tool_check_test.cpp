@@ -80,6 +80,8 @@ TEST(Check, NamesAMissingLocale) {
       "warning  locale: LC_ALL=xx_XX.UTF-8 is not installed: conversions use the \"C\" "
       "locale; install the locale or correct the variable\n",
       result.out);
+  const std::string text = deployment.run({"check"}).out;
+  EXPECT_NE(std::string::npos, text.find("\n0 errors, 1 warning, ")) << text;
 }
 
 TEST(Check, NamesVariablesThatPointNowhere) {
