@@ -65,7 +65,9 @@ class ClusterTest(unittest.TestCase):
         """
         agent = self.new_agent(**options)
         self.keep_looking_up(agent)
-        return agent, self.new_service(agent)
+        service = self.new_service(agent)
+        self.assertEqual('enable', service.value(KEY))
+        return agent, service
 
     def keep_looking_up(self, agent, key=KEY):
         lookups = Lookups(agent, key)

@@ -209,7 +209,8 @@ class Stores(ClusterTest):
 
 
 class Logins(ClusterTest):
-    cluster_options = {'options': ('--auth-token-ttl', '2')}
+    # A member that starts again gives out the tokens of the log that follows its last snapshot.
+    cluster_options = {'options': ('--auth-token-ttl', '2', '--snapshot-count', '10')}
 
     def test_an_expired_token_is_replaced(self):
         agent, _ = self.new_host(sections={'agent': {'compare_every': '4s'}})
@@ -220,6 +221,9 @@ class Logins(ClusterTest):
 
     def test_restarted_members_are_watched_again(self):
         agent, service = self.new_host()
+        gateway = self.new_gateway()
+        for number in range(40):
+            gateway.put(OTHER, str(number))
         mark = agent.mark()
         self.cluster.stop()
         self.cluster.start()

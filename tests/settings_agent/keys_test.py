@@ -46,7 +46,7 @@ class Keys(SharedClusterTest):
         self.put('/vexa/other/', 'of a group')
         self.put(PREFIX + 'last', 'last')
         wait_value(service, PREFIX + 'last', 'last')
-        self.assertEqual(-1, service.result('/vexa/test/'))
+        self.assertIsNone(service.value('/vexa/test/'))
         self.assertEqual(1, agent.text().count('warning: key'))
         agent.wait_log(r'warning: key /vexa/test/ ends in "/": it is dropped')
         self.assertEqual(0, agent.run('diff').returncode)
@@ -58,7 +58,7 @@ class Keys(SharedClusterTest):
         self.put(PREFIX + 'last', 'last')
         wait_value(service, PREFIX + 'last', 'last')
         for key in ('/vexa', '/vexa0', '/other/key'):
-            self.assertEqual(-1, service.result(key))
+            self.assertIsNone(service.value(key))
         self.assertNotIn('warning', agent.text())
 
     def test_more_settings_than_a_page_holds_are_listed(self):

@@ -100,7 +100,7 @@ TEST_F(ToolSnapshot, LeavesTheSnapshotOfARunningAgentToIt) {
   EXPECT_EQ(1, result.code);
   EXPECT_THAT(result.err, HasSubstr(m_path + ": commutil-settings keeps this snapshot"));
   EXPECT_EQ("enable\n", run({"show", "ListenAllIp"}).out);
-  EXPECT_EQ(0, run({"put", "--dry-run", "ListenAllIp", "disable"}).code);
+  EXPECT_EQ(0, run({"import", "--dry-run", "-"}, "{\"" + kVersion + "\": \"TLSv1.2\"}").code);
 }
 
 TEST_F(ToolSnapshot, KeepsTheMode) {
