@@ -169,6 +169,29 @@ class Run(unittest.TestCase):
         self.assertNotEqual(result.returncode, 0)
         self.assertIn("startup/run_to_exit: minor_faults 221 of at most 220", result.stderr)
 
+    def test_two_threads_that_gain_too_little_fail(self):
+        def program(two_threads):
+            return [*entries("settings_store_scaling/1_threads", ours=40, limit__empty_loop=100),
+                    *entries("settings_store_scaling/2_threads", ours=two_threads,
+                             limit__empty_loop=50)]
+        self.build.add("settings_store_bench", program(22))
+        result = self.build.run(self.build.path, "scaling")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertRegex(result.stdout, r"settings_store_scaling \| 0.91 +\| 0.9")
+        self.build.add("settings_store_bench", program(23))
+        result = self.build.run(self.build.path, "scaling")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn("settings_store_scaling: 0.87 of at least 0.9", result.stderr)
+
+    def test_counters_of_several_kinds_have_a_table_each(self):
+        for name, counter in (("startup", "minor_faults"), ("settings_fleet", "agent_kib")):
+            self.build.add(f"{name}_bench", [{**each, counter: 7} for each in entries(
+                f"{name}/x", ours=10, ours_again=10, peer=10)])
+        result = self.build.run(self.build.path, ".")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertRegex(result.stdout, r"\| Program +\| minor_faults \|")
+        self.assertRegex(result.stdout, r"\| Program +\| agent_kib \|")
+
     def test_a_failed_benchmark_is_reported(self):
         self.build.add("a_bench", [{**each, "error_occurred": True, "error_message": "lock"}
                                    for each in entries("a/1", ours=1)])

@@ -7,3 +7,4 @@ void addSettingsShow(Tool& tool, Command& settings);
 void addSettingsCheck(Tool& tool, Command& settings);
 void addSettingsWrite(Tool& tool, Command& settings);
 void addSettingsImport(Tool& tool, Command& settings);
+void addSettingsAgent(Tool& tool, Command& settings);

@@ -9,6 +9,7 @@
 #include "settings.h"
 #include "settings/accepted.h"
 #include "settings_store/read_file.h"
+#include "settings_store/snapshot_text.h"
 
 namespace {
 
@@ -87,7 +88,7 @@ std::vector<SettingProblem> checkDocument(const settings::DocumentText& document
 
 settings::DocumentText readDocument(const std::string& path) {
   try {
-    return settings::DocumentText(path == "-" ? readInput() : readText(path));
+    return settings::DocumentText(settings::asDocument(path == "-" ? readInput() : readText(path)));
   } catch (const settings::MalformedDocument& error) {
     throw std::runtime_error(path + ":" + error.what());
   }

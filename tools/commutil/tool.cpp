@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "output.h"
+#include "settings_agent.h"
 
 namespace {
 
@@ -50,6 +51,7 @@ Tool::Tool(std::vector<std::string> line) : words(std::move(line)) {
 
 int Tool::runCommandLine() {
   setJson(wantsJson(words));
+  if (isForSettingsAgent(words)) return becomeSettingsAgent(words);
   try {
     const Invocation invocation = parse(command, "commutil " VEXA_COMMUTIL_VERSION, words);
     if (invocation.command != nullptr) return invocation.command->run();

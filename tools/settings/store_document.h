@@ -11,8 +11,8 @@
 
 namespace settings {
 
-/// The document of the reference store, as that store reads it. Nothing here says what another
-/// store replies.
+/// The document or snapshot of the reference store, as that store reads it. Nothing here says what
+/// another store replies.
 class StoreDocument {
  public:
   explicit StoreDocument(const Facts& facts);
@@ -38,6 +38,7 @@ class StoreDocument {
  private:
   void read(const Facts& facts);
   void parse(const std::string& text);
+  void parseSnapshot(const std::string& bytes);
 
   std::string m_path;
   bool m_usable = false;

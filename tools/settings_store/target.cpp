@@ -5,6 +5,7 @@
 #include "settingrest/location.h"
 #include "settings/catalog.h"
 #include "settings_store/file_target.h"
+#include "settings_store/snapshot_target.h"
 
 namespace settings {
 namespace {
@@ -21,17 +22,18 @@ std::string newDocument() {
       "COMMON_LIB_PATH is set");
 }
 
-std::string documentPath() {
-  const std::optional<settingrest::Location> location = settingrest::findLocation();
-  if (!location) return newDocument();
-  if (!location->isUrl) return location->text;
-  const std::optional<std::string> path = settingrest::filePath(location->text);
-  if (path) return *path;
-  throw std::runtime_error("SETTINGREST_URL: no settings can be written to " + location->text);
-}
-
 }  // namespace
 
-std::unique_ptr<Target> openTarget() { return std::make_unique<FileTarget>(documentPath()); }
+std::unique_ptr<Target> openTarget() {
+  const std::optional<settingrest::Location> location = settingrest::findLocation();
+  if (!location) return std::make_unique<FileTarget>(newDocument());
+  if (!location->isUrl) return std::make_unique<FileTarget>(location->text);
+  const settingrest::UrlFile file = settingrest::fileOfUrl(location->text);
+  if (file.fault == settingrest::UrlFile::Fault::none) {
+    if (file.isSnapshot) return std::make_unique<SnapshotTarget>(file.path);
+    return std::make_unique<FileTarget>(file.path);
+  }
+  throw std::runtime_error("SETTINGREST_URL: no settings can be written to " + location->text);
+}
 
 }  // namespace settings
