@@ -28,7 +28,9 @@ struct Row {
 const std::vector<Row>& rows() {
   static const std::vector<Row> all{
       {"commutil rep", {"report"}},
-      {"commutil settings ", {"show", "check", "put", "delete", "import", "export"}},
+      {"commutil settings ",
+       {"show", "check", "put", "delete", "import", "export", "sync", "diff", "wait", "status",
+        "raise-epoch"}},
       {"commutil help ip ", {"normalise", "check", "resolve"}},
       {"commutil settings put --", {"--app", "--force", "--wait", "--json", "--help"}},
       {"commutil lock name --", {"--dir", "--wait", "--message", "--help"}},

@@ -144,7 +144,7 @@ Command describeCommandLine(CommandLine& line) {
   root.purpose =
       "Keeps the settings of this host in sync with a cluster, and changes the cluster's.";
   root.exitCodes = {
-      {"0", "ok"}, {"1", "the answer is no or the operation failed"}, {"2", "wrong use"}};
+      {"0", "ok"}, {"1", "the answer is \"no\", or the operation failed"}, {"2", "wrong use"}};
   root.notes = kNotes;
   addHostCommands(root, line);
   addClusterCommands(root, line);
