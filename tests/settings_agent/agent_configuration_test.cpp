@@ -91,7 +91,7 @@ TEST(Configuration, NamesTheLineOfWhatIsWrong) {
     std::string text;
     std::string error;
   } rows[] = {
-      {least + "colour = red\n", "s.conf:3: \"colour\" is not a key in [cluster]"},
+      {least + "flavor = red\n", "s.conf:3: \"flavor\" is not a key in [cluster]"},
       {"x = 1\n" + least, "s.conf:1: \"x\" is not a key outside a section"},
       {least + "[agents]\n", "s.conf:3: [agents] is not a section"},
       {least + "[agent]\npoll = 5\n",
