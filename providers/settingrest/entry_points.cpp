@@ -28,8 +28,8 @@ int ask(Find find) {
 
 extern "C" {
 
-/// Finds the value of `key`. Returns 0; else leaves `value` as it is and returns 1 if the key has
-/// none, -1 without a readable snapshot.
+/// Finds the value of `key`. Returns 0; else `value` is untouched: 1 if there is none, -1 if
+/// there is no snapshot.
 __attribute__((visibility("default"))) int getSettingParamValue(const std::string& key,
                                                                 std::string& value) {
   return ask([&](settingrest::Backend& backend) { return backend.findValue(key, value); });

@@ -143,8 +143,9 @@ Command describeCommandLine(CommandLine& line) {
   root.name = "commutil-settings";
   root.purpose =
       "Keeps the settings of this host in sync with a cluster, and changes the cluster's.";
-  root.exitCodes = {
-      {"0", "ok"}, {"1", "the answer is \"no\", or the operation failed"}, {"2", "wrong use"}};
+  root.exitCodes = {{"0", "ok"},
+                    {"1", "stale, different or refused, or the operation failed"},
+                    {"2", "wrong use"}};
   root.notes = kNotes;
   addHostCommands(root, line);
   addClusterCommands(root, line);

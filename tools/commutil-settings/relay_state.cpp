@@ -94,7 +94,7 @@ RelayActions RelayState::onSnapshot(Time now, settings::Snapshot snapshot,
   if (snapshot.entries.empty() && !m_snapshot.entries.empty() && isOther && !m_options.allowEmpty) {
     refuse(now, offered + " is of another cluster and has no settings");
   } else if (isOther) {
-    act(Say{Level::error, "another cluster feeds the relay: took " + offered});
+    act(Say{Level::error, "the relay serves another cluster: took " + offered});
     accept(now, std::move(snapshot));
   } else if (isNewer) {
     accept(now, std::move(snapshot));

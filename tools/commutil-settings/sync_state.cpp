@@ -122,7 +122,7 @@ void SyncState::fail(Time now, const Failure& failure) {
   sayFailure(failure);
   Duration wait = m_endpoints.fail(m_random);
   if (failure.kind == Kind::permission) wait = jittered(kSlowRetry);
-  // A member whose store was restored never gets past the log position in an old token.
+  // A member whose store was restored waits forever for the log position in an old token.
   const bool maySuspectToken = failure.kind == Kind::authentication ||
                                (failure.kind == Kind::timeout && m_endpoints.haveAllFailed());
   if (maySuspectToken) m_needsLogin = m_options.hasLogin;

@@ -40,7 +40,7 @@ bool notifyManager(std::string_view message) {
   const commutil::Descriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   if (!socket) return true;
   const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
-  // A manager that does not listen stops nothing and delays nothing.
+  // A manager that does not listen is not a reason to stop or to wait.
   const ssize_t sent =
       ::sendto(socket.get(), message.data(), message.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
                reinterpret_cast<const sockaddr*>(&address), length);
