@@ -1,5 +1,5 @@
-// The embedded store: one JSON file, re-read when an operator changes it. Every look-up looks at
-// the file's state; one mutex guards the reading, the document itself is read without it.
+// The embedded store: one JSON file, re-read when an operator changes it. Every lookup checks the
+// file's status; one mutex guards the reading, the document itself is read without it.
 #include "file_backend.h"
 
 #include <fcntl.h>

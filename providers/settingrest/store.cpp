@@ -1,5 +1,5 @@
 // Finds the store that the environment names and picks the backend for its URL's scheme. Called on
-// every look-up; the choice made last is kept under a mutex.
+// every lookup.
 #include <cstdio>
 #include <mutex>
 #include <optional>

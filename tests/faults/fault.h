@@ -37,7 +37,7 @@ inline constexpr std::array<FunctionName, 6> kFunctions{{
 
 using CallCounts = std::array<unsigned, kFunctions.size()>;
 
-/// The `occurrence`th call of a function, counted from 1; 0 is no call.
+/// The `occurrence`th call of a function, counted from 1; 0 for none.
 struct Fault {
   Function function = Function::malloc;
   unsigned occurrence = 0;

@@ -291,7 +291,7 @@ TEST_F(SettingRest, ComparesSizeInodeAndTime) {
   EXPECT_EQ("1", valueOf("/k"));
   writeFile(m_path, R"({"k": "2"})");
   setModified(m_path, 1000, 5);
-  EXPECT_EQ("1", valueOf("/k")) << "nothing that is compared has changed";
+  EXPECT_EQ("1", valueOf("/k")) << "nothing that the store compares has changed";
   setModified(m_path, 1000, 6);
   EXPECT_EQ("2", valueOf("/k")) << "nanoseconds";
   writeFile(m_path, R"({"k": "33"})");
@@ -327,7 +327,7 @@ TEST_F(SettingRest, KeepsTheLastGoodContentsAndSaysSoOnce) {
       {R"({"k": "new"}})", "Line 1, Column 13"},
       {R"({"k": "new",})", "Line 1, Column 13"},
       {R"({'k': 'new'})", "Line 1, Column 2"},
-      {std::string("{\"k\": \"new\"}\0", 13), "text behind the document"},
+      {std::string("{\"k\": \"new\"}\0", 13), "text after the document"},
       {std::string("\x00\xff\xfe\x7f", 4), "Line 1, Column 1"},
   };
   for (const auto& row : rows) {
@@ -399,7 +399,7 @@ TEST_F(SettingRest, ReadsNothingButFiles) {
   EXPECT_EQ("(none)", valueOf("/k"));
   const ScopedEnv device("SETTINGREST_URL", "file:///dev/null");
   EXPECT_EQ("(none)", valueOf("/k"));
-  EXPECT_EQ("", errors.stop()) << "what is no file is not malformed either";
+  EXPECT_EQ("", errors.stop()) << "other kinds of files are not reported as malformed";
 }
 
 TEST_F(SettingRest, IgnoresAByteOrderMark) {
@@ -420,7 +420,7 @@ TEST_F(SettingRest, RefusesADocumentNestedTooDeep) {
   for (int i = 0; i < 500; ++i) key += "/d";
   EXPECT_EQ("1", valueOf(key));
   store(nested(10000));
-  EXPECT_EQ("1", valueOf(key)) << "the last good contents stay";
+  EXPECT_EQ("1", valueOf(key)) << "the last good settings stay in use";
 }
 
 TEST_F(SettingRest, ReadsAHugeDocument) {

@@ -76,7 +76,7 @@ Names expectedIn(const TempDir& dir, const Row& row) {
   return names;
 }
 
-TEST(Completion, OffersInBashWhatFits) {
+TEST(Completion, OffersInBashWhatApplies) {
   const TempDir dir;
   dir.write("saved.json", "{}");
   for (const Row& row : rows()) {
@@ -108,7 +108,7 @@ TEST(Completion, TakesAnOptionAndItsValueInOneWordInBash) {
   EXPECT_EQ("both\n", result.out);
 }
 
-TEST(Completion, OffersInZshWhatFits) {
+TEST(Completion, OffersInZshWhatApplies) {
   const TempDir dir;
   dir.write("saved.json", "{}");
   Words run{COMMUTIL_COMPLETE_ZSH, COMMUTIL_COMPLETION_DIR "/_commutil"};
@@ -126,7 +126,7 @@ TEST(Completion, OffersInZshWhatFits) {
   }
 }
 
-TEST(Completion, OffersInFishWhatFits) {
+TEST(Completion, OffersInFishWhatApplies) {
   const TempDir dir;
   dir.write("saved.json", "{}");
   Words run{"/usr/bin/fish", "--no-config", "-c",

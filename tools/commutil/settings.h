@@ -2,7 +2,7 @@
 
 #include "tool.h"
 
-// The subcommands of settings, each from the source of its name.
+// The subcommands of settings, each defined in the source of its name.
 void addSettingsShow(Tool& tool, Command& settings);
 void addSettingsCheck(Tool& tool, Command& settings);
 void addSettingsWrite(Tool& tool, Command& settings);

@@ -1,4 +1,4 @@
-// The subcommand settings check: unknown names, and values that no reader accepts.
+// The subcommand settings check: finds unknown names, and values that no reader accepts.
 #include "settings_check.h"
 
 #include <iostream>

@@ -1,4 +1,4 @@
-// The command with all its subcommands, and the arguments that they share. For one thread.
+// The command with all its subcommands, and the arguments that they share.
 #include "tool.h"
 
 #include <VexaVersion.h>
@@ -40,7 +40,7 @@ Tool::Tool(std::vector<std::string> line) : words(std::move(line)) {
   command.name = "commutil";
   command.purpose = "Shows on a live host what a service gets from the common utility library.";
   command.exitCodes = {
-      {"0", "ok"}, {"1", "the answer is no or the operation failed"}, {"2", "wrong use"}};
+      {"0", "ok"}, {"1", "the answer is \"no\" or the operation failed"}, {"2", "wrong use"}};
   command.notes = kNotes;
   for (const auto add : {addReport, addExplain, addCheck, addSettings, addSslConf, addExpand,
                          addQueryText, addNetwork, addCommand, addPathSafety, addUnsafeWord,

@@ -7,7 +7,7 @@
 #include "settings/catalog.h"
 #include "settings/facts.h"
 
-// The paths that the library composes of the environment.
+// The paths that the library composes from the environment.
 
 namespace settings {
 

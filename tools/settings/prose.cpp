@@ -1,4 +1,4 @@
-// What the generated pages say beside the tables.
+// The prose of the generated pages.
 #include "settings/prose.h"
 
 namespace settings {

@@ -1,4 +1,4 @@
-// The reference store's document: found, read and flattened as the store does it.
+// Finds, reads and flattens the reference store's document as the store does.
 #include "settings/store_document.h"
 
 #include "settings/json_document.h"

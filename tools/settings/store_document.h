@@ -20,10 +20,10 @@ class StoreDocument {
   /// The document's path, "" if the environment names none.
   const std::string& path() const { return m_path; }
 
-  /// What is wrong with the document or its address.
+  /// Returns the faults of the document or its address.
   const std::vector<Note>& notes() const { return m_notes; }
 
-  /// Whether the store has settings.
+  /// Returns whether the store has settings.
   bool isUsable() const { return m_usable; }
 
   /// Returns the value of `key`, nothing if it has none.

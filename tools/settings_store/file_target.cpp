@@ -8,7 +8,7 @@
 namespace settings {
 namespace {
 
-/// Reads the document; an absent one has no settings.
+/// Reads the document; a missing one has no settings.
 DocumentText load(const std::string& path) {
   try {
     return DocumentText(readRegularFile(path).value_or("{}"));

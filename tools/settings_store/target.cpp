@@ -9,7 +9,8 @@
 namespace settings {
 namespace {
 
-/// The document to create where there is none: in the first directory tree that is configured.
+/// Returns the path of the document to create if there is none: in the first configured directory
+/// tree.
 std::string newDocument() {
   for (const std::string_view name : searchVariables()) {
     const char* const root = std::getenv(std::string(name).c_str());
