@@ -159,7 +159,7 @@ TEST_F(FilesFaults, ReadFileFailsWhenTheFileShrinks) {
   }
 }
 
-TEST_F(FilesFaults, ReadFileLeavesOutWhatIsAppendedMeanwhile) {
+TEST_F(FilesFaults, ReadFileIgnoresWhatIsAppendedMeanwhile) {
   faults.read = [this](int fd, void* data, std::size_t size) {
     EXPECT_EQ(0, ::truncate(source.c_str(), 1'000'000));
     return realRead(fd, data, size);
@@ -178,7 +178,7 @@ TEST_F(FilesFaults, ReadFileFailsOnAReadError) {
   EXPECT_EQ("kept", content);
 }
 
-TEST_F(FilesFaults, ReadFileGoesOnAfterShortAndInterruptedReads) {
+TEST_F(FilesFaults, ReadFileContinuesAfterShortAndInterruptedReads) {
   int calls = 0;
   faults.read = [&calls](int fd, void* data, std::size_t size) {
     return ++calls % 2 == 1 ? failWith(EINTR)
@@ -247,7 +247,7 @@ TEST_F(FilesFaults, CopyFileRemovesTheTargetOnAWriteError) {
   EXPECT_FALSE(fs::exists(target));
 }
 
-TEST_F(FilesFaults, CopyFileGoesOnAfterShortAndInterruptedCalls) {
+TEST_F(FilesFaults, CopyFileContinuesAfterShortAndInterruptedCalls) {
   int calls = 0;
   const auto everyOther = [&calls] { return ++calls % 2 == 1; };
   faults.sendfile = [](int, int) { return failWith(EINVAL); };
@@ -261,7 +261,7 @@ TEST_F(FilesFaults, CopyFileGoesOnAfterShortAndInterruptedCalls) {
   EXPECT_TRUE(bytes == commutil_test::readFile(target));
 }
 
-TEST_F(FilesFaults, CopyFileGoesOnWhereTheKernelStops) {
+TEST_F(FilesFaults, CopyFileContinuesWhereTheKernelStops) {
   for (const int error : {EINVAL, ENOSYS, EIO, EINTR, 0}) {
     SCOPED_TRACE(error);
     int calls = 0;
@@ -313,7 +313,7 @@ TEST_F(FilesFaults, CopyFileKeepsAnOldFileThatCannotBeExamined) {
   }
 }
 
-TEST_F(FilesFaults, GetFilesByDirTakesEntriesWithoutATypeForFiles) {
+TEST_F(FilesFaults, GetFilesByDirTreatsEntriesWithoutATypeAsFiles) {
   directory.write("sub/inside", "");
   faults.readdir = [](DIR* stream) {
     dirent* const entry = realReaddir(stream);
