@@ -21,7 +21,7 @@ WORDS = ("faster", "level", "slower", "within", "over", "undecided", "nothing to
 def bars():
     found = json.loads((HERE / "bars.json").read_text())
     return ({cell: decide.Bar(bar["peer"], bar["factor"]) for cell, bar in found["ratios"].items()},
-            found["counters"])
+            found["counters"], found["scaling"])
 
 
 def family_of(program):
@@ -35,7 +35,8 @@ class Results:
         self.families = {}
         self.growth = {}
         self.counters = {}
-        ratios, self.counter_bars = bars()
+        self.scaling = {}
+        ratios, self.counter_bars, self.scaling_bars = bars()
         for program in programs.paths:
             cells, counters, errors = record.read(program)
             verdicts = {cell: decide.decide(samples, ratios.get(cell))
@@ -44,6 +45,7 @@ class Results:
                 verdicts[cell] = decide.Verdict("failed", error)
             self.families[family_of(program)] = verdicts
             self.growth.update(growth_of(cells))
+            self.scaling.update(scaling_of(cells))
             for key, counted in counters.items():
                 self.counters[key] = {name: statistics.median(each[name] for each in counted)
                                       for name in counted[0]}
@@ -58,6 +60,13 @@ class Results:
             for name, most in self.counter_bars.items():
                 if who == decide.OURS and counted.get(name, 0) > most:
                     yield cell, who, name, counted[name], most
+
+    def under_scaling(self):
+        """Yields (operation, reached, least) for what two threads gain below its bar."""
+        for operation, reached in self.scaling.items():
+            least = self.scaling_bars.get(operation, 0)
+            if reached < least:
+                yield operation, reached, least
 
 
 def size_of(cell):
@@ -101,6 +110,21 @@ def growth_of(cells):
             if limits and size in factors[limits[0]]:
                 grown = Growth(factor, limits[0].partition(":")[2], factors[limits[0]][size])
             found.setdefault(operation, {})[size] = grown
+    return found
+
+
+def scaling_of(cells):
+    """What two threads gain over one, as a part of what two threads of an empty loop gain."""
+    found = {}
+    for cell, one in cells.items():
+        operation, _, threads = cell.rpartition("/")
+        two = cells.get(f"{operation}/2_threads", {})
+        limit = "limit:empty_loop"
+        if threads == "1_threads" and all(limit in each and decide.OURS in each
+                                          for each in (one, two)):
+            gains = [decide.median(one[who]) / decide.median(two[who])
+                     for who in (decide.OURS, limit)]
+            found[operation] = gains[0] / gains[1]
     return found
 
 
@@ -167,12 +191,21 @@ def growth_text(results):
 def counters_text(results):
     if not results.counters:
         return
-    names = list(next(iter(results.counters.values())))
-    rows = [(cell, who, *(f"{counted[name]:.0f}" for name in names))
-            for (cell, who), counted in sorted(results.counters.items())]
     bars_said = ", ".join(f"{name} {most}" for name, most in results.counter_bars.items())
-    yield (f"## Processes\n\nBars of ours: at most {bars_said}.\n\n"
-           + table(("Cell", "Program", *names), rows))
+    yield f"## Processes\n\nBars of ours: at most {bars_said}."
+    for names in dict.fromkeys(tuple(counted) for counted in results.counters.values()):
+        yield table(("Cell", "Program", *names), [
+            (cell, who, *(f"{value:.0f}" for value in counted.values()))
+            for (cell, who), counted in sorted(results.counters.items())
+            if tuple(counted) == names])
+
+
+def scaling_text(results):
+    rows = [(operation, number(reached), results.scaling_bars.get(operation, ""))
+            for operation, reached in sorted(results.scaling.items())]
+    if rows:
+        yield ("## Threads\n\nWhat two threads gain over one, as a part of what two threads of an "
+               "empty loop gain.\n\n" + table(("Operation", "Reached", "Bar: at least"), rows))
 
 
 def machine():
@@ -188,6 +221,7 @@ def tables(results):
     yield f"Cells: {counted}."
     yield from families_text(results)
     yield from growth_text(results)
+    yield from scaling_text(results)
     yield from counters_text(results)
 
 
@@ -213,4 +247,4 @@ def as_json(results, command, loads):
                 for (cell, who), counted in results.counters.items()]
     return json.dumps({"schema": 1, "machine": machine(), "command": command,
                        "load": {"before": loads[0], "after": loads[1]}, "cells": cells,
-                       "growth": growth, "counters": counters}, indent=2)
+                       "growth": growth, "scaling": results.scaling, "counters": counters}, indent=2)

@@ -192,9 +192,9 @@ TEST(Check, LoadsNoFileOver64MiB) {
             checked.out);
   const ProcessResult loopback = store.run({"explain", "ListenLoopbackIP"});
   EXPECT_EQ(0, loopback.code);
-  EXPECT_NE(std::string::npos,
-            loopback.out.find("   not asked: " + (store / "share/conf/settings.json") +
-                              " has 1024 MiB\n"))
+  EXPECT_NE(
+      std::string::npos,
+      loopback.out.find("   not read: " + (store / "share/conf/settings.json") + " has 1024 MiB\n"))
       << loopback.out;
   const SoundDeployment other;
   for (const char* const file : {"app/conf/setting.cfg", "omc/etc/conf/TSSetting.cfg",

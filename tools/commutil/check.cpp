@@ -1,4 +1,4 @@
-// The subcommand check: every check an engineer would make of this host's configuration.
+// The subcommand check: the checks that an engineer would make on this host's configuration.
 #include "check.h"
 
 #include <json/value.h>
@@ -28,7 +28,7 @@ std::size_t countOf(const Checks& checks, Severity severity) {
                     [&](const Check& check) { return check.severity == severity; }));
 }
 
-/// The same finding reaches a file from several answers; the most severe stays.
+/// Several answers report the same finding about a file; the most severe stays.
 void removeDuplicates(Checks& checks) {
   Checks kept;
   for (Check& check : checks) {

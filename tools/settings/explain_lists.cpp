@@ -50,7 +50,7 @@ void noteNoAddresses(const JsonDocument& document, const std::string& name, cons
   source.notes.push_back({Severity::warning, text, "write \"IPAddresses\": [{\"IP\": ...}]"});
 }
 
-/// Follows the library through the node list. Throws what jsoncpp does.
+/// Reads the node list in the library's steps. Throws what jsoncpp throws.
 Json::Value remoteClients(const JsonDocument& document, SourceState& source) {
   Json::Value addresses(Json::arrayValue);
   const Json::Value& root = document.root();

@@ -52,7 +52,7 @@ Explanation Explainer::listenSwitch(const Answer& answer) const {
     result.sources.front().decides = true;
     result.value = isReadableText(file) && *result.sources.front().value == "enable";
     result.decidedBy =
-        isReadableText(file) ? path : "no readable setting.cfg: the store is not asked";
+        isReadableText(file) ? path : "no readable setting.cfg: the store is not read";
     return result;
   }
   if (isUnknown(decidedBy)) return unknown(std::move(result), decidedBy);
@@ -125,7 +125,7 @@ std::string withMiss(std::string reason, const std::string& miss) {
   return miss.empty() ? reason : reason.append("; ").append(miss);
 }
 
-/// The first database's type, or why there is none. Throws what jsoncpp does.
+/// Returns the first database's type, or why there is none. Throws what jsoncpp throws.
 std::string typeIn(const JsonDocument& document, std::string& reason) {
   const Json::Value& root = document.root();
   const Json::Value& databases = root["databases"];

@@ -11,7 +11,7 @@
 
 namespace settings {
 
-/// Which texts are well-formed.
+/// The rules by which a text is well-formed.
 enum class JsonRules {
   lenient,  ///< the application configuration and the node list: comments are allowed
   strict,   ///< the settings document: an object and nothing else
@@ -38,7 +38,7 @@ class JsonDocument {
   /// The first name that is repeated in one object; the last value applies.
   std::optional<Finding> repeatedName() const;
 
-  /// The text of `value`, which belongs to `root()`, as the document spells it.
+  /// The text of `value`, which belongs to `root()`, as written in the document.
   std::string_view spellingOf(const Json::Value& value) const;
 
  private:

@@ -8,7 +8,7 @@
 #include "settings/facts.h"
 #include "settings/file_state.h"
 
-// The paths that the library composes of the environment.
+// The paths that the library composes from the environment.
 
 namespace settings {
 
@@ -33,6 +33,7 @@ std::string sslOptionFile(const Environment& environment);
 struct UrlPath {
   std::string path;   ///< "" if there is none
   std::string fault;  ///< why there is none, "" if the variable is empty
+  bool isSnapshot = false;
 };
 
 UrlPath settingsDocumentOfUrl(const Environment& environment);
