@@ -112,7 +112,8 @@ std::string readSaved(const ReportOptions& options) {
       });
   calls.finish();
   if (!settings::isReadableText(file) || file.isLarge())
-    throw std::runtime_error(options.saved + ": " + settings::stateOf(file, "this user").text);
+    throw std::runtime_error(options.saved + ": " +
+                             settings::stateOf(file, settings::currentUser()).text);
   return file.text;
 }
 
