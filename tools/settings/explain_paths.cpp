@@ -19,8 +19,9 @@ void noteReferences(const std::string& directory, SourceState& source) {
                             "set the variable", true});
   }
   if (directory.find("$(") != std::string::npos) {
-    source.notes.push_back({Severity::warning, "\"$(\" is no reference here: it stays as written",
-                            "write ${NAME}", true});
+    source.notes.push_back({Severity::warning,
+                            "\"$(\" is not a reference here: it stays as written", "write ${NAME}",
+                            true});
   }
 }
 
