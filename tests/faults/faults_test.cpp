@@ -13,9 +13,9 @@
 #include <tuple>
 
 #include "faults/engine.h"
-#include "faults/host.h"
 #include "faults/tour.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 
@@ -58,7 +58,7 @@ TEST_P(Faults, LeaveNothingWrong) {
   const std::vector<Exception> exceptions = readExceptions(FAULT_EXCEPTIONS);
   const auto& [mechanism, part] = GetParam();
   commutil_test::runInChild([&, mechanism = mechanism, part = part] {
-    const Host host;
+    const commutil_test::Host host;
     if (HasFailure()) return;
     expectAllSites(mechanism.name, part.name, runTour(part.make(), mechanism, exceptions));
   });

@@ -6,16 +6,16 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "faults/host.h"
 #include "soak/deployment.h"
 #include "soak/operations.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_soak {
 namespace {
 
 namespace fs = std::filesystem;
-using commutil_faults::Host;
+using commutil_test::Host;
 using Utils = VexaCommonUtils;
 using Utils_i = VexaCommonUtils_i;
 using Text = std::string;

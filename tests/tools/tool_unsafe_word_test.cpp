@@ -82,7 +82,7 @@ TEST(UnsafeWord, NamesTheUserWhoMayNotReadTheList) {
     ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
     EXPECT_EQ("no unsafe word: " + (deployment / kList) +
                   ": not readable by user root (mode 0000, owner root); without the list every "
-                  "text is safe\n",
+                  "string is safe\n",
               deployment.run({"unsafe-word", "rm -rf"}).out);
   });
 }
