@@ -290,7 +290,7 @@ std::vector<Fault> settingsFileFaults() {
        1},
       {"trace directory with another reference",
        content(kSettings, "[TraceDir]\ntracedir = $(_APP_LOG_DIR)/t\n"), kCheck,
-       "warning  @/app/conf/setting.cfg: readable; line 2: \"$(_APP_LOG_DIR)/t\"; \"$(\" is no "
+       "warning  @/app/conf/setting.cfg: readable; line 2: \"$(_APP_LOG_DIR)/t\"; \"$(\" is not a "
        "reference here: it stays as written; write ${NAME}",
        1},
       {"byte-order mark", content(kSettings, "\xef\xbb\xbf[IP]\nListenAllIp = enable\n"), kExplain,
