@@ -235,9 +235,10 @@ WatchMessage parseWatchMessage(std::string_view line) {
   message.isFragment = flag(member(result, "fragment"));
   message.compactRevision = number<std::int64_t>(member(result, "compact_revision"));
   message.cancelReason = textOf(member(result, "cancel_reason"));
-  for (const Json::Value& entry : list(result, "events"))
+  for (const Json::Value& entry : list(result, "events")) {
     message.events.push_back(
         {textOf(member(entry, "type")) == "DELETE", settingOf(member(entry, "kv"))});
+  }
   return message;
 }
 

@@ -66,8 +66,9 @@ void checkAddresses(const Collection& collection, Checks& checks) {
 
 void checkHost(const CheckInput& input, Checks& checks) {
   checkPrograms(input.collection.facts, checks);
-  if (!input.collection.facts.storeNotAsked.empty())
+  if (!input.collection.facts.storeNotAsked.empty()) {
     return;  // another root: the library was not called
-  checkLocale(input.collection, checks);
+    checkLocale(input.collection, checks);
+  }
   checkAddresses(input.collection, checks);
 }

@@ -202,9 +202,10 @@ std::string joined(const std::vector<std::string>& texts) {
 int write(const SslConfOptions& options, const Plan& plan) {
   if (!plan.refusals.empty() && !options.force)
     return fail("not written: " + joined(plan.refusals) + " (--force writes it)");
-  if (VexaCommonUtils_i::get_svc_ssl_conf(kTemplateName).empty())
+  if (VexaCommonUtils_i::get_svc_ssl_conf(kTemplateName).empty()) {
     return fail(plan.path + ": cannot be written" +
                 (plan.obstacle.empty() ? "" : ": " + plan.obstacle));
+  }
   if (options.json) {
     printJson(plan, true);
   } else if (options.show) {
