@@ -45,7 +45,7 @@ Run::Run(const Plan& plan, const std::string& output)
 }
 
 std::string Run::workDirectory(const std::string& name) const {
-  const std::string path = commutil_test::Host::path("work/" + name);
+  std::string path = commutil_test::Host::path("work/" + name);
   std::filesystem::create_directories(path);
   return path;
 }
