@@ -42,7 +42,7 @@ void JsonDocument::fail(std::size_t offset, std::string message) {
   m_fault = Finding{settings::placeOf(m_text, offset), std::move(message)};
 }
 
-bool JsonDocument::read(Json::CharReaderBuilder builder, Json::Value& root,
+bool JsonDocument::read(const Json::CharReaderBuilder& builder, Json::Value& root,
                         std::string& complaints) const {
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   return reader->parse(m_text.data(), m_text.data() + m_text.size(), &root, &complaints);

@@ -43,7 +43,8 @@ class JsonDocument {
 
  private:
   void parse(JsonRules rules);
-  bool read(Json::CharReaderBuilder builder, Json::Value& root, std::string& complaints) const;
+  bool read(const Json::CharReaderBuilder& builder, Json::Value& root,
+            std::string& complaints) const;
   void fail(std::size_t offset, std::string message);
 
   JsonRules m_rules;
