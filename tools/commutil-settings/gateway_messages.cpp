@@ -203,7 +203,7 @@ std::string transactionRequest(const std::vector<GuardedWrite>& writes) {
 }
 
 std::string parseToken(std::string_view body) {
-  const std::string token = textOf(member(parseObject(body), "token"));
+  std::string token = textOf(member(parseObject(body), "token"));
   if (token.empty()) throw MalformedReply("there is no token");
   return token;
 }
