@@ -81,9 +81,10 @@ bool isInstalled() {
 
 bool isForSettingsAgent(const std::vector<std::string>& words) {
   if (words.size() < 3 || words[1] != "settings") return false;
-  if (wantsHelp(words) && !isInstalled()) return false;
-  if (isAgentCommand(words[2])) return true;
-  return isWrite(words[2]) && (namesConfiguration(words) || hasCluster());
+  const bool isHelp = wantsHelp(words);
+  if (isAgentCommand(words[2])) return !isHelp;
+  if (!isWrite(words[2]) || (isHelp && !isInstalled())) return false;
+  return namesConfiguration(words) || hasCluster();
 }
 
 int becomeSettingsAgent(const std::vector<std::string>& words) {
