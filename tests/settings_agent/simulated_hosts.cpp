@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -37,8 +38,7 @@ struct Host {
   }
 
   /// The revision that services on the host read.
-  std::int64_t revision() const {
-    const agent::Report report = synchronizer->report();
+  std::int64_t revisionOf(const agent::Report& report) const {
     return report.hasSettings && !keeper->isPending() ? report.revision : 0;
   }
 
@@ -60,8 +60,10 @@ class Fleet {
   void run() {
     for (const auto& host : m_hosts) host->synchronizer->start(Clock::now());
     while (!hasEnded()) {
-      for (agent::HttpEvent& event : m_client.poll(timeToWait(), STDIN_FILENO)) pass(event);
+      for (agent::HttpEvent& event : m_client.poll(timeToRound(), STDIN_FILENO)) pass(event);
       const Time now = Clock::now();
+      if (now < m_round) continue;
+      m_round = now + kRoundEvery;
       for (const auto& host : m_hosts) {
         host->synchronizer->onTime(now);
         host->keeper->onTime(now, [&] { return host->synchronizer->snapshot(); });
@@ -76,28 +78,28 @@ class Fleet {
     return ::poll(&input, 1, 0) > 0;
   }
 
-  /// Hosts ignore what they have not asked for.
-  void pass(const agent::HttpEvent& event) {
+  /// Hosts leave an event of another host's request as it is.
+  void pass(agent::HttpEvent& event) {
     const Time now = Clock::now();
-    for (const auto& host : m_hosts) host->synchronizer->onHttp(now, agent::HttpEvent(event));
+    for (const auto& host : m_hosts)
+      host->synchronizer->onHttp(now, static_cast<agent::HttpEvent&&>(event));
   }
 
-  std::chrono::milliseconds timeToWait() const {
-    Time next = Clock::now() + std::chrono::seconds(1);
-    for (const auto& host : m_hosts)
-      next = std::min({next, host->synchronizer->deadline(), host->keeper->deadline()});
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
+  std::chrono::milliseconds timeToRound() const {
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(m_round - Clock::now());
     return std::max(wait, std::chrono::milliseconds(0));
   }
 
   void print() {
-    std::int64_t lowest = m_hosts.front()->revision();
-    std::int64_t highest = lowest;
+    std::int64_t lowest = std::numeric_limits<std::int64_t>::max();
+    std::int64_t highest = 0;
     long away = 0;
     for (const auto& host : m_hosts) {
-      lowest = std::min(lowest, host->revision());
-      highest = std::max(highest, host->revision());
-      away += host->synchronizer->report().state == "away" ? 1 : 0;
+      const agent::Report report = host->synchronizer->report();
+      const std::int64_t revision = host->revisionOf(report);
+      lowest = std::min(lowest, revision);
+      highest = std::max(highest, revision);
+      away += report.state == "away" ? 1 : 0;
     }
     const auto line = std::tuple(lowest, highest, away);
     if (line == m_last) return;
@@ -105,7 +107,11 @@ class Fleet {
     std::cout << lowest << ' ' << highest << ' ' << away << std::endl;
   }
 
+  /// A look at every host after each event would be most of the work.
+  static constexpr std::chrono::milliseconds kRoundEvery{10};
+
   agent::HttpClient m_client;
+  Time m_round{};
   std::vector<std::unique_ptr<Host>> m_hosts;
   std::tuple<std::int64_t, std::int64_t, long> m_last{-1, -1, -1};
 };

@@ -3,6 +3,7 @@
 
 import os
 import pathlib
+import shutil
 import subprocess
 import time
 import unittest
@@ -25,6 +26,8 @@ def resident(pid):
 
 def plot(samples, path):
     """Draws the memory of each process over time; the samples stay beside the drawing."""
+    if not samples:
+        return
     table = path.with_suffix('.txt')
     table.write_text('seconds ' + ' '.join(NAMES) + '\n' + ''.join(
         f'{seconds:.1f} {" ".join(map(str, values))}\n' for seconds, values in samples))
@@ -53,11 +56,14 @@ class Soak(ClusterTest):
         base = self.new_agent('fleet', start=False)
         base.sections['agent'].update(compare_every='10m')
         base.configure()
+        # What a failure is explained with, beside the drawing.
+        self.addCleanup(shutil.copy, base.directory / 'hosts.log', PLOT.with_suffix('.log'))
         hosts = SimulatedHosts(base, HOSTS)
         self.addCleanup(hosts.kill)
         hosts.wait_revision(self.cluster.put(KEY, 'start'), 240)
         begin = time.monotonic()
         samples = []
+        self.addCleanup(plot, samples, PLOT)
         restarts = 0
         while time.monotonic() - begin < SECONDS:
             hosts.wait_revision(self.cluster.put(KEY, str(len(samples))), 60)
@@ -70,7 +76,6 @@ class Soak(ClusterTest):
                 restarts += 1
             wait_until('the next sample', lambda: time.monotonic() - begin >
                        len(samples) * SECONDS / 200, SECONDS)
-        plot(samples, PLOT)
         text = (base.directory / 'hosts.log').read_text()
         lists, compactions = text.count(': listed '), text.count('was compacted, listed')
         print(f'{restarts} restarts, {lists} first lists, {compactions} after a compaction; {PLOT}')

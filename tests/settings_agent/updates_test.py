@@ -118,7 +118,7 @@ class Kills(ClusterTest):
         written = 0
         for number in range(1, KILLS + 1):
             gateway.put(KEY, str(number))
-            time.sleep(random_numbers.uniform(0, 0.1))
+            time.sleep(random_numbers.uniform(0, 0.2))
             agent.kill()
             value = self.new_value(agent)
             self.assertGreaterEqual(value, seen)
