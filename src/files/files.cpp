@@ -64,6 +64,16 @@ std::size_t readUpTo(int fd, char* data, std::size_t size) {
   return done;
 }
 
+/// Opens the directory `name` in `parent`. Fails for a link, which may have replaced the directory
+/// since it was listed.
+DirectoryHandle openBelow(DIR* parent, const char* name) {
+  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  Descriptor file(::openat(::dirfd(parent), name, kFlags));
+  DirectoryHandle directory(file ? ::fdopendir(file.get()) : nullptr);
+  if (directory) file.release();
+  return directory;
+}
+
 /// One walk of `getFilesByDir`. Each level reports through `errno`, which the levels below it set
 /// too: an error shows at the end only if no directory was opened after it.
 class TreeWalk {
@@ -72,30 +82,43 @@ class TreeWalk {
       : m_path(std::move(directory)), m_pattern(pattern), m_files(files) {}
 
   /// Walks the directory at `m_path`, which is longer afterwards.
-  int walk() {
-    DirectoryHandle directory(::opendir(m_path.c_str()));
+  int walk() { return list(DirectoryHandle(::opendir(m_path.c_str()))); }
+
+ private:
+  /// Walks the open directory at `m_path`, which is longer afterwards.
+  int list(DirectoryHandle directory) {
     if (!directory) return -1;
     errno = 0;
     m_path += '/';
     const std::size_t length = m_path.size();
     while (const dirent* const entry = ::readdir(directory.get())) {
-      visit(entry->d_name, entry->d_type);
+      visit(directory.get(), *entry);
       m_path.resize(length);
     }
     ::closedir(directory.release());  // its error shows too
     return errno == 0 ? 0 : -1;
   }
 
- private:
-  void visit(std::string_view name, unsigned char type) {
+  void visit(DIR* directory, const dirent& entry) {
+    const std::string_view name = entry.d_name;
     if (name == "." || name == "..") return;
-    if (type == DT_DIR) {
+    if (entry.d_type == DT_DIR) {
       m_path += name;
-      // After a NUL byte the path would open this same directory again, forever.
-      if (m_path.find('\0') == std::string::npos) walk();
+      enter(directory, entry.d_name);
     } else if (name.find(m_pattern) != std::string_view::npos) {
       m_path += name;
       m_files.push_back(m_path);
+    }
+  }
+
+  /// Walks the directory `name` in `parent`, at `m_path`.
+  void enter(DIR* parent, const char* name) {
+    // With a NUL byte the path names the first directory: nothing below it has a path.
+    if (m_path.find('\0') != std::string::npos) return;
+    if (m_path.size() < PATH_MAX) {
+      list(openBelow(parent, name));
+    } else {
+      errno = ENAMETOOLONG;  // no path can name it
     }
   }
 
