@@ -61,14 +61,15 @@ bool FileBackend::findGroup(const std::string& group, std::map<std::string, std:
 std::shared_ptr<const Document> FileBackend::current() {
   const std::lock_guard<std::mutex> guard(m_mutex);
   struct stat status {};
-  if (::stat(m_path.c_str(), &status) != 0) return nullptr;
+  // Checked first, because opening a FIFO or a device has effects.
+  if (::stat(m_path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
   return m_identity && *m_identity == Identity(status) ? m_document : reload();
 }
 
 std::shared_ptr<const Document> FileBackend::reload() {
   m_identity.reset();
   // Not blocking, so that a pipe in the file's place cannot hold the caller.
-  const commutil::Descriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const commutil::Descriptor file = commutil::openFile(m_path, O_RDONLY | O_NONBLOCK);
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
   const std::timespec readAt = fileClock();

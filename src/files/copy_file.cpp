@@ -93,7 +93,7 @@ void removeCopy(const std::string& path, const struct stat& status) {
 /// Copies an open file to `path`, creating it or overwriting what is there.
 bool copyTo(const std::string& path, const Descriptor& source, const struct stat* attributes) {
   // Empty it only after checking that it is not the source.
-  Descriptor target(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kNewFileMode));
+  Descriptor target = commutil::openFile(path, O_WRONLY | O_CREAT, kNewFileMode);
   struct stat from = {};
   struct stat to = {};
   if (!target || ::fstat(source.get(), &from) != 0 || ::fstat(target.get(), &to) != 0) return false;
@@ -116,7 +116,7 @@ int VexaCommonUtils_i::copyFile(const std::string& source, const std::string& ta
   if (noOverwrite && ::access(targetPath.c_str(), F_OK) == 0) return -1;
   struct stat status = {};
   if (::stat(sourcePath.c_str(), &status) != 0 || leadsTo(targetPath, status)) return -1;
-  const Descriptor file(::open(sourcePath.c_str(), O_RDONLY | O_CLOEXEC));
+  const Descriptor file = commutil::openFile(sourcePath, O_RDONLY);
   if (!file) return -1;
   return copyTo(targetPath, file, keepAttributes ? &status : nullptr) ? 0 : -1;
 }

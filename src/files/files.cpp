@@ -159,7 +159,7 @@ void VexaCommonUtils::mkdir_all(const std::string& path) {
 }
 
 int VexaCommonUtils::readFile(const std::string& path, std::string& content) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const Descriptor file = commutil::openFile(path, O_RDONLY);
   if (!file) return 1;
   const off_t size = sizeOf(file.get());
   if (size < 0 || size > INT_MAX) return 1;

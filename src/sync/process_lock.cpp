@@ -8,6 +8,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaLocks.h"
+#include "os/file_io.h"
 #include "os/handles.h"
 #include "os/standard_streams.h"
 #include "platform/bounded.h"
@@ -29,7 +30,8 @@ commutil::Descriptor openLockFile(std::string path, const std::string& fileName)
   path += fileName;
   // Not close-on-exec: closing the file in exec would release the lock, which otherwise survives
   // it.
-  return commutil::Descriptor(::open(path.c_str(), O_RDWR | O_CREAT, 0666));
+  return commutil::Descriptor(static_cast<int>(commutil::uninterrupted(
+      [&path] { return ssize_t{::open(path.c_str(), O_RDWR | O_CREAT | O_NOCTTY, 0666)}; })));
 }
 
 /// Locks (F_WRLCK) or unlocks (F_UNLCK) the whole file without waiting.
