@@ -1,7 +1,9 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <ctime>
 #include <new>
@@ -23,11 +25,30 @@ constexpr char kShareVariable[] = "_APP_SHARE_DIR";
 // Operators' scripts search for this misspelling.
 constexpr char kNoShareDirectory[] = "Getting the envionment variable _APP_SHARE_DIR failed.";
 
+/// Occupies the closed standard descriptors for a scope, so that no file takes their place: what
+/// the process prints would be written to it.
+class StandardDescriptorFiller {
+ public:
+  StandardDescriptorFiller() {
+    std::array<pollfd, 3> standard{
+        {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}, {STDERR_FILENO, 0, 0}}};
+    if (::poll(standard.data(), standard.size(), 0) <= 0) return;
+    for (std::size_t i = 0; i < standard.size(); ++i) {
+      if ((standard[i].revents & POLLNVAL) != 0)
+        m_fillers[i].reset(::open("/", O_PATH | O_CLOEXEC));
+    }
+  }
+
+ private:
+  std::array<commutil::Descriptor, 3> m_fillers;
+};
+
 /// Opens the lock file, creating the last component of its directory if it is missing. Checks
 /// neither result: locking reports a file that is not open.
 commutil::Descriptor openLockFile(std::string path, const std::string& fileName) {
   if (::access(path.c_str(), F_OK) != 0) ::mkdir(path.c_str(), 0750);
   path += fileName;
+  const StandardDescriptorFiller filler;
   // Not close-on-exec: closing the file in exec would release the lock, which otherwise survives
   // it.
   return commutil::Descriptor(static_cast<int>(commutil::uninterrupted(
