@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <new>
 
@@ -73,10 +74,19 @@ bool hasShareDirectory() {
 
 bool isHeldElsewhere(int error) { return error == EAGAIN || error == EACCES; }
 
-/// Sleeps a full second, regardless of signals.
+/// Sleeps a full second, regardless of signals. Goes by the clock: what nanosleep(2) reports as
+/// left is rounded up at each signal, and under many signals it would never end.
 void sleepOneSecond() {
+  using std::chrono::nanoseconds;
+  using std::chrono::steady_clock;
+  constexpr nanoseconds::rep kSecond = 1'000'000'000;
+  const auto end = steady_clock::now() + nanoseconds(kSecond);
   timespec left{1, 0};
-  while (::nanosleep(&left, &left) != 0 && errno == EINTR) continue;
+  while (::nanosleep(&left, nullptr) != 0 && errno == EINTR) {
+    const nanoseconds::rep rest = nanoseconds(end - steady_clock::now()).count();
+    if (rest <= 0) return;
+    left = {rest / kSecond, rest % kSecond};
+  }
 }
 
 }  // namespace
