@@ -2,6 +2,7 @@
 #include <ace/DLL.h>
 #include <ace/DLL_Manager.h>
 #include <ace/Guard_T.h>
+#include <ace/Recursive_Thread_Mutex.h>
 #include <ace/Thread_Mutex.h>
 #include <dlfcn.h>
 #include <link.h>
@@ -39,22 +40,32 @@ bool createManager() {
   return true;
 }
 
-/// Returns the library that `store` has opened; null if the system cannot tell.
-const link_map* libraryOf(const ACE_DLL& store) {
+/// Returns the path of the library that `store` has opened, which is empty for the program itself;
+/// null if ACE does not tell its handle or dlinfo(3) fails. The dynamic linker writes the entry
+/// under a lock that the thread sanitizer does not see.
+[[gnu::no_sanitize("thread")]] const char* libraryOf(const ACE_DLL& store) {
   link_map* library = nullptr;
   const int result = ::dlinfo(store.get_handle(), RTLD_DI_LINKMAP, &library);
-  return result == 0 ? library : nullptr;
+  return result == 0 && library != nullptr ? library->l_name : nullptr;
+}
+
+/// Returns whether `store` has opened the program instead of a library.
+[[gnu::no_sanitize("thread")]] bool isProgram(const ACE_DLL& store) {
+  const char* const path = libraryOf(store);
+  return path != nullptr && *path == '\0';
 }
 
 /// Opens the store. Throws std::bad_alloc if ACE could not copy the name: it then opens the program
 /// instead of the store, and would do so for every later call.
 bool open(ACE_DLL& store) {
-  // ACE creates its manager without a barrier between threads, and each entry point has its own
-  // lock, so the static's guard is the barrier.
+  // Each entry point has its own lock, and ACE would give a name that two threads open together two
+  // handles, of which the first to be closed ends the other's use. Recursive, since the store's
+  // initializers may look settings up.
+  static ACE_Recursive_Thread_Mutex mutex;
+  const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(mutex);
   [[maybe_unused]] static const bool hasManager = createManager();
   if (store.open(kStoreLibrary) != 0) return false;
-  const link_map* const library = libraryOf(store);
-  if (library == nullptr || *library->l_name != '\0') return true;
+  if (!isProgram(store)) return true;
   ::dlclose(store.get_handle(true));
   throw std::bad_alloc();
 }
@@ -63,13 +74,13 @@ bool open(ACE_DLL& store) {
 /// handle objects, while entry points are still cached, and a store may close itself. Returns
 /// whether it could.
 bool pin(const ACE_DLL& store) {
-  const link_map* const library = libraryOf(store);
-  return library != nullptr && ::dlopen(library->l_name, kPinned) != nullptr;
+  const char* const path = libraryOf(store);
+  return path != nullptr && ::dlopen(path, kPinned) != nullptr;
 }
 
 /// Loads the store and calls the entry point `name`, which is set in `resolved` before the call:
 /// the store may call the same lookup recursively. Caches nothing of a library without the entry
-/// point, so that a better one is found later.
+/// point, so that a library installed later is found.
 template <class Function, class Output>
 int loadAndCall(std::atomic<Function>& resolved, ACE_Guard<ACE_Thread_Mutex>& guard,
                 const char* name, const std::string& key, Output& output) {
@@ -87,7 +98,7 @@ int loadAndCall(std::atomic<Function>& resolved, ACE_Guard<ACE_Thread_Mutex>& gu
 /// Calls the store's entry point `name`, the only one with a result of type `Output`. Once found,
 /// it is cached, with its own lock.
 template <class Output>
-int ask(const char* name, const std::string& key, Output& output) {
+int callStore(const char* name, const std::string& key, Output& output) {
   using Function = int (*)(const std::string& key, Output& output);
   static constinit std::atomic<Function> resolved{nullptr};
   if (const auto function = resolved.load(std::memory_order_acquire)) return function(key, output);
@@ -100,12 +111,12 @@ int ask(const char* name, const std::string& key, Output& output) {
 }  // namespace
 
 int VexaCommonUtils_i::getSettingParamValue(const std::string& key, std::string& value) {
-  return ask("getSettingParamValue", key, value);
+  return callStore("getSettingParamValue", key, value);
 }
 
 int VexaCommonUtils_i::getSettingGroupParams(const std::string& group,
                                              std::map<std::string, std::string>& params) {
-  return ask("getSettingGroupParams", group, params);
+  return callStore("getSettingGroupParams", group, params);
 }
 
 bool VexaCommonUtils_i::GetSetParamValue(const std::string& primaryKey,

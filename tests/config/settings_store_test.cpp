@@ -41,7 +41,7 @@ std::string valueOf(const std::string& key) {
   return value;
 }
 
-TEST(SettingsStore, WithoutALibraryNothingIsFoundOrTouched) {
+TEST(SettingsStore, WithoutALibraryNothingIsFoundOrChanged) {
   runInChild([] {
     const TempDir empty;
     ASSERT_EQ(0, ::chdir(empty.path().c_str()));
@@ -121,7 +121,7 @@ TEST(SettingsStore, ALibraryWithoutTheEntryPointIsTriedAgain) {
       EXPECT_EQ(-1, VexaCommonUtils_i::getSettingGroupParams("/group", params));
       EXPECT_TRUE(params.empty());
     }
-    EXPECT_FALSE(isStoreLoaded()) << "nothing is kept of it";
+    EXPECT_FALSE(isStoreLoaded()) << "nothing of it is cached";
     store.replaceBy("full");
     fakeStore().answers["/key"] = {0, "found"};
     EXPECT_EQ("found", valueOf("/key"));
@@ -156,7 +156,7 @@ TEST(SettingsStore, StaysMappedAndSurvivesTheFilesDeletion) {
   });
 }
 
-TEST(SettingsStore, AnotherLibraryInItsPlaceChangesNothing) {
+TEST(SettingsStore, ReplacingTheLibraryChangesNothing) {
   const InstalledStore store("full");
   runInChild([&] {
     fakeStore().answers["/key"] = {0, "found"};
@@ -188,7 +188,7 @@ TEST(SettingsStore, ItsFunctionsAreBoundLazily) {
   });
 }
 
-TEST(SettingsStore, MayAskItselfDuringTheFirstCall) {
+TEST(SettingsStore, MayCallItselfDuringTheFirstCall) {
   const InstalledStore store("full");
   runInChild([] {
     fakeStore().answers["/inner"] = {0, "inner"};
@@ -225,25 +225,28 @@ TEST(SettingsStore, AThrowingStoreHoldsNoLock) {
   });
 }
 
-TEST(SettingsStore, ThreadsMayMakeTheFirstCallTogether) {
-  const InstalledStore store("full");
-  runInChild([] {
-    fakeStore().answers["/key"] = {0, "found"};
-    inThreads(8, [](int i) {
-      for (int call = 0; call < 100; ++call) {
-        if (i % 2 == 0) {
-          EXPECT_EQ("found", valueOf("/key"));
-        } else {
-          Params params;
-          EXPECT_EQ(0, VexaCommonUtils_i::getSettingGroupParams("/key", params));
-        }
+/// Looks a value and a group up from eight threads at once.
+void lookUpTogether() {
+  fakeStore().answers["/key"] = {0, "found"};
+  inThreads(8, [](int i) {
+    for (int call = 0; call < 10; ++call) {
+      if (i % 2 == 0) {
+        EXPECT_EQ("found", valueOf("/key"));
+      } else {
+        Params params;
+        EXPECT_EQ(0, VexaCommonUtils_i::getSettingGroupParams("/key", params));
       }
-    });
-    EXPECT_EQ(800U, fakeStore().asked.size());
+    }
   });
+  EXPECT_EQ(80U, fakeStore().asked.size());
 }
 
-TEST(SettingsStore, CallsAreNotSerialised) {
+TEST(SettingsStore, ThreadsMayMakeTheFirstCallTogether) {
+  const InstalledStore store("full");
+  for (int process = 0; process < 40; ++process) runInChild(lookUpTogether);
+}
+
+TEST(SettingsStore, CallsAreNotSerialized) {
   const InstalledStore store("full");
   runInChild([] {
     fakeStore().answers["/key"] = {0, "found"};

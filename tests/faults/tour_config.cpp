@@ -1,9 +1,9 @@
 // The environment, the settings and switches, and the SSL option file.
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "faults/host.h"
 #include "faults/tour.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 namespace {
@@ -21,8 +21,9 @@ Operation plain(const char* name, Result (*function)(), std::vector<std::string>
 
 /// An operation on a string.
 Operation ofText(const char* name, std::string (*function)(const std::string&),
-                 const std::string& text) {
-  return {name, [=](Attempt& attempt) { return show(attempt([&] { return function(text); })); }};
+                 const std::string& text, std::vector<std::string> failures = {}) {
+  return {name, [=](Attempt& attempt) { return show(attempt([&] { return function(text); })); },
+          std::move(failures)};
 }
 
 const std::vector<std::string> kStoreUsers{
@@ -37,7 +38,7 @@ std::string optionFile(Attempt& attempt) {
 }
 
 std::string optionFileWith(const char* version, bool protection) {
-  return show(Host::path("share/svc_ssl_instance-17.conf"),
+  return show(commutil_test::Host::path("share/svc_ssl_instance-17.conf"),
               std::string("\"-SSLCAfile an/authority.pem\n-SSLAuthenticate NONE\n-SSLVersion ") +
                   version + (protection ? "" : "\n-SSLNoProtection") + "\"\n");
 }
@@ -62,12 +63,15 @@ Tour environmentTour() {
       plain("VexaCommonUtils::getConfigPath", Utils::getConfigPath),
       plain("VexaCommonUtils::getAppConfigPath", Utils::getAppConfigPath),
       plain("VexaCommonUtils::getAPPShareConfigPath", Utils::getAPPShareConfigPath),
-      plain("VexaCommonUtils::getTracePath", Utils::getTracePath),
+      plain("VexaCommonUtils::getTracePath", Utils::getTracePath,
+            {show(commutil_test::Host::path("log/log/"))}),
       plain("VexaCommonUtils::getDumpAllLocksFile", Utils::getDumpAllLocksFile),
-      ofText("VexaCommonUtils_i::getConfFile", Utils_i::getConfFile, "setting.cfg"),
+      // An inaccessible file is searched for in the next tree; the last one is not checked.
+      ofText("VexaCommonUtils_i::getConfFile", Utils_i::getConfFile, "setting.cfg",
+             {show(commutil_test::Host::path("common/conf/setting.cfg"))}),
       ofText("VexaCommonUtils_i::getConfFile [nowhere]", Utils_i::getConfFile, "nowhere.cfg"),
       plain("VexaCommonUtils::IsGlobalVersion", Utils::IsGlobalVersion),
-      plain("VexaCommonUtils_i::isTsMode", Utils_i::isTsMode),
+      plain("VexaCommonUtils_i::isTsMode", Utils_i::isTsMode, {show(false)}),
       plain("VexaCommonUtils_i::isZirel", Utils_i::isZirel, {show(false)}),
       plain("VexaCommonUtils_i::VexaGetSSLMode", Utils_i::VexaGetSSLMode),
   };
@@ -109,7 +113,7 @@ Tour settingsTour() {
        },
        {show(false, "before")},
        kStoreUsers},
-      plain("VexaCommonUtils::isListenAllIp", Utils::isListenAllIp),
+      plain("VexaCommonUtils::isListenAllIp", Utils::isListenAllIp, {show(false)}),
       plain("VexaCommonUtils_i::isListenLoopback", Utils_i::isListenLoopback, {show(false)},
             kStoreUsers),
       plain("VexaCommonUtils::isCorbaSSLOnly", Utils::isCorbaSSLOnly, {show(true)}, kStoreUsers),
@@ -118,12 +122,13 @@ Tour settingsTour() {
       {"VexaCommonUtils_i::get_svc_ssl_conf",
        optionFile,
        {optionFileWith("TLSv1.2", true), optionFileWith("TLSv1.3", true),
-        optionFileWith("TLSv1.2", false)},
+        optionFileWith("TLSv1.2", false), show("", "")},
        kStoreUsers},
       {"VexaCommonUtils_i::get_svc_ssl_conf [another file]",
        [](Attempt& attempt) {
          return show(attempt([] { return Utils_i::get_svc_ssl_conf("setting.cfg"); }));
-       }},
+       },
+       {show(commutil_test::Host::path("common/conf/setting.cfg"))}},
   };
 }
 

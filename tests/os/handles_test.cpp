@@ -41,7 +41,7 @@ TEST(Descriptor, HoldsDescriptorZero) {
   });
 }
 
-TEST(Descriptor, HandsItsHandleOut) {
+TEST(Descriptor, ReleasesItsHandle) {
   Descriptor owner(openNull());
   const int fd = owner.release();
   EXPECT_FALSE(owner);
@@ -119,7 +119,7 @@ TEST(Owners, CloseTheirHandles) {
   EXPECT_FALSE(isOpen(fd));
 }
 
-TEST(Owners, TakeNothingFromAFailure) {
+TEST(Owners, AreEmptyAfterAFailure) {
   EXPECT_FALSE(commutil::FileHandle(std::fopen("/missing/file", "re")));
   EXPECT_FALSE(commutil::DirectoryHandle(::opendir("/missing")));
 }

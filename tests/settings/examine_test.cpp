@@ -35,7 +35,7 @@ TEST(Examine, DistinguishesKindsOfFiles) {
       {"regular", FileType::regular, "readable"},
       {"empty", FileType::regular, "empty"},
       {"missing", FileType::missing, "missing"},
-      {"regular/below", FileType::missing, "missing"},
+      {"regular/below", FileType::missing, "a part of its path is not a directory"},
       {"dangling", FileType::missing, "a link that leads nowhere"},
       {"null", FileType::nullDevice, "/dev/null: empty"},
       {"directory", FileType::directory, "a directory, not a regular file"},
@@ -77,7 +77,7 @@ TEST(Examine, ReadsNoFileOver64MiB) {
   EXPECT_EQ("65 MiB, over 64 MiB: not examined", stateOf(facts, "omc").text);
 }
 
-TEST(Examine, SurvivesTheWayBetweenProcesses) {
+TEST(Examine, SurvivesTheTransferBetweenProcesses) {
   const TempDir dir;
   dir.write("file", std::string("a:b\0c\n", 6));
   const FileFacts before = examine(dir / "file");

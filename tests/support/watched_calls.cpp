@@ -5,6 +5,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,13 +15,14 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <string_view>
-#include <type_traits>
 
 #include "support/c_library.h"
+#include "support/failing_call.h"
 
 namespace {
 
 using commutil_test::cLibrary;
+using commutil_test::failedWith;
 using commutil_test::FailingCalls;
 using commutil_test::Stop;
 
@@ -43,16 +45,6 @@ void stopAt(Watch& current, std::size_t call, bool after) {
   errno = error;
 }
 
-template <class Result>
-Result failure(int error) {
-  errno = error;
-  if constexpr (std::is_pointer_v<Result>) {
-    return nullptr;
-  } else {
-    return -1;
-  }
-}
-
 /// Calls `function` between the stops of a watch, unless it must fail.
 template <class Function, class... Arguments>
 auto watched(const std::string& name, Function* function, Arguments... arguments) {
@@ -65,7 +57,7 @@ auto watched(const std::string& name, Function* function, Arguments... arguments
   if (failing != current.failing.end() && name.rfind("close", 0) == 0) function(arguments...);
   const auto result = failing == current.failing.end()
                           ? function(arguments...)
-                          : failure<decltype(function(arguments...))>(failing->second);
+                          : failedWith<decltype(function(arguments...))>(failing->second);
   stopAt(current, number, true);
   return result;
 }
@@ -150,6 +142,10 @@ int mkdir(const char* path, mode_t mode) noexcept {
 
 int unlink(const char* path) noexcept {
   return onPath("unlink", cLibrary<int(const char*)>("unlink"), path);
+}
+
+int rename(const char* from, const char* to) noexcept {
+  return onPath("rename", cLibrary<int(const char*, const char*)>("rename"), from, to);
 }
 
 int open(const char* path, int flags, ...) {
@@ -242,6 +238,12 @@ int fchmod(int fd, mode_t mode) noexcept {
 int fchown(int fd, uid_t user, gid_t group) noexcept {
   return onDescriptor("fchown", cLibrary<int(int, uid_t, gid_t)>("fchown"), fd, user, group);
 }
+
+int flock(int fd, int operation) noexcept {
+  return onDescriptor("flock", cLibrary<int(int, int)>("flock"), fd, operation);
+}
+
+int fsync(int fd) { return onDescriptor("fsync", cLibrary<int(int)>("fsync"), fd); }
 
 int close(int fd) { return onDescriptor("close", cLibrary<int(int)>("close"), fd); }
 }

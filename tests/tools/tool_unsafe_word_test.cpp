@@ -1,6 +1,9 @@
 // commutil unsafe-word.
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+
+#include <linux/capability.h>
 
 #include <filesystem>
 #include <string>
@@ -53,7 +56,7 @@ TEST(UnsafeWord, AcceptsEveryStringWithoutAList) {
   const ProcessResult result = deployment.run({"unsafe-word", "rm -rf"});
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("no unsafe word: " + (deployment / kList) +
-                ": missing; without the list every text is safe\n",
+                ": missing; without the list every string is safe\n",
             result.out);
   EXPECT_EQ("file open fail, " + (deployment / kList) + "\n", result.err);
 }
@@ -65,13 +68,26 @@ TEST(UnsafeWord, SaysThatAListIsNotAFile) {
   const ProcessResult result = deployment.run({"unsafe-word", "rm -rf"});
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("no unsafe word: " + (deployment / kList) +
-                ": a FIFO, not a regular file; without the list every text is safe\n",
+                ": a FIFO, not a regular file; without the list every string is safe\n",
             result.out);
   EXPECT_EQ("a FIFO, not a regular file",
             deployment.run({"unsafe-word", "--json", "rm -rf"}).json()["state"].asString());
 }
 
-TEST(UnsafeWord, TakesTheLibrarysList) {
+TEST(UnsafeWord, NamesTheUserWhoMayNotReadTheList) {
+  const Deployment deployment;
+  ASSERT_EQ(0, ::chmod((deployment / kList).c_str(), 0));
+  commutil_test::runInChild([&] {
+    ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+    ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+    EXPECT_EQ("no unsafe word: " + (deployment / kList) +
+                  ": not readable by user root (mode 0000, owner root); without the list every "
+                  "string is safe\n",
+              deployment.run({"unsafe-word", "rm -rf"}).out);
+  });
+}
+
+TEST(UnsafeWord, UsesTheLibrarysList) {
   const Deployment deployment;
   deployment.write(kList,
                    "[unsafeword]\na = one\n[UnsafeWord]\nempty =\na = two\n[Other]\nb = three\n"

@@ -1,5 +1,5 @@
-// The subcommand ssl-conf: what the SSL option file of this instance would be and why. Writes it
-// only if told to, with the library's own operation.
+// The subcommand ssl-conf: shows what the SSL option file of this instance would be, and why.
+// Writes it only with --write, with the library's own operation.
 #include <VexaCommonUtils_i.h>
 
 #include <json/value.h>
@@ -31,20 +31,21 @@ struct SslConfOptions {
   bool force = false;
 };
 
-/// A line that the template lacks, and where its value comes from.
+/// A line that the template lacks, and the source of its value.
 struct InsertedLine {
   std::string text;
   std::string source;
 };
 
-/// The file as it would be.
+/// The file that would be written.
 struct Plan {
   std::string path;
   std::string source;  // the template
   std::string text;
-  std::string change;  // against the file that is there, else against the template
+  std::string change;  // from the existing file, or else from the template
   std::vector<InsertedLine> inserted;
   std::vector<std::string> refusals;  // why --write needs --force
+  std::string obstacle;               // why it fails even so, "" if nothing is known
 };
 
 void refuseUnset(const settings::Facts& facts, Plan& plan) {
@@ -52,7 +53,7 @@ void refuseUnset(const settings::Facts& facts, Plan& plan) {
     if (facts.variable(name).empty()) plan.refusals.push_back(std::string(name) + " is not set");
 }
 
-/// Counts the lookups of SSL options without a reply, by the reason.
+/// Counts the lookups of SSL options without a reply, by reason.
 std::map<std::string, std::size_t> failedLookups(const settings::Facts& facts) {
   std::map<std::string, std::size_t> counts;
   for (const auto& [key, reply] : facts.replies)
@@ -60,7 +61,7 @@ std::map<std::string, std::size_t> failedLookups(const settings::Facts& facts) {
   return counts;
 }
 
-/// Refuses values that come from a store without settings where there should be some.
+/// Refuses values from a store that has no settings although it should.
 void refuseStore(const settings::Facts& facts, const settings::StoreDocument& document,
                  Plan& plan) {
   const settings::StoreLibrary& library = facts.library;
@@ -96,7 +97,15 @@ void explainOption(const settings::Explanation& option, Plan& plan) {
   plan.inserted.push_back({isFlag ? name : name + " " + value, option.decidedBy});
 }
 
-/// @throws std::runtime_error if no file can be made of the template
+std::string obstacleTo(const Plan& plan, const settings::Facts& facts) {
+  if (facts.file(plan.path).type == settings::FileType::directory) return "a directory is there";
+  const std::string share = facts.variable("_APP_SHARE_DIR");
+  if (share.empty()) return {};
+  const settings::Note state = settings::writableState(facts.file(share), facts.user);
+  return state.severity == Severity::ok ? "" : share + ": " + state.text;
+}
+
+/// @throws std::runtime_error if no file can be generated from the template
 Plan makePlan() {
   Request request;
   const Collection collection = collect(settings::currentEnvironment(), request);
@@ -109,12 +118,14 @@ Plan makePlan() {
   plan.source = settings::chosenPath(kTemplateName, facts);
   plan.text = file.text;
   const settings::FileFacts& target = facts.file(plan.path);
-  const std::string& before = target.readable ? target.text : facts.file(plan.source).text;
+  const bool isThere = target.readable && target.type == settings::FileType::regular;
+  const std::string& before = isThere ? target.text : facts.file(plan.source).text;
   plan.change = difference(before, plan.text);
   if (!plan.change.empty()) {
-    plan.change = "--- " + printable(target.readable ? plan.path : plan.source) + "\n+++ " +
+    plan.change = "--- " + printable(isThere ? plan.path : plan.source) + "\n+++ " +
                   printable(plan.path) + "\n" + plan.change;
   }
+  plan.obstacle = obstacleTo(plan, facts);
   refuseUnset(facts, plan);
   refuseStore(facts, explainer.document(), plan);
   const std::string& original = facts.file(plan.source).text;
@@ -178,7 +189,8 @@ int preview(const SslConfOptions& options, const Plan& plan) {
   }
   if (!options.json)
     for (const std::string& refusal : plan.refusals) complain("--write would refuse: " + refusal);
-  return plan.refusals.empty() ? kOk : kNo;
+  if (!options.json && !plan.obstacle.empty()) complain("--write would fail: " + plan.obstacle);
+  return plan.refusals.empty() && plan.obstacle.empty() ? kOk : kNo;
 }
 
 std::string joined(const std::vector<std::string>& texts) {
@@ -190,8 +202,10 @@ std::string joined(const std::vector<std::string>& texts) {
 int write(const SslConfOptions& options, const Plan& plan) {
   if (!plan.refusals.empty() && !options.force)
     return fail("not written: " + joined(plan.refusals) + " (--force writes it)");
-  if (VexaCommonUtils_i::get_svc_ssl_conf(kTemplateName).empty())
-    return fail(plan.path + ": cannot be written");
+  if (VexaCommonUtils_i::get_svc_ssl_conf(kTemplateName).empty()) {
+    return fail(plan.path + ": cannot be written" +
+                (plan.obstacle.empty() ? "" : ": " + plan.obstacle));
+  }
   if (options.json) {
     printJson(plan, true);
   } else if (options.show) {

@@ -6,8 +6,9 @@
 
 #include "settings/catalog.h"
 #include "settings/facts.h"
+#include "settings/file_state.h"
 
-// The paths that the library composes of the environment.
+// The paths that the library composes from the environment.
 
 namespace settings {
 
@@ -21,6 +22,10 @@ std::string pathOf(const Item& file, const Environment& environment);
 /// Returns the place that applies: the first that exists, else the last.
 std::string chosenPath(std::string_view name, const Facts& facts);
 
+/// Says which places before that one the search passes over although something is there, or may be:
+/// a link that leads nowhere, a path that the user cannot follow.
+std::vector<Note> passedOver(std::string_view name, const Facts& facts);
+
 /// Returns the path of the SSL option file that is generated.
 std::string sslOptionFile(const Environment& environment);
 
@@ -28,6 +33,7 @@ std::string sslOptionFile(const Environment& environment);
 struct UrlPath {
   std::string path;   ///< "" if there is none
   std::string fault;  ///< why there is none, "" if the variable is empty
+  bool isSnapshot = false;
 };
 
 UrlPath settingsDocumentOfUrl(const Environment& environment);
