@@ -50,6 +50,10 @@ std::string callWithin(__rlimit_resource resource, rlim_t value, const Operation
   return operation.call();
 }
 
+// The undefined-behavior sanitizer, which the address sanitizer's build has too, checks types
+// through a pipe of its own.
+#if !defined(__SANITIZE_ADDRESS__)
+
 constexpr rlim_t kStandard = 3;  // descriptors that are open before
 
 /// By contract runCommand leaves the null device open if the child's handles cannot be set.
@@ -95,6 +99,8 @@ TEST(DescriptorLimit, LeavesNothingOpen) {
     }
   });
 }
+
+#endif
 
 TEST(ProcessLimit, FailsAndIsForgotten) {
   runInChild([] {
