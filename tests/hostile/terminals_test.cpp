@@ -60,6 +60,20 @@ struct Use {
   std::function<void(const Terminal&)> call;
 };
 
+#ifdef SETTINGREST_LIBRARY
+/// A lookup in a reference settings store whose location is the terminal.
+std::function<void(const Terminal&)> findNoValueIn(const char* scheme) {
+  return [scheme](const Terminal& terminal) {
+    using ValueFunction = int (*)(const std::string&, std::string&);
+    const ScopedEnv url("SETTINGREST_URL", scheme + terminal.link());
+    void* const library = ::dlopen(SETTINGREST_LIBRARY, RTLD_LAZY);
+    const auto function = reinterpret_cast<ValueFunction>(::dlsym(library, "getSettingParamValue"));
+    std::string value;
+    EXPECT_NE(0, function("key", value));
+  };
+}
+#endif
+
 const Use kUses[] = {
     {"readFile",
      [](const Terminal& terminal) {
@@ -90,16 +104,8 @@ const Use kUses[] = {
        EXPECT_EQ("sybase", VexaCommonUtils::getDBType());
      }},
 #ifdef SETTINGREST_LIBRARY
-    {"the settings store's document",
-     [](const Terminal& terminal) {
-       using ValueFunction = int (*)(const std::string&, std::string&);
-       const ScopedEnv url("SETTINGREST_URL", "file://" + terminal.link());
-       void* const library = ::dlopen(SETTINGREST_LIBRARY, RTLD_LAZY);
-       const auto function =
-           reinterpret_cast<ValueFunction>(::dlsym(library, "getSettingParamValue"));
-       std::string value;
-       EXPECT_EQ(1, function("key", value));
-     }},
+    {"the settings store's document", findNoValueIn("file://")},
+    {"the settings store's snapshot", findNoValueIn("snapshot://")},
 #endif
 };
 
