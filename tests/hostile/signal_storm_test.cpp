@@ -208,6 +208,10 @@ TEST(SignalStorm, ACopyOfAPipeIsWhole) {
       });
 }
 
+// The thread sanitizer keeps the signals of a thread that waits inside the C library until it
+// returns, and the FIFO would wait for them.
+#if !defined(__SANITIZE_THREAD__)
+
 TEST(SignalStorm, WideLinesOfAPipeAreWhole) {
   const SlowFifo fifo;
   withStorm(
@@ -226,5 +230,7 @@ TEST(SignalStorm, WideLinesOfAPipeAreWhole) {
         EXPECT_EQ(0, stream.fail());
       });
 }
+
+#endif
 
 }  // namespace
