@@ -68,7 +68,8 @@ Answer FileBackend::findGroup(const std::string& group,
 
 FileBackend::Reading FileBackend::current() {
   struct stat status {};
-  if (::stat(m_path.c_str(), &status) != 0) return {};
+  // Checked first, because opening a FIFO or a device has effects.
+  if (::stat(m_path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
   Published<Contents>::Pin last = m_contents.pin();
   if (last && last->identity == FileIdentity(status)) return {std::move(last), nullptr};
   return reload(std::move(last));
@@ -76,7 +77,7 @@ FileBackend::Reading FileBackend::current() {
 
 FileBackend::Reading FileBackend::reload(Published<Contents>::Pin last) {
   // Not blocking, so that a pipe in the file's place cannot hold the caller.
-  const commutil::Descriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const commutil::Descriptor file = commutil::openFile(m_path, O_RDONLY | O_NONBLOCK);
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
   const std::timespec readAt = fileClock();

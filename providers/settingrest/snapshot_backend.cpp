@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "os/file_io.h"
 #include "os/handles.h"
 #include "report.h"
 
@@ -111,7 +112,7 @@ SnapshotBackend::State SnapshotBackend::examine() const {
   struct stat status {};
   // Links are followed, as for every store. Not blocking, so that a pipe in the file's place cannot
   // hold the caller.
-  const commutil::Descriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const commutil::Descriptor file = commutil::openFile(m_path, O_RDONLY | O_NONBLOCK);
   if (!file || ::fstat(file.get(), &status) != 0) {
     state.fault = std::generic_category().message(errno);
     return state;

@@ -17,6 +17,7 @@ namespace {
 
 constexpr const char* kStoreLibrary = "libsettingrest.so";
 constexpr int kUnavailable = -1;
+constexpr int kPinned = RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE;
 
 /// Accesses a protected member of ACE: the table of loaded libraries.
 class LibraryTable : public ACE_DLL_Manager {
@@ -70,10 +71,11 @@ bool open(ACE_DLL& store) {
 }
 
 /// Keeps the library of `store` mapped until the process ends: ACE unloads it with the last of its
-/// handle objects, while entry points are still cached. Returns whether it could.
+/// handle objects, while entry points are still cached, and a store may close itself. Returns
+/// whether it could.
 bool pin(const ACE_DLL& store) {
   const char* const path = libraryOf(store);
-  return path != nullptr && ::dlopen(path, RTLD_LAZY | RTLD_NOLOAD) != nullptr;
+  return path != nullptr && ::dlopen(path, kPinned) != nullptr;
 }
 
 /// Loads the store and calls the entry point `name`, which is set in `resolved` before the call:

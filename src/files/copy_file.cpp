@@ -95,7 +95,7 @@ void removeCopy(const std::string& path, const struct stat& status) {
 bool copyTo(const std::string& path, bool isNew, const Descriptor& source,
             const struct stat* attributes) {
   // Empty it only after checking that it is not the source.
-  Descriptor target(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kNewFileMode));
+  Descriptor target = commutil::openFile(path, O_WRONLY | O_CREAT, kNewFileMode);
   struct stat from = {};
   struct stat to = {};
   if (!target) return false;
@@ -126,7 +126,7 @@ int VexaCommonUtils_i::copyFile(const std::string& source, const std::string& ta
   const bool exists = ::stat(targetPath.c_str(), &old) == 0;
   const bool isNew = !exists && errno == ENOENT;
   if (exists && isSameFile(old, status)) return -1;
-  const Descriptor file(::open(sourcePath.c_str(), O_RDONLY | O_CLOEXEC));
+  const Descriptor file = commutil::openFile(sourcePath, O_RDONLY);
   if (!file) return -1;
   return copyTo(targetPath, isNew, file, keepAttributes ? &status : nullptr) ? 0 : -1;
 }

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
@@ -64,44 +65,81 @@ std::size_t readUpTo(int fd, char* data, std::size_t size) {
   return done;
 }
 
+/// Opens the directory `name` in `parent`. Fails for a link, which may have replaced the directory
+/// since it was listed.
+DirectoryHandle openBelow(DIR* parent, const char* name) {
+  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  Descriptor file(::openat(::dirfd(parent), name, kFlags));
+  DirectoryHandle directory(file ? ::fdopendir(file.get()) : nullptr);
+  if (directory) file.release();
+  return directory;
+}
+
 /// One walk of `getFilesByDir`. Each level reports through `errno`, which the levels below it set
-/// too: an error shows at the end only if no directory was opened after it.
+/// too: an error shows at the end only if no directory was opened after it. The levels are on the
+/// heap, because callers' stacks may be small and trees deep.
 class TreeWalk {
  public:
   TreeWalk(std::string directory, std::string_view pattern, std::list<std::string>& files)
       : m_path(std::move(directory)), m_pattern(pattern), m_files(files) {}
 
-  /// Walks the directory at `m_path`, which is longer afterwards.
   int walk() {
-    DirectoryHandle directory(::opendir(m_path.c_str()));
-    if (!directory) return -1;
-    errno = 0;
-    m_path += '/';
-    const std::size_t length = m_path.size();
-    while (const dirent* const entry = ::readdir(directory.get())) {
-      visit(entry->d_name, entry->d_type);
-      m_path.resize(length);
+    if (!enter(DirectoryHandle(::opendir(m_path.c_str())))) return -1;
+    while (!m_levels.empty()) {
+      const Level& level = m_levels.back();
+      m_path.resize(level.pathLength);
+      if (const dirent* const entry = ::readdir(level.directory.get())) {
+        visit(*entry);
+      } else {
+        ::closedir(m_levels.back().directory.release());  // its error shows too
+        m_levels.pop_back();
+      }
     }
-    ::closedir(directory.release());  // its error shows too
     return errno == 0 ? 0 : -1;
   }
 
  private:
-  void visit(std::string_view name, unsigned char type) {
+  struct Level {
+    DirectoryHandle directory;
+    std::size_t pathLength;  ///< with the slash
+  };
+
+  /// Makes the open directory at `m_path` the current one. Returns whether it is open.
+  bool enter(DirectoryHandle directory) {
+    if (!directory) return false;
+    m_path += '/';
+    m_levels.push_back({std::move(directory), m_path.size()});
+    errno = 0;
+    return true;
+  }
+
+  void visit(const dirent& entry) {
+    const std::string_view name = entry.d_name;
     if (name == "." || name == "..") return;
-    if (type == DT_DIR) {
+    if (entry.d_type == DT_DIR) {
       m_path += name;
-      // After a NUL byte the path would open this same directory again, forever.
-      if (m_path.find('\0') == std::string::npos) walk();
+      enterBelow(entry.d_name);
     } else if (name.find(m_pattern) != std::string_view::npos) {
       m_path += name;
       m_files.push_back(m_path);
     }
   }
 
+  /// Enters the directory `name` of the current one, at `m_path`.
+  void enterBelow(const char* name) {
+    // With a NUL byte the path names the first directory: nothing below it has a path.
+    if (m_path.find('\0') != std::string::npos) return;
+    if (m_path.size() < PATH_MAX) {
+      enter(openBelow(m_levels.back().directory.get(), name));
+    } else {
+      errno = ENAMETOOLONG;  // no path can name it
+    }
+  }
+
   std::string m_path;
   std::string_view m_pattern;
   std::list<std::string>& m_files;
+  std::vector<Level> m_levels;
 };
 
 }  // namespace
@@ -121,7 +159,7 @@ void VexaCommonUtils::mkdir_all(const std::string& path) {
 }
 
 int VexaCommonUtils::readFile(const std::string& path, std::string& content) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const Descriptor file = commutil::openFile(path, O_RDONLY);
   if (!file) return 1;
   const off_t size = sizeOf(file.get());
   if (size < 0 || size > INT_MAX) return 1;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -22,6 +23,14 @@ ssize_t uninterrupted(const Transfer& transfer) {
     count = transfer();
   } while (count < 0 && errno == EINTR);
   return count;
+}
+
+/// Opens the file at `path`, close-on-exec, and waits for it regardless of signals. A terminal does
+/// not become the process's controlling terminal, whose hang-up would end the process.
+inline Descriptor openFile(const std::string& path, int flags, mode_t mode = 0) {
+  flags |= O_CLOEXEC | O_NOCTTY;
+  return Descriptor(
+      static_cast<int>(uninterrupted([&] { return ssize_t{::open(path.c_str(), flags, mode)}; })));
 }
 
 /// Appends the rest of the file to `text`. Returns whether the end was reached; after a failed

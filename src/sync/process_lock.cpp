@@ -1,13 +1,17 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <new>
 
 #include "VexaCommonUtils.h"
 #include "VexaLocks.h"
+#include "os/file_io.h"
 #include "os/handles.h"
 #include "os/standard_streams.h"
 #include "platform/bounded.h"
@@ -22,14 +26,34 @@ constexpr char kShareVariable[] = "_APP_SHARE_DIR";
 // Operators' scripts search for this misspelling.
 constexpr char kNoShareDirectory[] = "Getting the envionment variable _APP_SHARE_DIR failed.";
 
+/// Occupies the closed standard descriptors for a scope, so that no file takes their place: what
+/// the process prints would be written to it.
+class StandardDescriptorFiller {
+ public:
+  StandardDescriptorFiller() {
+    std::array<pollfd, 3> standard{
+        {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}, {STDERR_FILENO, 0, 0}}};
+    if (::poll(standard.data(), standard.size(), 0) <= 0) return;
+    for (std::size_t i = 0; i < standard.size(); ++i) {
+      if ((standard[i].revents & POLLNVAL) != 0)
+        m_fillers[i].reset(::open("/", O_PATH | O_CLOEXEC));
+    }
+  }
+
+ private:
+  std::array<commutil::Descriptor, 3> m_fillers;
+};
+
 /// Opens the lock file, creating the last component of its directory if it is missing. Checks
 /// neither result: locking reports a file that is not open.
 commutil::Descriptor openLockFile(std::string path, const std::string& fileName) {
   if (::access(path.c_str(), F_OK) != 0) ::mkdir(path.c_str(), 0750);
   path += fileName;
+  const StandardDescriptorFiller filler;
   // Not close-on-exec: closing the file in exec would release the lock, which otherwise survives
   // it.
-  return commutil::Descriptor(::open(path.c_str(), O_RDWR | O_CREAT, 0666));
+  return commutil::Descriptor(static_cast<int>(commutil::uninterrupted(
+      [&path] { return ssize_t{::open(path.c_str(), O_RDWR | O_CREAT | O_NOCTTY, 0666)}; })));
 }
 
 /// Locks (F_WRLCK) or unlocks (F_UNLCK) the whole file without waiting.
@@ -50,10 +74,19 @@ bool hasShareDirectory() {
 
 bool isHeldElsewhere(int error) { return error == EAGAIN || error == EACCES; }
 
-/// Sleeps a full second, regardless of signals.
+/// Sleeps a full second, regardless of signals. Goes by the clock: what nanosleep(2) reports as
+/// left is rounded up at each signal, and under many signals it would never end.
 void sleepOneSecond() {
+  using std::chrono::nanoseconds;
+  using std::chrono::steady_clock;
+  constexpr nanoseconds::rep kSecond = 1'000'000'000;
+  const auto end = steady_clock::now() + nanoseconds(kSecond);
   timespec left{1, 0};
-  while (::nanosleep(&left, &left) != 0 && errno == EINTR) continue;
+  while (::nanosleep(&left, nullptr) != 0 && errno == EINTR) {
+    const nanoseconds::rep rest = nanoseconds(end - steady_clock::now()).count();
+    if (rest <= 0) return;
+    left = {rest / kSecond, rest % kSecond};
+  }
 }
 
 }  // namespace

@@ -72,6 +72,7 @@ inline constexpr auto kCalls = std::to_array<Call>({
 
     // Directories
     {"opendir", {EACCES, EMFILE, ENFILE, ENOENT, ENOMEM, ENOTDIR}},
+    {"fdopendir", {ENOMEM}},
     {"readdir", {EIO, ENOENT}},
     {"closedir", {EIO, EINTR}},
 

@@ -98,6 +98,15 @@ int open(const char* path, int flags, ...) {
   return call(callNamed("open"), real, path, flags, mode);
 }
 
+int openat(int directory, const char* path, int flags, ...) {
+  static auto* const real = original<int(int, const char*, int, ...)>("openat");
+  std::va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  return call(callNamed("open"), real, directory, path, flags, mode);
+}
+
 std::FILE* fopen(const char* path, const char* mode) {
   static auto* const real = original<std::FILE*(const char*, const char*)>("fopen");
   return call(callNamed("fopen"), real, path, mode);
@@ -212,6 +221,11 @@ int dup(int fd) noexcept {
   return call(callNamed("dup"), real, fd);
 }
 
+int poll(pollfd* files, nfds_t count, int timeout) {
+  static auto* const real = original<int(pollfd*, nfds_t, int)>("poll");
+  return call(callNamed("poll"), real, files, count, timeout);
+}
+
 int madvise(void* data, std::size_t size, int advice) noexcept {
   static auto* const real = original<int(void*, std::size_t, int)>("madvise");
   return call(callNamed("madvise"), real, data, size, advice);
@@ -222,6 +236,11 @@ int madvise(void* data, std::size_t size, int advice) noexcept {
 DIR* opendir(const char* path) {
   static auto* const real = original<DIR*(const char*)>("opendir");
   return call(callNamed("opendir"), real, path);
+}
+
+DIR* fdopendir(int fd) {
+  static auto* const real = original<DIR*(int)>("fdopendir");
+  return call(callNamed("fdopendir"), real, fd);
 }
 
 dirent* readdir(DIR* directory) {

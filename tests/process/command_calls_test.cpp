@@ -249,6 +249,25 @@ TEST(CommandCalls, MacComesFromTheToolsStream) {
   EXPECT_EQ((Calls{{"/usr/sbin/ifconfig -a", "r"}}), shell.calls);
 }
 
+TEST(CommandCalls, MacOutlastsInterruptedReads) {
+  Reads stream{{{"eth0: flags=1\n inet6 fe80::1 x\n eth"}, {"", EINTR}, {"", EINTR}}};
+  stream.reads.push_back({"er 00:0c:29:ab:cd:ef\n"});
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  Vexacommon::LocalMACAddress mac{};
+  EXPECT_EQ(0, VexaCommonUtils_i::getZirelMacAddrOfIPV6("fe80:0:0:0:0:0:0:1", &mac));
+  EXPECT_EQ(0xef, mac.mac[5]);
+}
+
+TEST(CommandCalls, MacEndsWhereTheStreamFails) {
+  Reads stream{{{"eth0: flags=1\n inet6 fe80::1 x\n eth"}, {"", EIO}}};
+  stream.reads.push_back({"er 00:0c:29:ab:cd:ef\n"});
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  Vexacommon::LocalMACAddress mac{};
+  EXPECT_EQ(-1, VexaCommonUtils_i::getZirelMacAddrOfIPV6("fe80:0:0:0:0:0:0:1", &mac));
+}
+
 TEST(CommandCalls, SessionDetailsRunThreeTools) {
   FakeShell shell(" joe (10.0.0.1)\n");
   std::string user;

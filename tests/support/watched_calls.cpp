@@ -3,6 +3,7 @@
 
 #include "support/watched_calls.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/sendfile.h>
@@ -29,7 +30,8 @@ struct Watch {
   const std::function<void(const Stop&)>& atStop;
   const FailingCalls& failing;
   std::vector<std::string> calls;
-  std::map<int, std::string> files;  ///< the names of descriptors
+  std::map<int, std::string> files;         ///< the names of descriptors
+  std::map<DIR*, std::string> directories;  ///< and of open directories
 };
 
 Watch* watch = nullptr;
@@ -60,7 +62,9 @@ auto watched(const std::string& name, Function* function, Arguments... arguments
   return result;
 }
 
+/// Slashes at the end do not count.
 std::string lastComponent(std::string_view path) {
+  path = path.substr(0, path.find_last_not_of('/') + 1);
   return std::string(path.substr(path.rfind('/') + 1));
 }
 
@@ -69,6 +73,13 @@ template <class Function, class... Arguments>
 auto onPath(const std::string& call, Function* function, const char* path, Arguments... rest) {
   if (watch == nullptr) return function(path, rest...);
   return watched(call + " " + lastComponent(path), function, path, rest...);
+}
+
+/// Names a call on an open directory likewise.
+template <class Function>
+auto onDirectory(const std::string& call, Function* function, DIR* directory) {
+  if (watch == nullptr) return function(directory);
+  return watched(call + " " + watch->directories[directory], function, directory);
 }
 
 /// Names a call on a descriptor by the file with which it was opened.
@@ -85,7 +96,7 @@ namespace commutil_test {
 std::vector<std::string> watchCalls(const std::function<void()>& operation,
                                     const std::function<void(const Stop&)>& atStop,
                                     const FailingCalls& failing) {
-  Watch current{atStop, failing, {}, {}};
+  Watch current{atStop, failing, {}, {}, {}};
   watch = &current;
   operation();
   watch = nullptr;
@@ -125,6 +136,10 @@ int chown(const char* path, uid_t user, gid_t group) noexcept {
   return onPath("chown", cLibrary<int(const char*, uid_t, gid_t)>("chown"), path, user, group);
 }
 
+int mkdir(const char* path, mode_t mode) noexcept {
+  return onPath("mkdir", cLibrary<int(const char*, mode_t)>("mkdir"), path, mode);
+}
+
 int unlink(const char* path) noexcept {
   return onPath("unlink", cLibrary<int(const char*)>("unlink"), path);
 }
@@ -141,6 +156,38 @@ int open(const char* path, int flags, ...) {
   const int fd = onPath("open", cLibrary<int(const char*, int, ...)>("open"), path, flags, mode);
   if (watch != nullptr) watch->files[fd] = lastComponent(path);
   return fd;
+}
+
+int openat(int directory, const char* path, int flags, ...) {
+  std::va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  auto* const function = cLibrary<int(int, const char*, int, ...)>("openat");
+  if (watch == nullptr) return function(directory, path, flags, mode);
+  const int fd = watched("openat " + lastComponent(path), function, directory, path, flags, mode);
+  watch->files[fd] = lastComponent(path);
+  return fd;
+}
+
+DIR* opendir(const char* path) {
+  DIR* const directory = onPath("opendir", cLibrary<DIR*(const char*)>("opendir"), path);
+  if (watch != nullptr) watch->directories[directory] = lastComponent(path);
+  return directory;
+}
+
+DIR* fdopendir(int fd) {
+  DIR* const directory = onDescriptor("fdopendir", cLibrary<DIR*(int)>("fdopendir"), fd);
+  if (watch != nullptr) watch->directories[directory] = watch->files[fd];
+  return directory;
+}
+
+dirent* readdir(DIR* directory) {
+  return onDirectory("readdir", cLibrary<dirent*(DIR*)>("readdir"), directory);
+}
+
+int closedir(DIR* directory) {
+  return onDirectory("closedir", cLibrary<int(DIR*)>("closedir"), directory);
 }
 
 int fcntl(int fd, int command, ...) {

@@ -1,7 +1,10 @@
 // Operations on a thread whose stack is 64 KiB.
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <functional>
 #include <list>
 #include <set>
@@ -105,6 +108,49 @@ TEST_F(SmallStack, HoldsACopy) {
     });
     EXPECT_EQ(0, result);
     EXPECT_EQ(readFile(m_dir / "conf/setting.cfg"), content);
+  });
+}
+
+/// A tree of directories below each other, which a recursive removal could not hold open.
+class DeepTree {
+ public:
+  explicit DeepTree(int levels) : m_levels(levels) {
+    std::filesystem::current_path(m_dir.path());
+    for (int level = 0; level < m_levels; ++level) {
+      EXPECT_EQ(0, ::mkdir("d", 0755));
+      EXPECT_EQ(0, ::chdir("d"));
+    }
+    commutil_test::writeFile("file", "");
+  }
+  ~DeepTree() {
+    EXPECT_EQ(0, ::unlink("file"));
+    for (int level = 0; level < m_levels; ++level) {
+      EXPECT_EQ(0, ::chdir(".."));
+      EXPECT_EQ(0, ::rmdir("d"));
+    }
+    std::filesystem::current_path(m_previous);
+  }
+  DeepTree(const DeepTree&) = delete;
+  DeepTree& operator=(const DeepTree&) = delete;
+
+  std::string path() const { return m_dir.path().string(); }
+
+ private:
+  const std::filesystem::path m_previous = std::filesystem::current_path();
+  TempDir m_dir;
+  int m_levels;
+};
+
+TEST_F(SmallStack, HoldsTheWalkThroughADeepTree) {
+  constexpr int kLevels = 900;
+  const DeepTree tree(kLevels);
+  runInChild([&tree] {
+    std::list<std::string> files;
+    int result = -1;
+    onSmallStack([&] { result = VexaCommonUtils::getFilesByDir(tree.path(), "file", files); });
+    EXPECT_EQ(0, result);
+    ASSERT_EQ(1U, files.size());
+    EXPECT_EQ(tree.path().size() + 2 * kLevels + 5, files.front().size());
   });
 }
 

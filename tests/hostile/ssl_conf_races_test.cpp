@@ -10,11 +10,11 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "VexaCommonUtils_i.h"
+#include "support/file_state.h"
 #include "support/fixtures.h"
 #include "support/watched_calls.h"
 
@@ -26,6 +26,7 @@ using commutil_test::FailingCalls;
 using commutil_test::readFile;
 using commutil_test::ScopedEnv;
 using commutil_test::ScopedUmask;
+using commutil_test::stateOf;
 using commutil_test::Stop;
 using commutil_test::TempDir;
 using commutil_test::watchCalls;
@@ -70,10 +71,10 @@ class Scene {
   }
 
   void remember() {
-    for (const std::string& path : {m_victim, m_target, m_moved}) m_before[path] = describe(path);
+    for (const std::string& path : {m_victim, m_target, m_moved}) m_before[path] = stateOf(path);
   }
 
-  void expectUnchanged(const std::string& path) { EXPECT_EQ(m_before[path], describe(path)); }
+  void expectUnchanged(const std::string& path) { EXPECT_EQ(m_before[path], stateOf(path)); }
 
   /// Expects the generated file, not a link to it, at `path`.
   static void expectGenerated(const std::string& path) {
@@ -86,19 +87,6 @@ class Scene {
   }
 
  private:
-  /// Returns everything that writing could change at `path` itself; "" if nothing is there.
-  static std::string describe(const std::string& path) {
-    struct stat status = {};
-    if (::lstat(path.c_str(), &status) != 0) return {};
-    std::ostringstream text;
-    text << path << ": inode " << status.st_ino << " mode " << std::oct << status.st_mode
-         << std::dec << " owner " << status.st_uid << ':' << status.st_gid << " time "
-         << status.st_mtim.tv_sec << '.' << status.st_mtim.tv_nsec;
-    if (S_ISREG(status.st_mode)) text << " content " << readFile(path);
-    if (S_ISLNK(status.st_mode)) text << " leads to " << fs::read_symlink(path);
-    return text.str();
-  }
-
   TempDir m_dir;
   const std::string m_share = m_dir / "share";
   const std::string m_victim = m_dir / "victim";
