@@ -21,7 +21,8 @@ ROUNDS = 7
 REPETITIONS = 4
 MIN_TIME = 0.01      # seconds of a repetition
 LAUNCH_LIMIT = 600   # seconds
-COUNTERS = ("minor_faults", "resident_kib", "private_kib", "libraries")
+COUNTERS = ("minor_faults", "resident_kib", "private_kib", "libraries",
+            "visible_ms_p99", "snapshot_writes", "agent_kib")
 UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 

@@ -21,7 +21,7 @@ WORDS = ("faster", "level", "slower", "within", "over", "undecided", "nothing to
 def bars():
     found = json.loads((HERE / "bars.json").read_text())
     return ({cell: decide.Bar(bar["peer"], bar["factor"]) for cell, bar in found["ratios"].items()},
-            found["counters"])
+            found["counters"], found["scaling"])
 
 
 def family_of(program):
@@ -35,7 +35,8 @@ class Results:
         self.families = {}
         self.growth = {}
         self.counters = {}
-        ratios, self.counter_bars = bars()
+        self.scaling = {}
+        ratios, self.counter_bars, self.scaling_bars = bars()
         for program in programs.paths:
             cells, counters, errors = record.read(program)
             verdicts = {cell: decide.decide(samples, ratios.get(cell))
@@ -44,6 +45,7 @@ class Results:
                 verdicts[cell] = decide.Verdict("failed", error)
             self.families[family_of(program)] = verdicts
             self.growth.update(growth_of(cells))
+            self.scaling.update(scaling_of(cells))
             for key, counted in counters.items():
                 self.counters[key] = {name: statistics.median(each[name] for each in counted)
                                       for name in counted[0]}
@@ -59,6 +61,13 @@ class Results:
                 if who == decide.OURS and counted.get(name, 0) > most:
                     yield cell, who, name, counted[name], most
 
+    def under_scaling(self):
+        """Yields (operation, reached, least) for what two threads gain below its bar."""
+        for operation, reached in self.scaling.items():
+            least = self.scaling_bars.get(operation, 0)
+            if reached < least:
+                yield operation, reached, least
+
 
 def size_of(cell):
     """Splits a cell into its operation and its size in bytes, None if it has none."""
@@ -69,14 +78,54 @@ def size_of(cell):
     return operation + (match[3] or ""), int(match[1]) * UNIT_BYTES[match[2]]
 
 
+@dataclasses.dataclass
+class Growth:
+    """Time of 64 times the size over the time of the size: ours, and the limit's if there is one."""
+    factor: float
+    limit: str = ""
+    limit_factor: float = math.nan
+
+    @property
+    def word(self):
+        """The caches end and the kernel clears new pages for the limit too."""
+        return "over" if self.factor > MOST_GROWTH * max(1, self.limit_factor / 64) else "within"
+
+
 def growth_of(cells):
+    """Returns {operation: {size: Growth}} of the cells that are measured at 64 times their size."""
     times = {}
     for cell, samples in cells.items():
         operation, size = size_of(cell)
-        if size is not None and size >= 1024 and samples.get(decide.OURS):
-            times.setdefault(operation, {})[size] = decide.median(samples[decide.OURS])
-    found = {operation: decide.growth(of_size) for operation, of_size in times.items()}
-    return {operation: grown for operation, grown in found.items() if grown}
+        if size is None or size < 1024:
+            continue
+        for who, measured in samples.items():
+            if who == decide.OURS or who.startswith("limit:"):
+                times.setdefault(operation, {}).setdefault(who, {})[size] = decide.median(measured)
+    found = {}
+    for operation, of_who in times.items():
+        factors = {who: decide.growth(of_size) for who, of_size in of_who.items()}
+        limits = sorted(who for who in factors if who != decide.OURS)
+        for size, factor in factors.get(decide.OURS, {}).items():
+            grown = Growth(factor)
+            if limits and size in factors[limits[0]]:
+                grown = Growth(factor, limits[0].partition(":")[2], factors[limits[0]][size])
+            found.setdefault(operation, {})[size] = grown
+    return found
+
+
+def scaling_of(cells):
+    """What two threads gain over one, as a part of what two threads of an empty loop gain."""
+    found = {}
+    for cell, one in cells.items():
+        operation, _, threads = cell.rpartition("/")
+        two = cells.get(f"{operation}/2_threads", {})
+        limit = "limit:empty_loop"
+        if threads == "1_threads" and all(limit in each and decide.OURS in each
+                                          for each in (one, two)):
+            gains = [decide.median(one[who]) / decide.median(two[who])
+                     for who in (decide.OURS, limit)]
+            found[operation] = gains[0] / gains[1]
+    return found
 
 
 def duration(nanoseconds):
@@ -128,24 +177,35 @@ def families_text(results):
 
 
 def growth_text(results):
-    rows = [(operation, short(size), short(64 * size), number(factor),
-             "over" if factor > MOST_GROWTH else "within")
-            for operation, grown in sorted(results.growth.items())
-            for size, factor in grown.items()]
+    rows = [(operation, short(size), short(64 * size), number(grown.factor),
+             f"{number(grown.limit_factor)} {grown.limit}".strip(), grown.word)
+            for operation, sizes in sorted(results.growth.items())
+            for size, grown in sizes.items()]
     if rows:
-        yield ("## Growth\n\nTime of 64 times the size over the time of the size; at most "
-               f"{MOST_GROWTH}.\n\n" + table(("Operation", "From", "To", "Factor", "Bar"), rows))
+        yield ("## Growth\n\nTime of 64 times the size over the time of the size: at most "
+               f"{MOST_GROWTH}, or {MOST_GROWTH / 64:.2f} of the limit's where even that grows by more "
+               "than 64.\n\n" +
+               table(("Operation", "From", "To", "Factor", "Limit", "Bar"), rows))
 
 
 def counters_text(results):
     if not results.counters:
         return
-    names = list(next(iter(results.counters.values())))
-    rows = [(cell, who, *(f"{counted[name]:.0f}" for name in names))
-            for (cell, who), counted in sorted(results.counters.items())]
     bars_said = ", ".join(f"{name} {most}" for name, most in results.counter_bars.items())
-    yield (f"## Processes\n\nBars of ours: at most {bars_said}.\n\n"
-           + table(("Cell", "Program", *names), rows))
+    yield f"## Processes\n\nBars of ours: at most {bars_said}."
+    for names in dict.fromkeys(tuple(counted) for counted in results.counters.values()):
+        yield table(("Cell", "Program", *names), [
+            (cell, who, *(f"{value:.0f}" for value in counted.values()))
+            for (cell, who), counted in sorted(results.counters.items())
+            if tuple(counted) == names])
+
+
+def scaling_text(results):
+    rows = [(operation, number(reached), results.scaling_bars.get(operation, ""))
+            for operation, reached in sorted(results.scaling.items())]
+    if rows:
+        yield ("## Threads\n\nWhat two threads gain over one, as a part of what two threads of an "
+               "empty loop gain.\n\n" + table(("Operation", "Reached", "Bar: at least"), rows))
 
 
 def machine():
@@ -161,6 +221,7 @@ def tables(results):
     yield f"Cells: {counted}."
     yield from families_text(results)
     yield from growth_text(results)
+    yield from scaling_text(results)
     yield from counters_text(results)
 
 
@@ -179,10 +240,11 @@ def as_json(results, command, loads):
     cells = [{"family": family, "cell": cell,
               **{name: plain(value) for name, value in dataclasses.asdict(v).items()}}
              for family, verdicts in results.families.items() for cell, v in verdicts.items()]
-    growth = [{"operation": operation, "from": size, "to": 64 * size, "factor": factor}
-              for operation, grown in results.growth.items() for size, factor in grown.items()]
+    growth = [{"operation": operation, "from": size, "to": 64 * size, "verdict": grown.word,
+               **{name: plain(value) for name, value in dataclasses.asdict(grown).items()}}
+              for operation, sizes in results.growth.items() for size, grown in sizes.items()]
     counters = [{"cell": cell, "who": who, **counted}
                 for (cell, who), counted in results.counters.items()]
     return json.dumps({"schema": 1, "machine": machine(), "command": command,
                        "load": {"before": loads[0], "after": loads[1]}, "cells": cells,
-                       "growth": growth, "counters": counters}, indent=2)
+                       "growth": growth, "scaling": results.scaling, "counters": counters}, indent=2)

@@ -87,3 +87,21 @@ if(COMMUTIL_BUILD_TOOLS)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
     COMPONENT tools)
 endif()
+if(COMMUTIL_BUILD_SETTINGS_AGENT)
+  install(TARGETS commutil_settings_command
+    RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/commutil COMPONENT settings)
+  # For operators; commutil starts the other one.
+  file(RELATIVE_PATH program
+    ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBEXECDIR}/commutil/commutil-settings)
+  install(CODE "
+    set(directory \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}\")
+    file(MAKE_DIRECTORY \${directory})
+    file(CREATE_LINK ${program} \${directory}/commutil-settings SYMBOLIC)"
+    COMPONENT settings)
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil-settings/commutil-settings.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+    COMPONENT settings)
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/commutil-settings/commutil-settings.conf.5
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man5
+    COMPONENT settings)
+endif()

@@ -34,7 +34,7 @@ void printLines(const char* path) {
   std::array<wchar_t, 81> line{};  // getline writes one element more than its limit
   for (;;) {
     in.getline(line.data(), line.size() - 1);
-    // The read that meets the end of the file stores WEOF.
+    // The read that reaches the end of the file stores WEOF.
     if (in.eof() != 0 || in.fail() != 0) return;
     Vexawprintf(L"%ls", line.data());
   }

@@ -72,7 +72,7 @@ void checkDatabaseType(Input& input) {
   deployment().write("application.json", written(root));
   const commutil::Answer<std::string> answer = commutil::findDatabaseType();
   expectEqual(answer.value, expected.empty() ? "sybase" : expected, "the database type");
-  expectEqual(answer.keep, !expected.empty(), "a database type that was read is kept");
+  expectEqual(answer.keep, !expected.empty(), "a database type that was read is cacheable");
 }
 
 void checkText(Input& input) {
@@ -82,7 +82,7 @@ void checkText(Input& input) {
   const bool isJson = JsonReader(false).parse(text, root);
 
   const commutil::Answer<std::string> answer = commutil::findDatabaseType();
-  if (!isJson) expect(!answer.keep, "no document, no type to keep");
+  if (!isJson) expect(!answer.keep, "without a document nothing is cacheable");
   if (!answer.keep) expectEqual(answer.value, "sybase", "the default type");
   expect(!answer.value.empty(), "there is always a type");
 }

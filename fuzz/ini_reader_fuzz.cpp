@@ -44,7 +44,8 @@ void commutil_fuzz::testInput(Input& input) {
   const std::string text = input.rest();
 
   VexaIniReader reader(scratch.write("file.ini", text));
-  expectEqual(reader.getParamValue("[" + section + "]", key), "", "nothing is held before");
+  expectEqual(reader.getParamValue("[" + section + "]", key), "",
+              "there are no entries before the file is read");
   expectEqual(reader.initialize(false), 0, "every file that can be read");
   const IniModel model(text);
   for (const auto& [name, entries] : model.sections()) checkSection(reader, name, model);

@@ -51,7 +51,7 @@ void commutil_fuzz::testInput(Input& input) {
 
   Json::Value strictRoot;
   if (!strict().parse(text, strictRoot)) return;
-  expect(accepted && strictRoot == root, "the lenient reader takes what the strict one takes");
+  expect(accepted && strictRoot == root, "the lenient reader accepts what the strict one accepts");
   expect(!strict().parse(text + "\n// end", strictRoot), "the strict reader rejects comments");
   expect(!strict().parse("/* */" + text, strictRoot), "the strict reader rejects comments");
   expect(strict().parse(text + " \n", strictRoot) && strictRoot == root, "whitespace may follow");

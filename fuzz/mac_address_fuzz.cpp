@@ -31,7 +31,7 @@ using commutil_fuzz::MacBytes;
 using commutil_fuzz::modelLines;
 using Vexacommon::LocalMACAddress;
 
-constexpr const char* kBlanks = " \t\r\n";
+constexpr const char* kWhitespace = " \t\r\n";
 
 bool isZirelHost = false;
 
@@ -88,11 +88,11 @@ std::vector<std::string> modelMacList(const std::string& tool, const std::string
   }
   for (const std::string& line : modelLines(bonding, 1024)) {
     if (line.size() < 35) continue;
-    const std::size_t end = line.find_last_not_of(kBlanks);
+    const std::size_t end = line.find_last_not_of(kWhitespace);
     if (end == line.npos) continue;
-    const std::size_t blank = line.find_last_of(kBlanks, end);
-    if (blank == line.npos || end - blank <= 16) continue;
-    appendOnce(texts, ToUpper(line.substr(blank + 1, end - blank)));
+    const std::size_t gap = line.find_last_of(kWhitespace, end);
+    if (gap == line.npos || end - gap <= 16) continue;
+    appendOnce(texts, ToUpper(line.substr(gap + 1, end - gap)));
   }
   return texts;
 }

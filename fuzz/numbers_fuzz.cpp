@@ -12,7 +12,7 @@
 
 namespace {
 
-/// The last sixteen digits count, of their value the low 32 bits as a signed number.
+/// Only the last sixteen digits count, and only the low 32 bits of their value, as a signed number.
 std::string modelHexToInt(const std::string& hex) {
   if (hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return "";
   const std::string last = hex.size() > 16 ? hex.substr(hex.size() - 16) : hex;

@@ -1,5 +1,5 @@
 // Untrusted paths: compares the check that a path stays below its base with a plain model and with
-// what the path names, and tests the splitting of paths, which reads the file system only.
+// the file that the path names, and tests the splitting of paths, which only reads the file system.
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
@@ -51,7 +51,8 @@ void checkCheckPath(const std::string& path, const std::string& base) {
   expectEqual(accepted, modelCheckPath(path, base), "checkPath");
   if (!accepted || base.empty() || path.find('\0') != path.npos || base.find('\0') != base.npos)
     return;
-  expect(namesPlaceBelow(withSlashes(path), withSlashes(base)), "an accepted path stays below");
+  expect(namesPlaceBelow(withSlashes(path), withSlashes(base)),
+         "an accepted path stays below the base");
 }
 
 void checkParentDirectory(const std::string& path) {

@@ -1,5 +1,5 @@
-// Parses database query text back: a LIKE operand must be one literal that matches only the string
-// it was made from, for any string and any database type, which this program supplies.
+// Parses database query text: a LIKE operand must be one literal that matches only the string from
+// which it was built, for any string and any database type, which this program supplies.
 #include <strings.h>
 
 #include <string>

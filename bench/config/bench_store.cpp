@@ -1,4 +1,4 @@
-// A settings store with almost no cost of its own.
+// A settings store whose lookups cost almost nothing.
 #include <string>
 
 extern "C" int getSettingParamValue(const std::string& key, std::string& value);

@@ -51,7 +51,7 @@ std::string loopBracketed(const std::string& text) {
   return result;
 }
 
-/// What ours is bound to do: no peer looks the type up, which counts for a short text.
+/// The least that ours must do: no peer looks up the type, which matters for a short text.
 std::string typeAndLoop(const std::string& text) {
   benchmark::DoNotOptimize(VexaCommonUtils::getDBType());
   return loopBracketed(text);

@@ -132,7 +132,7 @@ void writeOnly(const std::string& from, const std::string& to) {
   ::close(fd);
 }
 
-/// The calls that a copy is bound to make, its content by the quickest one.
+/// The calls that a copy must make, with the fastest one for its content.
 void copyByCalls(const std::string& from, const std::string& to) {
   std::array<char, PATH_MAX> resolved{};
   struct stat status = {};

@@ -21,7 +21,7 @@ struct Memory {
   double privateKib = 0;
 };
 
-/// What the waiting process `pid` holds once its start is over.
+/// Returns the memory that the process `pid` holds once its start is over and it waits.
 Memory memoryOf(pid_t pid) {
   std::ifstream rollup("/proc/" + std::to_string(pid) + "/smaps_rollup");
   Memory memory;

@@ -40,7 +40,7 @@ class Registered {
   std::vector<benchmark::internal::Benchmark*> m_all;
 };
 
-/// Registers OPERATION/SIZE/WHO, and ours twice: what its two names differ by is noise.
+/// Registers OPERATION/SIZE/WHO, and ours twice: the difference between its two names is noise.
 template <class Run, class... Arguments>
 Registered add(const std::string& name, const Run& run, const Arguments&... arguments) {
   std::vector<benchmark::internal::Benchmark*> all = {
@@ -51,12 +51,14 @@ Registered add(const std::string& name, const Run& run, const Arguments&... argu
   return Registered(std::move(all));
 }
 
-/// `add` of a text of `bytes`; of a larger one than peers are compared with, ours once.
+/// Like `add`, for a text of `bytes`; for one larger than peers are compared with, registers only
+/// ours and the limit, once.
 template <class Run>
 void addSized(const std::string& name, std::size_t bytes, const Run& run) {
+  const std::string who = name.substr(name.rfind('/') + 1);
   if (bytes <= kLargestForPeers) {
     add(name, run);
-  } else if (std::string_view(name).ends_with("/ours")) {
+  } else if (who == "ours" || who.starts_with("limit:")) {
     benchmark::RegisterBenchmark(name.c_str(), run);
   }
 }

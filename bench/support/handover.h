@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-// What tokens that are handed over are measured with.
+// Helpers to measure tokens that are handed over.
 
 namespace commutil_bench {
 
@@ -23,8 +23,8 @@ inline double fairness(const std::vector<int>& turns) {
   return squares == 0 ? 1 : sum * sum / (static_cast<double>(turns.size()) * squares);
 }
 
-/// The calls that a turn of the token is bound to make: a mutex locked and released in grab and
-/// letgo, in acquire and in release, and an entry with a condition, allocated and freed.
+/// The calls that a turn of the token must make: a mutex locked and released in grab and letgo, in
+/// acquire and in release, and an entry with a condition, allocated and freed.
 class TokenCalls {
  public:
   void acquire() {

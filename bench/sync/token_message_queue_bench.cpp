@@ -54,7 +54,7 @@ struct AcePool {
   ACE_Message_Queue<ACE_MT_SYNCH> queue;
 };
 
-/// The calls that ours is bound to make, with one thread.
+/// The calls that ours must make, with one thread.
 struct CallsPool {
   CallsPool() : queue(kWaterMark, kWaterMark) {}
 
@@ -79,8 +79,8 @@ int work(Pool& pool) {
   return taken;
 }
 
-/// Seconds of a clock: the thread's processor time if it is alone, for other work does not lengthen
-/// that.
+/// Returns the seconds of a clock: of the thread's processor time if it is the only one, because
+/// other work does not lengthen that.
 double secondsNow(int threadCount) {
   timespec time{};
   ::clock_gettime(threadCount == 1 ? CLOCK_THREAD_CPUTIME_ID : CLOCK_MONOTONIC, &time);
@@ -92,7 +92,7 @@ void drain(benchmark::State& state, int threadCount) {
   for ([[maybe_unused]] auto _ : state) {
     Pool pool;
     for (int i = 0; i < kMessages; ++i) pool.queue.enqueue_tail(new ACE_Message_Block(64));
-    std::latch ready(threadCount);  // a thread that starts late would find less to take
+    std::latch ready(threadCount);  // a thread that starts late would get fewer messages
     std::vector<std::thread> threads;
     std::vector<int> taken(static_cast<std::size_t>(threadCount));
     for (std::size_t i = 1; i < taken.size(); ++i) {

@@ -76,14 +76,15 @@ every_tenth() {
   done
 }
 
-# build PRESET [BUILD-PRESET]: builds a preset's tree, or the targets of another build preset in it.
+# build PRESET [BUILD-PRESET [CMAKE-OPTION...]]: builds a preset's tree, or the targets of another build
+# preset in it.
 build() {
   local preset=$1
   say "Building build/$preset"
   if [ -t 1 ]; then
-    cmake --build --preset "${2:-$preset}"
+    cmake --build --preset "${2:-$preset}" "${@:3}"
   else
-    NINJA_STATUS='@%p ' cmake --build --preset "${2:-$preset}" | every_tenth
+    NINJA_STATUS='@%p ' cmake --build --preset "${2:-$preset}" "${@:3}" | every_tenth
   fi || fail "building build/$preset"
 }
 

@@ -26,6 +26,6 @@ int main() {
             << VexaCommonUtils::replEnvVar("%REGION%/100%") << '\n'
             << VexaCommonUtils_i::VexareplaceEnvVar("${REGION}/$REGION") << '\n';
 
-  // Unset and empty variables both give "": use getenv(3) to distinguish them.
+  // Returns "" for unset and for empty variables: use getenv(3) to distinguish them.
   std::cout << '"' << VexaCommonUtils::Vexagetenv("UNSET_HERE") << '"' << '\n';
 }

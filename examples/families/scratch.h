@@ -6,8 +6,8 @@
 #include <fstream>
 #include <string>
 
-/// A directory of the example's own below the system's temporary directory. The destructor removes
-/// it with its contents.
+/// A new directory below the system's temporary directory. The destructor removes it with its
+/// contents.
 class Scratch {
  public:
   Scratch() : m_path(std::filesystem::temp_directory_path() / "commutil-XXXXXX") {

@@ -16,8 +16,8 @@ int main() {
   std::cout << wide.size() << " characters, " << VexaCommonUtils::WSTR2STR(wide.c_str()).size()
             << " bytes\n";
 
-  // Failures are not reported: an invalid sequence ends the result, an unencodable character gives
-  // "".
+  // Failures are not reported: an invalid sequence ends the result, and the result for an
+  // unencodable character is "".
   std::cout << VexaCommonUtils::STR2WSTR("ab\xFFzz").size() << " characters before the fault\n";
   const wchar_t beyond[] = {static_cast<wchar_t>(0xD800), L'\0'};
   std::cout << '"' << VexaCommonUtils::WSTR2STR(beyond) << "\"\n";

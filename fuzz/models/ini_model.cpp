@@ -9,10 +9,10 @@ namespace commutil_fuzz {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kWhitespace = " \t\r\n";
 
 std::string trimmed(std::string_view text) {
-  return commutil_test::modelTrim(std::string(text), std::string(kBlanks));
+  return commutil_test::modelTrim(std::string(text), std::string(kWhitespace));
 }
 
 }  // namespace
@@ -53,7 +53,7 @@ void IniModel::skipLine() {
 }
 
 void IniModel::skipWhitespace() {
-  m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kBlanks), m_rest.size()));
+  m_rest.remove_prefix(std::min(m_rest.find_first_not_of(kWhitespace), m_rest.size()));
 }
 
 std::pair<std::string, bool> IniModel::textBefore(char end) {

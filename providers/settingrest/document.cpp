@@ -1,5 +1,4 @@
 // Turns a JSON document into settings: the names of nested objects are the segments of a path.
-// Used by the backends; a document is immutable and may be read by any number of threads.
 #include "document.h"
 
 #include <json/value.h>
@@ -13,8 +12,7 @@
 namespace settingrest {
 namespace {
 
-/// Returns the first line of the parser's error message, which has the position: "Line 1, Column
-/// 2".
+/// Returns the position from the parser's error message, its first line: "Line 1, Column 2".
 std::string placeOf(const std::string& complaint) {
   const std::size_t begin = complaint.find_first_not_of("* ");
   if (begin == std::string::npos) return "unknown place";
@@ -39,7 +37,7 @@ Json::Value parse(std::string_view text) {
   if (!root.isObject()) throw std::runtime_error("not an object");
   const auto end = static_cast<std::size_t>(root.getOffsetLimit());
   if (commutil::skipJsonSpace(text, end, false) != text.size())
-    throw std::runtime_error("text behind the document");
+    throw std::runtime_error("text after the document");
   return root;
 }
 

@@ -9,7 +9,7 @@ class Value;
 
 namespace settingrest {
 
-/// The settings of one JSON document by their full paths. Immutable once parsed.
+/// The settings of one JSON document by their full paths. Immutable, so threads may share it.
 class Document {
  public:
   /// Reads the settings from `text`.

@@ -1,10 +1,10 @@
-// The embedded store: one JSON file, re-read when an operator changes it. Every look-up looks at
-// the file's state; one mutex guards the reading, the document itself is read without it.
+// The embedded store: one JSON file, re-read when an operator changes it. Every lookup checks the
+// file's status. Takes no lock: threads that see a change at the same moment each read the file.
 #include "file_backend.h"
 
 #include <fcntl.h>
 
-#include <cstdio>
+#include <ctime>
 #include <exception>
 #include <functional>
 #include <new>
@@ -13,6 +13,7 @@
 
 #include "os/file_io.h"
 #include "os/handles.h"
+#include "report.h"
 
 namespace settingrest {
 namespace {
@@ -29,74 +30,81 @@ std::timespec fileClock() {
   return now;
 }
 
-}  // namespace
-
-FileBackend::Identity::Identity(const struct stat& status)
-    : device(status.st_dev), inode(status.st_ino), size(status.st_size), modified(status.st_mtim) {}
-
-bool FileBackend::Identity::operator==(const Identity& other) const {
-  return device == other.device && inode == other.inode && size == other.size &&
-         modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
-}
-
-FileBackend::FileBackend(std::string path) : m_path(std::move(path)) {}
-
-bool FileBackend::findValue(const std::string& key, std::string& value) {
-  const std::shared_ptr<const Document> document = current();
-  const std::string* const found = document ? document->find(key) : nullptr;
-  if (found == nullptr) return false;
-  value = *found;
-  return true;
-}
-
-bool FileBackend::findGroup(const std::string& group, std::map<std::string, std::string>& params) {
-  const std::shared_ptr<const Document> document = current();
-  if (!document) return false;
-  std::map<std::string, std::string> found = document->below(group);
-  if (found.empty()) return false;
-  params.swap(found);
-  return true;
-}
-
-std::shared_ptr<const Document> FileBackend::current() {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  struct stat status {};
-  if (::stat(m_path.c_str(), &status) != 0) return nullptr;
-  return m_identity && *m_identity == Identity(status) ? m_document : reload();
-}
-
-std::shared_ptr<const Document> FileBackend::reload() {
-  m_identity.reset();
-  // Not blocking, so that a pipe in the file's place cannot hold the caller.
-  const commutil::Descriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
-  const std::timespec readAt = fileClock();
-  std::string text;
-  if (!commutil::readAll(file.get(), text)) return nullptr;
-  accept(text);
-  // A file modified in this very tick may change once more without showing it: look again.
-  if (isBefore(status.st_mtim, readAt)) m_identity.emplace(status);
-  return m_document;
-}
-
-void FileBackend::accept(const std::string& text) {
+/// Parses `text`. Returns null with the `reason` if it is malformed.
+std::shared_ptr<const Document> parse(const std::string& text, std::string& reason) {
   try {
-    m_document = std::make_shared<const Document>(text);
-    m_rejected.reset();
+    return std::make_shared<const Document>(text);
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    reject(text, error.what());
+    reason = error.what();
+    return nullptr;
   }
 }
 
-void FileBackend::reject(const std::string& text, const char* reason) {
-  const std::size_t hash = std::hash<std::string>()(text);
-  if (m_rejected == hash) return;
-  m_rejected = hash;
-  std::fprintf(stderr, "settingrest: %s is malformed (%s); %s\n", m_path.c_str(), reason,
-               m_document ? "what was read before stays in use" : "there are no settings");
+}  // namespace
+
+FileBackend::FileBackend(std::string path) : m_path(std::move(path)) {}
+
+Answer FileBackend::findValue(const std::string& key, std::string& value) {
+  const Reading reading = current();
+  const Document* const document = reading.document();
+  const std::string* const found = document != nullptr ? document->find(key) : nullptr;
+  if (found == nullptr) return Answer::absent;
+  value = *found;
+  return Answer::found;
+}
+
+Answer FileBackend::findGroup(const std::string& group,
+                              std::map<std::string, std::string>& params) {
+  const Reading reading = current();
+  const Document* const document = reading.document();
+  if (document == nullptr) return Answer::absent;
+  std::map<std::string, std::string> found = document->below(group);
+  if (found.empty()) return Answer::absent;
+  params.swap(found);
+  return Answer::found;
+}
+
+FileBackend::Reading FileBackend::current() {
+  struct stat status {};
+  if (::stat(m_path.c_str(), &status) != 0) return {};
+  Published<Contents>::Pin last = m_contents.pin();
+  if (last && last->identity == FileIdentity(status)) return {std::move(last), nullptr};
+  return reload(std::move(last));
+}
+
+FileBackend::Reading FileBackend::reload(Published<Contents>::Pin last) {
+  // Not blocking, so that a pipe in the file's place cannot hold the caller.
+  const commutil::Descriptor file(::open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  const std::timespec readAt = fileClock();
+  std::string text;
+  if (!commutil::readAll(file.get(), text)) return {};
+  Contents next;
+  // A file modified in this very tick may change once more without showing it: read it again.
+  if (isBefore(status.st_mtim, readAt)) next.identity.emplace(status);
+  std::string reason;
+  next.document = parse(text, reason);
+  const bool isMalformed = !next.document;
+  if (isMalformed) {
+    if (last) next.document = last->document;
+    next.rejected = std::hash<std::string>()(text);
+  }
+  const bool isNews = isMalformed && !(last && last->rejected == next.rejected);
+  Reading reading{{}, next.document};
+  // If another thread has published what it read, this lookup still answers from its own reading.
+  if (m_contents.replace(last, std::move(next)) && isNews) report(reason, reading.own != nullptr);
+  last = Published<Contents>::Pin();
+  m_contents.reap();
+  return reading;
+}
+
+void FileBackend::report(const std::string& reason, bool hasDocument) const {
+  settingrest::report(
+      m_path + " is malformed (" + reason + "); " +
+      (hasDocument ? "what was read before stays in use" : "there are no settings"));
 }
 
 }  // namespace settingrest

@@ -1,49 +1,51 @@
 #pragma once
 
-#include <ctime>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
-#include <sys/stat.h>
-
 #include "backend.h"
 #include "document.h"
+#include "file_identity.h"
+#include "published.h"
 
 namespace settingrest {
 
 /// Settings in a JSON file that is read again when it changes. A malformed document leaves the last
-/// good one in use and is said once on standard error.
+/// good one in use and is reported once.
 class FileBackend : public Backend {
  public:
   explicit FileBackend(std::string path);
 
-  bool findValue(const std::string& key, std::string& value) override;
-  bool findGroup(const std::string& group, std::map<std::string, std::string>& params) override;
+  Answer findValue(const std::string& key, std::string& value) override;
+  Answer findGroup(const std::string& group, std::map<std::string, std::string>& params) override;
 
  private:
-  /// What tells one state of the file from another.
-  struct Identity {
-    dev_t device;
-    ino_t inode;
-    off_t size;
-    std::timespec modified;
+  using DocumentPointer = std::shared_ptr<const Document>;
 
-    explicit Identity(const struct stat& status);
-    bool operator==(const Identity& other) const;
+  /// What was read last.
+  struct Contents {
+    std::optional<FileIdentity> identity;
+    DocumentPointer document;             // the last good one
+    std::optional<std::size_t> rejected;  // hash of the text reported last
   };
 
-  std::shared_ptr<const Document> current();
-  std::shared_ptr<const Document> reload();
-  void accept(const std::string& text);
-  void reject(const std::string& text, const char* reason);
+  /// The document for one lookup: a published one, or one that only this lookup has read.
+  struct Reading {
+    Published<Contents>::Pin pin;
+    DocumentPointer own;
+
+    const Document* document() const {
+      return own ? own.get() : pin ? pin->document.get() : nullptr;
+    }
+  };
+
+  Reading current();
+  Reading reload(Published<Contents>::Pin last);
+  void report(const std::string& reason, bool hasDocument) const;
 
   const std::string m_path;
-  std::mutex m_mutex;                          // guards what follows
-  std::optional<Identity> m_identity;          // of the contents read last
-  std::shared_ptr<const Document> m_document;  // the last good one
-  std::optional<std::size_t> m_rejected;       // hash of the contents complained of last
+  OwnedPublished<Contents> m_contents;
 };
 
 }  // namespace settingrest

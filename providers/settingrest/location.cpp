@@ -13,9 +13,9 @@ namespace {
 constexpr const char* kRootVariables[] = {"_APP_SHARE_DIR", "APP_ROOT", "COMMON_LIB_PATH"};
 constexpr const char* kFileName = "/conf/settings.json";
 
-std::string_view variable(const char* name) {
+const char* variable(const char* name) {
   const char* const value = std::getenv(name);
-  return value == nullptr ? std::string_view() : std::string_view(value);
+  return value == nullptr ? "" : value;
 }
 
 /// Decodes the %XX of a URL; returns nothing for an incomplete one or a NUL, which no path has.
@@ -49,9 +49,11 @@ bool consume(std::string_view& text, std::string_view prefix) {
 
 }  // namespace
 
+const char* locationUrl() { return variable(kUrlVariable); }
+
 std::optional<Location> findLocation() {
-  const std::string_view url = variable(kUrlVariable);
-  if (!url.empty()) return Location{true, std::string(url)};
+  std::string url = locationUrl();
+  if (!url.empty()) return Location{true, std::move(url)};
   for (const char* const name : kRootVariables) {
     std::string path(variable(name));
     if (path.empty()) continue;
@@ -63,18 +65,13 @@ std::optional<Location> findLocation() {
 
 UrlFile fileOfUrl(std::string_view url) {
   using Fault = UrlFile::Fault;
-  if (!consume(url, "file://")) return {{}, Fault::otherScheme};
+  const bool isSnapshot = consume(url, "snapshot://");
+  if (!isSnapshot && !consume(url, "file://")) return {{}, Fault::otherScheme};
   consume(url, "localhost");
   std::optional<std::string> path = percentDecode(url);
-  if (!path) return {{}, Fault::wrongEscape};
-  if (path->empty() || path->front() != '/') return {{}, Fault::notAbsolute};
-  return {std::move(*path), Fault::none};
-}
-
-std::optional<std::string> filePath(std::string_view url) {
-  UrlFile file = fileOfUrl(url);
-  if (file.fault != UrlFile::Fault::none) return std::nullopt;
-  return std::move(file.path);
+  if (!path) return {{}, Fault::wrongEscape, isSnapshot};
+  if (path->empty() || path->front() != '/') return {{}, Fault::notAbsolute, isSnapshot};
+  return {std::move(*path), Fault::none, isSnapshot};
 }
 
 }  // namespace settingrest

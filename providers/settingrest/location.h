@@ -18,20 +18,21 @@ struct Location {
   }
 };
 
+/// Returns the value of the variable that names a store by URL, "" if there is none.
+const char* locationUrl();
+
 /// Returns the store that the environment names now; nothing if it names none.
 std::optional<Location> findLocation();
 
-/// The file that a "file:" URL names, or why it names none.
+/// The file that a "file:" or "snapshot:" URL names, or why it names none.
 struct UrlFile {
   enum class Fault { none, otherScheme, wrongEscape, notAbsolute };
 
   std::string path;
   Fault fault;
+  bool isSnapshot = false;
 };
 
 UrlFile fileOfUrl(std::string_view url);
-
-/// Returns the file that a "file:" URL names; nothing if `url` is not one or is malformed.
-std::optional<std::string> filePath(std::string_view url);
 
 }  // namespace settingrest

@@ -13,7 +13,7 @@ constexpr InRange kLowerCase{'a', 'z'};
 constexpr InRange kDigits{'0', '9'};
 constexpr char kCaseBit = 'a' - 'A';
 
-/// Also the set of a trimming operation, which takes a C string.
+/// A C string, because trimming operations take their set as one.
 constexpr char kWhitespace[] = " \t\r\n";
 
 /// The bytes that are not digits.

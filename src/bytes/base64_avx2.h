@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-// Base64 in blocks, for processors with AVX2; on others these do nothing. They process the plain
-// part and leave the rest to the caller, who continues where they stopped.
+// Base64 in blocks, for processors with AVX2; on others these functions do nothing. The caller
+// continues where they stop.
 
 namespace commutil {
 

@@ -9,7 +9,7 @@
 
 namespace commutil {
 
-/// Finds a text as a whole, in time linear in what is searched.
+/// Searches for a string, in time linear in the text that is searched.
 class Finder {
  public:
   /// `wanted` must outlive the finder.
@@ -17,8 +17,8 @@ class Finder {
 
   std::size_t length() const { return m_wanted.size(); }
 
-  /// The first position of the wanted text in `text` at or after `from`, the text's length when
-  /// there is none. An empty text is found at once.
+  /// Returns the first position of the wanted string in `text` at or after `from`, the text's
+  /// length if there is none. The empty string is found at `from`.
   std::size_t find(std::string_view text, std::size_t from) const {
     if (m_wanted.empty()) return from;
     for (int starts = 0; starts < kFalseStarts; ++starts, ++from) {
@@ -31,7 +31,7 @@ class Finder {
   }
 
   /// Calls `visit` with the position of each occurrence, left to right, without overlap. The wanted
-  /// text must not be empty. `visit` may overwrite the occurrence.
+  /// string must not be empty. `visit` may overwrite the occurrence.
   template <class Visit>
   void forEach(std::string_view text, const Visit& visit) const {
     std::size_t at = find(text, forEachInBlocks(text, visit));
@@ -39,8 +39,8 @@ class Finder {
   }
 
  private:
-  // A quick search compares at every likely place. Where too many of them lead nowhere it would go
-  // quadratic, and memmem, slower to start, takes over.
+  // The quick search compares at each occurrence of the first byte. After this many mismatches,
+  // which could make it quadratic, memmem(3) takes over, which is slower to start.
   static constexpr int kFalseStarts = 16;
 
   static std::size_t offset(std::string_view text, const void* at) {
@@ -52,13 +52,13 @@ class Finder {
     return std::memcmp(text.data() + at, m_wanted.data(), length()) == 0;
   }
 
-  // Visits the occurrences that whole blocks of starts show, and returns where to search on. A
-  // likely place has the first byte of the wanted text and, at its distance, the last one.
+  // Visits the occurrences that start in whole blocks, and returns where the search continues. A
+  // position is likely if the first and the last byte of the wanted string match there.
   template <class Visit>
   std::size_t forEachInBlocks(std::string_view text, const Visit& visit) const {
     const Block first = Block::filledWith(m_wanted.front());
     const Block last = Block::filledWith(m_wanted.back());
-    std::size_t patience = text.size();  // bytes that may be compared in vain
+    std::size_t patience = text.size();  // bytes that mismatches may still cost
     std::size_t next = 0;
     std::size_t block = 0;
     for (; block + length() + Block::kSize <= text.size(); block += Block::kSize) {

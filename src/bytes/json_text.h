@@ -64,9 +64,9 @@ inline bool parseJson(const Json::CharReaderBuilder& builder, std::string_view t
   const char* const end = begin + text.size();
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   if (reader->parse(begin, end, &root, complaint)) return true;
-  // Without memory, jsoncpp takes a number for malformed, because its stream swallows the
-  // exception. A second parse detects that: if memory is still lacking, it throws, since the first
-  // one's memory is not released yet.
+  // Out of memory, jsoncpp reports a number as malformed, because its stream swallows the
+  // exception. A second parse detects that: if memory is still short, it throws, because the first
+  // parse has not released its own yet.
   Json::Value again;
   const std::unique_ptr<Json::CharReader> second(builder.newCharReader());
   if (!second->parse(begin, end, &again, complaint)) return false;

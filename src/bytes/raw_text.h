@@ -4,8 +4,8 @@
 #include <string>
 #include <type_traits>
 
-// Strings whose bytes come from elsewhere (a read, a coder), built without clearing them first,
-// which for large strings costs as much as the rest.
+// Builds strings without clearing their bytes first, which for large strings costs as much as
+// writing them.
 
 namespace commutil {
 

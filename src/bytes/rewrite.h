@@ -39,8 +39,8 @@ class RunCopier {
   const char* m_resultEnd;
 };
 
-/// Writes the `length` bytes of a `block` at `out` with those of the `mask` written by
-/// `write(out, byte)`, which returns the place after what it wrote. Runs are copied as whole
+/// Copies the `length` bytes of a `block` to `out`, except those of the `mask`, which
+/// `write(out, byte)` writes; it returns the position after what it wrote. Runs are copied as whole
 /// blocks: both sides need room for one more. Returns the result's end.
 template <class Write>
 char* rewriteBlock(char* out, const char* block, std::size_t length, unsigned mask,
@@ -56,14 +56,14 @@ char* rewriteBlock(char* out, const char* block, std::size_t length, unsigned ma
   return out + (length - copied);
 }
 
-/// Writes `text` at `out` with each byte of `set` written by `write` (see `rewriteBlock`) as one
-/// byte at least. Returns the result's end.
+/// Copies `text` to `out`, except the bytes of `set`, each of which `write` (see `rewriteBlock`)
+/// writes as at least one byte. Returns the result's end.
 template <class Set, class Write>
 char* rewriteInto(char* out, std::string_view text, const Set& set, const Write& write) {
   const char* at = text.data();
   const char* const end = at + text.size();
-  // While two blocks are left, a block's copies end inside `text` and, since no less is left to
-  // write than to read, inside the result.
+  // While two blocks are left, a block's copies end inside `text`, and inside the result, because
+  // at least as much is left to write as to read.
   for (; end - at >= static_cast<std::ptrdiff_t>(2 * Block::kSize); at += Block::kSize) {
     out = rewriteBlock(out, at, Block::kSize, set(Block::load(at)).mask(), write);
   }

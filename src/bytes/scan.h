@@ -9,7 +9,7 @@
 
 #include "bytes/block.h"
 
-// Classes of bytes, and searching and counting a text's bytes that are in one. A class that is
+// Sets of bytes, and searching and counting the bytes of a text that are in one. A set that is
 // searched in blocks is a type with two call operators: one returns whether a byte belongs to it,
 // one returns the hits in a block.
 
@@ -48,11 +48,11 @@ bool containsAny(std::string_view text, const Set& set) {
   return set(Block::load(last)).mask() != 0;  // may overlap the block before
 }
 
-/// Returns whether any byte of `text` is one of `Bytes`: a search of the C library for each, which
-/// compares wider blocks than these.
+/// Returns whether any byte of `text` is one of `Bytes`. Searches for each with memchr(3), which
+/// compares wider blocks than `Block`.
 template <char... Bytes>
 bool containsAnyOf(std::string_view text, const AnyOf<Bytes...>& set) {
-  constexpr std::size_t kPiece = 4096;  // stays in the nearest cache from one search to the next
+  constexpr std::size_t kPiece = 4096;  // stays in the first-level cache between searches
   if (text.size() < 4 * Block::kSize) return containsAny(text, set);
   for (; !text.empty(); text.remove_prefix(std::min(kPiece, text.size()))) {
     const std::string_view piece = text.substr(0, kPiece);
@@ -90,8 +90,8 @@ class ByteSet {
 
   bool contains(char byte) const { return (m_words[word(byte)] & bit(byte)) != 0; }
 
-  /// The position of the first byte of `text` at or after `from` that is not in the set, the
-  /// text's length when there is none.
+  /// Returns the position of the first byte of `text` at or after `from` that is not in the set,
+  /// the text's length if there is none.
   std::size_t skip(std::string_view text, std::size_t from) const {
     while (from < text.size() && contains(text[from])) ++from;
     return std::min(from, text.size());

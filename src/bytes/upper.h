@@ -14,7 +14,7 @@ inline Block upperBlock(const char* at) {
   return block ^ (kLowerCase(block) & Block::filledWith(kCaseBit));
 }
 
-/// Writes `text` in upper case at `out`, which may be the place of `text` itself.
+/// Writes `text` in upper case at `out`, which may be `text.data()`.
 inline void upperInto(char* out, std::string_view text) {
   if (text.size() < Block::kSize) {
     for (const char byte : text) {

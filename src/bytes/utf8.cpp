@@ -1,4 +1,4 @@
-// Conversion between UTF-8 and wide text, in blocks of 16 characters if these are ASCII.
+// Converts between UTF-8 and wide text, ASCII in blocks of 16 characters.
 #include "bytes/utf8.h"
 
 #include <algorithm>
@@ -11,21 +11,21 @@
 namespace commutil {
 namespace {
 
-/// How many bytes after its first each of four characters has.
+/// Returns the number of bytes after the first one, for each of four characters.
 Quad moreBytes(Quad four) { return Quad() - ((four > 0x7F) + (four > 0x7FF) + (four > 0xFFFF)); }
 
-/// Marks those of four values that are left to the caller.
-Quad areForeign(Quad four) {
+/// Returns which of four values UTF-8 does not encode.
+Quad areUnencodable(Quad four) {
   const Quad surrogate = (four > 0xD7FF) & (four < 0xE000);
   return (four > 0x10FFFF) | (four < 0) | surrogate;
 }
 
-/// Decodes a sequence of at least two bytes. The NUL after the text continues no sequence.
+/// Decodes a sequence of at least two bytes. The NUL after the text ends an incomplete one.
 Utf8Character decode(const char* text) {
   return decodeUtf8([text](std::size_t i) { return static_cast<unsigned char>(text[i]); });
 }
 
-/// Writes one character and returns the position behind it.
+/// Writes one character and returns the position after it.
 char* encode(std::uint32_t c, char* out) {
   const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
   if (c >= 0x800 && c < 0x10000) {
@@ -51,7 +51,7 @@ char* encode(std::uint32_t c, char* out) {
 
 constexpr std::ptrdiff_t kLongest = 4;  // bytes of a character
 
-bool isForeign(wchar_t c) { return c < 0 || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF); }
+bool isUnencodable(wchar_t c) { return c < 0 || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF); }
 
 }  // namespace
 
@@ -88,10 +88,10 @@ Converted widenUtf8(const char* text, std::size_t size, wchar_t* wide) {
 
 std::size_t measureUtf8(const wchar_t* wide, std::size_t size) {
   Quad more;
-  Quad foreign;
+  Quad unencodable;
   const auto add = [&](Quad four) {
     more = more + moreBytes(four);
-    foreign = foreign | areForeign(four);
+    unencodable = unencodable | areUnencodable(four);
   };
   std::size_t i = 0;
   for (; size - i >= Block::kSize; i += Block::kSize) {
@@ -103,7 +103,7 @@ std::size_t measureUtf8(const wchar_t* wide, std::size_t size) {
     add(block.d);
   }
   for (; i < size; ++i) add(Quad::single(wide[i]));
-  return foreign.any() ? kNoUtf8 : size + more.sum();
+  return unencodable.any() ? kNoUtf8 : size + more.sum();
 }
 
 char* narrowUtf8(const wchar_t* wide, std::size_t size, char* text) {
@@ -141,7 +141,7 @@ Converted narrowUtf8(const wchar_t* wide, std::size_t size, char* text, std::siz
       }
     }
     for (const std::size_t stop = std::min(size, i + Block::kSize); i < stop; ++i) {
-      if (isForeign(wide[i]) || end - out < kLongest) return result(i);
+      if (isUnencodable(wide[i]) || end - out < kLongest) return result(i);
       out = encode(static_cast<std::uint32_t>(wide[i]), out);
     }
   }

@@ -50,8 +50,8 @@ bool findReference(std::string_view text, const Syntax& syntax, std::size_t star
   return true;
 }
 
-/// The first replacements of a text, between the pass that measures and the one that writes: few
-/// enough to take little memory.
+/// The first replacements of a text, kept from the pass that measures for the one that writes.
+/// Their number is limited, and so is their memory.
 class Replacements {  // NOLINT(*-member-init): the array is filled up to m_count
  public:
   void add(const Reference& reference) {
@@ -59,7 +59,7 @@ class Replacements {  // NOLINT(*-member-init): the array is filled up to m_coun
     if (m_count < m_first.size()) {
       m_first[m_count++] = reference;
     } else if (m_more.size() < kMostMore) {
-      // In two steps: doubling would hold more at its peak than the last step takes.
+      // Grows in two steps: the peak of doubling would exceed the final size.
       if (m_more.size() == m_more.capacity()) m_more.reserve(m_more.empty() ? kMany : kMostMore);
       m_more.push_back(reference);
     }
@@ -102,7 +102,7 @@ std::string expand(std::string_view text, const Syntax& syntax) {
     copied = each.end;
   };
   for (std::size_t i = 0; i < known.size(); ++i) replace(known[i]);
-  // Those after the known ones are found again.
+  // Searches again for the replacements that were not kept.
   std::size_t at = known.isComplete() ? text.size() : copied;
   for (; findReference(text, syntax, at, reference); at = reference.end) {
     if (reference.value != nullptr) replace(reference);

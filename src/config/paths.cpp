@@ -42,7 +42,7 @@ std::string VexaCommonUtils::getTracePath() {
 }
 
 std::string VexaCommonUtils::getDumpAllLocksFile() {
-  // Only here a variable set to the empty string counts: getenv distinguishes it from an unset one.
+  // Only here does a variable that is set to the empty string count as set.
   const char* const file = std::getenv("VEXA_DUMP_ALL_LOCKS_FILE");
   return file != nullptr ? file : "/tmp/lockInfo.dump";
 }

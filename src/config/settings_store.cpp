@@ -38,7 +38,7 @@ bool createManager() {
   return true;
 }
 
-/// Returns the library that `store` has opened; null if the system cannot tell.
+/// Returns the library that `store` has opened; null if dlinfo(3) fails.
 const link_map* libraryOf(const ACE_DLL& store) {
   link_map* library = nullptr;
   const int result = ::dlinfo(store.get_handle(), RTLD_DI_LINKMAP, &library);
@@ -67,7 +67,7 @@ bool pin(const ACE_DLL& store) {
 
 /// Loads the store and calls the entry point `name`, which is set in `resolved` before the call:
 /// the store may call the same lookup recursively. Caches nothing of a library without the entry
-/// point, so that a better one is found later.
+/// point, so that a library installed later is found.
 template <class Function, class Output>
 int loadAndCall(std::atomic<Function>& resolved, ACE_Guard<ACE_Thread_Mutex>& guard,
                 const char* name, const std::string& key, Output& output) {
@@ -85,7 +85,7 @@ int loadAndCall(std::atomic<Function>& resolved, ACE_Guard<ACE_Thread_Mutex>& gu
 /// Calls the store's entry point `name`, the only one with a result of type `Output`. Once found,
 /// it is cached, with its own lock.
 template <class Output>
-int ask(const char* name, const std::string& key, Output& output) {
+int callStore(const char* name, const std::string& key, Output& output) {
   using Function = int (*)(const std::string& key, Output& output);
   static constinit std::atomic<Function> resolved{nullptr};
   if (const auto function = resolved.load(std::memory_order_acquire)) return function(key, output);
@@ -98,12 +98,12 @@ int ask(const char* name, const std::string& key, Output& output) {
 }  // namespace
 
 int VexaCommonUtils_i::getSettingParamValue(const std::string& key, std::string& value) {
-  return ask("getSettingParamValue", key, value);
+  return callStore("getSettingParamValue", key, value);
 }
 
 int VexaCommonUtils_i::getSettingGroupParams(const std::string& group,
                                              std::map<std::string, std::string>& params) {
-  return ask("getSettingGroupParams", group, params);
+  return callStore("getSettingGroupParams", group, params);
 }
 
 bool VexaCommonUtils_i::GetSetParamValue(const std::string& primaryKey,

@@ -12,7 +12,7 @@ constexpr const char* kDefaultShare = "/export/home/omc";
 
 /// Reads `parameter` of `tree` from the store, the application's branch first. `value` is not
 /// cleared in between and the second result is not tested: what a failing store writes counts.
-void askStore(const std::string& tree, const std::string& parameter, std::string& value) {
+void readStore(const std::string& tree, const std::string& parameter, std::string& value) {
   const commutil::StoreKeys keys = commutil::storeKeys(tree, parameter);
   const int result = VexaCommonUtils_i::getSettingParamValue(keys.application, value);
   if (result == 0 && !value.empty()) return;
@@ -26,7 +26,7 @@ bool isListenSwitchOn(const std::string& parameter) {
     if (settings.initialize(false) != 0) return false;
     value = settings.getParamValue("[IP]", parameter);
   }
-  if (value.empty()) askStore("/vexa/common/setting_cfg/", parameter, value);
+  if (value.empty()) readStore("/vexa/common/setting_cfg/", parameter, value);
   return value == "enable";
 }
 
@@ -50,7 +50,7 @@ bool VexaCommonUtils_i::isListenLoopback() { return isListenSwitchOn("ListenLoop
 
 bool VexaCommonUtils_i::isCorbaSSLOnly() {
   std::string value = "disable";
-  askStore("/vexa/common/svc_ssl_conf/", "SSLNoProtection", value);
+  readStore("/vexa/common/svc_ssl_conf/", "SSLNoProtection", value);
   return value == "disable";
 }
 

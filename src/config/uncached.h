@@ -4,7 +4,7 @@
 
 #include "os/lazy_value.h"
 
-// What this directory computes once and caches, without the caching.
+// The values that this directory caches, computed without the cache.
 
 namespace commutil {
 
@@ -19,8 +19,8 @@ enum class TsMode { unknown, on, off };
 /// Returns the mode in the platform's TS settings; unknown if they cannot be read.
 TsMode readTsMode();
 
-/// Writes the SSL option file made from the template `source` to `target`. Returns whether it
-/// could; throws std::out_of_range if the template has no place for an option.
+/// Generates the SSL option file `target` from the template `source`. Returns whether it could;
+/// throws std::out_of_range if the template has no place for an option.
 bool generateSslConf(const std::string& source, const std::string& target);
 
 }  // namespace commutil

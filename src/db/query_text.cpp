@@ -1,6 +1,5 @@
-// Database query text: quoting of string literals and escaping of LIKE patterns in the dialect of
-// the configured database, for processes that build SQL by hand. Re-entrant; no state, the database
-// type is asked on every call.
+// Quotes string literals and escapes LIKE patterns in the dialect of the configured database, whose
+// type is read on every call.
 #include <algorithm>
 #include <array>
 #include <string>
@@ -8,6 +7,7 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
+#include "bytes/ascii.h"
 #include "bytes/checked_size.h"
 #include "bytes/raw_text.h"
 #include "bytes/rewrite.h"
@@ -25,9 +25,8 @@ constexpr AnyOf<'\''> kQuote;
 
 /// Returns whether `type` equals the lower-case `name`, ignoring case.
 bool isType(std::string_view type, std::string_view name) {
-  constexpr char kSmall = 'a' - 'A';
   return std::equal(type.begin(), type.end(), name.begin(), name.end(),
-                    [](char byte, char letter) { return (byte | kSmall) == letter; });
+                    [](char byte, char letter) { return (byte | commutil::kCaseBit) == letter; });
 }
 
 bool isOracleFamily(std::string_view type) {
@@ -40,8 +39,8 @@ char* writeDoubled(char* out, char byte) {
   return out;
 }
 
-// How a family of databases escapes wildcards: each as kWidth bytes by `escape`. `change` doubles a
-// quote besides, without a branch on what the text holds; it needs room for kWidth bytes.
+// How a family of databases escapes wildcards: `escape` writes each as kWidth bytes. `change` also
+// doubles quotes, without branching on the byte; it needs room for kWidth bytes.
 
 struct Backslashes {
   static constexpr AnyOf<'%', '_', '\\'> kEscaped{};
@@ -89,7 +88,7 @@ std::string escaped(std::string_view text) {
 /// @throws std::length_error  no string can be that long
 template <class Dialect>
 std::size_t changedSize(std::string_view text) {
-  constexpr std::size_t kPiece = 16 * 1024;  // stays in a cache for the second count
+  constexpr std::size_t kPiece = 16 * 1024;  // stays in the cache for the second count
   std::size_t quotes = 0;
   std::size_t changed = 0;
   for (std::size_t at = 0; at < text.size(); at += kPiece) {
@@ -133,8 +132,8 @@ std::string operand(std::string_view text, std::string_view before, std::string_
   });
 }
 
-/// The type is looked up unless the text is empty. Up to a NUL: only here is it taken as a C
-/// string.
+/// Returns whether `text` is escaped with backslashes. Reads the type unless `text` is empty, and
+/// only here as a C string, up to its first NUL.
 bool usesBackslashes(std::string_view text) {
   return !text.empty() && isOracleFamily(VexaCommonUtils::getDBType().c_str());
 }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <string>
 
 #include "VexaCommonUtils_i.h"
@@ -90,13 +91,18 @@ void removeCopy(const std::string& path, const struct stat& status) {
   if (leadsTo(path, status)) ::unlink(path.c_str());
 }
 
-/// Copies an open file to `path`, creating it or overwriting what is there.
-bool copyTo(const std::string& path, const Descriptor& source, const struct stat* attributes) {
+/// Copies an open file to `path`: `isNew` tells whether that creates a file or overwrites one.
+bool copyTo(const std::string& path, bool isNew, const Descriptor& source,
+            const struct stat* attributes) {
   // Empty it only after checking that it is not the source.
   Descriptor target(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kNewFileMode));
   struct stat from = {};
   struct stat to = {};
-  if (!target || ::fstat(source.get(), &from) != 0 || ::fstat(target.get(), &to) != 0) return false;
+  if (!target) return false;
+  if (::fstat(source.get(), &from) != 0 || ::fstat(target.get(), &to) != 0) {
+    if (isNew) ::unlink(path.c_str());  // what identifies a copy is unknown
+    return false;
+  }
   if (isSameFile(from, to)) return false;
   // While this is open, no other file can have the inode number by which removal identifies the
   // copy.
@@ -115,8 +121,12 @@ int VexaCommonUtils_i::copyFile(const std::string& source, const std::string& ta
   if (sourcePath.empty() || targetPath.empty() || sourcePath == targetPath) return -1;
   if (noOverwrite && ::access(targetPath.c_str(), F_OK) == 0) return -1;
   struct stat status = {};
-  if (::stat(sourcePath.c_str(), &status) != 0 || leadsTo(targetPath, status)) return -1;
+  struct stat old = {};
+  if (::stat(sourcePath.c_str(), &status) != 0) return -1;
+  const bool exists = ::stat(targetPath.c_str(), &old) == 0;
+  const bool isNew = !exists && errno == ENOENT;
+  if (exists && isSameFile(old, status)) return -1;
   const Descriptor file(::open(sourcePath.c_str(), O_RDONLY | O_CLOEXEC));
   if (!file) return -1;
-  return copyTo(targetPath, file, keepAttributes ? &status : nullptr) ? 0 : -1;
+  return copyTo(targetPath, isNew, file, keepAttributes ? &status : nullptr) ? 0 : -1;
 }

@@ -24,14 +24,14 @@ consteval std::array<bool, 256> unsafeBytes() {
 
 constexpr std::array<bool, 256> kIsUnsafe = unsafeBytes();
 
-/// The form of a byte in a file name: the first `length` bytes of `text`.
-struct Written {
+/// A byte as it appears in a file name: the first `length` bytes of `text`.
+struct Encoding {
   std::array<char, 2> text;
   unsigned char length;
 };
 
-consteval std::array<Written, 256> writtenBytes() {
-  std::array<Written, 256> table = {};
+consteval std::array<Encoding, 256> makeEncodings() {
+  std::array<Encoding, 256> table = {};
   for (std::size_t i = 0; i < table.size(); ++i) table[i] = {{static_cast<char>(i)}, 1};
   for (std::size_t i = 0; i < kSpecials.size(); ++i) {
     table[static_cast<unsigned char>(kSpecials[i])] = {{kEscape, kLetters[i]}, 2};
@@ -39,9 +39,9 @@ consteval std::array<Written, 256> writtenBytes() {
   return table;
 }
 
-constexpr std::array<Written, 256> kWritten = writtenBytes();
+constexpr std::array<Encoding, 256> kEncodings = makeEncodings();
 
-const Written& written(char byte) { return kWritten[static_cast<unsigned char>(byte)]; }
+const Encoding& encodingOf(char byte) { return kEncodings[static_cast<unsigned char>(byte)]; }
 
 /// The special character of each letter; 0 for bytes that are not such a letter.
 consteval std::array<char, 256> specialsOfLetters() {
@@ -56,7 +56,7 @@ constexpr std::array<char, 256> kSpecialOf = specialsOfLetters();
 
 std::size_t countSpecials(std::string_view name) {
   std::size_t count = 0;
-  for (const char byte : name) count += written(byte).length - 1U;
+  for (const char byte : name) count += encodingOf(byte).length - 1U;
   return count;
 }
 
@@ -65,8 +65,8 @@ std::size_t escapeInto(char* data, std::string_view name) {
   char* out = data;
   for (const char byte : name) {
     // Always two bytes: an unpredictable branch would cost more.
-    std::memcpy(out, written(byte).text.data(), 2);
-    out += written(byte).length;
+    std::memcpy(out, encodingOf(byte).text.data(), 2);
+    out += encodingOf(byte).length;
   }
   return static_cast<std::size_t>(out - data);
 }
@@ -110,7 +110,7 @@ std::string VexaCommonUtils::specialName2FileName(const std::string& name) {
 
 std::string VexaCommonUtils::fileName2SpecialName(const std::string& name) {
   if (name.find(kEscape) == name.npos) return name;
-  // What a short name's escapes leave unused is not worth counting them.
+  // For a short name, counting the escapes costs more than the memory that they leave unused.
   constexpr std::size_t kShort = std::size_t{1} << 20;
   const std::size_t room = name.size() <= kShort ? name.size() : name.size() - countEscapes(name);
   return commutil::writtenText(

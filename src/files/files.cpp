@@ -34,8 +34,8 @@ constexpr std::size_t kLongestDirectory = 4096;
 // From this size on every allocation is a separate mapping, so the advice ends with the string.
 constexpr std::size_t kHugePagesFrom = std::size_t{32} << 20;
 
-/// Returns the size of the file and moves to its start; -1 for what has none, directories included
-/// (the offset that ends a directory is not a size).
+/// Returns the size of the file and moves to its start; -1 if it has none. A directory has none:
+/// the offset of its end is not a size.
 off_t sizeOf(int fd) {
   struct stat status = {};
   if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) return -1;

@@ -39,7 +39,7 @@ int VexaCommonUtils_i::GetAllWebswingNodeIPs(std::list<std::string>& ipList) {
   commutil::readFileText(std::string(root) + kNodeList, text);
   Json::Value parsed;
   if (!JsonReader(false).parse(text, parsed)) return -1;
-  const Json::Value& document = parsed;  // a member lookup in a constant adds none
+  const Json::Value& document = parsed;  // const: looking up a member must not add it
   const Json::Value& nodes = document["nodeList"];
   for (const std::string& name : nodes.getMemberNames()) {
     const Json::Value& node = nodes[name];

@@ -40,7 +40,7 @@ struct Resolved {
 std::string firstAddress(const std::string& name) {
   Resolved host;
   if (name.empty() || !host.byName(name.c_str())) return {};
-  // The entry's own length bounds the copy: of a longer address than IPv4's, the start counts.
+  // Copies as many bytes as the entry has; only the start of an address longer than IPv4's is used.
   std::array<unsigned char, sizeof(in6_addr)> bytes{};
   const auto length = static_cast<std::size_t>(host.result->h_length);
   if (length > bytes.size()) return {};

@@ -13,7 +13,7 @@
 
 namespace commutil {
 
-static_assert(sizeof(ifreq) == 40, "the look-ups count on records of 40 bytes");
+static_assert(sizeof(ifreq) == 40, "the lookups rely on records of 40 bytes");
 
 /// A socket for interface requests; empty if the system has none left.
 inline Descriptor interfaceSocket() {

@@ -28,15 +28,17 @@ constexpr std::size_t kTextSize = 128;
 constexpr unsigned short kAnyPort = 65533;
 
 std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(commutil::kWhitespace);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(commutil::kWhitespace) - first + 1);
+  while (!text.empty() && commutil::isWhitespace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && commutil::isWhitespace(text.back())) text.remove_suffix(1);
+  return text;
 }
 
 /// Appends a digit, saturating at LONG_MAX as strtol(3) does.
 unsigned long withDigit(unsigned long value, char c) {
   const auto digit = static_cast<unsigned long>(c - '0');
-  return value > (LONG_MAX - digit) / 10 ? LONG_MAX : value * 10 + digit;
+  constexpr unsigned long kSurelyFits = LONG_MAX / 10 - 1;
+  if (value > kSurelyFits && value > (LONG_MAX - digit) / 10) return LONG_MAX;
+  return value * 10 + digit;
 }
 
 /// Returns whether `text` is four fields between dots, each the value of a byte. Passes every byte
@@ -44,26 +46,20 @@ unsigned long withDigit(unsigned long value, char c) {
 /// "4294967296" counts as 0.
 template <class Take>
 bool readOctets(std::string_view text, const Take& take) {
-  if (text.find('.') == std::string_view::npos) return false;
-  int octets = 0;
-  bool empty = true;
-  unsigned long value = 0;
-  for (std::size_t i = 0; i <= text.size(); ++i) {
-    const char c = i < text.size() ? text[i] : '.';
-    if (c != '.') {
-      if (!commutil::kDigits(c)) return false;
-      value = withDigit(value, c);
-      empty = false;
-      continue;
-    }
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  for (std::size_t octets = 1;; ++octets) {
+    const char* const field = at;
+    unsigned long value = 0;
+    for (; at != end && commutil::kDigits(*at); ++at) value = withDigit(value, *at);
+    const bool last = at == end;
+    const bool isField = at != field && (last || *at == '.');
     const auto low = static_cast<unsigned int>(value);
-    if (empty || low > UCHAR_MAX) return false;
+    if (!isField || low > UCHAR_MAX || (last && octets == 1)) return false;
     take(static_cast<unsigned char>(low));
-    ++octets;
-    empty = true;
-    value = 0;
+    if (last) return octets == 4;
+    ++at;
   }
-  return octets == 4;
 }
 
 bool isIPv4(std::string_view text) {
@@ -72,22 +68,19 @@ bool isIPv4(std::string_view text) {
 
 /// Returns whether `ip` is four fields of digits up to 255 between exactly three dots.
 bool isDottedQuad(std::string_view ip) {
-  int dots = 0;
-  int digits = 0;
-  unsigned int value = 0;
-  for (const char c : ip) {
-    if (c == '.') {
-      if (digits == 0 || ++dots > 3) return false;
-      digits = 0;
-      value = 0;
-      continue;
+  const char* at = ip.data();
+  const char* const end = at + ip.size();
+  for (int fields = 1;; ++fields) {
+    const char* const field = at;
+    unsigned int value = 0;
+    for (; at != end && commutil::kDigits(*at) && value <= UCHAR_MAX; ++at) {
+      value = value * 10 + static_cast<unsigned int>(*at - '0');
     }
-    if (!commutil::kDigits(c)) return false;
-    ++digits;
-    value = value * 10 + static_cast<unsigned int>(c - '0');
-    if (value > UCHAR_MAX) return false;
+    if (at == field || value > UCHAR_MAX) return false;
+    if (at == end) return fields == 4;
+    if (*at != '.' || fields == 4) return false;
+    ++at;
   }
-  return dots == 3 && digits > 0;
 }
 
 /// Returns the bare address in a string with brackets or an IPv4 port, IPv6 in full form.
@@ -144,7 +137,7 @@ void* addressField(int family, void* record) {
 bool CheckIp(const char* ip) {
   // As constructing a string from it would.
   if (ip == nullptr) throw std::logic_error("basic_string: construction from null is not valid");
-  int fields = 0;
+  std::size_t fields = 0;
   char before = '.';
   for (const char c : trimmed(ip)) {
     if (c != '.' && !commutil::kDigits(c)) return false;

@@ -19,7 +19,7 @@
 #include "VexaStringUtils.h"
 #include "bytes/ascii.h"
 #include "net/interface_records.h"
-#include "net/tool_output.h"
+#include "net/tool_stream.h"
 #include "platform/bounded.h"
 
 namespace {
@@ -36,7 +36,7 @@ void appendOnce(std::vector<CMACAddress>& addresses, const CMACAddress& address)
   }
 }
 
-/// Appends `work` with the text `text`; its bytes stay those of the address that it held last.
+/// Appends `work` with `text` as its text; its bytes stay those of the last address that it held.
 void appendText(std::vector<CMACAddress>& addresses, CMACAddress& work, const char* text) {
   if (strncpy_s(work.text, sizeof(work.text), text, sizeof(work.text) - 1) == 0) {
     appendOnce(addresses, work);
@@ -49,7 +49,7 @@ void appendFromTool(std::vector<CMACAddress>& addresses, CMACAddress& work) {
           ? "/sbin/ifconfig -a  | /usr/bin/grep ether | /usr/bin/awk -F' ' '{print $2}'| "
             "tr 'a-z' 'A-Z'"
           : "/sbin/ifconfig -a | /usr/bin/grep HWaddr | /usr/bin/awk -F' ' '{print $5}'";
-  commutil::ToolOutput output(command);
+  commutil::ToolStream output(command);
   for (Line line{}; output.readLine(line);) {
     // Every piece loses its last character, whether that is a line end or not.
     const std::size_t length = std::strlen(line.data());
@@ -58,17 +58,17 @@ void appendFromTool(std::vector<CMACAddress>& addresses, CMACAddress& work) {
   }
 }
 
-/// Returns the last word of `line`, which must follow a space; "" if there is none.
+/// Returns the last word of `line`, which must follow whitespace; "" if there is none.
 std::string_view lastWord(std::string_view line) {
   const std::size_t end = line.find_last_not_of(commutil::kWhitespace);
   if (end == std::string_view::npos) return {};
-  const std::size_t blank = line.find_last_of(commutil::kWhitespace, end);
-  if (blank == std::string_view::npos) return {};
-  return line.substr(blank + 1, end - blank);
+  const std::size_t gap = line.find_last_of(commutil::kWhitespace, end);
+  if (gap == std::string_view::npos) return {};
+  return line.substr(gap + 1, end - gap);
 }
 
 void appendFromBonding(std::vector<CMACAddress>& addresses, CMACAddress& work) {
-  commutil::ToolOutput output(
+  commutil::ToolStream output(
       "/bin/cat /proc/net/bonding/* 2>&1 | /usr/bin/grep \"Permanent HW addr\"");
   for (Line buffer{}; output.readLine(buffer);) {
     const std::string_view line = buffer.data();
@@ -80,8 +80,8 @@ void appendFromBonding(std::vector<CMACAddress>& addresses, CMACAddress& work) {
   }
 }
 
-/// Reads six hexadecimal fields between ":", empty ones skipped, the low byte of each; ignores what
-/// follows a field's digits. No field reads on into the next: ":" ends strtol(3) too.
+/// Reads the low byte of each of six hexadecimal fields between ":". Skips empty fields, and
+/// ignores what follows a field's digits; strtol(3) stops at ":" too.
 int parseBytes(const std::string& text, Vexacommon::LocalMACAddress* mac) {
   std::array<unsigned char, 6> bytes{};
   std::size_t count = 0;

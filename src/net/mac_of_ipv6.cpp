@@ -1,5 +1,5 @@
-// The MAC address of the interface with an IPv6 address, from older and newer forms of ifconfig's
-// output.
+// The MAC address of the interface with an IPv6 address, from the output of older and newer
+// versions of ifconfig.
 #include <netinet/in.h>
 
 #include <array>
@@ -11,7 +11,7 @@
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
 #include "VexaNetUtils.h"
-#include "net/tool_output.h"
+#include "net/tool_stream.h"
 #include "platform/bounded.h"
 
 namespace {
@@ -20,7 +20,7 @@ constexpr std::size_t kMaxToolLine = 1022;
 
 std::list<std::string> toolLines() {
   std::list<std::string> lines;
-  commutil::ToolOutput output("/usr/sbin/ifconfig -a");
+  commutil::ToolStream output("/usr/sbin/ifconfig -a");
   for (std::array<char, kMaxToolLine + 1> line{}; output.readLine(line);)
     lines.emplace_back(line.data());
   return lines;
@@ -73,7 +73,7 @@ int VexaCommonUtils_i::getMacAddrOfIPV6(std::string& ip, Vexacommon::LocalMACAdd
   std::string name;
   if (getInterfaceOfIPV6(ip, name) != 0) return -1;
 
-  commutil::ToolOutput output("/sbin/ifconfig |grep " + name + "|awk '{print $5}'");
+  commutil::ToolStream output("/sbin/ifconfig |grep " + name + "|awk '{print $5}'");
   std::array<char, 48> line{};
   // If the tool prints no line, the result is that of the interface lookup, by contract.
   return output.readLine(line) ? GetEther(line.data(), mac) : 0;

@@ -46,8 +46,7 @@ std::string netmaskFromKernel(const std::string& ip) {
   AddressText text{};
   for (ifreq* record = records; record != records + count; ++record) {
     if (!printAddress(*record, text) || std::strcmp(text.data(), ip.c_str()) != 0) continue;
-    // The request keeps the record's address, by which the kernel distinguishes addresses of one
-    // name.
+    // The request keeps the record's address: the kernel needs it where an interface has several.
     if (::ioctl(socket.get(), SIOCGIFNETMASK, record) < 0) return {};
     return printAddress(*record, text) ? text.data() : "";
   }
@@ -86,8 +85,8 @@ std::string findMask(const std::string& output) {
   return mask;
 }
 
-/// Returns the dotted form of a mask of eight hexadecimal digits. A mask of less than six
-/// characters throws std::out_of_range, as the contract says.
+/// Returns the dotted form of a mask of eight hexadecimal digits. By contract, a mask of less than
+/// six characters throws std::out_of_range.
 std::string dottedFromHex(const std::string& digits) {
   std::string dotted;
   for (const std::size_t position : {0U, 2U, 4U, 6U}) {

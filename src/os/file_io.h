@@ -24,9 +24,9 @@ ssize_t uninterrupted(const Transfer& transfer) {
   return count;
 }
 
-/// Appends the rest of the file to `text`. Returns whether the end was reached; after a failed read
-/// what came before it stays appended. Reads into the string itself, because callers' stacks may be
-/// small.
+/// Appends the rest of the file to `text`. Returns whether the end was reached; after a failed
+/// read, the bytes before it stay appended. Reads into the string itself, because callers' stacks
+/// may be small.
 inline bool readAll(int fd, std::string& text) {
   constexpr std::size_t kLeastRoom = 4096;
   std::size_t size = text.size();

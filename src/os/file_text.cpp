@@ -58,7 +58,7 @@ Descriptor openReadable(const std::string& path) {
   return file;
 }
 
-/// Reads all of an open file, and waits where the file system makes a reader wait.
+/// Reads all of an open file, and waits if the file system makes a reader wait.
 bool readWaiting(const Descriptor& file, std::string& text) {
   if (readAll(file.get(), text)) return true;
   return errno == EWOULDBLOCK && ::fcntl(file.get(), F_SETFL, 0) == 0 && readAll(file.get(), text);

@@ -26,7 +26,7 @@ constexpr std::string_view kUtf8 = "ISO-10646/UTF8/";
 // After at least this many converted bytes, the library appends to its block and writes the block
 // whole; after fewer it writes pieces of this size.
 constexpr std::size_t kPiece = 16;
-// The smallest byte buffer for which a block pays.
+// The smallest byte buffer for which a block is faster.
 constexpr std::size_t kSmallestBuffer = 64;
 
 /// The first members of glibc's `_IO_wide_data`.
@@ -114,8 +114,8 @@ class WideHandle {
   WideData* m_wide;
 };
 
-/// Makes text pending again unless it was written: a failed write returns, that of a canceled
-/// thread unwinds.
+/// Makes text pending again unless it was written, whether the write returns a failure or unwinds
+/// a canceled thread.
 class WideHandle::Unwritten {
  public:
   Unwritten(const WideHandle& handle, wchar_t* text, wchar_t* end)

@@ -81,7 +81,7 @@ int VexaProcessLock::EnterProcessMutex() {
   }
   const int error = errno;
   file.reset();
-  // A mistaken exit must get EBADF, not a file that has got the closed number since.
+  // A mistaken exit must get EBADF, not close an unrelated file that has this number by then.
   m_descriptor = -1;
   if (isHeldElsewhere(error)) return kHeldElsewhere;
   char text[kTextSize];

@@ -33,14 +33,14 @@ const ACE_Condition_Attributes& defaultAttributes() {
 
 /// Holds the token's mutex for a scope; continues without it if locking fails. Calls the C library
 /// directly, because ACE's wrappers cost a tenth of a turn's time.
-class Locked {
+class TokenLock {
  public:
-  explicit Locked(ACE_Thread_Mutex& mutex) : m_mutex(mutex.lock()) {}
-  ~Locked() {
+  explicit TokenLock(ACE_Thread_Mutex& mutex) : m_mutex(mutex.lock()) {}
+  ~TokenLock() {
     if (m_locked) pthread_mutex_unlock(&m_mutex);
   }
-  Locked(const Locked&) = delete;
-  Locked& operator=(const Locked&) = delete;
+  TokenLock(const TokenLock&) = delete;
+  TokenLock& operator=(const TokenLock&) = delete;
 
  private:
   ACE_thread_mutex_t& m_mutex;
@@ -132,7 +132,7 @@ int VexaToken::letgo() {
 int VexaToken::acquire(void (*sleep_hook)(void*), void* arg, ACE_Time_Value* timeout) {
   // Declared before the lock, so that it is freed after the mutex is released.
   std::unique_ptr<ACE_Token_Queue_Entry> entry;
-  const Locked locked(lock_);
+  const TokenLock lock(lock_);
   const ACE_thread_t self = ACE_OS::thr_self();
   if (sleep_hook != nullptr) sleep_hook(arg);
   ACE_Token_Queue_Entry* const queued = waiters_.find(self);
@@ -153,7 +153,7 @@ int VexaToken::acquire(void (*sleep_hook)(void*), void* arg, ACE_Time_Value* tim
   entry.reset(queued);
   if (error == 0 || error == EINTR) return mustWait && sleep_hook != nullptr ? 1 : 0;
 
-  // The token came at the deadline: hand it on, or it is lost.
+  // The token arrived at the deadline: pass it on, or it is lost.
   if (error == ETIME && queued->runable_ == kHandedOver) wakeup_next_waiter();
   entry.reset();
   errno = error;
@@ -161,7 +161,7 @@ int VexaToken::acquire(void (*sleep_hook)(void*), void* arg, ACE_Time_Value* tim
 }
 
 int VexaToken::release() {
-  const Locked locked(lock_);
+  const TokenLock lock(lock_);
   wakeup_next_waiter();
   return 0;
 }

@@ -12,7 +12,7 @@ ACE_RW_Thread_Mutex VexaLocale::m_mutex;
 
 VexaLocale* VexaLocale::Instance() {
   const std::atomic_ref<VexaLocale*> instance(m_instance);
-  if (VexaLocale* const made = instance.load(std::memory_order_acquire)) return made;
+  if (VexaLocale* const existing = instance.load(std::memory_order_acquire)) return existing;
 
   // If locking fails, ACE leaves the error in errno, and the work continues unlocked.
   const ACE_Write_Guard<ACE_RW_Thread_Mutex> guard(m_mutex);

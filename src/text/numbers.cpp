@@ -1,4 +1,4 @@
-// Numbers as text: printing, and checks and values of digits. ASCII only: the locale is never read.
+// Prints numbers, and checks and reads strings of digits. ASCII only: the locale is never read.
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -16,8 +16,8 @@ namespace {
 constexpr std::size_t kNumberSize = 22;    // the buffer that callers of `ltoa` provide
 constexpr std::size_t kHexResultSize = 4;  // one byte in decimal
 
-// The integer part of `x` < 2^64 as an unsigned number, a negative one wrapped. What lies below the
-// signed range would be an undefined conversion: it gives the largest number.
+// Returns the integer part of `x` < 2^64 as an unsigned number, a negative one wrapped. Converting
+// a number below the signed range is undefined; that returns the largest number.
 std::uint64_t unsignedPart(double x) {
   constexpr double kLowest = -9223372036854775808.0;
   if (x >= 0.0) return static_cast<std::uint64_t>(x);
@@ -47,7 +47,7 @@ bool VexaCommonUtils_i::Isdigitstr(const std::string& s) {
   return !commutil::containsAny(s, commutil::NoDigit());
 }
 
-// From 99 on the result stays 99, so that 100 means a completely full resource.
+// From 99 to 100 the result is 99, so that 100 means a completely full resource.
 double VexaCommonUtils_i::getUpperIntVal(double x) {
   if (std::isnan(x) || x >= 100.0) return 100.0;
   if (x >= 99.0) return 99.0;
@@ -60,7 +60,7 @@ bool StringIsRight(const std::string& s) {
   return !commutil::containsAny(s, commutil::LetterBeyondHex());
 }
 
-// Digits are summed with their weights modulo 2^64, so those from 16^16 on count nothing.
+// Digits are summed modulo 2^64, so only the last 16 count.
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the binary contract takes a value
 std::string StrHexToInt(std::string hex) {
   std::uint64_t sum = 0;

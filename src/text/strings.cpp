@@ -26,7 +26,8 @@ constexpr std::size_t kLabelColumns = 32;
 
 // Replacing
 
-// The positions of `finder`'s matches. Those of a short string are cached, so it is searched once.
+// The positions of `finder`'s matches. The first ones are kept, so that a text with few matches is
+// searched once.
 class Occurrences {
  public:
   Occurrences(std::string_view text, const Finder& finder) : m_text(text), m_finder(finder) {
@@ -75,7 +76,7 @@ std::string replaced(std::string_view text, const Finder& finder, const Occurren
 
 // Replacing in a loop with std::string::replace would move the rest of the text for every match.
 void replaceAll(std::string& s, const std::string& from, const std::string& to) {
-  if (from.empty()) return;  // would be found forever
+  if (from.empty()) return;  // would match forever
   const Finder finder(from);
   if (to.size() == from.size()) {
     finder.forEach(s, [&s, &to](std::size_t at) { std::memmove(&s[at], to.data(), to.size()); });

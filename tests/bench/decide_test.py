@@ -48,7 +48,7 @@ class Pairing(unittest.TestCase):
         theirs = [Sample(1, 0, 2), Sample(0, 0, 1), Sample(2, 0, 9)]
         self.assertEqual(decide.paired(ours, theirs), [(10, 1), (20, 2)])
 
-    def test_cancels_what_a_launch_does_to_both(self):
+    def test_cancels_the_effect_of_a_launch_on_both(self):
         drift = lambda launch, _: 100 * (1 + launch)
         found = verdict_on(cell(drift, peer=lambda launch, r: 2 * drift(launch, r)))
         self.assertEqual(found.word, "faster")
@@ -140,7 +140,7 @@ class Handovers(unittest.TestCase):
     def test_a_sample_at_the_bound_is_kept(self):
         self.assertEqual(len(decide.fair([Sample(0, 0, 1, 0.95), Sample(0, 1, 1, 0.9499)])), 1)
 
-    def test_a_rare_mode_is_left_out_of_the_median_and_told(self):
+    def test_a_rare_mode_is_left_out_of_the_median_and_reported(self):
         rare = lambda launch, repetition: 1000 if repetition == 3 else 5000
         cells = {"ours": samples(rare, fairness=1.0), "ours-again": samples(5000, fairness=1.0),
                  "ace": samples(5000, fairness=1.0, seed=2)}

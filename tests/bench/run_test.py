@@ -65,7 +65,7 @@ class Build:
 
 
 class Names(unittest.TestCase):
-    def test_settings_are_no_part_of_a_name(self):
+    def test_settings_are_not_part_of_a_name(self):
         for name, expected in (
                 ("like/1KiB/ours", ("like/1KiB", "ours", False)),
                 ("copy/1/cp/real_time", ("copy/1", "cp", True)),
@@ -111,20 +111,20 @@ class Run(unittest.TestCase):
         self.assertIn("round 7 of 7", result.stderr)
         self.assertIn("Load ", result.stderr)
 
-    def test_a_finished_run_is_not_taken_for_the_next_one(self):
+    def test_a_finished_run_is_not_mistaken_for_the_next_one(self):
         program = self.build.add("x_bench", entries("x/1", ours=1, ours_again=1, peer=1))
         for launched in (7, 14):
             self.build.run(self.build.path, "x")
             self.assertEqual(self.build.launches(program), launched)
 
-    def test_an_interrupted_run_goes_on(self):
-        broken = 'test -e "$0.mended" || { echo "it broke" >&2; exit 3; }'
+    def test_an_interrupted_run_continues(self):
+        broken = 'test -e "$0.fixed" || { echo "it broke" >&2; exit 3; }'
         first = self.build.add("a_bench", entries("a/1", ours=1, ours_again=1, peer=1))
         second = self.build.add("b_bench", entries("b/1", ours=1, ours_again=1, peer=1), broken)
         result = self.build.run(self.build.path, ".*")
         self.assertNotEqual(result.returncode, 0)
         self.assertIn("b_bench ends with 3: it broke", result.stderr)
-        second.with_name("b_bench.mended").touch()
+        second.with_name("b_bench.fixed").touch()
         self.assertEqual(self.build.run(self.build.path, ".*").returncode, 0)
         self.assertEqual(self.build.launches(first), 7)
 
@@ -149,8 +149,16 @@ class Run(unittest.TestCase):
         found = json.loads(result.stdout)
         self.assertEqual({c["cell"]: c["word"] for c in found["cells"]},
                          {"a/1KiB": "faster", "a/64KiB": "nothing to compare"})
-        self.assertEqual(found["growth"], [{"operation": "a", "from": 1024, "to": 65536,
-                                            "factor": 90}])
+        self.assertEqual(found["growth"], [{"operation": "a", "from": 1024, "to": 65536, "factor": 90,
+                                            "limit": "", "limit_factor": None, "verdict": "over"}])
+        self.assertIn("a: 90 times as long for 64 times 1024 bytes", result.stderr)
+
+    def test_growth_is_judged_beside_the_limit(self):
+        for bar, ours in (("within", 120000), ("over", 130000)):
+            self.build.add("a_bench", [*entries("a/1KiB", ours=1000, limit__copy=10),
+                                       *entries("a/64KiB", ours=ours, limit__copy=1000)])
+            result = self.build.run("--fresh", self.build.path, "a")
+            self.assertRegex(result.stdout, rf"{ours // 1000}.00 +\| 100.00 copy +\| {bar} ")
 
     def test_counters_over_their_bar_fail(self):
         found = entries("startup/run_to_exit", ours=10, ours_again=10, ace=9)
@@ -161,7 +169,30 @@ class Run(unittest.TestCase):
         self.assertNotEqual(result.returncode, 0)
         self.assertIn("startup/run_to_exit: minor_faults 221 of at most 220", result.stderr)
 
-    def test_a_failed_benchmark_is_told(self):
+    def test_two_threads_that_gain_too_little_fail(self):
+        def program(two_threads):
+            return [*entries("settings_store_scaling/1_threads", ours=40, limit__empty_loop=100),
+                    *entries("settings_store_scaling/2_threads", ours=two_threads,
+                             limit__empty_loop=50)]
+        self.build.add("settings_store_bench", program(22))
+        result = self.build.run(self.build.path, "scaling")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertRegex(result.stdout, r"settings_store_scaling \| 0.91 +\| 0.9")
+        self.build.add("settings_store_bench", program(23))
+        result = self.build.run(self.build.path, "scaling")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn("settings_store_scaling: 0.87 of at least 0.9", result.stderr)
+
+    def test_counters_of_several_kinds_have_a_table_each(self):
+        for name, counter in (("startup", "minor_faults"), ("settings_fleet", "agent_kib")):
+            self.build.add(f"{name}_bench", [{**each, counter: 7} for each in entries(
+                f"{name}/x", ours=10, ours_again=10, peer=10)])
+        result = self.build.run(self.build.path, ".")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertRegex(result.stdout, r"\| Program +\| minor_faults \|")
+        self.assertRegex(result.stdout, r"\| Program +\| agent_kib \|")
+
+    def test_a_failed_benchmark_is_reported(self):
         self.build.add("a_bench", [{**each, "error_occurred": True, "error_message": "lock"}
                                    for each in entries("a/1", ours=1)])
         result = self.build.run(self.build.path, "a")

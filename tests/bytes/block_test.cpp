@@ -136,7 +136,7 @@ TEST(Quad, ComputesEachCharacterSeparately) {
   }
 }
 
-TEST(WideBlock, KnowsAsciiAtEveryPlace) {
+TEST(WideBlock, RecognizesAsciiAtEveryPosition) {
   const std::wstring ascii = L"0123456789abcd\x7F\x01";
   EXPECT_TRUE(WideBlock::load(ascii.data()).isAscii());
   EXPECT_EQ("0123456789abcd\x7F\x01", bytesOf(WideBlock::load(ascii.data()).bytes()));

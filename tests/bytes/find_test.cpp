@@ -33,7 +33,7 @@ TEST(Finder, AgreesWithAPlainSearch) {
   }
 }
 
-TEST(Finder, FindsTheEmptyTextAtOnce) {
+TEST(Finder, FindsTheEmptyStringAtItsStart) {
   EXPECT_EQ(0U, Finder("").find("text", 0));
   EXPECT_EQ(4U, Finder("").find("text", 4));
 }

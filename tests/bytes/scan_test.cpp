@@ -36,7 +36,7 @@ void expectHits(const Set& set) {
   }
 }
 
-TEST(ByteClasses, AreTheSameInBlocks) {
+TEST(ByteClasses, AgreeInBlocks) {
   expectHits(InRange{'a', 'z'});
   expectHits(InRange{'\x80', '\xBF'});
   expectHits(InRange{'\0', '\xFF'});

@@ -41,7 +41,8 @@ const Database kDatabases[] = {
     {"the first element", R"({"databases": {"a": [{"type": "x"}, {"type": "y"}]}})", "x"},
     {"the first name", R"({"databases": {"b": [{"type": "x"}], "a": [{"type": "y"}]}})", "y"},
     {"capitals come first", R"({"databases": {"a": [{"type": "x"}], "B": [{"type": "y"}]}})", "y"},
-    {"digits by byte", R"({"databases": {"9": [{"type": "x"}], "10": [{"type": "y"}]}})", "y"},
+    {"digits ordered by byte", R"({"databases": {"9": [{"type": "x"}], "10": [{"type": "y"}]}})",
+     "y"},
     {"the shorter name", R"({"databases": {"ab": [{"type": "x"}], "a": [{"type": "y"}]}})", "y"},
     {"the empty name", R"({"databases": {"a": [{"type": "x"}], "": [{"type": "y"}]}})", "y"},
     {"high bytes last",
@@ -54,7 +55,7 @@ const Database kDatabases[] = {
     {"empty file", "", "sybase"},
     {"no JSON", "databases = oracle", "sybase"},
     {"cut short", R"({"databases": {"main": [{"type": "oracle"}]})", "sybase"},
-    {"text behind", R"({"databases": {"main": [{"type": "oracle"}]}} x)", "sybase"},
+    {"text after the document", R"({"databases": {"main": [{"type": "oracle"}]}} x)", "sybase"},
     {"binary bytes", std::string("\x00\xff\x01{", 4), "sybase"},
     {"nested 10,000 deep", nested(10'000), "sybase"},
     {"nested deep inside", R"({"databases": {"m": [{"type": "x"}]}, "a": )" + nested(10'000) + "}",
@@ -62,20 +63,20 @@ const Database kDatabases[] = {
     {"root is null", "null", "sybase"},
     {"root is an array", "[]", "sybase"},
     {"root is a number", "5", "sybase"},
-    {"root is a text", "\"databases\"", "sybase"},
+    {"root is a string", "\"databases\"", "sybase"},
     {"no databases", "{}", "sybase"},
     {"databases in another case", R"({"Databases": {"main": [{"type": "oracle"}]}})", "sybase"},
     {"databases is null", R"({"databases": null})", "sybase"},
     {"databases is empty", R"({"databases": {}})", "sybase"},
     {"databases is an array", R"({"databases": [{"type": "oracle"}]})", "sybase"},
-    {"databases is a text", R"({"databases": "oracle"})", "sybase"},
+    {"databases is a string", R"({"databases": "oracle"})", "sybase"},
     {"databases is a number", R"({"databases": 5})", "sybase"},
     {"a database is null", R"({"databases": {"main": null}})", "sybase"},
     {"a database is empty", R"({"databases": {"main": []}})", "sybase"},
     {"a database is an object", R"({"databases": {"main": {"type": "oracle"}}})", "sybase"},
-    {"a database is a text", R"({"databases": {"main": "oracle"}})", "sybase"},
+    {"a database is a string", R"({"databases": {"main": "oracle"}})", "sybase"},
     {"an element is null", R"({"databases": {"main": [null]}})", "sybase"},
-    {"an element is a text", R"({"databases": {"main": ["oracle"]}})", "sybase"},
+    {"an element is a string", R"({"databases": {"main": ["oracle"]}})", "sybase"},
     {"an element is an array", R"({"databases": {"main": [[{"type": "oracle"}]]}})", "sybase"},
     {"type is missing", R"({"databases": {"main": [{}, {"type": "oracle"}]}})", "sybase"},
     {"type is empty", R"({"databases": {"main": [{"type": ""}]}})", "sybase"},
@@ -83,7 +84,7 @@ const Database kDatabases[] = {
     {"type is an object", R"({"databases": {"main": [{"type": {}}]}})", "sybase"},
     {"type is an array", R"({"databases": {"main": [{"type": ["oracle"]}]}})", "sybase"},
     {"type is a number", R"({"databases": {"main": [{"type": 5}]}})", "sybase"},
-    {"type is a truth value", R"({"databases": {"main": [{"type": true}]}})", "sybase"},
+    {"type is a boolean", R"({"databases": {"main": [{"type": true}]}})", "sybase"},
     {"the first name counts, not the first type",
      R"({"databases": {"a": [], "b": [{"type": "oracle"}]}})", "sybase"},
 };
@@ -130,7 +131,7 @@ TEST_F(DatabaseType, TheDatabaseTypeIsTheDefaultUntilAFileCanBeRead) {
   });
 }
 
-TEST_F(DatabaseType, TheDatabaseTypeOfAFileThatIsNotForThisUserIsTheDefault) {
+TEST_F(DatabaseType, TheDatabaseTypeOfAnUnreadableFileIsTheDefault) {
   const std::string file = m_dir.write("app.json", R"({"databases": {"m": [{"type": "oracle"}]}})");
   ASSERT_EQ(0, ::chmod(file.c_str(), 0));
   ASSERT_EQ(0, ::chmod(m_dir.path().c_str(), 0755));
@@ -140,7 +141,7 @@ TEST_F(DatabaseType, TheDatabaseTypeOfAFileThatIsNotForThisUserIsTheDefault) {
   });
 }
 
-TEST_F(DatabaseType, ThreadsMayAskForTheDatabaseTypeTogether) {
+TEST_F(DatabaseType, ThreadsMayReadTheDatabaseTypeTogether) {
   m_dir.write("app.json", R"({"databases": {"main": [{"type": "oracle"}]}})");
   runInChild([] {
     inThreads(10, [](int) {

@@ -83,20 +83,20 @@ const Expansion kExpansions[] = {
     {"empty text", "", ""},
     {"no reference", "plain text", "plain text"},
     {"reference alone", "<HOME>", "/home/u"},
-    {"text behind", "<HOME>/x", "/home/u/x"},
+    {"text after", "<HOME>/x", "/home/u/x"},
     {"text before", "x/<HOME>", "x//home/u"},
     {"text around", "a<A>b", "a1b"},
     {"side by side", "<A><B>", "12"},
     {"several", "-<A>-<B>-<C>-", "-1-2-3-"},
     {"the same twice", "<A>,<A>", "1,1"},
     {"unset", "a<NOPE>b", "a<NOPE>b"},
-    {"set to nothing", "a<EMPTY>b", "a<EMPTY>b"},
+    {"set to the empty string", "a<EMPTY>b", "a<EMPTY>b"},
     {"empty name", "a<>b", "a<>b"},
-    {"scanning goes on behind a kept reference", "<NOPE><A>", "<NOPE>1"},
+    {"the search continues after a reference that stays", "<NOPE><A>", "<NOPE>1"},
     {"kept reference last", "<A><NOPE>", "1<NOPE>"},
     {"unterminated", "x<HOME", "x<HOME"},
     {"unterminated at the end", "x<", "x<"},
-    {"unterminated behind a reference", "<A>x<HOME", "1x<HOME"},
+    {"unterminated after a reference", "<A>x<HOME", "1x<HOME"},
     {"name is not trimmed", "< A >", "< A >"},
     {"newline in the name", "<A\n>", "<A\n>"},
 };
@@ -142,7 +142,7 @@ const Text kTexts[] = {
     {"$(A}${C}", "$(A}${C}", "$(A}${C}", "$(A}3"},
 };
 
-TEST_F(Environment, KnowsItsOwnSyntaxOnly) {
+TEST_F(Environment, RecognizesOnlyItsOwnSyntax) {
   for (const Text& row : kTexts) {
     SCOPED_TRACE(row.text);
     EXPECT_EQ(row.paren, VexaCommonUtils::replaceEnvVar(row.text));

@@ -21,7 +21,7 @@ struct StoreAnswer {
 
 /// The results of the store, and its calls. Set the results before the first call.
 struct FakeStore {
-  std::map<std::string, StoreAnswer> answers;          ///< other keys give 1
+  std::map<std::string, StoreAnswer> answers;          ///< other keys return 1
   std::vector<std::string> asked;                      ///< every key, in order
   std::function<void(const std::string& key)> onCall;  ///< runs first in each call
   std::function<void()> onUnload;                      ///< runs when the library is unmapped

@@ -55,7 +55,7 @@ TEST_F(Paths, ComposesTheConfigurationDirectories) {
 
 TEST_F(Paths, SearchesShareThenApplicationThenCommon) {
   const std::string common = m_dir / "common/conf/a.cfg";
-  EXPECT_EQ(common, VexaCommonUtils_i::getConfFile("a.cfg")) << "it exists nowhere";
+  EXPECT_EQ(common, VexaCommonUtils_i::getConfFile("a.cfg")) << "no tree has it";
   m_dir.write("common/conf/a.cfg", "");
   EXPECT_EQ(common, VexaCommonUtils_i::getConfFile("a.cfg"));
   const std::string app = m_dir.write("app/conf/a.cfg", "");
@@ -64,7 +64,7 @@ TEST_F(Paths, SearchesShareThenApplicationThenCommon) {
   EXPECT_EQ(share, VexaCommonUtils_i::getConfFile("a.cfg"));
 }
 
-TEST_F(Paths, TakesWhateverExistsUnderTheName) {
+TEST_F(Paths, FindsWhateverExistsUnderTheName) {
   ::mkdir((m_dir / "share").c_str(), 0755);
   ::mkdir((m_dir / "share/conf").c_str(), 0755);
   ::mkdir((m_dir / "share/conf/a.cfg").c_str(), 0755);
@@ -72,7 +72,7 @@ TEST_F(Paths, TakesWhateverExistsUnderTheName) {
   EXPECT_EQ(m_dir.path().string() + "/share/conf/", VexaCommonUtils_i::getConfFile(""));
 }
 
-TEST_F(Paths, TakesAFileThatCannotBeRead) {
+TEST_F(Paths, FindsAFileThatCannotBeRead) {
   const std::string share = m_dir.write("share/conf/a.cfg", "");
   ASSERT_EQ(0, ::chmod(share.c_str(), 0));
   ASSERT_EQ(0, ::chmod(m_dir.path().c_str(), 0755));
@@ -82,7 +82,7 @@ TEST_F(Paths, TakesAFileThatCannotBeRead) {
   });
 }
 
-TEST_F(Paths, PassesOverADanglingLink) {
+TEST_F(Paths, SkipsADanglingLink) {
   const std::string app = m_dir.write("app/conf/a.cfg", "");
   m_dir.write("share/conf/other", "");
   ASSERT_EQ(0, ::symlink("missing", (m_dir / "share/conf/a.cfg").c_str()));
@@ -117,13 +117,13 @@ const Trace kTraces[] = {
     {"root", "[TraceDir]\ntracedir=/\n", "/"},
     {"relative", "[TraceDir]\ntracedir=trace\n", "trace/"},
     {"reference", "[TraceDir]\ntracedir=${_APP_LOG_DIR}/trace\n", "/logs/trace/"},
-    {"reference that brings the slash", "[TraceDir]\ntracedir=${SLASHED}\n", "/slashed/"},
-    {"reference to nothing", "[TraceDir]\ntracedir=${NOPE}\n", "${NOPE}/"},
+    {"reference whose value ends with the slash", "[TraceDir]\ntracedir=${SLASHED}\n", "/slashed/"},
+    {"reference to an unset variable", "[TraceDir]\ntracedir=${NOPE}\n", "${NOPE}/"},
     {"other syntaxes", "[TraceDir]\ntracedir=$(HOME)%HOME%\n", "$(HOME)%HOME%/"},
     {"empty value", "[TraceDir]\ntracedir=\n", "/logs/log/"},
     {"key missing", "[TraceDir]\nother=/trace\n", "/logs/log/"},
     {"key in another section", "[IP]\ntracedir=/trace\n", "/logs/log/"},
-    {"key of another case", "[TraceDir]\nTraceDir=/trace\n", "/logs/log/"},
+    {"key in another case", "[TraceDir]\nTraceDir=/trace\n", "/logs/log/"},
     {"section without its bracket", "[TraceDir\ntracedir=/trace\n", "/logs/log/"},
     {"empty file", "", "/logs/log/"},
     {"CRLF", "[TraceDir]\r\ntracedir=/trace\r\n", "/trace/"},
@@ -162,7 +162,7 @@ TEST_F(Paths, TracesBelowTheLogDirectoryUntilThereAreSettings) {
   });
 }
 
-TEST_F(Paths, ADirectoryInTheSettingsFilesPlaceIsTriedAgain) {
+TEST_F(Paths, ADirectoryInsteadOfTheSettingsFileIsTriedAgain) {
   m_dir.write("share/conf/setting.cfg/file", "");
   runInChild([&] {
     EXPECT_EQ("/logs/log/", VexaCommonUtils::getTracePath());

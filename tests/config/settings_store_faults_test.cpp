@@ -154,7 +154,7 @@ void failEachCall(Fault& fault, int fewestCalls) {
   }
 }
 
-TEST(SettingsStoreFaults, MemoryThatLacksOnceLeavesTheStoreUsable) {
+TEST(SettingsStoreFaults, RunningOutOfMemoryOnceLeavesTheStoreUsable) {
   commutil_test::spareAllocationsIn("strnew");
   commutil_test::spareAllocationsIn("ldname");
   failEachCall(memoryFault(), 10);
@@ -164,7 +164,7 @@ TEST(SettingsStoreFaults, AnOpenThatFailsOnceLeavesTheStoreUsable) { failEachCal
 
 TEST(SettingsStoreFaults, AQueryThatFailsOnceLeavesTheStoreUsable) { failEachCall(infoFault, 1); }
 
-TEST(SettingsStoreFaults, WithoutACreatedManagerTheLookupLacksMemory) {
+TEST(SettingsStoreFaults, WithoutAManagerTheLookupIsOutOfMemory) {
   const InstalledStore store("full");
   for (const Lookup& lookup : kLookups) {
     SCOPED_TRACE(lookup.name);
@@ -197,7 +197,7 @@ TEST(SettingsStoreFaults, AStoreThatCannotBePinnedWorksAndIsLoadedAgain) {
   }
 }
 
-TEST(SettingsStoreFaults, AStoreThatCannotBePinnedMayAskItself) {
+TEST(SettingsStoreFaults, AStoreThatCannotBePinnedMayCallItself) {
   const InstalledStore store("full");
   for (const Lookup& lookup : kLookups) {
     SCOPED_TRACE(lookup.name);

@@ -41,7 +41,7 @@ std::string valueOf(const std::string& key) {
   return value;
 }
 
-TEST(SettingsStore, WithoutALibraryNothingIsFoundOrTouched) {
+TEST(SettingsStore, WithoutALibraryNothingIsFoundOrChanged) {
   runInChild([] {
     const TempDir empty;
     ASSERT_EQ(0, ::chdir(empty.path().c_str()));
@@ -121,7 +121,7 @@ TEST(SettingsStore, ALibraryWithoutTheEntryPointIsTriedAgain) {
       EXPECT_EQ(-1, VexaCommonUtils_i::getSettingGroupParams("/group", params));
       EXPECT_TRUE(params.empty());
     }
-    EXPECT_FALSE(isStoreLoaded()) << "nothing is kept of it";
+    EXPECT_FALSE(isStoreLoaded()) << "nothing of it is cached";
     store.replaceBy("full");
     fakeStore().answers["/key"] = {0, "found"};
     EXPECT_EQ("found", valueOf("/key"));
@@ -156,7 +156,7 @@ TEST(SettingsStore, StaysMappedAndSurvivesTheFilesDeletion) {
   });
 }
 
-TEST(SettingsStore, AnotherLibraryInItsPlaceChangesNothing) {
+TEST(SettingsStore, ReplacingTheLibraryChangesNothing) {
   const InstalledStore store("full");
   runInChild([&] {
     fakeStore().answers["/key"] = {0, "found"};
@@ -188,7 +188,7 @@ TEST(SettingsStore, ItsFunctionsAreBoundLazily) {
   });
 }
 
-TEST(SettingsStore, MayAskItselfDuringTheFirstCall) {
+TEST(SettingsStore, MayCallItselfDuringTheFirstCall) {
   const InstalledStore store("full");
   runInChild([] {
     fakeStore().answers["/inner"] = {0, "inner"};
@@ -243,7 +243,7 @@ TEST(SettingsStore, ThreadsMayMakeTheFirstCallTogether) {
   });
 }
 
-TEST(SettingsStore, CallsAreNotSerialised) {
+TEST(SettingsStore, CallsAreNotSerialized) {
   const InstalledStore store("full");
   runInChild([] {
     fakeStore().answers["/key"] = {0, "found"};

@@ -48,8 +48,7 @@ class Scene {
   explicit Scene(bool hasTarget) {
     m_dir.write("app/conf/svc_ssl.conf", kText);
     fs::create_directory(m_share);
-    writeFile(m_victim,
-              "someone else's, and longer than the options of the template are: " + kText);
+    writeFile(m_victim, "another user's, and longer than the options of the template: " + kText);
     EXPECT_EQ(0, ::chmod(m_victim.c_str(), 0604));
     if (!hasTarget) return;
     writeFile(m_target, "old");
@@ -165,17 +164,19 @@ struct Swap {
 };
 
 const std::vector<Swap> kSwaps = {
-    {"link to someone else's file",
+    {"link to another user's file",
      [](const Scene& scene) { fs::create_symlink(scene.victim(), scene.target()); }, true, false},
-    {"hard link to someone else's file",
+    {"hard link to another user's file",
      [](const Scene& scene) { fs::create_hard_link(scene.victim(), scene.target()); }, true, false},
-    {"link that leads nowhere",
-     [](const Scene& scene) { fs::create_symlink("nowhere", scene.target()); }, true, false},
+    {"dangling link", [](const Scene& scene) { fs::create_symlink("nowhere", scene.target()); },
+     true, false},
     {"FIFO", [](const Scene& scene) { EXPECT_EQ(0, ::mkfifo(scene.target().c_str(), 0666)); }, true,
      false},
     {"directory", [](const Scene& scene) { fs::create_directory(scene.target()); }, false, false},
     {"regular file",
-     [](const Scene& scene) { writeFile(scene.target(), "planted, and longer: " + kText + kText); },
+     [](const Scene& scene) {
+       writeFile(scene.target(), "swapped in, and longer: " + kText + kText);
+     },
      true, true},
 };
 
@@ -376,7 +377,7 @@ TEST(SslConfRaces, AUserWhoCannotWriteToTheDirectoryMayOwnTheFile) {
   for (const Existing& row : kExisting) {
     SCOPED_TRACE(row.name);
     runInChild([&] {
-      ASSERT_EQ(0U, ::geteuid()) << "needs root, to give files to others";
+      ASSERT_EQ(0U, ::geteuid()) << "needs root, to change the owner of files";
       Scene scene(true);
       scene.openToOthers();
       row.prepare(scene.target());

@@ -112,23 +112,23 @@ const Generation kGenerations[] = {
      "\"-SSLCAfile a\"",
      "\"-SSLCAfile a\n-SSLAuthenticate CLIENT\n-SSLVersion TLSv1.3\""},
     // Each value begins empty: what another option's lookup left does not count.
-    {"look-ups that succeed without writing",
+    {"lookups that succeed without writing",
      {{"gateway/SSLAuthenticate", {0, "SERVER"}},
       {"gateway/SSLVersion", {0, std::nullopt}},
       {"global/SSLVersion", {0, std::nullopt}}},
      "\"-SSLCAfile a\"",
      "\"-SSLCAfile a\n-SSLAuthenticate SERVER\n-SSLVersion TLSv1.2\""},
-    {"look-ups that fail having written",
+    {"lookups that fail after writing",
      {{"gateway/SSLAuthenticate", {1, "SERVER"}},
       {"global/SSLVersion", {1, "TLSv1.3"}},
       {"global/SSLNoProtection", {1, "enable"}}},
      "\"-SSLCAfile a\"",
      "\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\""},
-    {"a failing look-up's text that a second one leaves",
+    {"the value of a failed lookup that the second one does not overwrite",
      {{"gateway/SSLVersion", {1, "TLSv1.3"}}, {"global/SSLVersion", {0, std::nullopt}}},
      "\"-SSLCAfile a\"",
      "\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.3\""},
-    {"unprotected, with a capital",
+    {"unprotected, in upper case",
      {{"gateway/SSLNoProtection", {0, "Enable"}}},
      "\"-SSLCAfile a\"",
      "\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\""},
@@ -154,23 +154,23 @@ const Generation kGenerations[] = {
      {},
      "\"-SSLNoProtection -SSLCAfile a\"",
      "\"-SSLNoProtection -SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\""},
-    {"in a comment they count as there",
+    {"options in a comment count as present",
      {},
      "# -SSLAuthenticate -SSLVersion -SSLNoProtection\n\"-SSLCAfile a\"",
      "# -SSLAuthenticate -SSLVersion -SSLNoProtection\n\"-SSLCAfile a\""},
-    {"in a longer word they count as there",
+    {"options in a longer word count as present",
      {},
      "\"-SSLCAfile a -SSLVersionX -SSLAuthenticated\"",
      "\"-SSLCAfile a -SSLVersionX -SSLAuthenticated\""},
-    {"in another case they are missing",
+    {"options in another case count as missing",
      {},
      "\"-SSLCAfile a -sslversion -SSLAUTHENTICATE\"",
      "\"-SSLCAfile a -sslversion -SSLAUTHENTICATE\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\""},
-    {"an option in a value counts as there",
+    {"an option in a value counts as present",
      {{"gateway/SSLAuthenticate", {0, "x -SSLVersion y"}}},
      "\"-SSLCAfile a\"",
      "\"-SSLCAfile a\n-SSLAuthenticate x -SSLVersion y\""},
-    {"a quote in a value is the next one's place",
+    {"the next option is inserted before a quote in a value",
      {{"gateway/SSLAuthenticate", {0, "x\"y"}}},
      "\"-SSLCAfile a\"",
      "\"-SSLCAfile a\n-SSLAuthenticate x\n-SSLVersion TLSv1.2\"y\""},
@@ -182,15 +182,15 @@ const Generation kGenerations[] = {
      {},
      "\"-SSLCAfile a\" \"-SSLCAfile b\"",
      "\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\" \"-SSLCAfile b\""},
-    {"the quote right behind the file option",
+    {"a quote directly after the file option",
      {},
      "\"-SSLCAfile\"",
      "\"-SSLCAfile\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\""},
-    {"the quote lines below",
+    {"a quote some lines below",
      {},
      "\"-SSLCAfile a\n b\n\"",
      "\"-SSLCAfile a\n b\n\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\""},
-    {"one quote in all, behind the file",
+    {"a single quote, after the file",
      {},
      "-SSLCAfile a\"",
      "-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\""},
@@ -203,7 +203,7 @@ const Generation kGenerations[] = {
      std::string("\x00\xff\"-SSLCAfile \x00\"\x80", 17),
      std::string("\x00\xff\"-SSLCAfile \x00", 15) +
          "\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\"\x80"},
-    {"nothing to add, no place to add it",
+    {"no place, but nothing to add",
      {},
      "-SSLAuthenticate -SSLVersion",
      "-SSLAuthenticate -SSLVersion"},
@@ -241,7 +241,7 @@ TEST_F(SslConf, ReadsTheApplicationsKeyThenTheGlobalOneForEachGap) {
   });
 }
 
-TEST_F(SslConf, TheDefaultsHoldWithoutAStore) {
+TEST_F(SslConf, TheDefaultsApplyWithoutAStore) {
   writeTemplate("\"-SSLCAfile a\"");
   m_store.remove();
   runInChild([&] {
@@ -250,7 +250,7 @@ TEST_F(SslConf, TheDefaultsHoldWithoutAStore) {
   });
 }
 
-TEST_F(SslConf, TheDefaultsStayAfterAStoreThatFailedDuringTheFirstCall) {
+TEST_F(SslConf, TheDefaultsStayIfTheStoreFailedDuringTheFirstCall) {
   writeTemplate("\"-SSLCAfile a\"");
   const std::string defaults = "\"-SSLCAfile a\n-SSLAuthenticate NONE\n-SSLVersion TLSv1.2\"";
   runInChild([&] {
@@ -326,7 +326,7 @@ TEST_F(SslConf, TakesTheFirstTemplate) {
   runInChild([] { EXPECT_THAT(readFile(generate()), testing::StartsWith("share")); });
 }
 
-TEST_F(SslConf, HasItsModeUnderAnyMask) {
+TEST_F(SslConf, HasItsModeUnderAnyUmask) {
   writeTemplate("\"-SSLCAfile a\"");
   for (const mode_t mask : {0U, 022U, 027U, 077U, 0777U}) {
     SCOPED_TRACE(mask);
@@ -414,7 +414,7 @@ TEST_F(SslConf, AnUnreadableTemplateLeavesNothingAndIsTriedAgain) {
   });
 }
 
-TEST_F(SslConf, ATemplateThatIsNotForThisUserCannotBeRead) {
+TEST_F(SslConf, ATemplateWithoutReadPermissionCannotBeRead) {
   writeTemplate("\"-SSLCAfile a\"");
   ASSERT_EQ(0, ::chmod((m_dir / "app/conf/svc_ssl.conf").c_str(), 0));
   ASSERT_EQ(0, ::chmod(m_dir.path().c_str(), 0755));
@@ -490,7 +490,7 @@ TEST_F(SslConf, ATemplateWithoutAPlaceForAnOptionThrows) {
         } catch (const std::out_of_range& error) {
           EXPECT_EQ(expected, error.what());
         }
-        EXPECT_FALSE(targetExists()) << "the old copy goes first";
+        EXPECT_FALSE(targetExists()) << "the old copy is removed first";
       }
       writeTemplate("\"-SSLCAfile a\"");
       EXPECT_EQ(m_target, generate());

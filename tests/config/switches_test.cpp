@@ -51,7 +51,7 @@ const ListenSwitch kListenSwitches[] = {
 
 struct FileSwitch {
   const char* name;
-  const char* settings;  ///< "@" stands for the parameter
+  const char* settings;  ///< "@" is replaced by the parameter
   bool on;
   bool asksStore;
 };
@@ -65,14 +65,14 @@ const FileSwitch kFileSwitches[] = {
     {"less", "[IP]\n@=enabl\n", false, false},
     {"another word", "[IP]\n@=true\n", false, false},
     {"quoted", "[IP]\n@=\"enable\"\n", false, false},
-    {"blanks around", "[IP]\n @ = enable \n", true, false},
+    {"spaces around", "[IP]\n @ = enable \n", true, false},
     {"CRLF", "[IP]\r\n@=enable\r\n", true, false},
     {"byte-order mark", "\xef\xbb\xbf[IP]\n@=enable\n", true, false},
     {"repeated key", "[IP]\n@=enable\n@=disable\n", true, false},
     {"repeated section", "[IP]\n@=disable\n[IP]\n@=enable\n", false, false},
     {"empty value", "[IP]\n@=\n", false, true},
     {"key missing", "[IP]\nother=enable\n", false, true},
-    {"key with more", "[IP]\n@x=enable\n", false, true},
+    {"longer key", "[IP]\n@x=enable\n", false, true},
     {"no section", "@=enable\n", false, true},
     {"another section", "[TS]\n@=enable\n", false, true},
     {"section without its bracket", "[IP\n@=enable\n", false, true},
@@ -123,9 +123,9 @@ const StoreSwitch kListenStores[] = {
     {"capital", {{0, "Enable"}}, {{0, "enable"}}, false, false},
     {"application is empty", {{0, ""}}, {{0, "enable"}}, true, true},
     {"application succeeds without writing", {{0, std::nullopt}}, {{0, "enable"}}, true, true},
-    {"application fails having written, global says no", {{1, "enable"}}, {{0, "no"}}, false, true},
+    {"application fails after writing, global is off", {{1, "enable"}}, {{0, "no"}}, false, true},
     // The second result is not tested and nothing is cleared: what a failing lookup writes counts.
-    {"application fails having written, no global", {{1, "enable"}}, {}, true, true},
+    {"application fails after writing, no global", {{1, "enable"}}, {}, true, true},
     {"global fails having written", {}, {{1, "enable"}}, true, true},
     {"global succeeds without writing", {{1, "enable"}}, {{0, std::nullopt}}, true, true},
     {"global empties it", {{1, "enable"}}, {{0, ""}}, false, true},
@@ -177,7 +177,7 @@ TEST_F(Switches, WithoutAReadableFileNoListenSwitchIsOnAndTheStoreIsNotRead) {
     runInChild(expectOff);
     std::filesystem::remove_all(m_dir / "share");
   }
-  SCOPED_TRACE("a file that is not for this user");
+  SCOPED_TRACE("a file that this user may not read");
   writeSettings("[IP]\nListenAllIp=enable\nListenLoopbackIP=enable\n");
   ASSERT_EQ(0, ::chmod((m_dir / "app/conf/setting.cfg").c_str(), 0));
   ASSERT_EQ(0, ::chmod(m_dir.path().c_str(), 0755));
@@ -252,7 +252,7 @@ const StoreSwitch kProtectionStores[] = {
     // The value starts as "disable" and is never cleared: a store that succeeds without writing
     // returns a nonempty value, and what a failing lookup writes counts.
     {"application succeeds without writing", {{0, std::nullopt}}, {{0, "enable"}}, true, false},
-    {"application fails having written, no global", {{1, "enable"}}, {}, false, true},
+    {"application fails after writing, no global", {{1, "enable"}}, {}, false, true},
     {"application fails having written, global disables",
      {{1, "enable"}},
      {{0, "disable"}},

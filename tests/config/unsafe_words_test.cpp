@@ -147,7 +147,7 @@ TEST_F(CheckUnSafeStr, NamesTheFileThatItTried) {
   expectUnreadable();
 }
 
-TEST_F(CheckUnSafeStr, TakesTheFileThatComesFirst) {
+TEST_F(CheckUnSafeStr, ReadsTheFirstFileFound) {
   tree.write("common/conf/secure.cfg", "[UnsafeWord]\na=common\n");
   expectAnswer(false, "common");
   tree.write("app/conf/secure.cfg", "[UnsafeWord]\na=application\n");
@@ -168,7 +168,7 @@ TEST_F(CheckUnSafeStr, ReadsTheFileOnEveryCall) {
   expectUnreadable();
 }
 
-TEST_F(CheckUnSafeStr, LongWordsCostNoMoreThanTheirLength) {
+TEST_F(CheckUnSafeStr, LongWordsTakeLinearTime) {
   // Linear matching ends at once; comparing in full at each position takes a minute.
   const std::string word = std::string(200'000, 'a') + "b";
   tree.write("common/conf/secure.cfg", "[UnsafeWord]\nkey=" + word + "\n");
@@ -176,7 +176,7 @@ TEST_F(CheckUnSafeStr, LongWordsCostNoMoreThanTheirLength) {
   expectAnswer(false, std::string(kMebi, 'a') + "b");
 }
 
-TEST_F(CheckUnSafeStr, ServesThreadsAtOnce) {
+TEST_F(CheckUnSafeStr, AllowsConcurrentCalls) {
   tree.write("common/conf/secure.cfg", "[UnsafeWord]\na=rm\n");
   inThreads(4, [](int) {
     EXPECT_FALSE(VexaCommonUtils_i::checkUnSafeStr("rm"));

@@ -68,7 +68,7 @@ void expectAllocations(const std::vector<Row>& rows, std::size_t expected) {
   }
 }
 
-TEST(Costs, AChecksAllocationsAreNone) {
+TEST(Costs, ChecksDoNotAllocate) {
   commutil_test::runInChild([] {
     prepare("sybase");
     const std::string digits = repeated("0123456789", 1000);
@@ -176,7 +176,7 @@ void expectPeaks(const std::vector<Row>& rows) {
   }
 }
 
-TEST(Costs, APeakIsInputAndOutputOfCleanText) {
+TEST(Costs, ThePeakOfCleanTextIsInputAndOutput) {
   commutil_test::runInChild([] {
     prepare("sybase");
     std::string text = "  " + repeated("a line of some words and more ", kLarge);
@@ -184,7 +184,7 @@ TEST(Costs, APeakIsInputAndOutputOfCleanText) {
   });
 }
 
-TEST(Costs, APeakIsInputAndOutputOfTextThatChanges) {
+TEST(Costs, ThePeakOfTextThatChangesIsInputAndOutput) {
   for (const char* const type : {"sybase", "oracle"}) {
     commutil_test::runInChild([type] {
       prepare(type);
@@ -194,12 +194,12 @@ TEST(Costs, APeakIsInputAndOutputOfTextThatChanges) {
   }
 }
 
-TEST(Costs, APeakIsInputAndOutputOfEscapesOnly) {
+TEST(Costs, ThePeakOfEscapesOnlyIsInputAndOutput) {
   const std::string name = repeated("^c", kLarge);
   expectPeaks({{"fileName2SpecialName", [&] { return bytesOf(Lib::fileName2SpecialName(name)); }}});
 }
 
-TEST(Costs, APeakIsInputAndOutputOfAReplacementInPlace) {
+TEST(Costs, ThePeakOfAReplacementInPlaceIsInputAndOutput) {
   std::string text = repeated(kTextThatChanges, kLarge);
   expectPeaks({{"stringReplace", [&] {
                   Lib::stringReplace("word", "another word", text);
@@ -207,7 +207,7 @@ TEST(Costs, APeakIsInputAndOutputOfAReplacementInPlace) {
                 }}});
 }
 
-TEST(Costs, APeakIsInputAndOutputOfCodedAndWideText) {
+TEST(Costs, ThePeakOfCodedAndWideTextIsInputAndOutput) {
   commutil_test::runInChild([] {
     prepare("sybase");
     const std::string code(kLarge, 'A');

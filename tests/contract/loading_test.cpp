@@ -64,7 +64,7 @@ std::size_t allocatedBytes() {
 struct Holdings {
   long descriptors = 0;
   long threads = 0;
-  long mappings = 0;  ///< of files; sanitizers make others as they please
+  long mappings = 0;  ///< of files; sanitizers add others
   std::size_t bytes = 0;
 
   void note() {

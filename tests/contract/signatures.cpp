@@ -93,7 +93,7 @@ constexpr bool needsAll(Call /*call*/) {
   static_assert(declares<MemberPointer<__VA_ARGS__, Class>>(&Class::name)); \
   static_assert(needsAll<Class, __VA_ARGS__>(MEMBER_CALL_OF(name)))
 
-// One of several of its name, which a call with fewer arguments may mean.
+// An overload: a call with fewer arguments may select another one.
 #define FREE_OVERLOAD(name, ...) static_assert(declares<std::add_pointer_t<__VA_ARGS__>>(&::name))
 
 #define STATIC_OVERLOAD(Class, name, ...) \

@@ -1,5 +1,5 @@
-// LIKE operands beside the steps that define them, at every size up to 4096. This program answers
-// in place of the settings.
+// Compares LIKE operands with the steps that define them, at every size up to 4096. This program
+// replaces the settings.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -25,11 +25,11 @@ std::string plainOperand(const std::string& text, bool oracle) {
   return body;
 }
 
-/// A text whose bytes that are escaped come seldom or often, or not at all for 0.
-std::string textOf(std::size_t size, std::size_t often) {
+/// Returns a text with bytes to escape at most `distance` bytes apart; without any for 0.
+std::string textOf(std::size_t size, std::size_t distance) {
   std::string text(size, 'x');
-  if (often == 0) return text;
-  for (std::size_t i = size % often; i < size; i += 1 + i % often) text[i] = "'%_[]\\"[i % 6];
+  if (distance == 0) return text;
+  for (std::size_t i = size % distance; i < size; i += 1 + i % distance) text[i] = "'%_[]\\"[i % 6];
   return text;
 }
 

@@ -7,8 +7,8 @@
 
 #include "faults/fault.h"
 
-using commutil_faults::Function;
-using commutil_faults::mustFail;
+using commutil_faults::callNamed;
+using commutil_faults::errorDue;
 
 // The replaced allocator: the sanitizer's or the C library's.
 #if defined(__SANITIZE_ADDRESS__)
@@ -22,36 +22,57 @@ void* COMMUTIL_REAL(malloc)(std::size_t size);
 void* COMMUTIL_REAL(calloc)(std::size_t count, std::size_t size);
 void* COMMUTIL_REAL(realloc)(void* block, std::size_t size);
 void* COMMUTIL_REAL(memalign)(std::size_t alignment, std::size_t size);
+void COMMUTIL_REAL(free)(void* block);
 }
 
 namespace {
 
-bool fails(Function function) {
-  if (!mustFail(function)) return false;
-  errno = ENOMEM;
+long held = 0;
+
+bool fails(std::size_t call) {
+  const int error = errorDue(call);
+  if (error == 0) return false;
+  errno = error;
   return true;
 }
 
-void* aligned(std::size_t alignment, std::size_t size) {
-  return fails(Function::alignedAlloc) ? nullptr : COMMUTIL_REAL(memalign)(alignment, size);
+void* counted(void* block) {
+  if (block != nullptr) ++held;
+  return block;
 }
 
-void* allocate(std::size_t size) { return COMMUTIL_REAL(malloc)(size == 0 ? 1 : size); }
+void* aligned(std::size_t alignment, std::size_t size) {
+  return fails(callNamed("aligned_alloc")) ? nullptr
+                                           : counted(COMMUTIL_REAL(memalign)(alignment, size));
+}
+
+void* allocate(std::size_t size) { return counted(COMMUTIL_REAL(malloc)(size == 0 ? 1 : size)); }
 
 }  // namespace
+
+long commutil_faults::blocksHeld() { return held; }
 
 extern "C" {
 
 void* malloc(std::size_t size) noexcept {
-  return fails(Function::malloc) ? nullptr : COMMUTIL_REAL(malloc)(size);
+  return fails(callNamed("malloc")) ? nullptr : counted(COMMUTIL_REAL(malloc)(size));
 }
 
 void* calloc(std::size_t count, std::size_t size) noexcept {
-  return fails(Function::calloc) ? nullptr : COMMUTIL_REAL(calloc)(count, size);
+  return fails(callNamed("calloc")) ? nullptr : counted(COMMUTIL_REAL(calloc)(count, size));
 }
 
 void* realloc(void* block, std::size_t size) noexcept {
-  return fails(Function::realloc) ? nullptr : COMMUTIL_REAL(realloc)(block, size);
+  if (fails(callNamed("realloc"))) return nullptr;
+  void* const grown = COMMUTIL_REAL(realloc)(block, size);
+  if (block == nullptr) return counted(grown);
+  if (grown == nullptr && size == 0) --held;
+  return grown;
+}
+
+void free(void* block) noexcept {
+  if (block != nullptr) --held;
+  COMMUTIL_REAL(free)(block);
 }
 
 void* memalign(std::size_t alignment, std::size_t size) noexcept {
@@ -72,12 +93,12 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexce
 
 // Not inlined: g++ would warn that `free` mismatches the callers' `new`.
 [[gnu::noinline]] void* operator new(std::size_t size) {
-  void* const block = fails(Function::throwingNew) ? nullptr : allocate(size);
+  void* const block = fails(callNamed("new")) ? nullptr : allocate(size);
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return fails(Function::nothrowNew) ? nullptr : allocate(size);
+  return fails(callNamed("new(nothrow)")) ? nullptr : allocate(size);
 }
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 

@@ -53,6 +53,14 @@ struct Operation {
 
 using Tour = std::vector<Operation>;
 
+/// A group of calls that fail: those of `kCalls` from `begin` to before `end`, at one level.
+struct Mechanism {
+  const char* name;
+  Level level;
+  std::size_t begin;
+  std::size_t end;
+};
+
 /// What an operation did while a call failed.
 enum class Outcome {
   right,         ///< the answer of a call in which nothing fails
@@ -65,7 +73,8 @@ enum class Problem {
   wrong,          ///< another answer or another exception
   crash,          ///< a signal, or an end of the process
   hang,           ///< it waits for itself, or too long
-  leak,           ///< a descriptor or a child left
+  leak,           ///< a descriptor, a child or a file left
+  memory,         ///< more memory left than after a call in which nothing fails
   notRepeatable,  ///< the same call without the fault gave another answer
   relatedBroken,  ///< an operation of `related` gave another answer
 };
@@ -75,8 +84,17 @@ const char* nameOf(Problem problem);
 /// Returns whether the exception is one of the operation: its name is a shell pattern.
 bool covers(const Exception& exception, const std::string& operation);
 
-/// Fails every call of every operation in turn. Adds a failure to the running test for each
-/// forbidden outcome and each exception that no longer occurs, and prints a table.
-void runTour(const Tour& tour, const std::vector<Exception>& exceptions);
+/// How many sites a tour has, each a call of an operation with its occurrence, and how often an
+/// operation ran with one of them failing.
+struct Extent {
+  unsigned sites = 0;
+  unsigned runs = 0;
+};
+
+/// Fails every call of every operation in turn, with some of its errors or all of them. Adds a
+/// failure to the running test for each forbidden outcome and each exception that no longer occurs,
+/// and prints a table.
+Extent runTour(const Tour& tour, const Mechanism& mechanism,
+               const std::vector<Exception>& exceptions);
 
 }  // namespace commutil_faults

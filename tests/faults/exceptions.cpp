@@ -34,10 +34,10 @@ std::vector<Exception> readExceptions(const std::string& path) {
     if (line.empty() || line.front() == '#') continue;
     const std::vector<std::string> fields = fieldsOf(line);
     const bool complete =
-        fields.size() == 4 && std::none_of(fields.begin(), fields.end(),
+        fields.size() == 5 && std::none_of(fields.begin(), fields.end(),
                                            [](const std::string& field) { return field.empty(); });
     EXPECT_TRUE(complete) << path << ": " << line;
-    if (complete) exceptions.push_back({fields[0], fields[1], fields[2], fields[3]});
+    if (complete) exceptions.push_back({fields[0], fields[1], fields[2], fields[3], fields[4]});
   }
   return exceptions;
 }

@@ -9,6 +9,7 @@ namespace commutil_faults {
 /// fields.
 struct Exception {
   std::string operation;
+  std::string mechanism;
   std::string function;
   std::string outcome;
   std::string reason;

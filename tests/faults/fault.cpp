@@ -5,8 +5,12 @@
 #include <execinfo.h>
 #include <link.h>
 #include <sys/mman.h>
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -18,6 +22,7 @@ namespace {
 constexpr std::size_t kFrames = 40;
 constexpr std::size_t kNameSize = 160;
 constexpr std::string_view kProgram = "faults_test";
+constexpr std::string_view kLibrary = "libcommutil.so";
 
 struct Frame {
   char library[64];
@@ -27,6 +32,7 @@ struct Frame {
 /// Shared with the children, to be read even after they crash.
 struct Record {
   CallCounts counts;
+  bool armed;
   bool struck;
   std::size_t frames;
   std::array<Frame, kFrames> stack;
@@ -34,7 +40,7 @@ struct Record {
 
 Record* record = nullptr;
 Fault armedFault;
-bool isArmed = false;
+bool isArmed = false;  // in this process, for functions
 
 void keep(char* to, std::size_t size, const char* text) {
   const std::size_t length = std::min(std::strlen(text), size - 1);
@@ -71,6 +77,22 @@ std::string readable(const char* symbol) {
   return status == 0 && name ? name.get() : symbol;
 }
 
+bool isOwn(const Frame& frame) { return std::string_view(frame.library) == kProgram; }
+
+/// Returns the index after the frames of the operation. Replaced functions may be among them, and
+/// its own frame is missing if its last step is the failing call.
+std::size_t endOfOperation() {
+  for (std::size_t i = record->frames; i > 0; --i) {
+    if (std::string_view(record->stack[i - 1].library).substr(0, kLibrary.size()) == kLibrary)
+      return i;
+  }
+  std::size_t i = 0;
+  while (i < record->frames && !isOwn(record->stack[i])) ++i;
+  while (i < record->frames && isOwn(record->stack[i])) ++i;
+  while (i < record->frames && !isOwn(record->stack[i])) ++i;
+  return i;
+}
+
 }  // namespace
 
 void prepareFaults() {
@@ -84,23 +106,51 @@ void prepareFaults() {
 
 void arm(const Fault& fault) {
   record->counts = {};
+  record->armed = true;
   record->struck = false;
   record->frames = 0;
   armedFault = fault;
-  isArmed = true;
+  if (fault.level == Level::function) {
+    isArmed = true;
+    return;
+  }
+  ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+  ::syscall(SYS_kill, ::getpid(), SIGSTOP);  // not raise(3), which calls the kernel afterwards
 }
 
-void disarm() { isArmed = false; }
+void disarm() {
+  isArmed = false;
+  if (!record->armed) return;
+  record->armed = false;
+  if (armedFault.level == Level::system) ::syscall(SYS_getppid);  // here the tracer detaches
+}
 
-bool mustFail(Function function) {
-  if (!isArmed) return false;
-  const unsigned count = ++record->counts[static_cast<std::size_t>(function)];
-  if (function != armedFault.function || count != armedFault.occurrence) return false;
+void disarmChild() { isArmed = false; }
+
+int errorDue(std::size_t call) {
+  if (!isArmed) return 0;
+  const unsigned count = ++record->counts[call];
+  if (call != armedFault.call || count != armedFault.occurrence) return 0;
   isArmed = false;
   keepStack();
   isArmed = true;
   record->struck = true;
-  return true;
+  return armedFault.error;
+}
+
+int errorDueInKernel(std::size_t call, const Fault& fault) {
+  const unsigned count = ++record->counts[call];
+  if (call != fault.call || count != fault.occurrence) return 0;
+  record->struck = true;
+  return fault.error;
+}
+
+bool isArmedInChild() { return record->armed; }
+
+// The stack is wherever the failing call has left it.
+[[gnu::force_align_arg_pointer]] void keepStackAndStop() {
+  keepStack();
+  asm volatile("int3");
 }
 
 CallCounts counts() { return record->counts; }
@@ -109,13 +159,12 @@ bool struck() { return record->struck; }
 
 std::vector<std::string> stackOfFault() {
   std::vector<std::string> stack;
-  bool replaced = false;  // after the frames of the replaced function, which are this program's
-  for (std::size_t i = 0; i < record->frames; ++i) {
+  const std::size_t end = endOfOperation();
+  bool replaced = false;  // after the frames that keep the stack, which are this program's
+  for (std::size_t i = 0; i < end; ++i) {
     const Frame& frame = record->stack[i];
-    const bool own = std::string_view(frame.library) == kProgram;
-    if (own && !stack.empty()) break;  // the caller of the operation
-    replaced = replaced || own;
-    if (!own && replaced)
+    replaced = replaced || isOwn(frame);
+    if (!isOwn(frame) && replaced)
       stack.push_back(std::string(frame.library) + "!" + readable(frame.function));
   }
   return stack;

@@ -5,53 +5,50 @@
 #include <string>
 #include <vector>
 
-// Functions that can fail. `arm` chooses one call of one function; the function's replacement calls
-// `mustFail` each time. One fault at a time, in one thread.
+#include "faults/calls.h"
+
+// Calls that fail. `arm` chooses one call; the replacement of a function, and the tracer of system
+// calls, ask at each call whether it is the one. One fault at a time, in one thread.
 
 namespace commutil_faults {
 
-/// A function that can fail. To add some, add them here, their names to `kFunctions`, and
-/// replacements that call `mustFail`.
-enum class Function : unsigned char {
-  throwingNew,
-  nothrowNew,
-  malloc,
-  calloc,
-  realloc,
-  alignedAlloc,
+/// Where a call is made to fail.
+enum class Level : unsigned char {
+  function,  ///< in this program's replacement of the function
+  system,    ///< in the kernel: a tracer changes the result of the system call
 };
 
-struct FunctionName {
-  Function function;
-  const char* name;
-};
-
-inline constexpr std::array<FunctionName, 6> kFunctions{{
-    {Function::throwingNew, "new"},
-    {Function::nothrowNew, "new(nothrow)"},
-    {Function::malloc, "malloc"},
-    {Function::calloc, "calloc"},
-    {Function::realloc, "realloc"},
-    {Function::alignedAlloc, "aligned_alloc"},
-}};
-
-using CallCounts = std::array<unsigned, kFunctions.size()>;
-
-/// The `occurrence`th call of a function, counted from 1; 0 is no call.
+/// The `occurrence`th call, counted from 1, fails with `error`; 0 is no call.
 struct Fault {
-  Function function = Function::malloc;
+  Level level = Level::function;
+  std::size_t call = 0;
   unsigned occurrence = 0;
+  int error = 0;
 };
+
+using CallCounts = std::array<unsigned, kCalls.size()>;
 
 /// Prepares the record of faults, which the calling process shares with its children.
 void prepareFaults();
 
-/// Counts calls from here on and fails that of `fault`, until `disarm`.
+/// Counts calls from here on and fails that of `fault`, until `disarm`. With a system call, the
+/// process must be a child whose parent traces it.
 void arm(const Fault& fault);
 void disarm();
 
-/// For replacements: counts a call, and returns whether it must fail.
-bool mustFail(Function function);
+/// Does nothing more in this process: for the children of an operation.
+void disarmChild();
+
+/// Counts a call. Returns the error with which it must fail, 0 if it must not.
+int errorDue(std::size_t call);
+
+/// For the tracer: the same for a system call of the traced process.
+int errorDueInKernel(std::size_t call, const Fault& fault);
+bool isArmedInChild();
+
+/// For the tracer: keeps the names of the functions that have made the failing call. Runs in the
+/// traced process, which stops afterwards instead of returning.
+void keepStackAndStop();
 
 /// Returns what was counted since `arm` last ran, in this process or a child.
 CallCounts counts();
@@ -60,5 +57,8 @@ bool struck();
 /// The functions between the operation and the failed call, innermost first: "library!function".
 /// Local functions appear by their library only.
 std::vector<std::string> stackOfFault();
+
+/// Memory blocks that this process has allocated and not freed.
+long blocksHeld();
 
 }  // namespace commutil_faults

@@ -21,8 +21,9 @@ Operation plain(const char* name, Result (*function)(), std::vector<std::string>
 
 /// An operation on a string.
 Operation ofText(const char* name, std::string (*function)(const std::string&),
-                 const std::string& text) {
-  return {name, [=](Attempt& attempt) { return show(attempt([&] { return function(text); })); }};
+                 const std::string& text, std::vector<std::string> failures = {}) {
+  return {name, [=](Attempt& attempt) { return show(attempt([&] { return function(text); })); },
+          std::move(failures)};
 }
 
 const std::vector<std::string> kStoreUsers{
@@ -62,12 +63,14 @@ Tour environmentTour() {
       plain("VexaCommonUtils::getConfigPath", Utils::getConfigPath),
       plain("VexaCommonUtils::getAppConfigPath", Utils::getAppConfigPath),
       plain("VexaCommonUtils::getAPPShareConfigPath", Utils::getAPPShareConfigPath),
-      plain("VexaCommonUtils::getTracePath", Utils::getTracePath),
+      plain("VexaCommonUtils::getTracePath", Utils::getTracePath, {show(Host::path("log/log/"))}),
       plain("VexaCommonUtils::getDumpAllLocksFile", Utils::getDumpAllLocksFile),
-      ofText("VexaCommonUtils_i::getConfFile", Utils_i::getConfFile, "setting.cfg"),
+      // An inaccessible file is searched for in the next tree; the last one is not checked.
+      ofText("VexaCommonUtils_i::getConfFile", Utils_i::getConfFile, "setting.cfg",
+             {show(Host::path("common/conf/setting.cfg"))}),
       ofText("VexaCommonUtils_i::getConfFile [nowhere]", Utils_i::getConfFile, "nowhere.cfg"),
       plain("VexaCommonUtils::IsGlobalVersion", Utils::IsGlobalVersion),
-      plain("VexaCommonUtils_i::isTsMode", Utils_i::isTsMode),
+      plain("VexaCommonUtils_i::isTsMode", Utils_i::isTsMode, {show(false)}),
       plain("VexaCommonUtils_i::isZirel", Utils_i::isZirel, {show(false)}),
       plain("VexaCommonUtils_i::VexaGetSSLMode", Utils_i::VexaGetSSLMode),
   };
@@ -109,7 +112,7 @@ Tour settingsTour() {
        },
        {show(false, "before")},
        kStoreUsers},
-      plain("VexaCommonUtils::isListenAllIp", Utils::isListenAllIp),
+      plain("VexaCommonUtils::isListenAllIp", Utils::isListenAllIp, {show(false)}),
       plain("VexaCommonUtils_i::isListenLoopback", Utils_i::isListenLoopback, {show(false)},
             kStoreUsers),
       plain("VexaCommonUtils::isCorbaSSLOnly", Utils::isCorbaSSLOnly, {show(true)}, kStoreUsers),
@@ -118,12 +121,13 @@ Tour settingsTour() {
       {"VexaCommonUtils_i::get_svc_ssl_conf",
        optionFile,
        {optionFileWith("TLSv1.2", true), optionFileWith("TLSv1.3", true),
-        optionFileWith("TLSv1.2", false)},
+        optionFileWith("TLSv1.2", false), show("", "")},
        kStoreUsers},
       {"VexaCommonUtils_i::get_svc_ssl_conf [another file]",
        [](Attempt& attempt) {
          return show(attempt([] { return Utils_i::get_svc_ssl_conf("setting.cfg"); }));
-       }},
+       },
+       {show(Host::path("common/conf/setting.cfg"))}},
   };
 }
 

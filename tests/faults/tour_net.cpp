@@ -159,7 +159,8 @@ Tour addressesTour() {
          std::list<std::string> addresses{"before"};
          const int result = attempt([&] { return Utils_i::GetAllWebswingNodeIPs(addresses); });
          return show(result, addresses);
-       }},
+       },
+       {show(-1, std::list<std::string>{"before"})}},
   };
 }
 
@@ -167,11 +168,11 @@ Tour hostsTour() {
   const std::string name = "node-with-a-long-name";
   return {
       {"VexaCommonUtils::hostname",
-       [](Attempt& attempt) { return show(attempt([] { return Utils::hostname(); })); }},
+       [](Attempt& attempt) { return show(attempt([] { return Utils::hostname(); })); },
+       {show("")}},
       {"VexaCommonUtils::sysname",
-       [](Attempt& attempt) {
-         return show(attempt([] { return Utils::sysname(); }).substr(0, 5));
-       }},
+       [](Attempt& attempt) { return show(attempt([] { return Utils::sysname(); }).substr(0, 5)); },
+       {show("")}},
       {"VexaCommonUtils::hostipaddr",
        [](Attempt& attempt) { return show(attempt([] { return Utils::hostipaddr(); })); },
        {show("")}},
@@ -238,7 +239,8 @@ Tour interfacesTour() {
          CMACAddress work;
          attempt([&] { GetHWMACAddr(addresses, work); });
          return show(shownMacs(addresses));
-       }},
+       },
+       {show("")}},
       {"GetLocalMACAddr",
        [](Attempt& attempt) {
          std::vector<CMACAddress> addresses;

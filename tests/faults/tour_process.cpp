@@ -21,9 +21,17 @@ namespace fs = std::filesystem;
 using Utils = VexaCommonUtils;
 using Utils_i = VexaCommonUtils_i;
 
-constexpr const char* kCommand = "exit 7";
+constexpr const char* kCommand = "exit 77";  // no error number
 
-/// A command that exits with 7, run in one of the ways.
+/// The results of a command whose program or status is not available: no process, no status, or the
+/// error of the program's execution.
+std::vector<std::string> commandFailures() {
+  std::vector<std::string> failures{show(-1), show(0)};
+  for (const int error : kCalls[callNamed("execv")].errorList()) failures.push_back(show(error));
+  return failures;
+}
+
+/// A command that exits with 77, run in one of the ways.
 template <class Function>
 Operation running(const char* name, Function function, std::vector<std::string> failures) {
   return {name, [=](Attempt& attempt) { return show(attempt(function)); }, std::move(failures)};
@@ -48,20 +56,24 @@ std::string sorted(std::list<std::string> files) {
 
 Tour commandsTour() {
   return {
-      running("VexaCommonUtils::system", [] { return Utils::system(kCommand); }, {show(-1)}),
+      running("VexaCommonUtils::system", [] { return Utils::system(kCommand); },
+              {show(-1), show(0)}),
       running("VexaCommonUtils_i::execve_s", [] { return Utils_i::execve_s(kCommand); },
-              {show(-1)}),
+              {show(-1), show(0)}),
       running("VexaCommonUtils_i::runCommand(char const*, bool, bool)",
-              [] { return Utils_i::runCommand("/bin/sh -c 'exit 7'", true, true); }, {show(-1)}),
+              [] { return Utils_i::runCommand("/bin/sh -c 'exit 77'", true, true); },
+              {show(-1), show(0)}),
       running("VexaCommonUtils_i::runCommand(char const*, bool, bool) [without environment]",
-              [] { return Utils_i::runCommand("/bin/sh -c 'exit 7'", false, false); }, {show(-1)}),
-      running("VexaCommonUtils_i::runCommand(char const*, char* const*)",
-              [] {
-                char* const words[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
-                                       const_cast<char*>(kCommand), nullptr};
-                return Utils_i::runCommand("/bin/sh", words);
-              },
-              {show(-1)}),
+              [] { return Utils_i::runCommand("/bin/sh -c 'exit 77'", false, false); },
+              {show(-1), show(0)}),
+      running(
+          "VexaCommonUtils_i::runCommand(char const*, char* const*)",
+          [] {
+            char* const words[] = {const_cast<char*>("sh"), const_cast<char*>("-c"),
+                                   const_cast<char*>(kCommand), nullptr};
+            return Utils_i::runCommand("/bin/sh", words);
+          },
+          commandFailures()),
       {"VexaCommonUtils_i::pipeline_s",
        [](Attempt& attempt) {
          std::FILE* const stream = attempt([] { return Utils_i::pipeline_s("echo a line"); });
@@ -74,7 +86,8 @@ Tour commandsTour() {
        [](Attempt& attempt) {
          std::FILE* const stream = Utils_i::pipeline_s(kCommand);
          return show(attempt([&] { return Utils_i::pclose_s(stream); }));
-       }},
+       },
+       {show(-1)}},
       {"VexaCommonUtils_i::getSystemExecResult",
        [](Attempt& attempt) {
          std::string output = "before";
@@ -97,7 +110,7 @@ Tour usersTour() {
        },
        // The user database, PAM or changing the identity.
        {show(-1, 031, 0, 0), show(PAM_BUF_ERR, 031, 0, 0), show(PAM_ABORT, 031, 0, 0),
-        show(-1, 031, 0, 4712)},
+        show(PAM_SYSTEM_ERR, 031, 0, 0), show(-1, 031, 0, 4712)},
        {"VexaCommonUtils_i::securityGetpwnam"}},
       {"VexaCommonUtils::getSessionDetails",
        [](Attempt& attempt) {
@@ -151,7 +164,10 @@ Tour usersTour() {
        [](Attempt& attempt) {
          attempt([] { Utils::printStackTrace(); });
          return show(takePrinted());
-       }},
+       },
+       // A line that cannot be written is lost.
+       {show("Stack trace printing not supported on this platform\n\n"), show("Stack Trace:\n\n"),
+        show("Stack Trace:\nStack trace printing not supported on this platform\n")}},
   };
 }
 
@@ -166,14 +182,16 @@ Tour filesTour() {
          fs::remove_all(Host::path("made"));
          attempt([&] { Utils::mkdir_all(path); });
          return show(fs::is_directory(path));
-       }},
+       },
+       {show(false)}},
       {"VexaCommonUtils::readFile",
        [](Attempt& attempt) {
          const std::string path = Host::path("text");
          std::string content = "before";
          const int result = attempt([&] { return Utils::readFile(path, content); });
          return show(result, content);
-       }},
+       },
+       {show(1, "before")}},
       {"VexaCommonUtils::getFilesByDir",
        [](Attempt& attempt) {
          const std::string directory = Host::path("tree");
@@ -183,7 +201,8 @@ Tour filesTour() {
          return show(result) + " " + sorted(files);
        },
        // Without the unopened directory; an error shows if it came last.
-       {show(-1, Files()), show(-1, Files{one}), show(0, Files{one}), show(-1, Files{other})}},
+       {show(-1, Files()), show(-1, Files{one}), show(0, Files{one}), show(-1, Files{other}),
+        "-1 " + sorted({one, other})}},
       {"VexaCommonUtils_i::getParentDirectory",
        [](Attempt& attempt) {
          const std::string path = Host::path("tree/one/a-file-with-a-long-name");
@@ -191,7 +210,8 @@ Tour filesTour() {
          const std::string directory =
              attempt([&] { return Utils_i::getParentDirectory(path, name); });
          return show(directory, name);
-       }},
+       },
+       {show("", "a-file-with-a-long-name")}},
       {"VexaCommonUtils_i::copyFile",
        [](Attempt& attempt) {
          const std::string source = Host::path("text");
@@ -226,7 +246,8 @@ Tour filesTour() {
        [](Attempt& attempt) {
          const std::string text = "a text with another unsafe word in it";
          return show(attempt([&] { return Utils_i::checkUnSafeStr(text); }));
-       }},
+       },
+       {show(true)}},  // by contract: without the list every string is accepted
   };
 }
 

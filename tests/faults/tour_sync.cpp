@@ -19,9 +19,10 @@ std::unique_ptr<VexaProcessLock> newLock() {
 
 /// An operation on a process lock, which is exited afterwards if it was entered.
 template <class Body>
-Operation ofLock(const char* name, Body body, std::vector<std::string> related = {}) {
-  return {
-      name, [=](Attempt& attempt) { return body(attempt, *newLock()); }, {}, std::move(related)};
+Operation ofLock(const char* name, Body body, std::vector<std::string> failures = {},
+                 std::vector<std::string> related = {}) {
+  return {name, [=](Attempt& attempt) { return body(attempt, *newLock()); }, std::move(failures),
+          std::move(related)};
 }
 
 /// An operation on a free token.
@@ -95,19 +96,20 @@ Tour syncTour() {
                const int result = attempt([&] { return lock.EnterProcessMutex(); });
                return show(result, lock.ExitProcessMutex());
              },
-             {"VexaProcessLock::ExitProcessMutex"}),
+             {show(-1, -1), show(-9, -1)}, {"VexaProcessLock::ExitProcessMutex"}),
       ofLock("VexaProcessLock::ExitProcessMutex",
              [](Attempt& attempt, VexaProcessLock& lock) {
                const int entered = lock.EnterProcessMutex();
                return show(entered, attempt([&] { return lock.ExitProcessMutex(); }));
              },
-             {"VexaProcessLock::EnterProcessMutex"}),
+             {show(0, -1), show(0, -9)}, {"VexaProcessLock::EnterProcessMutex"}),
       ofLock("VexaProcessLock::WaitMaxTime",
              [](Attempt& attempt, VexaProcessLock& lock) {
                const std::string message = "waiting for the other process";
                const int result = attempt([&] { return lock.WaitMaxTime(1, message); });
                return show(result, lock.ExitProcessMutex());
-             }),
+             },
+             {show(-1, -1)}),
       ofLock("VexaProcessLock::LeaveProcessMutex",
              [](Attempt& attempt, VexaProcessLock& lock) {
                attempt([&] { lock.LeaveProcessMutex(); });
@@ -123,7 +125,8 @@ Tour syncTour() {
              [](Attempt& attempt, VexaProcessLock& lock) {
                attempt([&] { lock.OutputScreen("a message of some length"); });
                return show(takePrinted());
-             }),
+             },
+             {show("")}),
       {"VexaToken::VexaToken",
        [](Attempt& attempt) {
          attempt([] { const VexaToken token; });
@@ -254,7 +257,7 @@ Tour syncTour() {
          VexaToken_Message_Queue queue;
          return show(attempt([&] { return queue.setToken(&token); }));
        }},
-      {"VexaToken_Message_Queue::dequeue_head", dequeue},
+      {"VexaToken_Message_Queue::dequeue_head", dequeue, {show(-1, false, -1)}},  // not locked
   };
 }
 

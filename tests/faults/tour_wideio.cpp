@@ -19,8 +19,14 @@ const std::string kReaders = "Vexawifstream";
 const std::string kWriters = "Vexawofstream";
 const std::string kFiles = "Vexawfstream";
 
-// A failed read, also for lack of a buffer, returns WEOF.
+// A failed read, also for lack of a buffer, returns WEOF. The next read may succeed.
 const std::wstring kFailedLine(1, static_cast<wchar_t>(WEOF));
+const std::wstring kFirstLine = L"a line of text, \u00e4\u00f6\u00fc";
+const std::wstring kFirstField = L"a line of text";
+
+std::vector<std::string> failuresOfLine(const std::wstring& line) {
+  return {show(kFailedLine), show(kFailedLine + line)};
+}
 
 std::string outputPath() { return Host::path("output"); }
 
@@ -128,38 +134,67 @@ void addReads(Tour& tour, const std::string& of) {
                                    return show(result, static_cast<int>(c));
                                  },
                                  {show(-1, -1)}));
+  tour.push_back(reading<Stream>(of + "::get(char&)", "lines",
+                                 [](Attempt& attempt, Stream& stream) {
+                                   char c = '?';
+                                   const int result = attempt([&] { return stream.get(c); });
+                                   return show(result, static_cast<int>(c));
+                                 },
+                                 {show(0, static_cast<int>('?'))}));
   tour.push_back(
-      reading<Stream>(of + "::get(char&)", "lines", [](Attempt& attempt, Stream& stream) {
-        char c = '?';
-        const int result = attempt([&] { return stream.get(c); });
-        return show(result, static_cast<int>(c));
-      }));
-  tour.push_back(reading<Stream>(
-      of + "::get(wchar_t*, unsigned long)", "lines",
-      wideLine([](Stream& stream, wchar_t* line) { stream.get(line, 100); }), {show(kFailedLine)}));
+      reading<Stream>(of + "::get(wchar_t*, unsigned long)", "lines",
+                      wideLine([](Stream& stream, wchar_t* line) { stream.get(line, 100); }),
+                      failuresOfLine(kFirstLine)));
   tour.push_back(
       reading<Stream>(of + "::get(wchar_t*, unsigned long, unsigned int)", "lines",
                       wideLine([](Stream& stream, wchar_t* line) { stream.get(line, 100, L','); }),
-                      {show(kFailedLine)}));
+                      failuresOfLine(kFirstField)));
   tour.push_back(
       reading<Stream>(of + "::getline(wchar_t*, unsigned long)", "lines",
                       wideLine([](Stream& stream, wchar_t* line) { stream.getline(line, 100); }),
-                      {show(kFailedLine)}));
+                      failuresOfLine(kFirstLine + L"\n")));
   tour.push_back(reading<Stream>(
       of + "::getline(wchar_t*, unsigned long, unsigned int)", "lines",
       wideLine([](Stream& stream, wchar_t* line) { stream.getline(line, 100, L','); }),
-      {show(kFailedLine)}));
-  tour.push_back(
-      reading<Stream>(of + "::get(char*, unsigned long)", "lines",
-                      byteLine([](Stream& stream, char* line) { stream.get(line, 100); })));
-  tour.push_back(
-      reading<Stream>(of + "::get(char*, unsigned long, int)", "lines",
-                      byteLine([](Stream& stream, char* line) { stream.get(line, 100, ','); })));
-  tour.push_back(reading<Stream>(of + "::read", "lines", [](Attempt& attempt, Stream& stream) {
-    char bytes[21] = "";
-    const std::size_t count = attempt([&] { return stream.read(bytes, 1, 20); });
-    return show(count, bytes);
-  }));
+      failuresOfLine(kFirstField)));
+  tour.push_back(reading<Stream>(
+      of + "::get(char*, unsigned long)", "lines",
+      byteLine([](Stream& stream, char* line) { stream.get(line, 100); }), {show("")}));
+  tour.push_back(reading<Stream>(
+      of + "::get(char*, unsigned long, int)", "lines",
+      byteLine([](Stream& stream, char* line) { stream.get(line, 100, ','); }), {show("")}));
+  tour.push_back(reading<Stream>(of + "::read", "lines",
+                                 [](Attempt& attempt, Stream& stream) {
+                                   char bytes[21] = "";
+                                   const std::size_t count =
+                                       attempt([&] { return stream.read(bytes, 1, 20); });
+                                   return show(count, bytes);
+                                 },
+                                 {show(0, "")}));
+}
+
+/// A wide string that takes several writes. After a failed one its rest is not written, and what
+/// the handle still holds may be written twice.
+template <class Stream>
+Operation puttingMuch(const std::string& of) {
+  static constexpr std::size_t kLength = 5000;
+  return {of + "::put(wchar_t const*)",
+          [](Attempt& attempt) {
+            setLocale();
+            int result = 0;
+            {
+              Stream stream;
+              stream.open(outputPath().c_str(), kWrite);
+              const std::wstring text(kLength, L'\u00e4');
+              result = attempt([&] { return stream.put(text.c_str()); });
+            }
+            const std::string written = commutil_test::readFile(outputPath());
+            std::size_t size = 0;
+            while (written.compare(size, 2, "\u00e4") == 0) size += 2;
+            if (size != written.size()) return show(result, written);
+            return show(result, size == 2 * kLength ? "all of it" : "other characters");
+          },
+          {show(-1, "other characters")}};
 }
 
 /// The writes that the writer and the combined stream have.
@@ -168,11 +203,7 @@ void addWrites(Tour& tour, const std::string& of) {
   tour.push_back(writing<Stream>(of + "::put(wchar_t)", [](Attempt& attempt, Stream& stream) {
     return show(attempt([&] { return stream.put(L'\u00e4'); }));
   }));
-  tour.push_back(
-      writing<Stream>(of + "::put(wchar_t const*)", [](Attempt& attempt, Stream& stream) {
-        const std::wstring text(5000, L'\u00e4');
-        return show(attempt([&] { return stream.put(text.c_str()); }));
-      }));
+  tour.push_back(puttingMuch<Stream>(of));
   tour.push_back(writing<Stream>(of + "::put(char)", [](Attempt& attempt, Stream& stream) {
     return show(attempt([&] { return stream.put('a'); }));
   }));
@@ -184,14 +215,15 @@ void addWrites(Tour& tour, const std::string& of) {
   }));
 }
 
-/// `stream << value`; numbers and text use different functions.
+/// `stream << value`; numbers and text use different functions. What is flushed may be lost.
 template <class Stream, class Value>
 Operation inserting(const std::string& of, const char* type, Value value) {
   return writing<Stream>("operator<<(" + of + "&, " + type + ")",
                          [=](Attempt& attempt, Stream& stream) {
                            attempt([&] { stream << value; });
                            return show("inserted");
-                         });
+                         },
+                         {show("inserted") + " " + show("")});
 }
 
 template <class Stream>
@@ -217,7 +249,8 @@ Operation extractingNumber(const std::string& of, const char* type) {
                            Value value{};
                            attempt([&] { stream >> value; });
                            return show(value);
-                         });
+                         },
+                         {show(static_cast<Value>(-1))});
 }
 
 template <class Stream, class Character>
@@ -228,7 +261,7 @@ Operation extractingLine(const std::string& of, const char* type) {
                            attempt([&] { stream >> line.data(); });
                            return show(upToNul(line));
                          },
-                         {show(kFailedLine)});
+                         {show(kFailedLine), show(kFailedLine + kFirstLine), show("")});
 }
 
 template <class Stream>
@@ -248,7 +281,8 @@ void addExtractors(Tour& tour, const std::string& of, const char* skipped) {
                                    attempt([&] { stream >> c; });
                                    const int next = stream.get(c);
                                    return show(next, static_cast<int>(c));
-                                 }));
+                                 },
+                                 {show(static_cast<int>('a'), static_cast<int>('a'))}));
   tour.push_back(extractingNumber<Stream, int>(of, "int"));
   tour.push_back(extractingNumber<Stream, short>(of, "short"));
   tour.push_back(extractingNumber<Stream, long>(of, "long"));
@@ -303,19 +337,23 @@ Tour wideReaderTour() {
                         char c = '?';
                         stream.get(c);
                         return show(result, static_cast<int>(c));
-                      }),
+                      },
+                      {show(-1, static_cast<int>('a'))}),
       reading<Stream>(kReaders + "::ftellg", "lines",
                       [](Attempt& attempt, Stream& stream) {
                         return show(attempt([&] { return stream.ftellg(); }));
-                      }),
+                      },
+                      {show(-1)}),
       reading<Stream>(kReaders + "::getn", "numbers",
                       [](Attempt& attempt, Stream& stream) {
                         return show(attempt([&] { return stream.getn(); }));
-                      }),
+                      },
+                      {show(-1)}),
       reading<Stream>(kReaders + "::getd", "numbers",
                       [](Attempt& attempt, Stream& stream) {
                         return show(attempt([&] { return stream.getd(); }));
-                      }),
+                      },
+                      {show(-1.0)}),
   };
   addReads<Stream>(tour, kReaders);
   addExtractors<Stream>(tour, kReaders, "char&");

@@ -40,7 +40,7 @@ constexpr mode_t kMode = 0641;
 class Scene {
  public:
   explicit Scene(bool hasTarget) {
-    commutil_test::writeFile(m_victim, "someone else's, and longer");
+    commutil_test::writeFile(m_victim, "another user's, and longer");
     EXPECT_EQ(0, ::chmod(m_victim.c_str(), 0600));
     const timespec times[] = {{kTime, 999'999'999}, {kTime, 999'999'999}};
     EXPECT_EQ(0, ::chown(m_source.c_str(), user(), group()));
@@ -146,16 +146,16 @@ struct Swap {
 };
 
 const std::vector<Swap> kSwaps = {
-    {"link to someone else's file",
+    {"link to another user's file",
      [](Scene& scene) { fs::create_symlink(scene.victim(), scene.target()); }, Outcome::refused,
      Outcome::followed, Outcome::followed},
-    {"hard link to someone else's file",
+    {"hard link to another user's file",
      [](Scene& scene) { fs::create_hard_link(scene.victim(), scene.target()); }, Outcome::refused,
      Outcome::followed, Outcome::followed},
     {"regular file",
-     [](Scene& scene) { commutil_test::writeFile(scene.target(), "planted, and longer"); },
+     [](Scene& scene) { commutil_test::writeFile(scene.target(), "swapped in, and longer"); },
      Outcome::refused, Outcome::followed, Outcome::followed},
-    {"link that leads nowhere", [](Scene& scene) { fs::create_symlink("nowhere", scene.target()); },
+    {"dangling link", [](Scene& scene) { fs::create_symlink("nowhere", scene.target()); },
      Outcome::followed, Outcome::followed, Outcome::followed},
     {"link to the source", [](Scene& scene) { fs::create_symlink(scene.source(), scene.target()); },
      Outcome::refused, Outcome::refused, Outcome::refused},
@@ -257,7 +257,7 @@ const std::vector<Copy> kCopies = {
     {"cannot write",
      {{"sendfile target", EINVAL}, {"write target", ENOSPC}},
      {kUntilOpened, kWriting, kRemoving, kReleasing, kClosing}},
-    {"learns at the end that a write failed",
+    {"reports a failed write at the end",
      {{"close target", EDQUOT}},
      {kUntilOpened, kUntilCopied, kRemoving, kClosing}},
 };

@@ -100,7 +100,7 @@ TEST_F(CopyFile, NeverCopiesAFileOntoItself) {
   EXPECT_EQ(2U, fs::hard_link_count(source));
 }
 
-TEST_F(CopyFile, KnowsRelativePathsForTheSameFile) {
+TEST_F(CopyFile, RecognizesRelativePathsOfTheSameFile) {
   runInChild([&] {
     ASSERT_EQ(0, ::chdir(directory.path().c_str()));
     EXPECT_EQ(-1, copy("source", "./source"));
@@ -122,7 +122,7 @@ TEST_F(CopyFile, KeepsAnExistingTargetOnRequest) {
   EXPECT_EQ("the target", contentOf(target));
 }
 
-TEST_F(CopyFile, TakesALinkThatLeadsNowhereForNoTarget) {
+TEST_F(CopyFile, TreatsADanglingLinkAsNoTarget) {
   fs::create_symlink("through", directory / "link");
   EXPECT_EQ(0, copy(source, directory / "link", true));
   EXPECT_TRUE(fs::is_symlink(directory / "link"));
@@ -173,7 +173,7 @@ TEST_F(CopyFile, FailsBeforeItTouchesTheTarget) {
   EXPECT_EQ(descriptors, openDescriptors());
 }
 
-TEST_F(CopyFile, FailsWithoutTheRightToReadOrWrite) {
+TEST_F(CopyFile, FailsWithoutPermissionToReadOrWrite) {
   writeFile(target, "the target");
   writeFile(directory / "readable", "readable");
   ASSERT_EQ(0, ::chmod(directory.path().c_str(), 0755));
@@ -247,7 +247,7 @@ TEST_F(CopyFile, RemovesTheTargetAtTheFileSizeLimit) {
   });
 }
 
-TEST_F(CopyFile, CreatesTheTargetWithTheModeThatTheMaskLeaves) {
+TEST_F(CopyFile, CreatesTheTargetUnderTheUmask) {
   ASSERT_EQ(0, ::chmod(source.c_str(), 0751));
   for (const mode_t mask : {mode_t{0}, mode_t{022}, mode_t{077}, mode_t{0137}}) {
     SCOPED_TRACE(mask);
@@ -342,10 +342,10 @@ TEST_F(CopyFile, TakesAnyName) {
 
 TEST_F(CopyFile, ThrowsForOnlySpaces) {
   writeFile(target, "the target");
-  for (const char* const blank : {"", "   "}) {
-    EXPECT_THROW(copy(blank, target), std::out_of_range);
-    EXPECT_THROW(copy(source, blank), std::out_of_range);
-    EXPECT_THROW(copy(directory / "missing/x", blank), std::out_of_range);
+  for (const char* const spaces : {"", "   "}) {
+    EXPECT_THROW(copy(spaces, target), std::out_of_range);
+    EXPECT_THROW(copy(source, spaces), std::out_of_range);
+    EXPECT_THROW(copy(directory / "missing/x", spaces), std::out_of_range);
   }
   EXPECT_EQ("the target", contentOf(target));
 }

@@ -47,7 +47,7 @@ TEST(IsSafeFileName, RefusesExactlyTheFifteenCharacters) {
   }
 }
 
-TEST(IsSafeFileName, LooksAtAllOfTheName) {
+TEST(IsSafeFileName, ChecksTheWholeName) {
   struct Case {
     std::string name;
     bool safe;
@@ -55,7 +55,7 @@ TEST(IsSafeFileName, LooksAtAllOfTheName) {
   const std::vector<Case> cases = {
       {"", true},
       {"report.txt", true},
-      {"a name with blanks", true},
+      {"a name with spaces", true},
       {".", true},
       {"..", true},
       {"\0"s, true},

@@ -33,6 +33,7 @@ struct Faults {
   std::function<ssize_t(int, const void*, std::size_t)> write;
   std::function<ssize_t(int, int)> sendfile;
   std::function<int(int)> close;
+  std::function<int(int, struct stat*)> fstat;
   std::function<dirent*(DIR*)> readdir;
   std::function<int(DIR*)> closedir;
   std::function<int()> madvise;
@@ -53,6 +54,11 @@ ssize_t realWrite(int fd, const void* data, std::size_t size) {
 int realClose(int fd) {
   static auto* const function = cLibrary<int(int)>("close");
   return function(fd);
+}
+
+int realFstat(int fd, struct stat* status) {
+  static auto* const function = cLibrary<int(int, struct stat*)>("fstat");
+  return function(fd, status);
 }
 
 dirent* realReaddir(DIR* directory) {
@@ -93,6 +99,10 @@ int madvise(void* data, std::size_t size, int advice) noexcept {
 }
 
 int close(int fd) { return faults.close ? faults.close(fd) : realClose(fd); }
+
+int fstat(int fd, struct stat* status) noexcept {
+  return faults.fstat ? faults.fstat(fd, status) : realFstat(fd, status);
+}
 
 dirent* readdir(DIR* directory) {
   return faults.readdir ? faults.readdir(directory) : realReaddir(directory);
@@ -149,7 +159,7 @@ TEST_F(FilesFaults, ReadFileFailsWhenTheFileShrinks) {
   }
 }
 
-TEST_F(FilesFaults, ReadFileLeavesOutWhatIsAppendedMeanwhile) {
+TEST_F(FilesFaults, ReadFileIgnoresWhatIsAppendedMeanwhile) {
   faults.read = [this](int fd, void* data, std::size_t size) {
     EXPECT_EQ(0, ::truncate(source.c_str(), 1'000'000));
     return realRead(fd, data, size);
@@ -168,7 +178,7 @@ TEST_F(FilesFaults, ReadFileFailsOnAReadError) {
   EXPECT_EQ("kept", content);
 }
 
-TEST_F(FilesFaults, ReadFileGoesOnAfterShortAndInterruptedReads) {
+TEST_F(FilesFaults, ReadFileContinuesAfterShortAndInterruptedReads) {
   int calls = 0;
   faults.read = [&calls](int fd, void* data, std::size_t size) {
     return ++calls % 2 == 1 ? failWith(EINTR)
@@ -237,7 +247,7 @@ TEST_F(FilesFaults, CopyFileRemovesTheTargetOnAWriteError) {
   EXPECT_FALSE(fs::exists(target));
 }
 
-TEST_F(FilesFaults, CopyFileGoesOnAfterShortAndInterruptedCalls) {
+TEST_F(FilesFaults, CopyFileContinuesAfterShortAndInterruptedCalls) {
   int calls = 0;
   const auto everyOther = [&calls] { return ++calls % 2 == 1; };
   faults.sendfile = [](int, int) { return failWith(EINVAL); };
@@ -251,7 +261,7 @@ TEST_F(FilesFaults, CopyFileGoesOnAfterShortAndInterruptedCalls) {
   EXPECT_TRUE(bytes == commutil_test::readFile(target));
 }
 
-TEST_F(FilesFaults, CopyFileGoesOnWhereTheKernelStops) {
+TEST_F(FilesFaults, CopyFileContinuesWhereTheKernelStops) {
   for (const int error : {EINVAL, ENOSYS, EIO, EINTR, 0}) {
     SCOPED_TRACE(error);
     int calls = 0;
@@ -277,7 +287,33 @@ TEST_F(FilesFaults, CopyFileRemovesTheTargetWhenItsClosingFails) {
   EXPECT_FALSE(fs::exists(target));
 }
 
-TEST_F(FilesFaults, GetFilesByDirTakesEntriesWithoutATypeForFiles) {
+// The first call is for the source, the second for the target, which is open by then.
+TEST_F(FilesFaults, CopyFileLeavesNoNewFileWhenAFileCannotBeExamined) {
+  for (const int failing : {1, 2}) {
+    SCOPED_TRACE(failing);
+    int calls = 0;
+    faults.fstat = [&calls, failing](int fd, struct stat* status) {
+      return ++calls == failing ? static_cast<int>(failWith(EIO)) : realFstat(fd, status);
+    };
+    EXPECT_EQ(-1, copyWithFaults());
+    EXPECT_FALSE(fs::exists(target));
+  }
+}
+
+TEST_F(FilesFaults, CopyFileKeepsAnOldFileThatCannotBeExamined) {
+  directory.write("target", "old");
+  for (const int failing : {1, 2}) {
+    SCOPED_TRACE(failing);
+    int calls = 0;
+    faults.fstat = [&calls, failing](int fd, struct stat* status) {
+      return ++calls == failing ? static_cast<int>(failWith(EIO)) : realFstat(fd, status);
+    };
+    EXPECT_EQ(-1, copyWithFaults());
+    EXPECT_EQ("old", commutil_test::readFile(target));
+  }
+}
+
+TEST_F(FilesFaults, GetFilesByDirTreatsEntriesWithoutATypeAsFiles) {
   directory.write("sub/inside", "");
   faults.readdir = [](DIR* stream) {
     dirent* const entry = realReaddir(stream);

@@ -108,7 +108,7 @@ TEST(MkdirAll, TakesAbsolutePaths) {
   EXPECT_EQ((std::set<std::string>{"x", "x/y"}), treeBelow(directory.path()));
 }
 
-TEST(MkdirAll, SetsTheModeOfEveryNewDirectoryByTheMask) {
+TEST(MkdirAll, SetsTheModeOfEveryNewDirectoryByTheUmask) {
   for (const mode_t mask : {mode_t{0}, mode_t{022}, mode_t{027}, mode_t{070}}) {
     SCOPED_TRACE(mask);
     const TempDir directory;
@@ -168,7 +168,7 @@ TEST(ReadFile, ReturnsExactlyTheBytes) {
   for (const std::string& expected : contents) {
     SCOPED_TRACE(expected.size());
     const std::string path = directory.write("file", expected);
-    std::string content = "what was there before";
+    std::string content = "the old content";
     EXPECT_EQ(0, VexaCommonUtils::readFile(path, content));
     EXPECT_TRUE(expected == content);
   }
@@ -264,7 +264,7 @@ TEST(ReadFile, FollowsLinksAndTakesAnyName) {
   EXPECT_EQ("hostile", content);
 }
 
-TEST(ReadFile, ServesThreadsAtOnce) {
+TEST(ReadFile, AllowsConcurrentCalls) {
   const TempDir directory;
   const std::string expected = patternOfSize(100'000);
   const std::string path = directory.write("file", expected);
@@ -586,7 +586,7 @@ TEST(GetFilesByDir, KeepsADescriptorOpenForEachLevel) {
   });
 }
 
-TEST(GetFilesByDir, PassesOverWhatLiesDeeperThanAPathCanSay) {
+TEST(GetFilesByDir, SkipsWhatIsDeeperThanAPathCanName) {
   const TempDir tree;
   const std::string name(200, 'd');
   const std::size_t levels = 25;

@@ -147,11 +147,11 @@ TEST(ClusterNodes, FailsWithoutAReadableFile) {
   const ScopedEnv env("QORV_ROOT", root.path().string());
   EXPECT_EQ(-1, VexaCommonUtils_i::GetAllWebswingNodeIPs(addresses));
   std::filesystem::create_directories(root.path() / kFile);
-  EXPECT_EQ(-1, VexaCommonUtils_i::GetAllWebswingNodeIPs(addresses)) << "a directory in its place";
+  EXPECT_EQ(-1, VexaCommonUtils_i::GetAllWebswingNodeIPs(addresses)) << "a directory instead";
   EXPECT_THAT(addresses, IsEmpty());
 }
 
-TEST(ClusterNodes, LetsTheJsonLibrarysExceptionThroughWithoutHalfANode) {
+TEST(ClusterNodes, PassesOnTheJsonLibrarysExceptionWithoutAPartialNode) {
   const std::string before = node("a", "\"true\"", "[{\"IP\":\"1.1.1.1\"}]") + ",";
   const std::string documents[] = {
       "[]",

@@ -139,7 +139,7 @@ TEST(Resolver, FailsByItsCodeAndByAMissingResult) {
     text = "junk";
     EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP("1.2.3.4", text));
     EXPECT_EQ("", text);
-    EXPECT_EQ(3, host->requests) << "each asks once";
+    EXPECT_EQ(3, host->requests) << "each calls the resolver once";
   }
 }
 
@@ -154,7 +154,7 @@ TEST(Resolver, ReturnsWhatItsResultPointsTo) {
   EXPECT_EQ("official", text);
 }
 
-TEST(Resolver, LongAddressesAreNoneOfTheNodesOwn) {
+TEST(Resolver, LongAddressesAreNotUsedForTheNode) {
   for (const int length : {5, 16}) {
     const FakeHost host(length);
     EXPECT_EQ("", VexaCommonUtils::hostipaddr()) << length;
@@ -164,7 +164,7 @@ TEST(Resolver, LongAddressesAreNoneOfTheNodesOwn) {
   }
 }
 
-TEST(Resolver, AddressesLongerThanAnyFamilysFail) {
+TEST(Resolver, AddressesLongerThanInAnyFamilyFail) {
   for (const int length : {17, 32, -1}) {
     const FakeHost host(length);
     EXPECT_EQ("", VexaCommonUtils::hostipaddr()) << length;
@@ -182,14 +182,14 @@ TEST(Resolver, AnAddressWithoutANameFails) {
   EXPECT_EQ("", name);
 }
 
-TEST(Resolver, IsNotCalledForTheZeroNetworkNorForNoName) {
+TEST(Resolver, IsNotCalledForTheZeroNetworkNorForAnEmptyName) {
   FakeHost host(4);
   std::string text;
   EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP("0.1.2.3", text));
   EXPECT_EQ(-1, VexaCommonUtils::getHostnamebyIP("name", text));
   EXPECT_EQ(-1, VexaCommonUtils::getIPbyHostname("", text));
   EXPECT_EQ(0, host->requests);
-  EXPECT_EQ(0, VexaCommonUtils::getHostnamebyIP("1.0.0.0", text)) << "the first octet alone counts";
+  EXPECT_EQ(0, VexaCommonUtils::getHostnamebyIP("1.0.0.0", text)) << "only the first octet counts";
 }
 
 TEST(Hosts, TakeStringsOf1MiB) {

@@ -62,7 +62,7 @@ TEST(GetAllIPAddr, AddsNothingWithoutAList) {
   EXPECT_THAT(addresses, ElementsAre("before"));
 }
 
-TEST(GetAllIPAddr, TakesTheListWhateverTheResult) {
+TEST(GetAllIPAddr, UsesTheListWhateverTheResult) {
   sockaddr_in v4{};
   v4.sin_family = AF_INET;
   v4.sin_addr.s_addr = htonl(0x01020304);
@@ -98,7 +98,7 @@ class InterfaceEntries {
     m_entries.push_back(entry);
   }
 
-  int give(ifaddrs** list) {
+  int copyTo(ifaddrs** list) {
     m_list.assign(m_entries.size(), {});
     for (std::size_t i = 0; i < m_entries.size(); ++i) {
       m_list[i].ifa_next = i + 1 < m_list.size() ? &m_list[i + 1] : nullptr;
@@ -124,7 +124,7 @@ class InterfaceEntries {
 
 TEST(GetInterfaceOfIPV6, RefusesWhatIsNotIPv6) {
   const FakeKernel kernel(FakeKernel::Getifaddrs([](ifaddrs**) {
-    ADD_FAILURE() << "the kernel was asked";
+    ADD_FAILURE() << "the kernel was called";
     return -1;
   }));
   for (std::string ip :
@@ -149,7 +149,7 @@ TEST(GetInterfaceOfIPV6, TakesTheFirstThatCarriesTheAddress) {
   entries.add("first", "fe80::1");
   entries.add("second", "fe80::1");
   entries.add("mapped", "::ffff:10.1.2.3");
-  FakeKernel kernel(FakeKernel::Getifaddrs([&](ifaddrs** list) { return entries.give(list); }));
+  FakeKernel kernel(FakeKernel::Getifaddrs([&](ifaddrs** list) { return entries.copyTo(list); }));
   struct Case {
     std::string ip;
     std::string full;
@@ -191,11 +191,11 @@ TEST(GetInterfaceOfIPV6, FailsWithoutAList) {
   }
 }
 
-TEST(GetInterfaceOfIPV6, TakesNoListOfARequestThatFailed) {
+TEST(GetInterfaceOfIPV6, IgnoresTheListOfAFailedRequest) {
   InterfaceEntries entries;
   entries.add("carrier", "fe80::1");
   FakeKernel kernel(FakeKernel::Getifaddrs([&](ifaddrs** list) {
-    entries.give(list);
+    entries.copyTo(list);
     return -1;
   }));
   std::string ip = "fe80::1";

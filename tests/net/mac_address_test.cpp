@@ -139,12 +139,12 @@ TEST(CMACAddress, ComparesTextIgnoringCase) {
   upper = bytes.data();
   CMACAddress lower;
   std::copy_n("00:0c:29:ab:cd:ef", 18, lower.text);
-  EXPECT_TRUE(equal(upper, lower)) << "the bytes differ and take no part";
+  EXPECT_TRUE(equal(upper, lower)) << "the bytes differ but are not compared";
   EXPECT_TRUE(equal(lower, upper));
 
   CMACAddress other = upper;
   other.text[16] = 'E';
-  EXPECT_FALSE(equal(upper, other)) << "the bytes are the same and take no part";
+  EXPECT_FALSE(equal(upper, other)) << "the bytes are equal but are not compared";
   EXPECT_FALSE(equal(upper, CMACAddress()));
   EXPECT_TRUE(equal(CMACAddress(), CMACAddress()));
   static_assert(std::is_same_v<bool (CMACAddress::*)(const CMACAddress&),
@@ -289,7 +289,7 @@ TEST(GetEther, EverySixFieldsOfAnyBytesAreAnAddress) {
 
 // The kernel's addresses
 
-TEST(GetHWMACAddr, AppendsInReverseOrderWithoutZeroAddressesAndDoubles) {
+TEST(GetHWMACAddr, AppendsInReverseOrderWithoutZeroAddressesAndDuplicates) {
   const FakeKernel kernel(kernelWith({{"lo", {0, 0, 0, 0, 0, 0}},
                                       {"eth0", {0, 1, 2, 3, 4, 5}},
                                       {"refused", {}},

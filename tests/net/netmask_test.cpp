@@ -93,7 +93,7 @@ FakeKernel::Ioctl kernelWith(std::vector<ifreq> records) {
 struct MaskCase {
   const char* name;
   std::string output;
-  std::string netmask;  ///< "" where the look-up fails
+  std::string netmask;  ///< "" if the lookup fails
 };
 
 const MaskCase kMaskCases[] = {
@@ -105,16 +105,16 @@ const MaskCase kMaskCases[] = {
     {"older keyword in any case", "mASK:255.128.0.0", "255.128.0.0"},
     {"the first netmask wins", "netmask 255.0.0.0 a\n b netmask 255.255.0.0 c\n", "255.0.0.0"},
     {"the last Mask wins", " Mask:255.0.0.0 \n Mask:255.255.0.0 \n", "255.255.0.0"},
-    {"a netmask ends the walk", "Mask:1.1.1.1 netmask 2.2.2.2 Mask:3.3.3.3", "2.2.2.2"},
-    {"a netmask ends the walk before a bare Mask", "netmask 2.2.2.2 Mask:", "2.2.2.2"},
+    {"a netmask ends the search", "Mask:1.1.1.1 netmask 2.2.2.2 Mask:3.3.3.3", "2.2.2.2"},
+    {"a netmask ends the search before a bare Mask", "netmask 2.2.2.2 Mask:", "2.2.2.2"},
     {"the first Mask inside a field", "Mask:1.1.1.1:Mask:2.2.2.2", "1.1.1.1"},
-    {"Mask behind other parts", "a:b:Mask:1.1.1.1", "1.1.1.1"},
+    {"Mask after other parts", "a:b:Mask:1.1.1.1", "1.1.1.1"},
     {"empty parts are skipped", "::Mask:::1.1.1.1:", "1.1.1.1"},
     {"empty fields are skipped", "   netmask      1.1.1.1   ", "1.1.1.1"},
     {"line end trimmed", "netmask 255.0.0.0\r\n", "255.0.0.0"},
     {"tabs trimmed", "netmask \t255.0.0.0\t\r\n\n", "255.0.0.0"},
     {"older form trimmed", "Mask:\t255.0.0.0\r\n", "255.0.0.0"},
-    {"a dotted text is not checked further", "netmask 999.1.1.1", "999.1.1.1"},
+    {"a dotted value is not checked further", "netmask 999.1.1.1", "999.1.1.1"},
     {"nor for its length", "netmask 0000255.000255.000255.0000", "0000255.000255.000255.0000"},
     {"nor rewritten", "netmask .255..0.0.0.", ".255..0.0.0."},
     {"line ends stay inside a field", "Mask:255.0.0.0\nMask:255.255.0.0\n", ""},
@@ -127,9 +127,9 @@ const MaskCase kMaskCases[] = {
     {"no prefix is removed", "netmask 0xffffff00", ""},
     {"not hexadecimal", "netmask ffffffg0", ""},
     {"three fields", "netmask 255.255.0", ""},
-    {"a blank inside", "netmask ff\tff00", ""},
+    {"a tab inside", "netmask ff\tff00", ""},
     {"six other characters", "netmask ______", ""},
-    {"text behind the mask", "netmask 255.255.255.0,", ""},
+    {"text after the mask", "netmask 255.255.255.0,", ""},
     {"next keyword as value", "netmask broadcast 10.1.2.255", ""},
     {"1 MiB value", "netmask " + std::string(1 << 20, 'f'), "255.255.255.255"},
     {"1 MiB of fields", std::string(1 << 19, 'x') + std::string(1 << 19, ' ') + "Mask:1.2.3.4",
@@ -150,21 +150,21 @@ TEST(GetNetmaskByIpUseifconfig, ReadsTheMaskFromTheToolsOutput) {
 TEST(GetNetmaskByIpUseifconfig, AMaskBelowSixCharactersIsOutOfRange) {
   const std::vector<MaskCase> cases = {
       {"no mask at all", "inet 10.1.2.3  broadcast 10.1.2.255\n", ""},
-      {"blanks only", "   ", ""},
+      {"spaces only", "   ", ""},
       {"line ends only", "\n\n", ""},
       {"netmask is the last field", "inet 10.1.2.3 netmask", ""},
-      {"netmask is the last field before blanks", "inet 10.1.2.3 netmask   ", ""},
+      {"netmask is the last field before spaces", "inet 10.1.2.3 netmask   ", ""},
       {"netmask ends a line", "inet 10.1.2.3 netmask\n", ""},
-      {"blank value", "netmask \r\n", ""},
-      {"keyword and value apart by a tab", "netmask\t255.255.255.0", ""},
+      {"an empty value", "netmask \r\n", ""},
+      {"a tab between keyword and value", "netmask\t255.255.255.0", ""},
       {"bare Mask", "inet addr:10.1.2.3 Mask:", ""},
-      {"Mask as a field of its own", "inet addr:10.1.2.3 Mask", ""},
-      {"a bare Mask empties the mask found before", "Mask:255.0.0.0 Mask:", ""},
-      {"a trailing netmask does so too", "Mask:255.0.0.0 netmask", ""},
+      {"Mask as a separate field", "inet addr:10.1.2.3 Mask", ""},
+      {"a bare Mask clears the mask found before", "Mask:255.0.0.0 Mask:", ""},
+      {"so does a trailing netmask", "Mask:255.0.0.0 netmask", ""},
       {"Mask names itself", "Mask:Mask:255.0.0.0", ""},
       {"one character", "netmask f", ""},
       {"five characters", "netmask fffff", ""},
-      {"four fields of which one is empty", "netmask 1...2", ""},
+      {"four fields, one of them empty", "netmask 1...2", ""},
       {"Mask inside a longer word", "xMask:255.0.0.0", ""},
       {"netmask inside a longer word", "netmasks 255.0.0.0", ""},
   };
@@ -383,7 +383,7 @@ TEST(GetNetmaskByIpUseioctl, KeepsItsSocketFromChildren) {
 
 TEST(GetNetmaskByIP, RefusesLoopbackAndWhatIsNotDotted) {
   const FakeKernel kernel([](unsigned long, void*) {
-    ADD_FAILURE() << "the kernel was asked";
+    ADD_FAILURE() << "the kernel was called";
     return -1;
   });
   const ToolOutput tools("netmask 255.0.0.0");
@@ -431,13 +431,13 @@ TEST(GetNetmaskByIP, FallsBackToTheTool) {
   }
 }
 
-TEST(GetNetmaskByIP, LetsTheOutOfRangeErrorThrough) {
+TEST(GetNetmaskByIP, PassesOnTheOutOfRangeError) {
   const FakeKernel kernel(kernelWith({}));
   const ToolOutput tools("inet 10.1.2.3\n");
   std::string ip = "10.1.2.3";
   std::string netmask = kJunk;
   EXPECT_THROW(VexaCommonUtils::getNetmaskByIP(ip, netmask), std::out_of_range);
-  EXPECT_EQ("", netmask) << "as the first of the two leaves it";
+  EXPECT_EQ("", netmask) << "as the first lookup leaves it";
 }
 
 TEST(GetNetmaskByIP, FailsWhenNeitherKnowsTheAddress) {

@@ -311,7 +311,7 @@ TEST(ArgsOptions, HoldsTheCountThenTheCallersArray) {
   EXPECT_EQ(line.argv(), argv);
 }
 
-TEST(ArgsOptions, ReadsTheArrayAfreshOnEachQuery) {
+TEST(ArgsOptions, ReadsTheArrayOnEachQuery) {
   CommandLine line(Words{"prog", "-h", "a"});
   const ArgsOptions options = line.options();
   EXPECT_EQ("a", options.getOption("-h"));

@@ -55,7 +55,7 @@ TEST(ReadAll, AppendsWhatIsLeftOfAnySize) {
   }
 }
 
-TEST(ReadAll, SaysWhenItCannot) {
+TEST(ReadAll, ReportsAFailure) {
   const TempDir dir;
   const Descriptor folder(::open(dir.path().c_str(), O_RDONLY));
   std::string text = "before";
@@ -74,7 +74,7 @@ TEST(WriteAll, WritesEveryByte) {
   }
 }
 
-TEST(WriteAll, SaysWhenItCannot) {
+TEST(WriteAll, ReportsAFailure) {
   const Descriptor full(::open("/dev/full", O_WRONLY));
   EXPECT_FALSE(writeAll(full.get(), "x"));
   EXPECT_FALSE(writeAll(-1, "x"));

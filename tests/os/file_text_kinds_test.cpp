@@ -1,6 +1,5 @@
-// Only regular files and the null device are read; nothing else is even opened, not even if it
-// replaces the file between two steps. This program replaces the functions that examine and open
-// files.
+// Only regular files and the null device are read. Nothing else is opened, even if it replaces the
+// file between two steps. This program replaces the functions that examine and open files.
 
 // The headers define checked forms of these functions, and clang refuses a second definition.
 #undef _FORTIFY_SOURCE
@@ -140,7 +139,7 @@ const Kind kUnreadable[] = {
     {"link to /dev/zero", [](const std::string& path) { makeLink(path, "/dev/zero"); }},
     {"link to /dev/full", [](const std::string& path) { makeLink(path, "/dev/full"); }},
     {"link to a terminal", [](const std::string& path) { makeLink(path, "/dev/ptmx"); }},
-    {"link to nothing", [](const std::string& path) { makeLink(path, "missing"); }},
+    {"dangling link", [](const std::string& path) { makeLink(path, "missing"); }},
     {"link to itself", [](const std::string& path) { makeLink(path, path.c_str()); }},
 };
 
@@ -202,7 +201,7 @@ TEST(FileKinds, ALinkToAFileAndAFileOfTheKernelAreRead) {
 /// The steps for a regular file.
 const std::vector<std::string> kSteps = {"stat", "open", "fstat"};
 
-TEST(FileKinds, WhatTakesTheFilesPlaceWhileItIsReadIsNotRead) {
+TEST(FileKinds, AReplacementOfTheFileIsNotRead) {
   for (const Kind& kind : kUnreadable) {
     for (std::size_t step = 0; step <= kSteps.size(); ++step) {
       SCOPED_TRACE(kind.name + std::string(" before step ") + std::to_string(step));
@@ -243,7 +242,7 @@ TEST(FileKinds, AFileThatReplacesAFifoAfterTheCheckIsNotRead) {
   });
 }
 
-TEST(FileKinds, AFileThatWouldMakeTheOpenWaitIsWaitedFor) {
+TEST(FileKinds, WaitsForAnOpenThatWouldBlock) {
   const TempDir dir;
   const std::string path = dir.write("a.cfg", "text");
   Watch watch;
@@ -255,7 +254,7 @@ TEST(FileKinds, AFileThatWouldMakeTheOpenWaitIsWaitedFor) {
             watch.calls);
 }
 
-TEST(FileKinds, AFileThatWouldMakeAReadWaitIsWaitedFor) {
+TEST(FileKinds, WaitsForAReadThatWouldBlock) {
   const TempDir dir;
   const std::string path = dir.write("a.cfg", "text");
   Watch watch;
@@ -265,7 +264,7 @@ TEST(FileKinds, AFileThatWouldMakeAReadWaitIsWaitedFor) {
   EXPECT_EQ("text", text);
 }
 
-TEST(FileKinds, WhatTakesThePlaceOfAFileThatIsWaitedForIsNotRead) {
+TEST(FileKinds, AReplacementDuringTheWaitIsNotRead) {
   for (const Kind& kind : kUnreadable) {
     for (std::size_t step = 2; step <= 6; ++step) {
       SCOPED_TRACE(kind.name + std::string(" before step ") + std::to_string(step));
@@ -318,7 +317,7 @@ void holdLease(const std::string& path, int ready) {
   ASSERT_EQ(0, ::fcntl(file.get(), F_SETLEASE, F_UNLCK));
 }
 
-TEST(FileKinds, AFileWithALeaseIsReadOnceItIsLetGo) {
+TEST(FileKinds, AFileWithALeaseIsReadOnceTheLeaseIsReleased) {
   const TempDir dir;
   const std::string path = dir.write("a.cfg", "text");
   int ends[2];

@@ -41,7 +41,7 @@ TEST(Descriptor, HoldsDescriptorZero) {
   });
 }
 
-TEST(Descriptor, HandsItsHandleOut) {
+TEST(Descriptor, ReleasesItsHandle) {
   Descriptor owner(openNull());
   const int fd = owner.release();
   EXPECT_FALSE(owner);
@@ -126,7 +126,7 @@ TEST(OpenPipe, StartsACommandWithAStreamThatNoOtherChildInherits) {
   EXPECT_EQ('o', std::fgetc(stream.get()));
 }
 
-TEST(Owners, TakeNothingFromAFailure) {
+TEST(Owners, AreEmptyAfterAFailure) {
   EXPECT_FALSE(commutil::FileHandle(std::fopen("/missing/file", "re")));
   EXPECT_FALSE(commutil::DirectoryHandle(::opendir("/missing")));
 }

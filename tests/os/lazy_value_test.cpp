@@ -55,7 +55,7 @@ TEST(LazyValue, ComputesOnceForThreadsThatComeTogether) {
   EXPECT_EQ(1, computed);
 }
 
-TEST(LazyValue, SerialisesComputationsThatFail) {
+TEST(LazyValue, SerializesComputationsThatFail) {
   LazyValue<std::string> value;
   int computed = 0;  // guarded by the value's own lock
   inThreads(10, [&](int) {

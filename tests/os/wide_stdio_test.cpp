@@ -201,7 +201,7 @@ TEST(WideStdio, AgreeWithStdioInOtherEncodings) {
   });
 }
 
-TEST(WideStdio, KeepTheEncodingThatTheHandleBeganWith) {
+TEST(WideStdio, KeepTheFirstEncodingOfTheHandle) {
   runInChild([] {
     const Latin1Locale locale;
     locale.offer();
@@ -232,7 +232,7 @@ TEST(WideStdio, AgreeWithStdioWhenTheFileIsFull) {
   });
 }
 
-TEST(WideStdio, LeaveStdioWhatWaitsAtTheEnd) {
+TEST(WideStdio, LeaveToStdioWhatIsPendingAtExit) {
   const TempDir dir;
   const std::wstring text(10000, L'\x4E2D');
   runInChild([&] {
@@ -390,7 +390,7 @@ TEST(WideStdio, WriteALineACall) {
     for (int i = 0; i < 100; ++i) stream << std::wstring(200, L'\x4E2D').c_str() << wendl;
     const long calls = writeCalls() - before;
     EXPECT_LE(100, calls);
-    EXPECT_GE(110, calls) << "more than a sanitizer's own on top";
+    EXPECT_GE(110, calls) << "more calls than a sanitizer adds";
   });
 }
 

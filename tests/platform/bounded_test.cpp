@@ -61,13 +61,13 @@ const Copy kCopies[] = {
     {"as long as the count", 8, "abcdefg", 7, true, "abcdefg"},
     {"cut at the count", 8, "abcdefgh", 7, true, "abcdefg"},
     {"cut far before its end", 8, std::string(5000, 'a'), 3, true, "aaa"},
-    {"count of nothing", 8, "abc", 0, true, ""},
+    {"count 0", 8, "abc", 0, true, ""},
     {"empty", 8, "", 7, true, ""},
-    {"room for the terminator alone", 1, "", 5, true, ""},
+    {"room for the terminator only", 1, "", 5, true, ""},
     {"count above the size, text short", 8, "abc", 100, true, "abc"},
     {"count of the size, text of the size", 8, "abcdefgh", 8, false, ""},
     {"count above the size, text too long", 8, "abcdefghi", 100, false, ""},
-    {"no room for one", 1, "a", 1, false, ""},
+    {"no room for a terminator", 1, "a", 1, false, ""},
 };
 
 TEST(StrncpyS, CopiesAndTerminates) {
@@ -111,12 +111,12 @@ const Format kFormats[] = {
     {"the count", 8, 7, "abcdefg", 7, "abcdefg"},
     {"one above the count", 8, 7, "abcdefgh", -1, "abcdefg"},
     {"small count", 8, 3, "abcd", -1, "abc"},
-    {"count of nothing, nothing written", 8, 0, "", 0, ""},
-    {"count of nothing", 8, 0, "a", -1, ""},
+    {"count 0, empty output", 8, 0, "", 0, ""},
+    {"count 0", 8, 0, "a", -1, ""},
     {"count of the size", 8, 8, "abcdefg", 7, "abcdefg"},
     {"count of the size, text of the size", 8, 8, "abcdefgh", -1, "abcdefg"},
     {"count above the size", 4, SIZE_MAX, "abcd", -1, "abc"},
-    {"room for the terminator alone", 1, 0, "", 0, ""},
+    {"room for the terminator only", 1, 0, "", 0, ""},
 };
 
 TEST(SnprintfS, FormatsAndTerminates) {

@@ -24,7 +24,7 @@ struct Lookup {
 const Lookup kLookups[] = {
     {"plain", "[IP]\nkey=value\n", "[IP]", "key", "value"},
     {"no line end", "[IP]\nkey=value", "[IP]", "key", "value"},
-    {"blanks around", " [IP] \n\t key \t=  a b \t\n", "[IP]", "key", "a b"},
+    {"whitespace around", " [IP] \n\t key \t=  a b \t\n", "[IP]", "key", "a b"},
     {"CRLF", "[IP]\r\nkey=value\r\n", "[IP]", "key", "value"},
     {"CR", "[IP]\rkey=value\rother=1\r", "[IP]", "key", "value"},
     {"byte-order mark", "\xef\xbb\xbf[IP]\nkey=value\n", "[IP]", "key", "value"},
@@ -33,13 +33,13 @@ const Lookup kLookups[] = {
     {"missing key", "[IP]\nother=1\n", "[IP]", "key", ""},
     {"missing section", "[TS]\nkey=value\n", "[IP]", "key", ""},
     {"empty value", "[IP]\nkey=\nother=1\n", "[IP]", "key", ""},
-    {"blank value", "[IP]\nkey= \t\nother=1\n", "[IP]", "key", ""},
+    {"whitespace as value", "[IP]\nkey= \t\nother=1\n", "[IP]", "key", ""},
     {"equals signs in the value", "[IP]\nkey=a=b==\n", "[IP]", "key", "a=b=="},
     {"no equals sign", "[IP]\nkey\nother=1\n", "[IP]", "key", ""},
-    {"no equals sign before", "[IP]\nother\nkey=value\n", "[IP]", "key", "value"},
+    {"line without an equals sign before", "[IP]\nother\nkey=value\n", "[IP]", "key", "value"},
     {"no key", "[IP]\n=1\nkey=value\n", "[IP]", "key", "value"},
-    {"other case of the key", "[IP]\nKey=value\n", "[IP]", "key", ""},
-    {"other case of the section", "[ip]\nkey=value\n", "[IP]", "key", ""},
+    {"key in another case", "[IP]\nKey=value\n", "[IP]", "key", ""},
+    {"section in another case", "[ip]\nkey=value\n", "[IP]", "key", ""},
     {"quotes stay", "[IP]\nkey=\"a\"\n", "[IP]", "key", "\"a\""},
     {"comment lines", "; a\n# b\n[IP]\n;key=1\n # key=2\nkey=value\n", "[IP]", "key", "value"},
     {"comment marks in the value", "[IP]\nkey=a;b #c\n", "[IP]", "key", "a;b #c"},
@@ -47,7 +47,7 @@ const Lookup kLookups[] = {
     {"repeated key", "[IP]\nkey=first\nkey=second\n", "[IP]", "key", "first"},
     {"repeated section", "[IP]\nkey=first\n[X]\n[IP]\nkey=second\n", "[IP]", "key", "first"},
     {"section taken up again", "[IP]\na=1\n[X]\nb=2\n[IP]\nkey=value\n", "[IP]", "key", "value"},
-    {"text behind the bracket", "[IP] text\nkey=value\n", "[IP]", "key", "value"},
+    {"text after the bracket", "[IP] text\nkey=value\n", "[IP]", "key", "value"},
     {"no closing bracket", "[IP\nkey=value\n", "[IP]", "key", ""},
     {"no closing bracket leaves the section before", "[A]\nk=1\n[IP\nkey=value\n", "[A]", "key",
      ""},
@@ -56,11 +56,11 @@ const Lookup kLookups[] = {
     {"before any section", "key=value\n[IP]\n", "[]", "key", "value"},
     {"high bytes", "[IP]\nkey=\x80\xff\xe4\n", "[IP]", "key", "\x80\xff\xe4"},
     {"NUL ends the file", std::string("[IP]\nkey=a\0b\nother=1\n", 21), "[IP]", "key", "a"},
-    {"asked without brackets", "[IP]\nkey=value\n", "IP", "key", ""},
-    {"asked with half a pair", "[IP]\nkey=value\n", "[IP", "key", ""},
-    {"asked with the other half", "[IP]\nkey=value\n", "IP]", "key", ""},
-    {"asked with nothing", "[IP]\nkey=value\n", "", "key", ""},
-    {"asked with one bracket", "[IP]\nkey=value\n", "[", "key", ""},
+    {"section without brackets", "[IP]\nkey=value\n", "IP", "key", ""},
+    {"section with an opening bracket only", "[IP]\nkey=value\n", "[IP", "key", ""},
+    {"section with a closing bracket only", "[IP]\nkey=value\n", "IP]", "key", ""},
+    {"empty section", "[IP]\nkey=value\n", "", "key", ""},
+    {"a bracket as section", "[IP]\nkey=value\n", "[", "key", ""},
 };
 
 TEST(IniReader, FindsValues) {
@@ -73,7 +73,7 @@ TEST(IniReader, FindsValues) {
   }
 }
 
-TEST(IniReader, TheFlagMeansNothing) {
+TEST(IniReader, TheFlagHasNoEffect) {
   const TempDir dir;
   VexaIniReader reader(dir.write("a.cfg", "[IP]\nkey=value\n"));
   ASSERT_EQ(0, reader.initialize(true));
@@ -105,7 +105,7 @@ TEST(IniReader, CannotReadWhatIsNotAReadableFile) {
   }
 }
 
-TEST(IniReader, CannotReadAFileThatIsNotForIt) {
+TEST(IniReader, CannotReadAFileWithoutPermission) {
   const TempDir dir;
   const std::string path = dir.write("a.cfg", "[IP]\nkey=value\n");
   ASSERT_EQ(0, ::chmod(path.c_str(), 0));

@@ -61,7 +61,7 @@ TEST(ReadersWithoutMemory, AFileIsNeverUnreadable) {
   });
 }
 
-TEST(ReadersWithoutMemory, NeitherDoesTheKernelMakeItSo) {
+TEST(ReadersWithoutMemory, AFileIsNotUnreadableIfTheKernelLacksMemory) {
   const TempDir dir;
   const std::string path = dir.write("a.cfg", "[IP]\nkey=value\n");
   for (const long number : {SYS_openat, SYS_read}) {

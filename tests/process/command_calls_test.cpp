@@ -1,5 +1,5 @@
-// The library's calls of popen(3): a stream of another function serves as well as a pipe. This
-// program replaces popen and pclose.
+// The library's calls of popen(3), which this program replaces, with pclose(3): any stream serves
+// as well as a pipe.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -164,7 +164,7 @@ TEST(CommandCalls, ExecResultRestartsItsCountOfFailedReadsAfterData) {
   EXPECT_EQ("line\nline\nline\nline\nline\n", result);
 }
 
-TEST(CommandCalls, ExecResultEndsWhereTheEndIsOutOfReach) {
+TEST(CommandCalls, ExecResultEndsAfterManyFailedReads) {
   Reads stream{{{"one\n"}}, true};
   FakeShell shell("");
   shell.opens = [&stream] { return stream.open(); };
@@ -249,7 +249,7 @@ TEST(CommandCalls, MacComesFromTheToolsStream) {
   EXPECT_EQ((Calls{{"/usr/sbin/ifconfig -a", "r"}}), shell.calls);
 }
 
-TEST(CommandCalls, SessionDetailsAskThreeTools) {
+TEST(CommandCalls, SessionDetailsRunThreeTools) {
   FakeShell shell(" joe (10.0.0.1)\n");
   std::string user;
   std::string address;

@@ -20,7 +20,7 @@ using commutil_test::openDescriptors;
 using commutil_test::runInChild;
 using commutil_test::TempDir;
 
-TEST(CommandMemory, RunCommandThatLacksMemoryRunsNothing) {
+TEST(CommandMemory, RunCommandWithoutMemoryRunsNothing) {
   const TempDir dir;
   const std::string file = dir / "a file whose name takes memory";
   const std::string command = "/usr/bin/touch '" + file + "'";

@@ -73,7 +73,7 @@ void leaveDescriptors(rlim_t count) {
 /// Makes every later creation of a process fail.
 void refuseProcesses() {
   if (::geteuid() == 0) {
-    ASSERT_EQ(0, ::setuid(65534)) << std::strerror(errno);  // root is above the limit
+    ASSERT_EQ(0, ::setuid(65534)) << std::strerror(errno);  // the limit does not apply to root
   }
   const rlimit none{0, 0};
   ASSERT_EQ(0, ::setrlimit(RLIMIT_NPROC, &none));
@@ -193,7 +193,7 @@ TEST(System, LeavesTheCommandTheCallersOutputAndError) {
   });
 }
 
-TEST(System, EmptiesTheSignalMaskMeanwhileAndPutsItBack) {
+TEST(System, EmptiesTheSignalMaskMeanwhileAndRestoresIt) {
   runInChild([] {
     const TempDir directory;
     block({SIGUSR1, SIGTERM});
@@ -209,7 +209,7 @@ TEST(System, EmptiesTheSignalMaskMeanwhileAndPutsItBack) {
   });
 }
 
-TEST(System, ResetsTheDispositionOfSigchldForGood) {
+TEST(System, ResetsTheDispositionOfSigchldPermanently) {
   for (const Handler before : {reapChildren, Handler{SIG_IGN}, Handler{SIG_DFL}}) {
     runInChild([before] {
       handle(SIGCHLD, before);
@@ -609,7 +609,7 @@ TEST(RunProgram, ReturnsTheErrorNumberOfAFailedExec) {
   EXPECT_EQ(E2BIG, runProgram({"name", huge.c_str()}, "/bin/true"));
 }
 
-TEST(RunProgram, HandsTheArgumentsOverAsTheyAre) {
+TEST(RunProgram, PassesTheArgumentsUnchanged) {
   const TempDir directory;
   const std::string program = makeArgumentWriter(directory);
   EXPECT_EQ(0, runProgram({"other name", "a b", "", "$HOME", "'", "\xff\n"}, program.c_str()));
@@ -777,7 +777,7 @@ TEST(Pipeline, ServesTwoStreamsAtOnce) {
   EXPECT_EQ(512, VexaCommonUtils_i::pclose_s(two));
 }
 
-TEST(Pipeline, PassesThePcloseFailureOn) {
+TEST(Pipeline, PassesOnThePcloseFailure) {
   runInChild([] {
     handle(SIGCHLD, SIG_IGN);
     std::FILE* const stream = VexaCommonUtils_i::pipeline_s("exit 3");

@@ -29,7 +29,7 @@ struct LookUp {
 
 // securityGetpwnam and securityGetpwuid
 
-TEST(UserLookUp, FindsAUserByNameAndById) {
+TEST(UserLookup, FindsAUserByNameAndById) {
   LookUp name;
   ASSERT_TRUE(name.byName("root"));
   LookUp id;
@@ -45,7 +45,7 @@ TEST(UserLookUp, FindsAUserByNameAndById) {
   }
 }
 
-TEST(UserLookUp, DoesNotFindWhatThereIsNot) {
+TEST(UserLookup, DoesNotFindAnUnknownUser) {
   LookUp look;
   for (const std::string& name :
        {std::string(), std::string("commutil-no-such-user"), std::string("root\n"),
@@ -57,7 +57,7 @@ TEST(UserLookUp, DoesNotFindWhatThereIsNot) {
   }
 }
 
-TEST(UserLookUp, FailsOnATooSmallBuffer) {
+TEST(UserLookup, FailsOnATooSmallBuffer) {
   LookUp look;
   for (const long size : {0L, 1L, 10L, -1L, -1024L}) {
     SCOPED_TRACE(size);

@@ -15,69 +15,30 @@
 #include <thread>
 #include <vector>
 
+#include "providers/loaded_store.h"
 #include "support/fixtures.h"
 #include "support/namespaces.h"
 
 namespace {
 
 using commutil_test::CapturedOutput;
+using commutil_test::groupParams;
+using commutil_test::kNoGroup;
+using commutil_test::Params;
+using commutil_test::paramsOf;
+using commutil_test::paramValue;
+using commutil_test::replaceByRename;
 using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using commutil_test::shellOutput;
 using commutil_test::TempDir;
+using commutil_test::ValueFunction;
+using commutil_test::valueOf;
 using commutil_test::writeFile;
-using Params = std::map<std::string, std::string>;
-using ValueFunction = int (*)(const std::string&, std::string&);
-using GroupFunction = int (*)(const std::string&, Params&);
-
-void* library() {
-  static void* const handle = ::dlopen(SETTINGREST_LIBRARY, RTLD_LAZY | RTLD_GLOBAL);
-  return handle;
-}
-
-int paramValue(const std::string& key, std::string& value) {
-  static const auto function =
-      reinterpret_cast<ValueFunction>(::dlsym(library(), "getSettingParamValue"));
-  return function(key, value);
-}
-
-int groupParams(const std::string& group, Params& params) {
-  static const auto function =
-      reinterpret_cast<GroupFunction>(::dlsym(library(), "getSettingGroupParams"));
-  return function(group, params);
-}
-
-constexpr const char* kJunk = "junk";
-
-/// Returns the value of `key`; "(none)" if the lookup fails and leaves the value unchanged.
-std::string valueOf(const std::string& key) {
-  std::string value = kJunk;
-  const int result = paramValue(key, value);
-  if (result == 0) return value;
-  EXPECT_EQ(kJunk, value) << key;
-  return "(none)";
-}
-
-/// Returns the parameters of `group`; {"(none)"} if the lookup fails and leaves the map unchanged.
-Params paramsOf(const std::string& group) {
-  const Params junk{{kJunk, kJunk}};
-  Params params = junk;
-  if (groupParams(group, params) == 0) return params;
-  EXPECT_EQ(junk, params) << group;
-  return {{"(none)", ""}};
-}
-
-const Params kNoGroup{{"(none)", ""}};
-
-/// Replaces a file by rename, as writers must.
-void replace(const std::string& path, const std::string& content) {
-  writeFile(path + ".new", content);
-  std::filesystem::rename(path + ".new", path);
-}
 
 class SettingRest : public testing::Test {
  protected:
-  void store(const std::string& content) { replace(m_path, content); }
+  void store(const std::string& content) { replaceByRename(m_path, content); }
 
   TempDir m_dir;
   const std::string m_path = m_dir / "store.json";
@@ -291,7 +252,7 @@ TEST_F(SettingRest, ComparesSizeInodeAndTime) {
   EXPECT_EQ("1", valueOf("/k"));
   writeFile(m_path, R"({"k": "2"})");
   setModified(m_path, 1000, 5);
-  EXPECT_EQ("1", valueOf("/k")) << "nothing that is compared has changed";
+  EXPECT_EQ("1", valueOf("/k")) << "nothing that the store compares has changed";
   setModified(m_path, 1000, 6);
   EXPECT_EQ("2", valueOf("/k")) << "nanoseconds";
   writeFile(m_path, R"({"k": "33"})");
@@ -327,7 +288,7 @@ TEST_F(SettingRest, KeepsTheLastGoodContentsAndSaysSoOnce) {
       {R"({"k": "new"}})", "Line 1, Column 13"},
       {R"({"k": "new",})", "Line 1, Column 13"},
       {R"({'k': 'new'})", "Line 1, Column 2"},
-      {std::string("{\"k\": \"new\"}\0", 13), "text behind the document"},
+      {std::string("{\"k\": \"new\"}\0", 13), "text after the document"},
       {std::string("\x00\xff\xfe\x7f", 4), "Line 1, Column 1"},
   };
   for (const auto& row : rows) {
@@ -399,7 +360,7 @@ TEST_F(SettingRest, ReadsNothingButFiles) {
   EXPECT_EQ("(none)", valueOf("/k"));
   const ScopedEnv device("SETTINGREST_URL", "file:///dev/null");
   EXPECT_EQ("(none)", valueOf("/k"));
-  EXPECT_EQ("", errors.stop()) << "what is no file is not malformed either";
+  EXPECT_EQ("", errors.stop()) << "other kinds of files are not reported as malformed";
 }
 
 TEST_F(SettingRest, IgnoresAByteOrderMark) {
@@ -420,7 +381,7 @@ TEST_F(SettingRest, RefusesADocumentNestedTooDeep) {
   for (int i = 0; i < 500; ++i) key += "/d";
   EXPECT_EQ("1", valueOf(key));
   store(nested(10000));
-  EXPECT_EQ("1", valueOf(key)) << "the last good contents stay";
+  EXPECT_EQ("1", valueOf(key)) << "the last good settings stay in use";
 }
 
 TEST_F(SettingRest, ReadsAHugeDocument) {

@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <string>
 
+#include "providers/coarse_clock.h"
+#include "settings_snapshot/snapshot.h"
 #include "support/failing_allocations.h"
 #include "support/fixtures.h"
 
@@ -69,6 +71,47 @@ TEST(SettingRestWithoutMemory, TheNextLookupFindsTheSettings) {
     }
   }
   EXPECT_LT(0U, failed);
+  EXPECT_EQ("", errors.stop());
+}
+
+/// Replaces the snapshot by one that holds `value`, and lets the store notice.
+void storeSnapshot(const std::string& path, const std::string& key, const std::string& value) {
+  commutil_test::writeFile(path + ".test",
+                           settings::encodeSnapshot({{1, 1, 1}, {{key, value, 1}}}));
+  std::filesystem::rename(path + ".test", path);
+  commutil_test::passTime(10);
+}
+
+TEST(SettingRestWithoutMemory, ASnapshotStaysInUse) {
+  const TempDir dir;
+  const std::string path = dir / "settings.snap";
+  const ScopedEnv url("SETTINGREST_URL", "snapshot://" + path);
+  const ValueFunction lookUp = paramValue();
+  const std::string key = "/a/key that is long";
+  std::string before = "the first value, which is long";
+  storeSnapshot(path, key, before);
+  std::string value(100, 'x');
+  ASSERT_EQ(0, lookUp(key, value));
+  CapturedOutput errors(STDERR_FILENO);
+  for (const Failing failing : {Failing::once, Failing::fromThenOn}) {
+    bool happened = true;
+    for (std::size_t passing = 0; happened; ++passing) {
+      const std::string stored = "a value of some length, number " + std::to_string(passing);
+      storeSnapshot(path, key, stored);
+      int result = 0;
+      {
+        const FailingAllocations failures(passing, failing);
+        result = lookUp(key, value);
+        happened = failures.happened();
+      }
+      EXPECT_EQ(0, result) << passing;
+      EXPECT_EQ(happened ? before : stored, value) << passing;
+      commutil_test::passTime(10);
+      EXPECT_EQ(0, lookUp(key, value)) << passing;
+      EXPECT_EQ(stored, value) << passing;
+      before = stored;
+    }
+  }
   EXPECT_EQ("", errors.stop());
 }
 

@@ -64,8 +64,8 @@ void expectWords(const Row& row) {
     const std::string file = readFile(path);
     const std::string arguments = argumentString(file);
     EXPECT_EQ(row.words, split(arguments));
-    EXPECT_EQ(kBefore + arguments + kAfter, file) << "the rest of the template is unharmed";
-    EXPECT_EQ(0U, arguments.find(row.arguments)) << "options are added behind the template's own";
+    EXPECT_EQ(kBefore + arguments + kAfter, file) << "the rest of the template is unchanged";
+    EXPECT_EQ(0U, arguments.find(row.arguments)) << "options are added after the template's own";
   });
 }
 
@@ -113,19 +113,20 @@ TEST(SslConfWords, KeepsTheTemplatesOwnOptions) {
   const Words saidAuthenticate{"-SSLAuthenticate", "SERVER"};
   const Words saidVersion{"-SSLVersion", "TLSv1.3"};
   const Row rows[] = {
-      {"-SSLAuthenticate stands there", kApplicationStore,
+      {"the template has -SSLAuthenticate", kApplicationStore,
        kArguments + " -SSLAuthenticate SERVER_AND_CLIENT",
        kWords + authenticate + saidVersion + noProtection},
-      {"-SSLVersion stands there", kApplicationStore, kArguments + " -SSLVersion TLSv1",
+      {"the template has -SSLVersion", kApplicationStore, kArguments + " -SSLVersion TLSv1",
        kWords + version + saidAuthenticate + noProtection},
-      {"-SSLNoProtection stands there", kApplicationStore, kArguments + " -SSLNoProtection",
+      {"the template has -SSLNoProtection", kApplicationStore, kArguments + " -SSLNoProtection",
        kWords + noProtection + saidAuthenticate + saidVersion},
-      {"-SSLNoProtection stands there and the store denies it", kBothStore,
+      {"the template has -SSLNoProtection and the store disables it", kBothStore,
        kArguments + " -SSLNoProtection",
        kWords + noProtection + saidAuthenticate + Words{"-SSLVersion", "TLSv1.1"}},
-      {"two stand there", kApplicationStore, kArguments + " -SSLVersion TLSv1\t-SSLNoProtection",
+      {"the template has two", kApplicationStore,
+       kArguments + " -SSLVersion TLSv1\t-SSLNoProtection",
        kWords + version + noProtection + saidAuthenticate},
-      {"all stand there, in another order and on lines", kApplicationStore,
+      {"the template has all, in another order and on lines", kApplicationStore,
        kArguments + "\n-SSLNoProtection\n-SSLVersion TLSv1\n-SSLAuthenticate SERVER_AND_CLIENT",
        kWords + noProtection + version + authenticate},
   };
@@ -134,11 +135,10 @@ TEST(SslConfWords, KeepsTheTemplatesOwnOptions) {
 
 TEST(SslConfWords, AddsAfterOptionsThatFollowTheCaFile) {
   const Row rows[] = {
-      {"-SSLCAfile stands first", "{}",
-       "-SSLCAfile PEM:/ssl/ca.pem -SSLPrivateKey PEM:/ssl/key.pem",
+      {"-SSLCAfile is first", "{}", "-SSLCAfile PEM:/ssl/ca.pem -SSLPrivateKey PEM:/ssl/key.pem",
        Words{"-SSLCAfile", "PEM:/ssl/ca.pem", "-SSLPrivateKey", "PEM:/ssl/key.pem"} + kDefaults},
-      {"a blank stands before the quote", "{}", kArguments + " ", kWords + kDefaults},
-      {"a line end stands before the quote", "{}", kArguments + "\n", kWords + kDefaults},
+      {"a space before the quote", "{}", kArguments + " ", kWords + kDefaults},
+      {"a line end before the quote", "{}", kArguments + "\n", kWords + kDefaults},
   };
   for (const Row& row : rows) expectWords(row);
 }

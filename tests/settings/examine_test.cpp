@@ -77,7 +77,7 @@ TEST(Examine, ReadsNoFileOver64MiB) {
   EXPECT_EQ("65 MiB, over 64 MiB: not examined", stateOf(facts, "omc").text);
 }
 
-TEST(Examine, SurvivesTheWayBetweenProcesses) {
+TEST(Examine, SurvivesTheTransferBetweenProcesses) {
   const TempDir dir;
   dir.write("file", std::string("a:b\0c\n", 6));
   const FileFacts before = examine(dir / "file");

@@ -4,6 +4,7 @@
 #include "support/watched_calls.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -137,6 +138,10 @@ int unlink(const char* path) noexcept {
   return onPath("unlink", cLibrary<int(const char*)>("unlink"), path);
 }
 
+int rename(const char* from, const char* to) noexcept {
+  return onPath("rename", cLibrary<int(const char*, const char*)>("rename"), from, to);
+}
+
 int open(const char* path, int flags, ...) {
   std::va_list arguments;
   va_start(arguments, flags);
@@ -195,6 +200,12 @@ int fchmod(int fd, mode_t mode) noexcept {
 int fchown(int fd, uid_t user, gid_t group) noexcept {
   return onDescriptor("fchown", cLibrary<int(int, uid_t, gid_t)>("fchown"), fd, user, group);
 }
+
+int flock(int fd, int operation) noexcept {
+  return onDescriptor("flock", cLibrary<int(int, int)>("flock"), fd, operation);
+}
+
+int fsync(int fd) { return onDescriptor("fsync", cLibrary<int(int)>("fsync"), fd); }
 
 int close(int fd) { return onDescriptor("close", cLibrary<int(int)>("close"), fd); }
 }

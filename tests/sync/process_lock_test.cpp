@@ -97,7 +97,7 @@ TEST_F(ProcessLock, LockCoversTheWholeFileWhateverItsSize) {
   EXPECT_EQ(0, lock.ExitProcessMutex());
 }
 
-TEST_F(ProcessLock, FieldsTellItsState) {
+TEST_F(ProcessLock, FieldsShowItsState) {
   VexaProcessLock lock("backup", "/lock/");
   EXPECT_EQ("backup_PROCESSMUTEX", fieldsOf(lock).fileName);
   EXPECT_EQ("/lock/", fieldsOf(lock).directory);
@@ -185,7 +185,7 @@ TEST_F(ProcessLock, WithoutShareDirectoryNothingIsDone) {
   EXPECT_EQ(0, lock.ExitProcessMutex());
 }
 
-TEST_F(ProcessLock, ShareDirectoryIsReadAfresh) {
+TEST_F(ProcessLock, ShareDirectoryIsReadOnEveryCall) {
   const TempDir other;
   std::filesystem::create_directory(other / "lock");
   VexaProcessLock lock("backup", "/lock/");
@@ -266,7 +266,7 @@ TEST_F(ProcessLock, OutputScreenGoesWhereStandardOutputGoes) {
   EXPECT_EQ(1, output.flushes);
 }
 
-TEST_F(ProcessLock, OutputScreenHeedsNoSettingOfTheStream) {
+TEST_F(ProcessLock, OutputScreenIgnoresTheStreamsSettings) {
   runInChild([] {
     const VexaProcessLock lock("backup", "/lock/");
     CapturedOutput output(STDOUT_FILENO);

@@ -345,7 +345,7 @@ class FullQueue : public VexaToken_Message_Queue {
   }
 };
 
-TEST_F(TokenMessageQueue, HighWaterMarkHoldsBackUntilTheLowOneIsReached) {
+TEST_F(TokenMessageQueue, ProducerWaitsFromTheHighWaterMarkToTheLowOne) {
   FullQueue queue;
   queue.setToken(&m_token);
   for (const int number : {1, 2, 3}) {

@@ -167,7 +167,7 @@ TEST(TokenQueue, RemovesFromAnyPlace) {
   }
 }
 
-TEST(TokenQueue, StrangerInAnEmptyQueueIsIgnored) {
+TEST(TokenQueue, UnknownEntryInAnEmptyQueueIsIgnored) {
   ACE_Thread_Mutex mutex;
   Entry stranger(mutex, 7);
   Entry entry(mutex, 7);
@@ -205,7 +205,7 @@ TEST(TokenEntry, StartsReservedAndUnlinked) {
   }
 }
 
-TEST(TokenEntry, WaitsUntilSignalledOrTheDeadline) {
+TEST(TokenEntry, WaitsUntilSignaledOrTheDeadline) {
   ACE_Thread_Mutex mutex;
   ACE_Condition_Attributes attributes;
   Entry plain(mutex, 1);
@@ -364,7 +364,7 @@ TEST(Token, WaiterReturnsOneOnlyWithAHook) {
   }
 }
 
-TEST(Token, GoesRoundInTheOrderOfReservation) {
+TEST(Token, IsGrantedInTheOrderOfReservation) {
   std::array<std::size_t, 3> order{0, 1, 2};
   do {
     SCOPED_TRACE(std::to_string(order[0]) + std::to_string(order[1]) + std::to_string(order[2]));
@@ -651,7 +651,7 @@ TEST(Token, GrabWithoutMemoryLeavesNothingBehind) {
   expectFree(token);
 }
 
-TEST(Token, AcquireGoesOnWhenLockingFails) {
+TEST(Token, AcquireContinuesWhenLockingFails) {
   VexaToken token;
   reserve(token);
   ACE_Thread_Mutex& mutex = fieldsOf(token).lock;

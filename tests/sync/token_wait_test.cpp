@@ -70,7 +70,7 @@ Acquired acquireBehind(VexaToken& token, const std::deque<WaitEnd>& ends, bool h
   return acquired.get();
 }
 
-TEST(TokenWait, GoesOnAfterAnInterruptionBeforeTheHandOver) {
+TEST(TokenWait, ContinuesAfterAnInterruptionBeforeTheHandOver) {
   for (const bool hooked : {true, false}) {
     VexaToken token;
     EXPECT_EQ(hooked ? 1 : 0,
@@ -96,7 +96,7 @@ TEST(TokenWait, PassesTheTokenOnOnlyAfterATimeout) {
     EXPECT_EQ(error, acquired.error);
     EXPECT_EQ(nullptr, fieldsOf(token).waiters.head);
     EXPECT_EQ(0, fieldsOf(token).waiterCount);
-    EXPECT_EQ(error == ETIME ? 0 : 1, fieldsOf(token).inUse) << "handed over, and kept so";
+    EXPECT_EQ(error == ETIME ? 0 : 1, fieldsOf(token).inUse) << "handed over, and not changed back";
   }
 }
 

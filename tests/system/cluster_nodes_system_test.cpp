@@ -19,7 +19,7 @@ using commutil_test::runInChild;
 using commutil_test::ScopedEnv;
 using testing::ElementsAre;
 
-TEST(ClusterNodesOnTheSystem, AnEmptyRootMeansTheFileSystemsOwn) {
+TEST(ClusterNodesOnTheSystem, AnEmptyRootMeansTheFileSystemsRoot) {
   runInChild([] {
     enterNamespaces(CLONE_NEWNS);
     mountTmpfs("/etc");

@@ -78,7 +78,7 @@ TEST(CommandSystem, IsNotStartedWithoutTheNullDevice) {
   });
 }
 
-TEST(CommandSystem, ReachesTheTerminalOnlyWhereItIsLeftToTheCommand) {
+TEST(CommandSystem, InheritsTheOutputsUnlessTheOperationRedirectsThem) {
   runInChild([] {
     CapturedOutput standardOutput(1);
     CapturedOutput standardError(2);

@@ -34,31 +34,31 @@ const Release kReleases[] = {
     {"another distribution", "NAME=\"Debian GNU/Linux\"\nID=debian\n", false},
     {"carriage return", kLine + "\r\n", false},
     {"carriage return between", "VERSION=\"2\"\r" + kLine + "\n", false},
-    {"leading blank", " " + kLine + "\n", false},
-    {"trailing blank", kLine + " \n", false},
+    {"leading space", " " + kLine + "\n", false},
+    {"trailing space", kLine + " \n", false},
     {"trailing tab", kLine + "\t\n", false},
     {"no quotes", "NAME=ZirelOS\n", false},
     {"single quotes", "NAME='ZirelOS'\n", false},
     {"another case", "NAME=\"zirelos\"\n", false},
-    {"another key in front", "PRETTY_" + kLine + "\n", false},
-    {"more behind", kLine + "2\n", false},
+    {"another key before it", "PRETTY_" + kLine + "\n", false},
+    {"more after it", kLine + "2\n", false},
     {"cut short", "NAME=\"ZirelOS\n", false},
     {"byte-order mark", "\xef\xbb\xbf" + kLine + "\n", false},
-    {"NUL behind", kLine + std::string("\0", 1) + "\n", false},
-    {"NUL in front", std::string("\0", 1) + kLine + "\n", false},
+    {"NUL after it", kLine + std::string("\0", 1) + "\n", false},
+    {"NUL before it", std::string("\0", 1) + kLine + "\n", false},
     {"NUL in a line before", std::string("a\0b\n", 4) + kLine + "\n", true},
     {"two line ends", kLine + "\n\n", true},
     // A longer line arrives in pieces of 1023 bytes, each compared like a line.
-    {"1022 bytes in front", std::string(1022, 'x') + kLine + "\n", false},
-    {"1023 bytes in front", std::string(1023, 'x') + kLine + "\n", true},
-    {"1024 bytes in front", std::string(1024, 'x') + kLine + "\n", false},
-    {"two pieces in front", std::string(2046, 'x') + kLine + "\n", true},
-    {"a piece in front, more behind", std::string(1023, 'x') + kLine + "x\n", false},
+    {"1022 bytes before it", std::string(1022, 'x') + kLine + "\n", false},
+    {"1023 bytes before it", std::string(1023, 'x') + kLine + "\n", true},
+    {"1024 bytes before it", std::string(1024, 'x') + kLine + "\n", false},
+    {"two pieces before it", std::string(2046, 'x') + kLine + "\n", true},
+    {"a piece before, more after it", std::string(1023, 'x') + kLine + "x\n", false},
     {"a line of one piece before", std::string(1022, 'x') + "\n" + kLine + "\n", true},
     {"a line of one piece and its end", std::string(1023, 'x') + "\n" + kLine + "\n", true},
 };
 
-TEST(DistributionSystem, KnowsTheDistributionByItsLine) {
+TEST(DistributionSystem, RecognizesTheDistributionByItsLine) {
   for (const Release& release : kReleases) {
     SCOPED_TRACE(release.name);
     runInChild([&] {

@@ -100,7 +100,7 @@ TEST_F(SmallFileSystem, CopiesBetweenFileSystemsBothWays) {
   });
 }
 
-TEST_F(SmallFileSystem, ItsDirectoriesAreNoFiles) {
+TEST_F(SmallFileSystem, ItsDirectoriesAreNotFiles) {
   run([&] {
     fs::create_directory(small + "/sub");
     for (const std::string& path : {small, small + "/sub"}) {

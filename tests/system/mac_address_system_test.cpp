@@ -110,7 +110,7 @@ struct Answer {
   std::string mac;
 };
 
-/// Calls the lookup, and expects the address in full form, whatever the result.
+/// Calls the lookup, and expects it to set the address to its full form, whatever the result.
 Answer macOf(std::string address) {
   std::string full = address;
   VexaCommonUtils_i::formatStringIP(full);
@@ -242,11 +242,11 @@ TEST(LocalMacAddresses, PiecesOfAnyToolOutput) {
       {"nothing", "", {}},
       {"an address", "00:0c:29:ab:cd:ef\n", {"00:0c:29:ab:cd:ef"}},
       {"in two cases", "00:0c:29:ab:cd:ef\n00:0C:29:AB:CD:EF\n", {"00:0c:29:ab:cd:ef"}},
-      {"empty lines are an entry once", "\n\na\n\n", {"", "a"}},
+      {"empty lines are one entry", "\n\na\n\n", {"", "a"}},
       {"without a line end", "00:0c:29:ab:cd:ef", {"00:0c:29:ab:cd:e"}},
       {"a single character without a line end", "x", {""}},
-      {"18 characters are kept", "123456789012345678\n", {"123456789012345678"}},
-      {"the rest is cut", "1234567890123456789\n", {"123456789012345678"}},
+      {"18 characters fit", "123456789012345678\n", {"123456789012345678"}},
+      {"more are cut", "1234567890123456789\n", {"123456789012345678"}},
       {"carriage returns stay", "a\r\n", {"a\r"}},
       {"a line of 1022 characters", std::string(1022, 'a') + "\nx\n", {std::string(18, 'a'), "x"}},
       {"1023: its line end is a piece",
@@ -307,9 +307,9 @@ TEST(LocalMacAddresses, WordsOfAnyBondingLine) {
   const std::vector<Case> cases = {
       {"an address", label + mac + "\n", {upper}},
       {"without a line end", label + mac, {upper}},
-      {"blanks behind", label + mac + " \t\r\n", {upper}},
-      {"a tab before", "Permanent HW addr:\t" + mac + "\n", {upper}},
-      {"a carriage return before", "Permanent HW addr:\r" + mac + "\n", {upper}},
+      {"whitespace after", label + mac + " \t\r\n", {upper}},
+      {"a tab before it", "Permanent HW addr:\t" + mac + "\n", {upper}},
+      {"a carriage return before it", "Permanent HW addr:\r" + mac + "\n", {upper}},
       {"34 characters", std::string(16, ' ') + "0" + mac.substr(0, 17), {}},
       {"35 characters", std::string(17, ' ') + "0" + mac.substr(0, 17), {"0" + upper}},
       {"34 and the line end", std::string(17, ' ') + mac + "\n", {upper}},
@@ -320,15 +320,15 @@ TEST(LocalMacAddresses, WordsOfAnyBondingLine) {
       {"a word of 19 characters", std::string(40, ' ') + mac + "ab\n", {upper + "A"}},
       {"the last word counts", label + mac + " " + std::string(17, 'x'), {std::string(17, 'X')}},
       {"the last word is short", label + mac + " up\n", {}},
-      {"no blank before the word", std::string(40, 'x') + "\n", {}},
-      {"blanks only", std::string(40, ' ') + "\n", {}},
+      {"no space before the word", std::string(40, 'x') + "\n", {}},
+      {"spaces only", std::string(40, ' ') + "\n", {}},
       {"a long line",
        std::string(1000, 'x') + " " + std::string(22, 'a') + std::string(18, ' ') +
            std::string(17, 'b') + "\n",
        {std::string(18, 'A'), std::string(17, 'B')}},
       {"a line of 1 MiB", std::string(1 << 20, 'x') + "\n", {}},
       {"text ends at a NUL", std::string(40, ' ') + mac + "\0abc\n"s, {upper}},
-      {"bytes that are no letters",
+      {"bytes that are not letters",
        std::string(40, ' ') + std::string(17, '\xe4') + "\n",
        {std::string(17, '\xe4')}},
       {"empty lines", "\n\n\n", {}},
@@ -424,7 +424,7 @@ TEST(MacOfIPv6, ReadsOneLineOf47Characters) {
   const std::vector<Case> cases = {
       {"an address", "00:0c:29:ab:cd:ef\n", 0, "00:0C:29:AB:CD:EF"},
       {"the first line counts", "00:0c:29:ab:cd:ef\n1:2:3:4:5:6\n", 0, "00:0C:29:AB:CD:EF"},
-      {"also when it is empty", "\n00:0c:29:ab:cd:ef\n", -1, kJunkMac},
+      {"the first line counts even if it is empty", "\n00:0c:29:ab:cd:ef\n", -1, kJunkMac},
       {"without a line end", "00:0c:29:ab:cd:ef", 0, "00:0C:29:AB:CD:EF"},
       {"with the word", "ether 00:0c:29:ab:cd:ef", 0, "00:0C:29:AB:CD:EF"},
       {"47 characters", std::string(32, '0') + tail + "ab", 0, "00:11:22:33:44:AB"},
@@ -473,7 +473,7 @@ TEST(MacOfIPv6, OfTheNewerToolIsWhatIpPrints) {
   });
 }
 
-TEST(MacOfIPv6, PartOfTheCarriersNameWillDo) {
+TEST(MacOfIPv6, PartOfTheInterfacesNameIsEnough) {
   runOnOwnNetwork([] {
     ip(vethPair("a", 1) + vethPair("xa", 2) + "addr add fe80::1/64 dev xa nodad\n" +
        "addr add fe80::2/64 dev a nodad\naddr add fe80::3/64 dev xap nodad\n");
@@ -500,7 +500,7 @@ std::vector<NewerToolCase> newerToolCases() {
   const std::string mac = "00:0C:29:AB:CD:EF";
   return {
       {"usual", eth0 + carries + ether, 0, mac},
-      {"address behind the hardware address", eth0 + ether + carries, 0, mac},
+      {"address after the hardware address", eth0 + ether + carries, 0, mac},
       {"a prefix length", eth0 + "inet6 fe80::1/64\n" + ether, 0, mac},
       {"upper case", eth0 + "inet6 FE80:0::1 x\n" + ether, 0, mac},
       {"the last line that names the address wins",
@@ -514,12 +514,13 @@ std::vector<NewerToolCase> newerToolCases() {
        0, "03:03:03:03:03:03"},
       {"a second hardware address replaces the first",
        eth0 + carries + "ether 1:1:1:1:1:1\n" + ether, 0, mac},
-      {"a broken second one does not", eth0 + carries + ether + "ether 1:1:1:1:1\n", 0, mac},
+      {"a malformed second one does not", eth0 + carries + ether + "ether 1:1:1:1:1\n", 0, mac},
       {"one before any header matches every name",
        "ether 1:1:1:1:1:1\n" + eth0 + carries + "eth1: flags\n" + ether, 0, "01:01:01:01:01:01"},
-      {"and loses against later names", "ether 1:1:1:1:1:1\n" + eth0 + carries + ether, 0, mac},
-      {"it also matches when no line names the address", "ether 1:1:1:1:1:1\n" + eth0 + ether, 0,
-       "01:01:01:01:01:01"},
+      {"one before any header loses to later names", "ether 1:1:1:1:1:1\n" + eth0 + carries + ether,
+       0, mac},
+      {"one before any header matches without the address too",
+       "ether 1:1:1:1:1:1\n" + eth0 + ether, 0, "01:01:01:01:01:01"},
       {"no line names the address", eth0 + ether, -1, kJunkMac},
       {"another address", eth0 + "inet6 fe80::2 x\n" + ether, -1, kJunkMac},
       {"no hardware address", eth0 + carries, -1, kJunkMac},
@@ -528,12 +529,13 @@ std::vector<NewerToolCase> newerToolCases() {
       {"the older columns", eth0 + "inet6 addr: fe80::1/64 Scope:Link\n" + ether, -1, kJunkMac},
       {"inet6 inside a word", eth0 + "xinet6 fe80::1 x\n" + ether, -1, kJunkMac},
       {"an address that ends the line", eth0 + "inet6 fe80::1\n" + ether, -1, kJunkMac},
-      {"with its prefix length it may", eth0 + "inet6 fe80::1/\n" + ether, 0, mac},
+      {"an address with its prefix length that ends the line", eth0 + "inet6 fe80::1/\n" + ether, 0,
+       mac},
       {"a zone", eth0 + "inet6 fe80::1%eth0 x\n" + ether, -1, kJunkMac},
-      {"a header that names the address too", "eth0: flags inet6 fe80::1 x\n" + ether, -1,
+      {"a header that also names the address", "eth0: flags inet6 fe80::1 x\n" + ether, -1,
        kJunkMac},
-      {"a header that holds the hardware address too",
-       eth0 + carries + "flags: ether 1:2:3:4:5:6\n", -1, kJunkMac},
+      {"a header that also has the hardware address", eth0 + carries + "flags: ether 1:2:3:4:5:6\n",
+       -1, kJunkMac},
       {"one line with both", eth0 + "inet6 fe80::1 ether 00:0c:29:ab:cd:ef\n", 0, mac},
       {"a header without a colon keeps the name", eth0 + "flags\n" + carries + ether, 0, mac},
       {"an alias", "eth0:1: flags=1\n" + carries + ether, 0, mac},
@@ -544,15 +546,16 @@ std::vector<NewerToolCase> newerToolCases() {
       {"NUL bytes", eth0 + "inet6 fe80::1 \0\n"s + "ether 0:c:29:ab:cd:ef\0:1\n"s, 0, mac},
       {"1 MiB without a line end", std::string(1 << 20, 'x'), -1, kJunkMac},
       {"1 MiB of bytes", std::string(1 << 19, '\xff') + std::string(1 << 19, '\n'), -1, kJunkMac},
-      {"pieces of 1022 characters end behind the address",
+      {"pieces of 1022 characters end after the address",
        eth0 + carries + std::string(1022 - 23, ' ') + "ether 00:0c:29:ab:cd:ef\n", 0, mac},
-      {"or inside it", eth0 + carries + std::string(1023 - 23, ' ') + "ether 00:0c:29:ab:cd:ef\n",
-       0, "00:0C:29:AB:CD:0E"},
-      {"a header cut in two is none",
+      {"pieces of 1022 characters end inside the address",
+       eth0 + carries + std::string(1023 - 23, ' ') + "ether 00:0c:29:ab:cd:ef\n", 0,
+       "00:0C:29:AB:CD:0E"},
+      {"a header that is cut in two does not count",
        eth0 + carries + ether + "eth1: " + std::string(1019 - 6, ' ') + "flags\n" +
            "ether 1:1:1:1:1:1\n",
        0, "01:01:01:01:01:01"},
-      {"a header that just fits is one",
+      {"a header that just fits counts",
        eth0 + carries + ether + "eth1: " + std::string(1017 - 6, ' ') + "flags\n" +
            "ether 1:1:1:1:1:1\n",
        0, mac},

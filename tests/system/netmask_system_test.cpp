@@ -63,7 +63,7 @@ TEST(NetmaskOnRealInterfaces, IsWhatIpPrints) {
     ip("link set dev lo up\naddr add 127.0.0.2/8 dev lo\n" + vethPair("a", 1) + vethPair("b", 2) +
        vethPair("down", 3) + vethPair("bare", 4) +
        "link set dev a up\nlink set dev ap up\nlink set dev b up\nlink set dev bare up\n"
-       // Several under one name, with different masks; a label; every kind of length.
+       // Several addresses of one interface, with different masks; a label; various prefix lengths.
        "addr add 10.1.2.3/24 dev a\naddr add 10.1.2.30/16 dev a\naddr add 10.1.2.4/28 dev a\n"
        "addr add 10.1.2.5/24 dev a label a:1\naddr add 10.9.0.1/32 dev b\n"
        "addr add 10.8.0.1/31 dev b\naddr add 10.7.0.1/1 dev b\naddr add 10.6.0.1/0 dev b\n"

@@ -174,7 +174,7 @@ TEST(SwitchUser, OpensASessionAndTakesTheIdentity) {
     EXPECT_THAT(groups(), testing::UnorderedElementsAre(kGroup, 4713, 4714));
     // Root opened the session before the identity changed; it stays open.
     EXPECT_EQ(kSetcred + kOpen, host.log());
-    EXPECT_EQ(-1, ::setuid(0)) << "the way back is open";
+    EXPECT_EQ(-1, ::setuid(0)) << "root is still reachable";
     EXPECT_EQ(0, VexaCommonUtils::switchOmcUser());
     EXPECT_EQ(kSetcred + kOpen, host.log()) << "nothing is done for a caller that is not root";
   });
@@ -376,7 +376,7 @@ TEST(SessionDetails, FailWithoutATerminal) {
   });
 }
 
-TEST(SessionDetails, TellTheUserAndTheAddressOfATerminal) {
+TEST(SessionDetails, ReturnTheUserAndTheAddressOfATerminal) {
   runInChild([] {
     enterNamespaces(CLONE_NEWNS);
     mountTmpfs("/run");

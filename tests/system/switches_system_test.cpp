@@ -11,7 +11,7 @@ namespace {
 using commutil_test::enterNamespaces;
 using commutil_test::runInChild;
 
-TEST(SwitchesSystem, TheTsModesFileHasADefaultPlace) {
+TEST(SwitchesSystem, TheTsModesFileHasADefaultPath) {
   const commutil_test::TempDir root;
   root.write("export/home/omc/etc/conf/TSSetting.cfg", "[TS]\nts_mode=true\n");
   root.write("etc/conf/TSSetting.cfg", "[TS]\nts_mode=false\n");

@@ -21,7 +21,7 @@ using commutil_test::runInChild;
 
 namespace {
 
-TEST(UserLookUp, FailsOnAnEntryThatIsLargerThanTheBuffer) {
+TEST(UserLookup, FailsOnAnEntryThatIsLargerThanTheBuffer) {
   runInChild([] {
     enterNamespaces(CLONE_NEWNS);
     replaceFile("/etc/nsswitch.conf", "passwd: files\n");

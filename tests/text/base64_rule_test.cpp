@@ -71,7 +71,7 @@ class Base64Rule : public ::testing::Test {
   static bool isLetter(unsigned char byte) { return lettersAndDigits[byte]; }
 };
 
-TEST_F(Base64Rule, CarriesEveryLengthWithoutBlocks) {
+TEST_F(Base64Rule, RoundTripsEveryLengthWithoutBlocks) {
   for (std::size_t size = 0; size <= 300; ++size) {
     SCOPED_TRACE(size);
     std::string bytes;

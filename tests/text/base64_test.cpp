@@ -138,7 +138,7 @@ TEST(Base64, EncodesOnlyTheLengthGiven) {
   EXPECT_EQ("TWE=", VexaCommonUtils_i::encodeData("Man", 2));
 }
 
-TEST(Base64, CarriesEveryByte) {
+TEST(Base64, RoundTripsEveryByte) {
   const std::string bytes = allBytes();
   const std::string text = encode(bytes);
   EXPECT_EQ(modelEncode(bytes), text);
@@ -146,7 +146,7 @@ TEST(Base64, CarriesEveryByte) {
   EXPECT_EQ(bytes, decode(text));
 }
 
-TEST(Base64, CarriesEveryLength) {
+TEST(Base64, RoundTripsEveryLength) {
   for (std::size_t size = 0; size <= 300; ++size) {
     SCOPED_TRACE(size);
     const std::string bytes = randomBytes(size);
@@ -162,7 +162,7 @@ TEST(Base64, CarriesEveryLength) {
   }
 }
 
-TEST(Base64, CarriesEveryGroupOfThree) {
+TEST(Base64, RoundTripsEveryGroupOfThree) {
   for (int first = 0; first <= UCHAR_MAX; ++first) {
     std::string bytes;
     bytes.reserve(3 << 16);
@@ -177,7 +177,7 @@ TEST(Base64, CarriesEveryGroupOfThree) {
   }
 }
 
-TEST(Base64, EncodesEveryByteAtEveryPlace) {
+TEST(Base64, EncodesEveryByteAtEveryPosition) {
   for (std::size_t at = 0; at < 60; ++at) {
     std::string bytes = randomBytes(60);
     for (const char byte : allBytes()) {
@@ -187,7 +187,7 @@ TEST(Base64, EncodesEveryByteAtEveryPlace) {
   }
 }
 
-TEST(Base64, DecodesEveryByteAtEveryPlace) {
+TEST(Base64, DecodesEveryByteAtEveryPosition) {
   expectEveryChangeDecodesAsDescribed(encode(randomBytes(96)));
   expectEveryChangeDecodesAsDescribed(std::string(100, '/'));
 }
@@ -207,7 +207,7 @@ TEST(Base64, ReadsNothingAfterTheData) {
   ::munmap(pages, 2 * page);
 }
 
-TEST(Base64, CarriesHundredMebibytes) {
+TEST(Base64, RoundTripsAHundredMebibytes) {
   std::string bytes = randomBytes(kMiB);
   while (bytes.size() < 100 * kMiB) bytes += bytes.substr(0, 100 * kMiB - bytes.size());
   const std::string text = encode(bytes);
@@ -239,7 +239,7 @@ TEST(Base64, KeepsNoMemoryForWhatItDidNotDecode) {
   EXPECT_LT(bytes.capacity(), 100U);
 }
 
-TEST(Base64, KnowsDataCharactersInTheCLocale) {
+TEST(Base64, RecognizesDataCharactersInTheCLocale) {
   for (const char byte : allBytes()) {
     EXPECT_EQ(kBase64Alphabet.find(byte) != std::string::npos,
               VexaCommonUtils::isBase64(static_cast<unsigned char>(byte)))
@@ -247,7 +247,7 @@ TEST(Base64, KnowsDataCharactersInTheCLocale) {
   }
 }
 
-TEST(Base64, KnowsNoOtherDataCharactersInUtf8) {
+TEST(Base64, RecognizesNoOtherDataCharactersInUtf8) {
   runInChild([] {
     setLocale("C.UTF-8");
     for (int byte = 0x80; byte <= UCHAR_MAX; ++byte) {
@@ -276,7 +276,7 @@ TEST(Base64, TakesLettersFromThe8BitLocale) {
   });
 }
 
-TEST(Base64, AddsUpTheIndex255OfForeignLetters) {
+TEST(Base64, AddsUpTheIndex255OfOtherLetters) {
   const Latin1Locale latin1;
   runInChild([&latin1] {
     latin1.set();

@@ -69,7 +69,7 @@ TEST(Charset, NullsWriteNothing) {
 struct WideRow {
   const char* name;
   std::string text;
-  std::wstring array;  ///< the array behind the conversion, up to its last element that is no junk
+  std::wstring array;  ///< the array after the conversion, up to the last element that was written
   std::wstring wide;   ///< the result of the string form
 };
 
@@ -96,7 +96,7 @@ TEST(Charset, WidensUtf8) {
         {"two bytes", "\xC3\xA4", L"\xE4" + kNul + kNul, L"\xE4"},
         {"four bytes", "\xF0\x9F\x98\x80", L"\x1F600" + kNul + L"##" + kNul, L"\x1F600"},
         {"mixed", "a\xC3\xA4z", L"a\xE4z" + kNul + kNul, L"a\xE4z"},
-        {"invalid behind text", "ab\xFFzz", L"ab###" + kNul, L"ab"},
+        {"invalid after text", "ab\xFFzz", L"ab###" + kNul, L"ab"},
         {"invalid first", "\x80z", L"##" + kNul, L""},
         {"cut", "a\xE4\xB8", L"a##" + kNul, L"a"},
         {"overlong", "a\xC0\x80", L"a##" + kNul, L"a"},

@@ -1,5 +1,5 @@
 // Identifiers and time stamps over bounded functions that refuse: this program compiles the family
-// itself and gives it its own copying and formatting, and a host with a MAC address.
+// itself, with its own copying and formatting, on a host with a MAC address.
 #include <ace/OS_NS_netdb.h>
 #include <ace/OS_NS_time.h>
 #include <gtest/gtest.h>

@@ -130,7 +130,7 @@ TEST(Identifier, CountsUnitsOf100Nanoseconds) {
   });
 }
 
-TEST(Identifier, TakesAFailedClockForMinusOneSecond) {
+TEST(Identifier, TreatsAFailedClockAsMinusOneSecond) {
   runInChild([] {
     timeOfDay = [](timeval* now) {
       *now = {1234, 5678};
@@ -273,7 +273,7 @@ TEST(TimeStamp, FollowsTheFormatForAnyTime) {
   });
 }
 
-TEST(TimeStamp, ShowsTheMomentOfTheCall) {
+TEST(TimeStamp, IsTheTimeOfTheCall) {
   const std::time_t before = std::time(nullptr);
   const std::string stamp = VexaCommonUtils::getTimeStamp(false);
   const std::time_t after = std::time(nullptr);

@@ -130,7 +130,7 @@ TEST(Locale, DestroyingTwiceIsHarmless) {
   });
 }
 
-TEST(Locale, GoesOnUnlockedWhenTheLockFails) {
+TEST(Locale, ContinuesUnlockedWhenLockingFails) {
   runInChild([] {
     nameLocale("C");  // needs no file, so that errno stays
     ASSERT_NE(nullptr, std::setlocale(LC_ALL, "C.UTF-8"));
@@ -185,7 +185,7 @@ TEST(Locale, IsPublishedUnderTheLockBeforeTheLocaleIsSet) {
       VexaLocale* const instance = localeInstance();
       EXPECT_NE(nullptr, instance);
       std::thread([instance] {
-        EXPECT_EQ(instance, VexaLocale::Instance());  // does not wait for the locale
+        EXPECT_EQ(instance, VexaLocale::Instance());  // does not wait for the locale to be set
         EXPECT_EQ(-1, localeMutex().tryacquire_write());
       }).join();
     };

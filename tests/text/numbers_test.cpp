@@ -19,13 +19,13 @@ namespace {
 using namespace std::string_literals;
 using commutil_test::allBytes;
 
-// Places around which block-wise code changes course.
+// Positions at which block-wise code changes its path.
 const std::vector<std::size_t> kLengths = {0,  1,  7,  15, 16, 17, 31, 32,
                                            33, 47, 48, 63, 64, 65, 100};
 
 // Classes
 
-TEST(Classes, KnowEveryByteAtEveryPlace) {
+TEST(Classes, ClassifyEveryByteAtEveryPosition) {
   for (const std::size_t length : kLengths) {
     for (std::size_t at = 0; at < length; ++at) {
       for (const char byte : allBytes()) {
@@ -149,7 +149,7 @@ struct PercentCase {
   double expected;
 };
 
-TEST(GetUpperIntVal, LiftsToTheNextWholeNumber) {
+TEST(GetUpperIntVal, RoundsUpToTheNextWholeNumber) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   const std::vector<PercentCase> cases = {
       {0.0, 0.0},

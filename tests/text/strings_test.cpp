@@ -116,7 +116,7 @@ TEST(TrimAll, TakesTheBytesOfTheSet) {
   }
 }
 
-TEST(TrimAll, KnowsEveryByteOfTheSet) {
+TEST(TrimAll, TrimsEveryByteOfTheSet) {
   for (const char byte : allBytes().substr(1)) {
     SCOPED_TRACE(static_cast<int>(byte));
     const std::string chars(1, byte);
@@ -370,7 +370,7 @@ TEST(ReplaceChar, AcceptsOneObjectTwice) {
   EXPECT_EQ(ReplaceChar(s, '-', s), "aa-");
 }
 
-TEST(ReplaceChar, KnowsEveryByteAtEveryPlace) {
+TEST(ReplaceChar, HandlesEveryByteAtEveryPosition) {
   const std::string bytes = allBytes();
   for (std::size_t at = 0; at < bytes.size(); ++at) {
     SCOPED_TRACE(at);

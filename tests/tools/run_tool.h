@@ -30,7 +30,7 @@ struct ProcessResult {
 ProcessResult runProcess(const std::vector<std::string>& words, const Environment& environment,
                          const std::string& input = "");
 
-/// A program on its own pseudo-terminal.
+/// A program on a new pseudo-terminal.
 class TerminalRun {
  public:
   TerminalRun(const std::vector<std::string>& words, const Environment& environment);

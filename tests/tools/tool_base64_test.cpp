@@ -37,14 +37,14 @@ TEST(Base64, EncodesAndDecodesStreams) {
   }
 }
 
-TEST(Base64, FailsForInputThatIsLeftOver) {
+TEST(Base64, FailsForInputThatItDoesNotDecode) {
   const Deployment deployment;
   const std::string pieces(64 * 1024, 'A');  // decodes to zeros, a whole piece of input
   const std::string zeros(48 * 1024, '\0');
   const struct {
     std::string text;
     std::string data;
-    std::size_t leftFrom;  // counted from 1, 0 if nothing is left over
+    std::size_t ignoredFrom;  // counted from 1, 0 if all input is decoded
   } rows[] = {
       {"", "", 0},
       {"TWFu\n", "Man", 0},
@@ -77,12 +77,11 @@ TEST(Base64, FailsForInputThatIsLeftOver) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text.substr(0, 20));
     const ProcessResult result = deployment.run({"base64", "decode"}, row.text);
-    EXPECT_EQ(row.leftFrom == 0 ? 0 : 1, result.code);
+    EXPECT_EQ(row.ignoredFrom == 0 ? 0 : 1, result.code);
     EXPECT_TRUE(row.data == result.out);
-    const std::string message = "commutil: standard input is left over from byte " +
-                                std::to_string(row.leftFrom) +
-                                " on: only what precedes it was decoded\n";
-    EXPECT_EQ(row.leftFrom == 0 ? "" : message, result.err);
+    const std::string message = "commutil: standard input from byte " +
+                                std::to_string(row.ignoredFrom) + " on is not decoded\n";
+    EXPECT_EQ(row.ignoredFrom == 0 ? "" : message, result.err);
   }
 }
 

@@ -80,6 +80,8 @@ TEST(Check, NamesAMissingLocale) {
       "warning  locale: LC_ALL=xx_XX.UTF-8 is not installed: conversions use the \"C\" "
       "locale; install the locale or correct the variable\n",
       result.out);
+  const std::string text = deployment.run({"check"}).out;
+  EXPECT_NE(std::string::npos, text.find("\n0 errors, 1 warning, ")) << text;
 }
 
 TEST(Check, NamesVariablesThatPointNowhere) {
@@ -143,9 +145,9 @@ TEST(Check, LoadsNoFileOver64MiB) {
             checked.out);
   const ProcessResult loopback = store.run({"explain", "ListenLoopbackIP"});
   EXPECT_EQ(0, loopback.code);
-  EXPECT_NE(std::string::npos,
-            loopback.out.find("   not asked: " + (store / "share/conf/settings.json") +
-                              " has 1024 MiB\n"))
+  EXPECT_NE(
+      std::string::npos,
+      loopback.out.find("   not read: " + (store / "share/conf/settings.json") + " has 1024 MiB\n"))
       << loopback.out;
   const SoundDeployment other;
   for (const char* const file : {"app/conf/setting.cfg", "omc/etc/conf/TSSetting.cfg",

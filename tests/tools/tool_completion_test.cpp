@@ -28,7 +28,9 @@ struct Row {
 const std::vector<Row>& rows() {
   static const std::vector<Row> all{
       {"commutil rep", {"report"}},
-      {"commutil settings ", {"show", "check", "put", "delete", "import", "export"}},
+      {"commutil settings ",
+       {"show", "check", "put", "delete", "import", "export", "sync", "diff", "wait", "status",
+        "raise-epoch"}},
       {"commutil help ip ", {"normalise", "check", "resolve"}},
       {"commutil settings put --", {"--app", "--force", "--wait", "--json", "--help"}},
       {"commutil lock name --", {"--dir", "--wait", "--message", "--help"}},
@@ -76,7 +78,7 @@ Names expectedIn(const TempDir& dir, const Row& row) {
   return names;
 }
 
-TEST(Completion, OffersInBashWhatFits) {
+TEST(Completion, OffersInBashWhatApplies) {
   const TempDir dir;
   dir.write("saved.json", "{}");
   for (const Row& row : rows()) {
@@ -108,7 +110,7 @@ TEST(Completion, TakesAnOptionAndItsValueInOneWordInBash) {
   EXPECT_EQ("both\n", result.out);
 }
 
-TEST(Completion, OffersInZshWhatFits) {
+TEST(Completion, OffersInZshWhatApplies) {
   const TempDir dir;
   dir.write("saved.json", "{}");
   Words run{COMMUTIL_COMPLETE_ZSH, COMMUTIL_COMPLETION_DIR "/_commutil"};
@@ -126,7 +128,7 @@ TEST(Completion, OffersInZshWhatFits) {
   }
 }
 
-TEST(Completion, OffersInFishWhatFits) {
+TEST(Completion, OffersInFishWhatApplies) {
   const TempDir dir;
   dir.write("saved.json", "{}");
   Words run{"/usr/bin/fish", "--no-config", "-c",

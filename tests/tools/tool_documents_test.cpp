@@ -146,7 +146,8 @@ TEST_F(Documents, ManPageExplainsEverySubcommandWithItsOptions) {
 
 TEST_F(Documents, HelpAndManPageAgreeOnExitCodes) {
   const std::string common = exitCodesIn(helpOf(""));
-  EXPECT_EQ("Exit codes: 0 ok; 1 the answer is no or the operation failed; 2 wrong use.", common);
+  EXPECT_EQ("Exit codes: 0 ok; 1 the answer is \"no\" or the operation failed; 2 wrong use.",
+            common);
   std::map<std::string, std::string> pages = sections();
   for (const auto& [subcommand, options] : m_leaves) {
     const std::string own = exitCodesIn(pages[subcommand]);

@@ -101,11 +101,11 @@ std::vector<Fault> storeFaults() {
        "warning  settings document: no conf/settings.json below _APP_SHARE_DIR, APP_ROOT or "
        "COMMON_LIB_PATH: every lookup gives the default; create one or set SETTINGREST_URL",
        1},
-      {"FIFO for a document", fifo(kStore), kCheck,
+      {"a FIFO instead of a document", fifo(kStore), kCheck,
        "error    @/share/conf/settings.json: a FIFO, not a regular file; replace it by a regular "
        "file",
        2},
-      {"directory for a document", directory(kStore), kCheck,
+      {"a directory instead of a document", directory(kStore), kCheck,
        "error    @/share/conf/settings.json: a directory, not a regular file; replace it by a "
        "regular file",
        2},
@@ -125,8 +125,8 @@ std::vector<Fault> storeFaults() {
        "error    settings document: SETTINGREST_URL /srv/settings.json: has no scheme; write it as "
        "file:///path",
        2},
-      {"URL to nothing", variable("SETTINGREST_URL", "file:///nowhere/settings.json"), kCheck,
-       "error    /nowhere/settings.json: missing; create it", 2},
+      {"URL of a missing file", variable("SETTINGREST_URL", "file:///nowhere/settings.json"),
+       kCheck, "error    /nowhere/settings.json: missing; create it", 2},
       {"URL of another scheme", variable("SETTINGREST_URL", "http://store/settings"), kCheck,
        "error    settings document: SETTINGREST_URL http://store/settings: no store serves http "
        "URLs; write it as file:///path",
@@ -164,7 +164,7 @@ std::vector<Fault> libraryFaults() {
        "file: No such file or directory; every lookup fails; install a store, or add its directory "
        "to LD_LIBRARY_PATH",
        2},
-      {"garbage for a store library",
+      {"garbage instead of a store library",
        [](Deployment& deployment) {
          deployment.write("lib/libsettingrest.so", "garbage");
          deployment.environment["LD_LIBRARY_PATH"] = deployment / "lib";
@@ -213,18 +213,18 @@ std::vector<Fault> settingsFileFaults() {
        "error    @/app/conf/setting.cfg: not readable by user root (mode 0000, owner root); let "
        "root read it",
        2},
-      {"directory for a settings file", directory(kSettings), kCheck,
+      {"a directory instead of a settings file", directory(kSettings), kCheck,
        "error    @/app/conf/setting.cfg: a directory, not a regular file; replace it by a "
        "regular "
        "file",
        2},
-      {"FIFO for a settings file", fifo(kSettings), kCheck,
+      {"a FIFO instead of a settings file", fifo(kSettings), kCheck,
        "error    @/app/conf/setting.cfg: a FIFO, not a regular file; replace it by a regular "
        "file",
        2},
-      {"section in other case", content(kSettings, "\n\n[Ip]\nListenAllIp = enable\n"), kExplain,
+      {"section in another case", content(kSettings, "\n\n[Ip]\nListenAllIp = enable\n"), kExplain,
        "readable; no section [IP]; line 3 has [Ip]: names are case-sensitive\n", 0},
-      {"section in other case, checked", content(kSettings, "\n\n[Ip]\nListenAllIp = enable\n"),
+      {"section in another case, checked", content(kSettings, "\n\n[Ip]\nListenAllIp = enable\n"),
        kCheck,
        "warning  @/app/conf/setting.cfg: line 3 has [Ip]: names are case-sensitive; correct the "
        "spelling",
@@ -235,7 +235,7 @@ std::vector<Fault> settingsFileFaults() {
        "warning  @/app/conf/setting.cfg: line 1: \"[IP\" lacks its closing bracket: the entries "
        "below it belong to no section; correct the line",
        1},
-      {"key in other case", content(kSettings, "[IP]\nListenAllIP = enable\n"), kExplain,
+      {"key in another case", content(kSettings, "[IP]\nListenAllIP = enable\n"), kExplain,
        "readable; no key ListenAllIp in [IP]; line 2 has ListenAllIP: names are case-sensitive", 0},
       {"enabled", content(kSettings, "[IP]\nListenAllIp = enabled\n"), kExplain,
        "readable; line 2: \"enabled\": not \"enable\" or \"disable\", counts as off; did you mean "
@@ -261,7 +261,7 @@ std::vector<Fault> settingsFileFaults() {
 
 std::vector<Fault> otherFileFaults() {
   return {
-      {"TS mode in other case", content(kTsMode, "[TS]\nts_mode = TRUE\n"), kCheck,
+      {"TS mode in another case", content(kTsMode, "[TS]\nts_mode = TRUE\n"), kCheck,
        "warning  @/omc/etc/conf/TSSetting.cfg: did you mean true?; write true or false", 1},
       {"malformed application configuration", content(kTypes, "{\"databases\": }"), kCheck,
        "error    @/app/conf/inventory.json: malformed at line 1, column 15: Syntax error: value, "
@@ -271,7 +271,7 @@ std::vector<Fault> otherFileFaults() {
        "error    @/app/conf/inventory.json: readable; a value is of the wrong kind; "
        "databases.NAME[0].type is expected; write {\"databases\": {\"NAME\": [{\"type\": ...}]}}",
        2},
-      {"FIFO for an application configuration", fifo(kTypes), kCheck,
+      {"a FIFO instead of an application configuration", fifo(kTypes), kCheck,
        "error    @/app/conf/inventory.json: a FIFO, not a regular file; replace it by a regular "
        "file",
        2},
@@ -285,7 +285,7 @@ std::vector<Fault> otherFileFaults() {
        "error    @/cluster/etc/sysconf/nodelists.json: the library throws an exception; write "
        "{\"nodeList\": {\"NODE\": {\"extAttr\": {...}, \"IPAddresses\": [{\"IP\": ...}]}}}",
        2},
-      {"FIFO for a node list", fifo(kNodes), kCheck,
+      {"a FIFO instead of a node list", fifo(kNodes), kCheck,
        "error    @/cluster/etc/sysconf/nodelists.json: a FIFO, not a regular file; replace it by "
        "a regular file",
        2},
@@ -393,7 +393,7 @@ TEST(Faults, OfTheSettingsFileAreNamed) { expectAllNamed(settingsFileFaults()); 
 
 TEST(Faults, OfOtherFilesAreNamed) { expectAllNamed(otherFileFaults()); }
 
-TEST(Faults, OnTheTroubleshootingPageAreTheseAlone) {
+TEST(Faults, AreThoseOfTheTroubleshootingPage) {
   const std::string command = "```\n$ commutil ";
   std::size_t sessions = 0;
   for (std::size_t at = 0; (at = page().find(command, at)) != std::string::npos; ++at) ++sessions;

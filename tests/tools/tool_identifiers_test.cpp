@@ -19,8 +19,8 @@ TEST(Uuid, PrintsAnIdentifier) {
   EXPECT_THAT(result.out, MatchesRegex("[0-9A-F]{32}\n"));
   const std::string json = deployment.run({"uuid", "--json"}).json()["uuid"].asString();
   EXPECT_THAT(json, MatchesRegex("[0-9A-F]{32}"));
-  EXPECT_LT(result.out.substr(0, 20), json.substr(0, 20)) << "the time goes on";
-  EXPECT_EQ(result.out.substr(20, 12), json.substr(20)) << "the address stays";
+  EXPECT_LT(result.out.substr(0, 20), json.substr(0, 20)) << "the time advances";
+  EXPECT_EQ(result.out.substr(20, 12), json.substr(20)) << "the address is the same";
 }
 
 TEST(Timestamp, MarksDaylightSavingTimeOnDemand) {

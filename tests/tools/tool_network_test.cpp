@@ -118,7 +118,7 @@ TEST(Net, NamesANodeListThatIsNotAFile) {
   EXPECT_EQ("commutil: " + path + ": not a regular file\n", deployment.run({"net"}).err);
 }
 
-TEST(Ip, Normalises) {
+TEST(Ip, NormalizesAddresses) {
   const Deployment deployment;
   const struct {
     std::string text;

@@ -73,7 +73,7 @@ class Holder {
   VexaProcessLock m_lock;
 };
 
-TEST(Lock, HasAnExitCodeOfItsOwnForAHeldLock) {
+TEST(Lock, HasASeparateExitCodeForAHeldLock) {
   const Deployment deployment;
   const Holder holder(deployment);
   const struct {
@@ -126,7 +126,7 @@ TEST(Lock, RefusesADirectoryWithoutBothSlashes) {
   EXPECT_TRUE(std::filesystem::exists(share + "/job_PROCESSMUTEX"));
 }
 
-TEST(Lock, SaysWhyThereCanBeNoLock) {
+TEST(Lock, SaysWhyTheLockCannotBeTaken) {
   Deployment deployment;
   const ProcessResult missing =
       deployment.run({"lock", "job", "--dir", "/no/parent/", "--", "echo", "ran"});

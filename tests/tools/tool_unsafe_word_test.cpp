@@ -53,7 +53,7 @@ TEST(UnsafeWord, AcceptsEveryStringWithoutAList) {
   const ProcessResult result = deployment.run({"unsafe-word", "rm -rf"});
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("no unsafe word: " + (deployment / kList) +
-                ": missing; without the list every text is safe\n",
+                ": missing; without the list every string is safe\n",
             result.out);
   EXPECT_EQ("file open fail, " + (deployment / kList) + "\n", result.err);
 }
@@ -65,13 +65,13 @@ TEST(UnsafeWord, SaysThatAListIsNotAFile) {
   const ProcessResult result = deployment.run({"unsafe-word", "rm -rf"});
   EXPECT_EQ(0, result.code);
   EXPECT_EQ("no unsafe word: " + (deployment / kList) +
-                ": a FIFO, not a regular file; without the list every text is safe\n",
+                ": a FIFO, not a regular file; without the list every string is safe\n",
             result.out);
   EXPECT_EQ("a FIFO, not a regular file",
             deployment.run({"unsafe-word", "--json", "rm -rf"}).json()["state"].asString());
 }
 
-TEST(UnsafeWord, TakesTheLibrarysList) {
+TEST(UnsafeWord, UsesTheLibrarysList) {
   const Deployment deployment;
   deployment.write(kList,
                    "[unsafeword]\na = one\n[UnsafeWord]\nempty =\na = two\n[Other]\nb = three\n"

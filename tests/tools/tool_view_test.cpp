@@ -136,8 +136,8 @@ TEST(View, ResolvesRelativePathsInTheServicesDirectory) {
                           .asString());
 }
 
-TEST(View, ReadsFilesInAnotherRootAndDoesNotAskTheStore) {
-  ASSERT_EQ(0U, ::geteuid()) << "mounts of its own need root";
+TEST(View, ReadsFilesInAnotherRootAndDoesNotReadTheStore) {
+  ASSERT_EQ(0U, ::geteuid()) << "separate mounts need root";
   const Deployment deployment;
   const std::string inner = deployment.write("inner.cfg", "[IP]\nListenAllIp = disable\n");
   const std::string target = deployment / "app/conf/setting.cfg";
@@ -153,17 +153,17 @@ TEST(View, ReadsFilesInAnotherRootAndDoesNotAskTheStore) {
             result.out.find("isListenAllIp = no        decided by: " + target + "\n"))
       << result.out;
   EXPECT_NE(std::string::npos,
-            result.out.find("not asked: other root; " + (deployment / "share/conf/settings.json") +
+            result.out.find("not read: other root; " + (deployment / "share/conf/settings.json") +
                             " has \"disable\""))
       << result.out;
   const ProcessResult checked = run(deployment, {"check", "--pid", service.pid()});
   EXPECT_NE(std::string::npos,
-            checked.out.find("ok       libsettingrest.so: not asked: other root\n"))
+            checked.out.find("ok       libsettingrest.so: not read: other root\n"))
       << checked.out;
 }
 
 TEST(View, FollowsLinksInsideTheServicesRoot) {
-  ASSERT_EQ(0U, ::geteuid()) << "a root of its own needs root";
+  ASSERT_EQ(0U, ::geteuid()) << "a separate root directory needs root";
   const commutil_test::TempDir root;
   for (const std::string name : {"usr", "conf"}) std::filesystem::create_directory(root / name);
   for (const std::string name : {"bin", "lib", "lib64"})
@@ -189,7 +189,7 @@ TEST(View, FollowsLinksInsideTheServicesRoot) {
   EXPECT_EQ(std::string::npos, result.out.find("outside"));
 }
 
-TEST(View, ReadsNothingThatTheServicesUserMayNotAndWaitsForNothing) {
+TEST(View, ReadsOnlyWhatTheServicesUserMayReadAndDoesNotWait) {
   ASSERT_EQ(0U, ::geteuid()) << "taking another user needs root";
   Deployment deployment;
   ASSERT_EQ(0, ::chmod((deployment / "").c_str(), 0755));
@@ -223,7 +223,7 @@ TEST(View, ReadsNothingThatTheServicesUserMayNotAndWaitsForNothing) {
   EXPECT_EQ(std::string::npos, result.out.find("secretword"));
 }
 
-TEST(View, NamesAProcessThatIsNone) {
+TEST(View, ReportsAProcessThatDoesNotExist) {
   const Deployment deployment;
   const ProcessResult result = run(deployment, {"check", "--pid", "2147483647"});
   EXPECT_EQ(2, result.code);
@@ -254,7 +254,7 @@ TEST(View, NamesAProcessThatHasEnded) {
       result.err);
 }
 
-TEST(View, PassesNothingOnThatATerminalObeys) {
+TEST(View, PrintsNoTerminalControlsOfTheService) {
   Deployment deployment;
   // The dynamic linker of the command that has become the service's user names this directory.
   deployment.environment["LD_DEBUG"] = "libs";
@@ -318,7 +318,7 @@ TEST(View, KeepsASavedReportFromTheServicesUser) {
   EXPECT_NE(std::string::npos, result.out.find("user: root -> ")) << result.out;
 }
 
-TEST(View, RefusesASavedReportThatIsNone) {
+TEST(View, RefusesASavedFileThatIsNotAReport) {
   const Deployment deployment;
   const std::string saved = deployment.write("saved.json", "{}");
   const ProcessResult result = deployment.run({"report", "--diff", saved});

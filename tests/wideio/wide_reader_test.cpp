@@ -199,7 +199,7 @@ struct LineRow {
   const char* name;
   std::string content;
   std::size_t n;
-  std::wstring array;  ///< the array afterwards, up to its last element that is no junk
+  std::wstring array;  ///< the array after the read, up to the last element that was written
   std::string rest;    ///< bytes still unread
   std::wstring before{};
 };
@@ -284,12 +284,12 @@ TEST(WideReader, GetlineKeepsTheLineFeed) {
           {"n of 0 sets no limit", "abcdefgh\ni", 0, L"abcdefgh\n" + kNul, "i"},
           {"NULs are data", std::string("a\0\nb", 4), 10, L"a" + kNul + L"\n" + kNul, "b"},
           {"no delimiter", "a;b\n", 10, L"a;b\n" + kNul, ""},
-          {"the array before does not matter", "abc", 4, L"abc\n" + kNul, "", L"\n\n\n\n"},
+          {"the old array does not matter", "abc", 4, L"abc\n" + kNul, "", L"\n\n\n\n"},
       },
       getlinePlain);
 }
 
-TEST(WideReader, GetlineLooksAtWhatTheArrayHeldBefore) {
+TEST(WideReader, GetlineChecksTheArraysOldContents) {
   expectLines(
       {
           {"line", "ab\ncd", 10, L"ab\n" + kNul, "cd"},
@@ -335,7 +335,7 @@ TEST(WideReader, ADelimiterIsComparedAsAWholeValue) {
   });
 }
 
-TEST(WideReader, NothingIsReadOnceTheEndWasMet) {
+TEST(WideReader, NothingIsReadAfterTheEnd) {
   OpenReader reader("");
   EXPECT_EQ(WEOF, reader.stream.get());
   std::wstring array(6, kJunk);
@@ -362,7 +362,7 @@ TEST(WideReader, AnInvalidSequenceFillsTheArrayWithWeof) {
   runInChild([] {
     setLocale("C.UTF-8");
     for (const InvalidRow& row : {
-             InvalidRow{"a byte alone",
+             InvalidRow{"a single byte",
                         "ab\x80"
                         "cd\n",
                         L"ab"},
@@ -591,14 +591,14 @@ struct NumberRow {
 
 TEST(WideReader, ReadsADecimalInteger) {
   for (const NumberRow& row : {
-           NumberRow{"blank behind", "123 4", 123, " 4"},
-           NumberRow{"line feed behind", "123\n4", 123, "4"},
-           NumberRow{"end behind", "123", 123, ""},
+           NumberRow{"space after", "123 4", 123, " 4"},
+           NumberRow{"line feed after", "123\n4", 123, "4"},
+           NumberRow{"end of file after", "123", 123, ""},
            NumberRow{"empty file", "", 0, ""},
            NumberRow{"line feed alone", "\n4", 0, "4"},
            NumberRow{"minus", "-5", 0, "-5"},
            NumberRow{"plus", "+5", 0, "+5"},
-           NumberRow{"leading blank", " 5", 0, " 5"},
+           NumberRow{"leading space", " 5", 0, " 5"},
            NumberRow{"point", "1.5", 1, ".5"},
            NumberRow{"carriage return", "1\r\n", 1, "\r\n"},
            NumberRow{"the byte 255",
@@ -629,7 +629,7 @@ TEST(WideReader, ReadsADecimalInteger) {
   }
 }
 
-TEST(WideReader, ASignIsMetAgainByTheNextCall) {
+TEST(WideReader, ASignIsReadAgainByTheNextCall) {
   OpenReader reader("-5");
   EXPECT_EQ(0, reader.stream.getn());
   EXPECT_EQ(0, reader.stream.getn());
@@ -650,9 +650,9 @@ struct RealRow {
 
 TEST(WideReader, ReadsADecimalNumberWithAPoint) {
   for (const RealRow& row : {
-           RealRow{"line feed behind", "3.25\n4", 3.25, "4"},
-           RealRow{"blank behind", "3.25 4", 3.25, " 4"},
-           RealRow{"end behind", "3.25", 3.25, ""},
+           RealRow{"line feed after", "3.25\n4", 3.25, "4"},
+           RealRow{"space after", "3.25 4", 3.25, " 4"},
+           RealRow{"end of file after", "3.25", 3.25, ""},
            RealRow{"whole", "17;", 17.0, ";"},
            RealRow{"several points are all read", "1.5.7;", 1.5, ";"},
            RealRow{"points alone", "..;", 0.0, ";"},

@@ -91,7 +91,7 @@ TEST(WideWriter, OpensToWriteOrAppendByTheWholeMode) {
   }
 }
 
-TEST(WideWriter, CreatesTheFileUnderTheMask) {
+TEST(WideWriter, CreatesTheFileUnderTheUmask) {
   const ScopedUmask mask(0027);
   const TempDir dir;
   for (const int mode : {kWrite, kAppend}) {
@@ -224,7 +224,7 @@ TEST(WideWriter, ClosingDropsWhatCouldNotBeWritten) {
       EXPECT_EQ("", writer.written());
       rlimit limit{};
       ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
-      EXPECT_EQ(limit.rlim_max, limit.rlim_cur) << "nothing was written in closing";
+      EXPECT_EQ(limit.rlim_max, limit.rlim_cur) << "closing wrote nothing";
     });
   }
 }

@@ -34,7 +34,7 @@ CLI::Option* addTo(CLI::App& app, const Argument& argument) {
 
 std::string whole(double number) { return std::to_string(static_cast<long>(number)); }
 
-/// Returns what is wrong with `text` as a decimal number for `argument`, "" if nothing is.
+/// Returns why `text` is not a number that `argument` accepts, "" if it is.
 std::string numberProblem(const Argument& argument, const std::string& text) {
   const bool isWhole = !std::holds_alternative<double*>(argument.value);
   const Range& range = *argument.range;
@@ -51,7 +51,7 @@ std::string numberProblem(const Argument& argument, const std::string& text) {
          " to " + whole(range.highest);
 }
 
-/// Returns what is wrong with `text` as one of the words of `argument`, "" if nothing is.
+/// Returns why `text` is not a word that `argument` accepts, "" if it is.
 std::string wordProblem(const Argument& argument, const std::string& text) {
   const settings::Verdict verdict = settings::checkValue(
       {settings::Form::word, {argument.words.begin(), argument.words.end()}}, text);
@@ -95,7 +95,7 @@ std::string footerOf(const Command& command, const std::string& notes) {
   return text + line + (notes.empty() ? "" : "\n") + notes;
 }
 
-/// Fills the parser's `app` with what `command` describes.
+/// Adds what `command` describes to the parser's `app`.
 void describe(CLI::App& app, const Command& command, const std::string& notes) {
   if (!command.alternatives.empty()) {
     CLI::Option_group* const group = app.add_option_group("use");
@@ -103,7 +103,7 @@ void describe(CLI::App& app, const Command& command, const std::string& notes) {
     group->require_option(1);
   }
   for (const Argument& argument : command.arguments) describeArgument(app, argument);
-  // Subcommands without exit codes take this over.
+  // Subcommands without exit codes inherit this.
   if (!command.exitCodes.empty()) app.footer(footerOf(command, notes));
   if (!command.subcommands.empty()) app.require_subcommand(1);
   for (const Command& subcommand : command.subcommands)
@@ -140,7 +140,7 @@ const Command& commandAt(const Command& root, const Words& path) {
 }
 
 /// Returns the words at the front of a command line that choose a subcommand.
-/// @throws WrongUse for a word that is in the place of a subcommand and is not one
+/// @throws WrongUse for a word that should be a subcommand and is not
 Words pathOf(const Command& root, Words::const_iterator word, Words::const_iterator end) {
   Words path;
   const Command* command = &root;
@@ -151,7 +151,7 @@ Words pathOf(const Command& root, Words::const_iterator word, Words::const_itera
   return path;
 }
 
-/// Returns the option of `command` that the first unknown one may have been meant to be.
+/// Returns the option of `command` that the first unknown one is probably meant to be.
 std::string nearestOption(const Command& command, const Words& unknown) {
   const auto word = std::find_if(unknown.begin(), unknown.end(),
                                  [](const std::string& text) { return text.rfind("--", 0) == 0; });
@@ -164,7 +164,7 @@ std::string nearestOption(const Command& command, const Words& unknown) {
   return std::string(settings::nearest(*word, names));
 }
 
-/// Returns the argument of `command` that a message of the parser begins with, null if none.
+/// Returns the argument of `command` with which a message of the parser begins, null if none.
 const Argument* argumentIn(const Command& command, const std::string& message) {
   for (const auto* const arguments : {&command.alternatives, &command.arguments}) {
     for (const Argument& argument : *arguments)
@@ -206,12 +206,12 @@ const Command* Command::find(const std::string& word) const {
 }
 
 Invocation parse(const Command& root, const std::string& version, const Words& words) {
-  // The words of a command never pass through the parser, which would take some of them apart.
+  // The words of a command to run bypass the parser, which would split some of them.
   const auto mark = std::find(words.begin(), words.end(), "--");
   const Command& command =
       commandAt(root, pathOf(root, words.begin() + (words.empty() ? 0 : 1), mark));
   Words parsed(words.begin(), command.taken != nullptr ? mark : words.end());
-  std::reverse(parsed.begin(), parsed.end());  // as the parser wants them, without its own name
+  std::reverse(parsed.begin(), parsed.end());  // the order that the parser expects
   if (!parsed.empty()) parsed.pop_back();
   const std::unique_ptr<CLI::App> app = parserOf(root, version);
   try {

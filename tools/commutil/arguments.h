@@ -10,9 +10,10 @@
 #include <vector>
 
 // The command line as data: the subcommands with their options and operands. Help, completion and
-// the man page are made of it. Only arguments.cpp knows the parser, which takes long to compile.
+// the man page are generated from it. Only arguments.cpp includes the parser, which compiles
+// slowly.
 
-/// Where a value goes. Its type decides which texts are accepted; a bool is a flag.
+/// The destination of a value. Its type decides which strings are accepted; a bool is a flag.
 using Destination =
     std::variant<bool*, int*, unsigned*, long*, double*, std::string*, std::optional<int>*,
                  std::optional<std::string>*, std::vector<std::string>*>;
@@ -23,7 +24,7 @@ struct Range {
   double highest = std::numeric_limits<int>::max();
 };
 
-/// What a shell offers for a value.
+/// What a shell completes a value with.
 enum class Completion { nothing, file, directory, answer, setting, subcommand };
 
 /// An option ("--wait") or an operand ("KEY").
@@ -32,7 +33,7 @@ struct Argument {
   Destination value;
   std::string purpose;
   std::string valueName{};  ///< "N"
-  std::string details{};    ///< what the man page says besides, in sentences
+  std::string details{};    ///< further sentences for the man page
   bool required = false;
   bool hidden = false;               ///< from help and completion
   std::vector<std::string> words{};  ///< if not empty: the only values that are accepted
@@ -67,13 +68,13 @@ struct Command {
   const Command* find(const std::string& word) const;
 };
 
-/// A command line that fits no subcommand; what() says why.
+/// A command line that no subcommand accepts; what() says why.
 class WrongUse : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// What a command line asks for.
+/// What a command line requests.
 struct Invocation {
   const Command* command;  ///< to run, its values are set; null for help and the version
   std::string text;        ///< to print instead

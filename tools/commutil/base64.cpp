@@ -1,4 +1,4 @@
-// The subcommands of base64: streams of any length in constant memory.
+// The subcommands of base64, for streams of any length in constant memory.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Whole groups, so that the pieces' results join to the result of the whole.
+// Whole groups, so that the results of the pieces form the result of the whole.
 constexpr std::size_t kEncodePiece = 3 * 16 * 1024;
 constexpr std::size_t kDecodePiece = 4 * 16 * 1024;
 
@@ -38,11 +38,11 @@ int encode(const NoOptions& /*options*/) {
   return inputRead();
 }
 
-/// Follows the input of a decoding, piece by piece, and finds what decoding ignores. The padding
-/// that completes the last group and line ends after it are not left over.
+/// Follows the decoded input, piece by piece, and finds the first byte that decoding ignores. The
+/// padding that completes the last group and line ends after it do not count.
 class LeftOver {
  public:
-  /// Takes the next piece. Returns whether it belongs to the data to its end.
+  /// Adds the next piece. Returns whether all of it is data.
   bool add(std::string_view piece) {
     for (const char c : piece) {
       if (m_firstLeft) return false;
@@ -52,7 +52,7 @@ class LeftOver {
     return m_state == State::data;
   }
 
-  /// Returns where the left-over input begins, counted from 0; nothing if there is none.
+  /// Returns where the ignored input begins, counted from 0; nothing if there is none.
   std::optional<std::uint64_t> position() const {
     if (m_firstLeft) return m_firstLeft;
     return m_data % 4 == 1 ? std::optional(m_lastData) : std::nullopt;
@@ -84,7 +84,7 @@ class LeftOver {
   std::optional<std::uint64_t> m_firstLeft;
 };
 
-/// Reads on after the data, until something is left over or the input ends.
+/// Reads on after the data until decoding ignores a byte or the input ends.
 void readOn(LeftOver& leftOver) {
   while (!leftOver.position()) {
     const std::string piece = readPiece(kDecodePiece);
@@ -106,8 +106,8 @@ int decode(const NoOptions& /*options*/) {
   }
   const int code = inputRead();
   if (code != kOk || !leftOver.position()) return code;
-  return fail("standard input is left over from byte " + std::to_string(*leftOver.position() + 1) +
-              " on: only what precedes it was decoded");
+  return fail("standard input from byte " + std::to_string(*leftOver.position() + 1) +
+              " on is not decoded");
 }
 
 }  // namespace
@@ -122,6 +122,6 @@ void addBase64(Tool& tool) {
   tool.add<NoOptions>(
       base64, "decode",
       "Decode up to the first \"=\" or other byte that is not base64, a line break included.\n"
-      "Exit code 1 if input is left over there, other than padding and line ends.",
+      "Exit code 1 if other input follows than padding and line ends.",
       noOptions, decode);
 }

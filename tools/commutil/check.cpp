@@ -1,4 +1,4 @@
-// The subcommand check: every check an engineer would make of this host's configuration.
+// The subcommand check: the checks that an engineer would make on this host's configuration.
 #include "check.h"
 
 #include <json/value.h>
@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <string_view>
 
 #include "explain.h"
 #include "output.h"
@@ -27,7 +28,7 @@ std::size_t countOf(const Checks& checks, Severity severity) {
                     [&](const Check& check) { return check.severity == severity; }));
 }
 
-/// The same finding reaches a file from several answers.
+/// Several answers report the same finding about a file.
 void removeDuplicates(Checks& checks) {
   Checks kept;
   for (Check& check : checks) {
@@ -58,13 +59,18 @@ std::string lineOf(const Check& check) {
   return line + "\n";
 }
 
+/// COUNT NOUN, in the plural unless COUNT is 1.
+std::string counted(std::size_t count, std::string_view noun) {
+  return std::to_string(count).append(" ").append(noun).append(count == 1 ? "" : "s");
+}
+
 void printText(const CheckOptions& options, const View& view, const Checks& checks) {
   if (!options.quiet && !view.title.empty()) printBytes("view of " + view.title + "\n");
   for (const Check& check : checks)
     if (!options.quiet || check.severity != Severity::ok) printBytes(lineOf(check));
   if (options.quiet) return;
-  printBytes(std::to_string(countOf(checks, Severity::error)) + " errors, " +
-             std::to_string(countOf(checks, Severity::warning)) + " warnings, " +
+  printBytes(counted(countOf(checks, Severity::error), "error") + ", " +
+             counted(countOf(checks, Severity::warning), "warning") + ", " +
              std::to_string(countOf(checks, Severity::ok)) + " ok\n");
 }
 

@@ -7,7 +7,7 @@
 #include "collect.h"
 #include "settings/explanation.h"
 
-// The checks of `commutil check`, by theme. They only look at what was collected.
+// The checks of `commutil check`, by theme. They use only what was collected.
 
 /// One thing that was checked.
 struct Check {
@@ -18,7 +18,7 @@ struct Check {
   std::string remedy;  ///< what to do, "" if nothing
 };
 
-/// What the checks look at.
+/// What the checks examine.
 struct CheckInput {
   const Collection& collection;
   const settings::Explainer& explainer;

@@ -1,4 +1,4 @@
-// Are the variables set, and do they point to something?
+// Checks that variables are set and that what they name exists.
 #include "check.h"
 #include "settings/accepted.h"
 #include "settings/paths.h"
@@ -11,7 +11,7 @@ using settings::Severity;
 
 constexpr const char* kTheme = "environment";
 
-/// Whether the answers suffer from the variable's absence.
+/// Returns whether a deployment is expected to set the variable.
 bool isExpected(const Item& variable) {
   for (const std::string_view name :
        {"_APP_SHARE_DIR", "APP_ROOT", "COMMON_LIB_PATH", "APP_NAME", "_APP_LOG_DIR",

@@ -1,5 +1,5 @@
-// Are the files regular, readable and well-formed, and are their values accepted? What does the
-// library write, and what may a running service still hold?
+// Checks that files are regular, readable and well-formed, that their values are accepted, what the
+// library can write, and what a running service may still have cached.
 #include <algorithm>
 
 #include "check.h"
@@ -18,7 +18,7 @@ bool isStore(const SourceState& source) { return source.place.rfind(kStorePrefix
 
 bool isFile(const SourceState& source) { return source.place.rfind('/', 0) == 0; }
 
-/// A file that a variable names and that is missing is an error: nobody names a file in vain.
+/// A missing file that a variable names is an error, because somebody has configured it.
 Severity severityOf(const Note& note, const SourceState& source, const settings::Facts& facts) {
   if (source.state != "missing") return note.severity;
   for (const char* const name : {"application configuration", "nodelists.json"}) {
@@ -29,7 +29,7 @@ Severity severityOf(const Note& note, const SourceState& source, const settings:
   return note.severity;
 }
 
-/// The document's own faults are reported with the store, once.
+/// Faults of the settings document are reported once, with the store.
 bool isOfDocument(const Note& note, const settings::StoreDocument& document) {
   return std::any_of(document.notes().begin(), document.notes().end(),
                      [&](const Note& other) { return other.text == note.text; });
@@ -91,7 +91,7 @@ void checkSslFile(const CheckInput& input, Checks& checks) {
   }
 }
 
-/// Without a service nothing is known to be stale; with one, what changed after its start may be.
+/// Without a service, nothing is known to be stale; with one, what changed after its start may be.
 void checkCached(const CheckInput& input, Checks& checks) {
   if (input.started == 0) {
     checks.push_back({Severity::ok, "values", "cached",

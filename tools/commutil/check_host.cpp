@@ -1,4 +1,4 @@
-// What of the host itself the library depends on: programs, the locale and the addresses.
+// Checks what the library uses of the host: programs, the locale and the addresses.
 #include "check.h"
 #include "settings/paths.h"
 
@@ -66,7 +66,8 @@ void checkAddresses(const Collection& collection, Checks& checks) {
 
 void checkHost(const CheckInput& input, Checks& checks) {
   checkPrograms(input.collection.facts, checks);
-  if (!input.collection.facts.storeNotAsked.empty()) return;  // another root: nothing was asked
+  if (!input.collection.facts.storeNotAsked.empty())
+    return;  // another root: the library was not called
   checkLocale(input.collection, checks);
   checkAddresses(input.collection, checks);
 }

@@ -1,5 +1,5 @@
-// Is the store's library found, which one is it, does it answer and how fast, and is the reference
-// store's document sound?
+// Checks which library serves the store, whether it answers and how fast, and the reference store's
+// document.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -77,7 +77,7 @@ void checkSpeed(const settings::Facts& facts, Checks& checks) {
                     slow ? "check the store and its server" : ""});
 }
 
-/// Settings of the document that no application reads as they are meant.
+/// Warns of settings of the document that no application reads as intended.
 void checkDocument(const CheckInput& input, Checks& checks) {
   const settings::StoreDocument& document = input.explainer.document();
   const std::string subject = document.path().empty() ? "settings document" : document.path();
@@ -116,7 +116,7 @@ void checkDocument(const CheckInput& input, Checks& checks) {
 void checkStore(const CheckInput& input, Checks& checks) {
   const settings::Facts& facts = input.collection.facts;
   if (!facts.storeNotAsked.empty()) {
-    checks.push_back({Severity::ok, kTheme, kLibrary, "not asked: " + facts.storeNotAsked, ""});
+    checks.push_back({Severity::ok, kTheme, kLibrary, "not read: " + facts.storeNotAsked, ""});
     return checkDocument(input, checks);
   }
   checkLibrary(input, checks);

@@ -36,7 +36,7 @@ struct ChildCalls::Call {
 
 namespace {
 
-/// Ends a result that is whole; a child that dies has not written it.
+/// Ends a complete result; a child that dies does not write it.
 constexpr char kWhole = '.';
 
 constexpr std::chrono::seconds kProgressAfter{1};
@@ -62,7 +62,7 @@ void writeAll(int fd, const std::string& bytes) {
   }
 }
 
-/// A group of its own, so that the programs that a call starts end with it.
+/// Runs a call in a process group, so that the programs that it starts end with it.
 [[noreturn]] void runChild(int fd, const std::function<std::string()>& body) {
   ::setpgid(0, 0);
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -90,7 +90,7 @@ int reap(pid_t child) {
       ::poll(nullptr, 0, 1);
       continue;
     }
-    ::kill(-child, SIGKILL);  // the group's number is not given anew before the child is reaped
+    ::kill(-child, SIGKILL);  // the group's number is not reused before the child is reaped
     int status = 0;
     ::waitpid(child, &status, 0);
     return status;
@@ -114,7 +114,7 @@ std::pair<char, pid_t> stateOf(const std::string& pid) {
   return {state, group};
 }
 
-/// Whether a process of `group` could run if a processor were free: it does not hang.
+/// Returns whether a process of `group` could run if a processor were free: then it does not hang.
 bool isRunnable(pid_t group) {
   const commutil::DirectoryHandle all(::opendir("/proc"));
   if (!all) return false;

@@ -7,15 +7,15 @@
 #include <string>
 #include <vector>
 
-// Calls that may hang, each in a child of its own that is killed at its deadline.
+// Calls that may hang, each in a separate child, which is killed at its deadline.
 
-/// What became of a call.
+/// The outcome of a call.
 struct CallResult {
   std::string bytes;  ///< what the call returned
   std::string fault;  ///< why there is no result: "no answer within 2 s"; "" if there is one
 };
 
-/// Runs calls concurrently. For one thread.
+/// Runs calls concurrently. Not thread-safe.
 class ChildCalls {
  public:
   explicit ChildCalls(std::chrono::milliseconds deadline);
@@ -28,12 +28,12 @@ class ChildCalls {
   void start(std::string name, const std::function<std::string()>& body,
              std::function<void(CallResult)> done);
 
-  /// How often a call's deadline is extended, each time by as long again, because the call waits
-  /// for a processor: on a busy host that is no hanging.
+  /// How often a call's deadline is extended, each time by the same time again, because the call
+  /// waits for a processor: on a busy host it does not hang then.
   static constexpr int kExtensions = 4;
 
-  /// Waits for all calls, each until its deadline, and hands over their results. Writes a progress
-  /// line to standard error after a second if it is a terminal.
+  /// Waits for all calls, each until its deadline, and passes on their results. After a second,
+  /// writes a progress line to standard error if it is a terminal.
   void finish();
 
  private:

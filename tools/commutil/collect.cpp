@@ -30,7 +30,7 @@ std::string textOf(bool value) { return value ? "yes" : "no"; }
 
 std::string textOf(const std::string& value) { return value; }
 
-/// The library's answers that are a yes or no, or one string.
+/// The library's answers that are a switch or one string.
 const std::map<std::string_view, std::function<std::string()>>& operations() {
   static const std::map<std::string_view, std::function<std::string()>> all{
       {"isListenAllIp", [] { return textOf(VexaCommonUtils::isListenAllIp()); }},
@@ -74,7 +74,7 @@ Json::Value valueFrom(const Answer& answer, const std::string& bytes) {
   return bytes;
 }
 
-/// How to ask the library for `answer`; empty if asking would write, or has no one operation.
+/// Returns the library call for `answer`; empty if it would write, or if there is none.
 std::function<std::string()> callFor(const Answer& answer) {
   const auto operation = operations().find(answer.name);
   if (operation != operations().end()) return operation->second;
@@ -87,9 +87,9 @@ std::function<std::string()> callFor(const Answer& answer) {
   return {};
 }
 
-/// Asks the store through the library. A mark tells a value that the store left alone.
-std::string askStore(const std::string& key) {
-  const std::string mark("\x01left alone\x01");
+/// Reads a setting through the library. A mark shows that the store did not write the value.
+std::string readSetting(const std::string& key) {
+  const std::string mark("\x01not written\x01");
   std::string value = mark;
   settings::StoreReply reply;
   const auto begin = std::chrono::steady_clock::now();
@@ -150,7 +150,7 @@ void collectLibrary(ChildCalls& calls, settings::Facts& facts) {
       });
 }
 
-/// Returns the path of the reference store's document if it is too large to be loaded by every call
+/// Returns the path of the reference store's document if it is too large for all calls to load it
 /// at once, else "".
 std::string largeDocument(const settings::Facts& facts) {
   const std::string path = settings::settingsDocument(facts);
@@ -163,11 +163,11 @@ void collectReplies(ChildCalls& calls, settings::Facts& facts) {
     if (!large.empty()) {
       facts.replies[key].asked = false;
       facts.replies[key].fault =
-          "not asked: " + large + " has " + settings::sizeText(facts.file(large).size);
+          "not read: " + large + " has " + settings::sizeText(facts.file(large).size);
       continue;
     }
     calls.start(
-        "store " + key, [key] { return askStore(key); },
+        "store " + key, [key] { return readSetting(key); },
         [&facts, key](const CallResult& result) {
           settings::StoreReply reply = settings::unpackedReply(result.bytes);
           reply.fault = result.fault;
@@ -176,7 +176,8 @@ void collectReplies(ChildCalls& calls, settings::Facts& facts) {
   }
 }
 
-/// Whether the library would load a file for `answer` that is too large for every call at once.
+/// Returns whether the library would load a file for `answer` that is too large for all calls to
+/// load it at once.
 bool loadsLargeFile(const Answer& answer, const settings::Facts& facts) {
   for (const settings::SourceRef& source : answer.sources) {
     const bool onlyFound =
@@ -239,7 +240,7 @@ Collection collect(const settings::Environment& environment, const Request& requ
   facts.isRoot = ::geteuid() == 0;
   facts.storeNotAsked = request.storeNotAsked;
   const bool asksLibrary = request.root < 0;
-  // Two rounds: what there is, then what the library makes of it.
+  // Two rounds: the host's facts, then the calls that depend on them.
   ChildCalls calls(request.timeout);
   calls.start("the user's name", identity, [&facts](const CallResult& result) {
     facts.user = result.fault.empty() ? result.bytes : std::to_string(::geteuid());

@@ -13,13 +13,13 @@
 // Collects what explain, check and report show. Every library call and file access runs in a child
 // with a deadline.
 
-/// What to collect, and as whom.
+/// What to collect, and where.
 struct Request {
   std::chrono::milliseconds timeout{2000};
-  std::vector<const settings::Answer*> answers;  ///< to ask the library for
+  std::vector<const settings::Answer*> answers;  ///< to request from the library
   bool host = false;                             ///< locale and addresses too
-  int root = -1;              ///< root directory of files; the library is not asked if it is given
-  std::string storeNotAsked;  ///< why the store is not asked
+  int root = -1;              ///< root directory of files; if set, the library is not called
+  std::string storeNotAsked;  ///< why the store is not read
 };
 
 /// The library's own answer.

@@ -1,4 +1,4 @@
-// The subcommand run: a command started as the library starts it, without a shell.
+// The subcommand run: starts a command as the library does, without a shell.
 #include <VexaCommonUtils_i.h>
 
 #include <json/value.h>
@@ -13,8 +13,7 @@
 
 namespace {
 
-/// Writes `word` so that the splitting of a command line gives it back: quotes group, nothing
-/// escapes.
+/// Quotes `word` for the splitting of command lines, which knows quotes but no escapes.
 std::string quoted(const std::string& word) {
   if (!word.empty() && word.find_first_of(" \"'") == std::string::npos) return word;
   for (const char quote : {'"', '\''})
@@ -35,7 +34,7 @@ struct RunOptions {
 };
 
 int run(const RunOptions& options) {
-  // The library's exit code of a program that cannot be started may be the program's own, too.
+  // The library's exit code for a program that cannot be started may also be the program's own.
   const Program program = findProgram(options.command.front(), !options.cleanEnvironment);
   if (!program.problem.empty())
     return fail(program.problem, program.isMissing ? kNotFound : kNotExecutable);

@@ -6,7 +6,7 @@
 
 #include "arguments.h"
 
-// What is made of the tree of subcommands: the man page and the completion of each shell.
+// What is generated from the tree of subcommands: the man page and each shell's completion.
 
 /// Calls `visit` with `command`, and every subcommand below it, with its words: "settings put".
 void forEachCommand(const Command& command,
@@ -15,7 +15,7 @@ void forEachCommand(const Command& command,
 
 /// Returns the man page: `text` with the synopsis, the options of each subcommand below its
 /// heading, and the tables of exit codes, variables and files.
-/// @throws std::runtime_error if a subcommand has no heading, or a heading has none
+/// @throws std::runtime_error if a subcommand has no heading, or a heading has no subcommand
 std::string manPage(const Command& root, std::string_view text);
 
 std::string bashCompletion(const Command& root);

@@ -34,7 +34,7 @@ int expand(const ExpandOptions& options) {
 
 void addExpand(Tool& tool) {
   tool.add<ExpandOptions>(
-      tool.command, "expand", "Replace the references to environment variables in a text.",
+      tool.command, "expand", "Replace the references to environment variables in a string.",
       [](Command& subcommand, ExpandOptions& options) {
         subcommand.arguments = {
             {.name = "--syntax",
@@ -42,7 +42,7 @@ void addExpand(Tool& tool) {
              .purpose = "How references are written: paren $(NAME), percent %NAME%, brace ${NAME}",
              .required = true,
              .words = {"paren", "percent", "brace"}},
-            operand("TEXT", options.text, "The text"),
+            operand("TEXT", options.text, "The string"),
             jsonFlag(options.json)};
       },
       expand);

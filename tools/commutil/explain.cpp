@@ -1,5 +1,5 @@
-// The subcommand explain: an answer of the library, which source decided it, and every source's
-// state.
+// The subcommand explain: answers of the library, the source that decided each, and the state of
+// every source.
 #include "explain.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ using settings::Note;
 using settings::Severity;
 using settings::SourceState;
 
-/// The library's and the catalog's lists agree where both know them.
+/// Returns how the library's answer differs from the catalog's, "" if it does not.
 std::string mismatchOf(const settings::Answer& answer, const Json::Value& expected,
                        const LibraryAnswer& actual) {
   if (!actual.fault.empty()) return std::string(answer.name) + ": " + actual.fault;
@@ -62,7 +62,7 @@ struct ExplainOptions : ViewOptions {
   std::vector<std::string> names;
 };
 
-/// Why `name` names no answer, "" if it does.
+/// Returns why `name` does not name an answer, "" if it does.
 std::string problemOf(const std::string& name) {
   if (settings::findAnswer(name) != nullptr) return {};
   const std::string near(settings::suggestAnswer(name));
@@ -70,7 +70,7 @@ std::string problemOf(const std::string& name) {
          (near.empty() ? "; commutil explain lists all" : "; did you mean " + near + "?");
 }
 
-/// The answers that the names choose, all of them without a name.
+/// Returns the answers that the names select; all of them without a name.
 std::vector<const settings::Answer*> chosen(const std::vector<std::string>& names) {
   std::vector<const settings::Answer*> all;
   if (names.empty())

@@ -12,18 +12,18 @@
 /// An explanation together with the library's own answer.
 struct ExplainedAnswer {
   settings::Explanation explanation;
-  Json::Value value;     ///< the library's answer; the catalog's where the library is not asked
-  std::string mismatch;  ///< what is wrong between the two, "" if nothing
+  Json::Value value;     ///< the library's answer; the catalog's if the library is not called
+  std::string mismatch;  ///< how the two differ, "" if they agree
 };
 
 ExplainedAnswer explained(const settings::Explainer& explainer, const settings::Answer& answer,
                           const Collection& collection);
 
-/// As a JSON object with the members name, operation, meaning, answer, decidedBy and sources.
+/// Returns a JSON object with the members name, operation, meaning, answer, decidedBy and sources.
 Json::Value jsonOf(const ExplainedAnswer& answer);
 
-/// As a line for the answer and one for each source.
+/// Returns a line for the answer and one for each source.
 std::string textOf(const ExplainedAnswer& answer);
 
-/// An answer's value in plain words.
+/// Returns an answer's value as plain text.
 std::string valueText(const Json::Value& value);

@@ -37,7 +37,7 @@ int timestamp(const TimestampOptions& options) {
 
 void addIdentifiers(Tool& tool) {
   tool.add<UuidOptions>(
-      tool.command, "uuid", "Print an identifier made of the time and the host's MAC address.",
+      tool.command, "uuid", "Print an identifier built from the time and the host's MAC address.",
       [](Command& subcommand, UuidOptions& options) {
         subcommand.arguments = {jsonFlag(options.json)};
       },

@@ -1,4 +1,4 @@
-// The operator's command: parses the command line and runs the chosen subcommand. For one thread.
+// The operator's command: parses the command line and runs the selected subcommand.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -11,8 +11,8 @@
 
 namespace {
 
-/// Opens what is closed of the standard descriptors, so that no file of the library or the command
-/// gets one of their numbers. Reading or writing there fails as if they were still closed.
+/// Opens standard descriptors that are closed, so that no file of the library or the command gets
+/// their numbers. Reading or writing there fails as if they were still closed.
 void occupyStandardDescriptors() {
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     if (::fcntl(fd, F_GETFD) < 0) ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);

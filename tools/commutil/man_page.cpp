@@ -1,4 +1,4 @@
-// The man page: its prose with what is known of the subcommands.
+// The man page: its prose, with what is generated from the subcommands.
 #include <cctype>
 #include <set>
 #include <sstream>
@@ -76,7 +76,7 @@ std::string capitalized(std::string text) {
   return text;
 }
 
-/// The codes of all subcommands that have none of their own.
+/// The exit codes of all subcommands that list none.
 std::string exitStatus(const Command& root) {
   std::string text;
   for (const ExitStatus& status : root.exitCodes)

@@ -47,7 +47,7 @@ Json::Value jsonList(const std::list<std::string>& texts) {
   return result;
 }
 
-/// The kernel's hardware addresses by interface.
+/// Returns the kernel's hardware addresses by interface.
 std::map<std::string, std::string> hardwareAddresses(const ifaddrs* list) {
   std::map<std::string, std::string> result;
   for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
@@ -73,7 +73,7 @@ Json::Value interfaceOf(std::string ip) {
   return name;
 }
 
-/// The library's answer; null also where it succeeds without having read anything.
+/// Returns the library's answer; null also if it succeeds without having read anything.
 Json::Value macOf(std::string ip) {
   Vexacommon::LocalMACAddress address{};
   const Vexacommon::LocalMACAddress untouched{};
@@ -90,8 +90,8 @@ std::string addressText(sockaddr* address) {
   return text.data();
 }
 
-/// One local address. The library finds an IPv4 address's netmask, an IPv6 address's interface and
-/// its MAC address; the rest is the kernel's.
+/// Describes a local address. The netmask of an IPv4 address, and the interface and MAC address of
+/// an IPv6 address, come from the library; the rest from the kernel.
 Json::Value addressRow(const ifaddrs& entry, const std::map<std::string, std::string>& hardware) {
   Json::Value row;
   const std::string ip = addressText(entry.ifa_addr);
@@ -127,13 +127,13 @@ Json::Value macAddresses() {
   return result;
 }
 
-/// The cluster's remote-client nodes; `nodes` is null where there is no list of nodes.
+/// The cluster's remote-client nodes; `nodes` is null if there is no list of nodes.
 struct Cluster {
   Json::Value nodes;
   std::string problem;  ///< why the list cannot be read, "" if it can or none is configured
 };
 
-/// Why the library has no answer, for the list of nodes `text` at `path`.
+/// Returns why the library has no answer for the list of nodes `text` at `path`.
 std::string clusterProblem(const std::string& path, const std::string& text,
                            const std::string& exception) {
   const settings::JsonDocument document(text, settings::JsonRules::lenient);
@@ -207,7 +207,7 @@ int printAddress(const std::string& address, int family, bool json) {
   return kOk;
 }
 
-int normalise(const AddressOptions& options) {
+int normalize(const AddressOptions& options) {
   std::string address = options.text;
   const int family = VexaCommonUtils_i::formatStringIP(address);
   return family == 0 ? noAddress(options.text) : printAddress(address, family, options.json);
@@ -271,12 +271,11 @@ void addNetwork(Tool& tool) {
         subcommand.arguments = {jsonFlag(options.json)};
       },
       net);
-  Command& ip = tool.addGroup(tool.command, "ip", "Check, normalise or resolve an address.");
-  addAddressCommand(tool, ip, "normalise", "Print an address in its one text form.", "TEXT",
-                    normalise);
-  addAddressCommand(tool, ip, "check", "Show what each check says of a text.", "TEXT", check);
+  Command& ip = tool.addGroup(tool.command, "ip", "Check, normalize or resolve an address.");
+  addAddressCommand(tool, ip, "normalise", "Print an address in its full form.", "TEXT", normalize);
+  addAddressCommand(tool, ip, "check", "Show the result of each check of an address.", "TEXT",
+                    check);
   addAddressCommand(tool, ip, "resolve", "Resolve a host name or address.", "TEXT", resolve);
   addAddressCommand(tool, tool.command, "mac",
-                    "Print the MAC address of the interface that carries an IPv6 address.", "IPV6",
-                    mac);
+                    "Print the MAC address of the interface with an IPv6 address.", "IPV6", mac);
 }

@@ -1,4 +1,4 @@
-// Prints the results of every subcommand. For one thread.
+// Prints the results of every subcommand. Not thread-safe.
 #include "output.h"
 
 #include <json/writer.h>
@@ -25,7 +25,8 @@ std::size_t sequenceLength(std::string_view text) {
   return byte(0) < 0x80 ? 1 : commutil::decodeUtf8(byte).bytes;
 }
 
-/// Makes each byte that is not UTF-8 the character of its number, which JSON writes as \u00XX.
+/// Replaces each byte that is not UTF-8 by the character of its number, which JSON writes as
+/// \u00XX.
 std::string toUtf8(std::string_view text) {
   std::string result;
   while (!text.empty()) {
@@ -42,8 +43,8 @@ std::string toUtf8(std::string_view text) {
   return result;
 }
 
-/// Whether the UTF-8 sequence `text` is a control character or directs the writing (U+061C, U+200E,
-/// U+200F, U+2028 to U+202E and U+2066 to U+2069).
+/// Returns whether the UTF-8 sequence `text` is a control character or changes the direction of
+/// writing (U+061C, U+200E, U+200F, U+2028 to U+202E and U+2066 to U+2069).
 bool isControl(std::string_view text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   if (text.size() == 1) return byte(0) < 0x20 || (byte(0) >= 0x7F && byte(0) < 0xA0);
@@ -54,7 +55,7 @@ bool isControl(std::string_view text) {
   return byte(1) == 0x81 && last >= 0xA6 && last <= 0xA9;
 }
 
-/// Returns `text` with control characters, except for those of `kept`, written as \xXX.
+/// Returns `text` with control characters, except those of `kept`, written as \xXX.
 std::string escaped(std::string_view text, std::string_view kept) {
   std::string result;
   while (!text.empty()) {

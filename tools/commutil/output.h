@@ -12,7 +12,7 @@
 /// commutil.schema.json defines them.
 inline constexpr int kSchema = 1;
 
-/// Chooses how failures are printed. Called once, before anything is printed.
+/// Selects how failures are printed. Called once, before anything is printed.
 void setJson(bool json);
 
 /// Writes the bytes to standard output as they are. main() checks once, at the end, that they were
@@ -27,20 +27,20 @@ void printDocument(const Json::Value& document, bool json);
 Json::Value withUtf8(const Json::Value& value);
 
 /// Returns `text` with each byte of a control character, or of one that changes the direction of
-/// writing, as \xXX: what a terminal or the reader of a log could take for something else.
+/// writing, as \xXX: these could deceive a terminal or the reader of a log.
 std::string printable(std::string_view text);
 
-/// The same for a text of several lines, with its line ends and tabs.
+/// The same for several lines; keeps line ends and tabs.
 std::string printableLines(std::string_view text);
 
-/// Prints one text as the member `name` of a JSON document, or with a line end: byte for byte,
-/// unless a terminal would obey what is in it.
+/// Prints one string as the member `name` of a JSON document, or with a line end: byte for byte,
+/// except that on a terminal control characters are escaped.
 void printText(const char* name, const std::string& text, bool json);
 
-/// Prints lines of a text for people, or byte for byte if it goes to another program.
+/// Prints lines: byte for byte to another program, with control characters escaped on a terminal.
 void printLines(const std::string& text);
 
-/// Prints a message of one line on standard error.
+/// Prints a one-line message on standard error.
 void complain(const std::string& message);
 
 /// Prints why a subcommand failed: on standard error, or as the JSON document on standard output.

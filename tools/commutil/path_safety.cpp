@@ -1,4 +1,4 @@
-// The subcommands check-path and filename: paths and names that come from outside.
+// The subcommands check-path and filename, for untrusted paths and names.
 #include <VexaCommonUtils.h>
 
 #include <json/value.h>
@@ -49,14 +49,14 @@ void addMapping(Tool& tool, Command& parent, const char* name, const char* purpo
 void addPathSafety(Tool& tool) {
   tool.add<CheckPathOptions>(
       tool.command, "check-path",
-      "Tell whether a path has no \".\" or \"..\" piece and lies under a base, by text alone.",
+      "Check that a path has no \".\" or \"..\" component and is below a base; reads no file.",
       [](Command& subcommand, CheckPathOptions& options) {
         Argument path = operand("PATH", options.path, "The path");
         path.completion = Completion::file;
         subcommand.arguments = {std::move(path),
                                 {.name = "--base",
                                  .value = &options.base,
-                                 .purpose = "The directory; an empty one is above all",
+                                 .purpose = "The directory; \"\" accepts any path",
                                  .valueName = "DIR",
                                  .required = true,
                                  .completion = Completion::directory},
@@ -64,9 +64,9 @@ void addPathSafety(Tool& tool) {
       },
       checkPath);
   Command& filename =
-      tool.addGroup(tool.command, "filename", "Map any name to a file name, and back.");
+      tool.addGroup(tool.command, "filename", "Convert any name to a file name, and back.");
   addMapping(tool, filename, "encode", "Escape what a file name cannot hold.",
              VexaCommonUtils::specialName2FileName);
-  addMapping(tool, filename, "decode", "Turn the escapes back.",
+  addMapping(tool, filename, "decode", "Decode the escapes.",
              VexaCommonUtils::fileName2SpecialName);
 }

@@ -33,8 +33,8 @@ using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void giveUp(const std::string& what) { throw std::runtime_error(what); }
 
-/// The running process, held by descriptors so that another one with its number is not taken for
-/// it.
+/// The running process, held by descriptors, so that another process that gets its number is not
+/// mistaken for it.
 struct Process {
   int pid = 0;
   Descriptor directory;
@@ -85,7 +85,7 @@ void readIdentity(Process& process) {
   }
 }
 
-/// When the process was started: its 22nd field, in ticks after the start of the system.
+/// Returns when the process was started: field 22 of "stat", in ticks after the system's start.
 std::time_t startOf(const Process& process) {
   constexpr int kFieldsBefore = 19;  // after the name, which may hold anything but ends at ')'
   const std::string text = readAll(openOf(process, "stat", O_RDONLY));
@@ -135,21 +135,21 @@ bool hasIdentity(const Process& process) {
   return ::geteuid() == process.user && ::getegid() == process.group;
 }
 
-/// Becomes the user of the process, for good: no step back is left.
+/// Becomes the user of the process permanently.
 void becomeUser(const Process& process) {
   if (::geteuid() == 0 && ::setgroups(process.groups.size(), process.groups.data()) != 0)
-    giveUp(std::string("its groups cannot be taken: ") + std::strerror(errno));
+    giveUp(std::string("its groups cannot be set: ") + std::strerror(errno));
   const bool taken = ::setresgid(process.group, process.group, process.group) == 0 &&
                      ::setresuid(process.user, process.user, process.user) == 0;
   if (!taken || !hasIdentity(process)) {
     giveUp("process " + std::to_string(process.pid) +
            " runs as another user; run as root or as that user");
   }
-  if (process.user != 0 && ::setuid(0) == 0) giveUp("the user cannot be given up");
+  if (process.user != 0 && ::setuid(0) == 0) giveUp("root privileges cannot be dropped");
   ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
 }
 
-/// Its strings, without what would load code into this command.
+/// Returns its environment, without variables that would load code into this command.
 std::vector<std::string> environmentOf(const Process& process) {
   std::vector<std::string> all;
   std::istringstream entries(readAll(process.environment));
@@ -183,7 +183,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& strings) {
   giveUp(std::string("this command cannot be started as that user: ") + std::strerror(errno));
 }
 
-/// The child: nothing of the service's is read before its identity is taken.
+/// Runs in the child. Reads nothing of the service before it has become the service's user.
 int showAsProcess(const ViewOptions& options, const std::function<int(const View&)>& show) {
   const Process process = openProcess(*options.pid);
   const Descriptor program(::open("/proc/self/exe", O_RDONLY | O_CLOEXEC));
@@ -209,7 +209,7 @@ int showAsProcess(const ViewOptions& options, const std::function<int(const View
 
 [[noreturn]] void runChild(const Pipe& out, const Pipe& err, const ViewOptions& options,
                            const std::function<int(const View&)>& show) {
-  ::setsid();  // no terminal that the service's user could write to
+  ::setsid();  // without a terminal that the service's user could write to
   const Descriptor null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
   ::dup2(null.get(), STDIN_FILENO);
   ::dup2(out.out.get(), STDOUT_FILENO);
@@ -226,14 +226,14 @@ int showAsProcess(const ViewOptions& options, const std::function<int(const View
   ::_exit(code);
 }
 
-/// What the child writes. It runs as the service's user, who can make it write anything.
+/// The child's output. The child runs as the service's user, who can make it write anything.
 class Output {
  public:
-  /// Lines go to `stream` as they are complete, without what a terminal would obey; with null all
-  /// is kept.
+  /// Writes each complete line to `stream`, with control characters escaped; keeps everything if
+  /// that is null.
   explicit Output(std::FILE* stream) : m_stream(stream) {}
 
-  /// Takes the next piece. Returns false if it is too much.
+  /// Adds the next piece. Returns false if that is too much.
   bool add(std::string_view piece) {
     m_size += piece.size();
     m_text.append(piece);
@@ -262,7 +262,8 @@ class Output {
   std::string m_text;
 };
 
-/// Reads a piece from `end`, which becomes -1 at its end. Returns false if it is too much.
+/// Reads a piece from `end`, which is set to -1 when the child has closed it. Returns false if the
+/// output is too long.
 bool receive(int& end, Output& output) {
   std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
   const ssize_t count = ::read(end, piece.data(), piece.size());
@@ -274,8 +275,7 @@ bool receive(int& end, Output& output) {
   return output.add({piece.data(), static_cast<std::size_t>(count)});
 }
 
-/// Takes what the child writes until it closes both ends. Returns why that came to no end, "" if
-/// it did.
+/// Reads what the child writes until it closes both ends. Returns "", or why it did not close them.
 std::string relay(int out, int err, Clock::time_point deadline, Output& output, Output& errors) {
   std::array<pollfd, 2> ends{{{out, POLLIN, 0}, {err, POLLIN, 0}}};
   while (ends[0].fd >= 0 || ends[1].fd >= 0) {
@@ -285,7 +285,7 @@ std::string relay(int out, int err, Clock::time_point deadline, Output& output, 
     ::poll(ends.data(), ends.size(), static_cast<int>(std::min<long>(left.count(), INT_MAX)));
     const bool fits = (ends[0].revents == 0 || receive(ends[0].fd, output)) &&
                       (ends[1].revents == 0 || receive(ends[1].fd, errors));
-    if (!fits) return "its answer has no end";
+    if (!fits) return "its output is too long";
   }
   output.finish();
   errors.finish();
@@ -293,10 +293,10 @@ std::string relay(int out, int err, Clock::time_point deadline, Output& output, 
 }
 
 /// Runs `show` in a child that has become the service's user. Returns the exit code.
-/// @throws std::runtime_error if it does not end by itself
+/// @throws std::runtime_error if it does not exit
 int showInChild(const ViewOptions& options, const std::function<int(const View&)>& show,
                 Output& output) {
-  constexpr int kRounds = 2 * (ChildCalls::kExtensions + 1);  // of calls, one after the other
+  constexpr int kRounds = 2 * (ChildCalls::kExtensions + 1);  // of calls, in sequence
   Pipe out;
   Pipe err;
   std::fflush(nullptr);
@@ -329,7 +329,7 @@ ShownView documentOfProcess(const ViewOptions& options,
   const char* const begin = output.text().data();
   const bool parsed = reader->parse(begin, begin + output.text().size(), &shown.document, nullptr);
   if (!parsed || !shown.document.isObject())
-    giveUp("the view of process " + std::to_string(*options.pid) + " is no document");
+    giveUp("the view of process " + std::to_string(*options.pid) + " is not a JSON document");
   return shown;
 }
 

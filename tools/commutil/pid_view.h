@@ -5,9 +5,8 @@
 #include "view.h"
 
 /// Runs `show` as the process `*options.pid` sees the host: with its user, groups, working
-/// directory and the environment that it was started with. Where its root directory is this
-/// process's, the command is started anew in that environment, so that the dynamic linker sees it
-/// too.
+/// directory and the environment that it was started with. If it has this process's root directory,
+/// the command is executed again in that environment, so that the dynamic linker uses it too.
 /// @throws std::runtime_error if there is no view to show
 int inViewOfProcess(const ViewOptions& options, const std::function<int(const View&)>& show);
 
@@ -17,7 +16,7 @@ struct ShownView {
   Json::Value document;
 };
 
-/// The same with the document that `show`, which prints JSON, prints.
+/// The same, but returns the JSON document that `show` prints.
 /// @throws std::runtime_error if it prints none
 ShownView documentOfProcess(const ViewOptions& options,
                             const std::function<int(const View&)>& show);

@@ -16,7 +16,7 @@ struct Pipe {
   commutil::Descriptor in;   ///< to read from
   commutil::Descriptor out;  ///< to write to
 
-  /// @throws std::runtime_error if there is none to be had
+  /// @throws std::runtime_error if it cannot be created
   Pipe() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)

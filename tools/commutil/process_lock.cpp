@@ -25,7 +25,7 @@ struct LockOptions {
   std::vector<std::string> command;
 };
 
-/// Takes the lock. A failed wait does not say why: one more attempt, a silent one, does.
+/// Takes the lock. A failed wait does not say why, so one more silent attempt finds out.
 int enter(VexaProcessLock& lock, const LockOptions& options) {
   if (options.wait < 0) return lock.EnterProcessMutex();
   if (lock.WaitMaxTime(options.wait, options.message) == 0) return 0;
@@ -33,7 +33,8 @@ int enter(VexaProcessLock& lock, const LockOptions& options) {
   return lock.EnterProcessMutex();
 }
 
-/// Runs the command as the shell finds it and returns its exit code; 4 if a signal killed it.
+/// Runs the command, which is found as by a shell, and returns its exit code; 4 if a signal killed
+/// it.
 int runCommand(const std::vector<std::string>& command) {
   std::vector<std::string> words{"sh", "-c", "exec \"$@\"", "sh"};
   words.insert(words.end(), command.begin(), command.end());
@@ -66,7 +67,7 @@ int refuseDirectory(const LockOptions& options) {
               kWrongUse);
 }
 
-/// Why the library cannot take a lock that no other process holds.
+/// Returns why the library cannot take a lock that no other process holds.
 std::string failure(const LockOptions& options) {
   const std::string prefix = "the lock " + options.name + " cannot be taken: ";
   if (VexaCommonUtils::Vexagetenv("_APP_SHARE_DIR").empty())
@@ -101,7 +102,7 @@ void addProcessLock(Tool& tool) {
              .value = &options.directory,
              .purpose = "Its directory below _APP_SHARE_DIR, with its own slashes: /lock/",
              .valueName = "DIR",
-             .details = "A directory without both slashes is refused: it would be another file.",
+             .details = "Refused without both slashes: the lock would be another file.",
              .required = true},
             {.name = "--wait",
              .value = &options.wait,

@@ -2,10 +2,10 @@
 
 #include <string>
 
-/// Whether a program can be started, by the rules of execvp(3).
+/// Says whether a program can be started, by the rules of execvp(3).
 struct Program {
   std::string problem;  ///< "" if it can be started
-  bool isMissing;       ///< else: it was not found, rather than found and not executable
+  bool isMissing;       ///< if it cannot: it was not found, rather than not executable
 };
 
 /// Finds `name` in the directories of PATH unless it has a "/"; without `usePath` it is a path.

@@ -17,11 +17,11 @@ constexpr std::string_view kEraseLine = "\r\033[K";
 Progress* current = nullptr;
 
 void writeLine(std::string_view text) {
-  // Not stdio: a child may be forked at any moment, and must not find its lock taken.
+  // Not stdio: a child may be forked at any moment, and must not find stdio's lock taken.
   if (::write(STDERR_FILENO, text.data(), text.size()) < 0) return;
 }
 
-/// A thread that no signal interrupts: they are for the one that works.
+/// Starts a thread with all signals blocked, so that the main thread receives them.
 template <class Body>
 std::thread startSilently(Body body) {
   sigset_t all;

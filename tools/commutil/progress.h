@@ -6,8 +6,8 @@
 #include <string>
 #include <thread>
 
-/// While it lives: says after a second, and each second from then on, what the command is doing.
-/// A line on standard error, only if that is a terminal. One at a time.
+/// During its lifetime, shows every second what the command is doing, in a line on standard error,
+/// if that is a terminal. One at a time.
 class Progress {
  public:
   explicit Progress(std::string what);
@@ -15,7 +15,7 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// Says from now on that the command is doing something else.
+  /// Changes what is shown.
   void update(const std::string& what);
 
   /// Removes the line, if there is one, before other output.

@@ -1,4 +1,4 @@
-// The subcommand escape: text made safe for the queries of the configured database.
+// The subcommand escape: makes a string safe for queries of the configured database.
 #include <VexaCommonUtils.h>
 #include <VexaCommonUtils_i.h>
 
@@ -52,7 +52,7 @@ int escape(const EscapeOptions& options) {
 
 void addQueryText(Tool& tool) {
   tool.add<EscapeOptions>(
-      tool.command, "escape", "Make a text safe inside the SQL of the configured database.",
+      tool.command, "escape", "Make a string safe in SQL of the configured database.",
       [](Command& subcommand, EscapeOptions& options) {
         subcommand.alternatives = {
             {.name = "--update",
@@ -63,9 +63,10 @@ void addQueryText(Tool& tool) {
              .purpose = "Escape the wildcards, for a LIKE pattern"},
             {.name = "--like",
              .value = &options.like,
-             .purpose = "Make a whole quoted LIKE operand with wildcards on this side",
+             .purpose = "Build a whole quoted LIKE operand with wildcards on this side",
              .words = {"none", "left", "right", "both"}}};
-        subcommand.arguments = {operand("TEXT", options.text, "The text"), jsonFlag(options.json)};
+        subcommand.arguments = {operand("TEXT", options.text, "The string"),
+                                jsonFlag(options.json)};
       },
       escape);
 }

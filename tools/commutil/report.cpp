@@ -1,5 +1,5 @@
-// The subcommand report: what the environment, the configuration files and the settings store make
-// of this host, and where each answer comes from.
+// The subcommand report: the environment, the configuration files and the settings store of this
+// host, and the library's answers with the source of each.
 #include <VexaCommonUtils_i.h>
 
 #include <json/reader.h>
@@ -22,7 +22,7 @@
 
 namespace {
 
-/// The variables with their values: null where one is not set, "" where it is set to nothing.
+/// Returns the variables with their values: null for one that is not set, "" for an empty one.
 Json::Value environment(const settings::Facts& facts) {
   Json::Value result(Json::objectValue);
   for (const settings::Item* const item : settings::itemsOf(settings::Kind::variable)) {
@@ -33,7 +33,7 @@ Json::Value environment(const settings::Facts& facts) {
   return result;
 }
 
-/// Every configuration file with its path and state.
+/// Returns every configuration file with its path and state.
 Json::Value files(const settings::Facts& facts) {
   Json::Value rows(Json::arrayValue);
   for (const settings::Item* const item : settings::itemsOf(settings::Kind::file)) {
@@ -50,7 +50,7 @@ Json::Value files(const settings::Facts& facts) {
   return rows;
 }
 
-/// The same as names and lines, for people.
+/// The same as plain text.
 Json::Value linesOf(const Json::Value& rows) {
   Json::Value lines(Json::objectValue);
   for (const Json::Value& row : rows) {
@@ -99,7 +99,7 @@ struct ReportOptions : ViewOptions {
   std::string saved;
 };
 
-/// Reads the saved report in a child, as everything else.
+/// Reads the saved report in a child, like every other file.
 std::string readSaved(const ReportOptions& options) {
   settings::FileFacts file;
   ChildCalls calls(timeoutOf(options));
@@ -131,7 +131,7 @@ Json::Value parsedReport(const std::string& text, const std::string& name) {
   return checkedReport(parsed ? document : Json::Value(), name);
 }
 
-/// The name of an element of an array of named objects, else its position.
+/// Returns the name of an element of an array of named objects, else its position.
 std::string nameOf(const Json::Value& element, Json::ArrayIndex index) {
   for (const char* const member : {"operation", "name", "place"})
     if (element.isObject() && element[member].isString()) return element[member].asString();
@@ -188,7 +188,7 @@ int show(const ReportOptions& options, const View& view) {
   const Collection collection = collect(view, options, request);
   Json::Value document = reportOf(view, collection);
   if (!options.saved.empty()) {
-    // As it is after printing, as the saved one is.
+    // In the form that it has after printing, like the saved one.
     const std::string text = Json::writeString(Json::StreamWriterBuilder(), withUtf8(document));
     return showDifference(options, parsedReport(text, "report"));
   }
@@ -203,8 +203,8 @@ int show(const ReportOptions& options, const View& view) {
   return kOk;
 }
 
-/// Compares the service's report here: its user, who may not read the saved report, gets no hold
-/// of it.
+/// Compares the service's report in this process, so that the service's user gets no access to the
+/// saved report.
 int compareView(const ReportOptions& options) {
   ReportOptions inner = options;
   inner.json = true;

@@ -2,8 +2,9 @@
 
 #include "tool.h"
 
-// The subcommands of settings, each from the source of its name.
+// The subcommands of settings, each defined in the source of its name.
 void addSettingsShow(Tool& tool, Command& settings);
 void addSettingsCheck(Tool& tool, Command& settings);
 void addSettingsWrite(Tool& tool, Command& settings);
 void addSettingsImport(Tool& tool, Command& settings);
+void addSettingsAgent(Tool& tool, Command& settings);

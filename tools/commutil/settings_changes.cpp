@@ -18,7 +18,7 @@ Json::Value orNull(const std::optional<std::string>& value) {
   return value ? Json::Value(*value) : Json::Value();
 }
 
-/// Why services do not see a change that was written, "" if they do. Another store than the
+/// Returns why services do not see a change that was written, "" if they do: a store other than the
 /// reference store may serve them.
 std::string storeNotice(const std::vector<settings::Effect>& effects, const std::string& document) {
   for (const settings::Effect& effect : effects) {

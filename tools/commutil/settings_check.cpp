@@ -1,4 +1,4 @@
-// The subcommand settings check: unknown names, and values that no reader accepts.
+// The subcommand settings check: finds unknown names, and values that no reader accepts.
 #include "settings_check.h"
 
 #include <iostream>
@@ -9,6 +9,7 @@
 #include "settings.h"
 #include "settings/accepted.h"
 #include "settings_store/read_file.h"
+#include "settings_store/snapshot_text.h"
 
 namespace {
 
@@ -87,7 +88,7 @@ std::vector<SettingProblem> checkDocument(const settings::DocumentText& document
 
 settings::DocumentText readDocument(const std::string& path) {
   try {
-    return settings::DocumentText(path == "-" ? readInput() : readText(path));
+    return settings::DocumentText(settings::asDocument(path == "-" ? readInput() : readText(path)));
   } catch (const settings::MalformedDocument& error) {
     throw std::runtime_error(path + ":" + error.what());
   }

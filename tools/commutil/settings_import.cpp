@@ -15,7 +15,7 @@ struct ImportOptions : ChangeOptions {
   std::string path;
 };
 
-/// Returns what is wrong with the settings of a document, each in a line; nothing if they are good.
+/// Returns the faults of a document's settings, each as a line; nothing if there are none.
 std::vector<std::string> problemsOf(const settings::DocumentText& document,
                                     const std::string& path) {
   std::vector<std::string> lines;

@@ -6,7 +6,7 @@
 
 #include "tool.h"
 
-// The keys that an operator names.
+// The keys of settings, as operators name them.
 
 /// Returns the whole key of `name`: itself if it has a "/", else the key of the parameter `name` in
 /// the branch `app`, or in the branch that all applications share.
@@ -17,5 +17,5 @@ std::string settingKey(const std::string& name, const std::optional<std::string>
 /// there is one, then in the shared branch.
 std::vector<std::string> allSettingKeys(const std::optional<std::string>& app);
 
-/// The option --app that both take.
+/// Returns the option --app, which both use.
 Argument appOption(std::optional<std::string>& app);

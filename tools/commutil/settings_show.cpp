@@ -1,4 +1,4 @@
-// The subcommand settings show: what the settings store answers, whichever store it is.
+// The subcommand settings show: prints what the settings store answers, whichever store it is.
 #include <VexaCommonUtils_i.h>
 #include <dlfcn.h>
 
@@ -31,7 +31,7 @@ struct ShowOptions {
 
 using Row = std::pair<std::string, std::optional<std::string>>;
 
-/// Why there is no store, "" if there is one. Only asked after a look-up, which loads it.
+/// Returns why there is no store, "" if there is one. Called after a lookup, which loads the store.
 std::string storeProblem() {
   if (::dlopen(kStoreLibrary, RTLD_LAZY) != nullptr) return {};
   const char* const reason = ::dlerror();
@@ -66,7 +66,7 @@ void print(const std::vector<Row>& rows, bool json) {
   printDocument(document, json);
 }
 
-/// Why the reference store has no settings, "" if it has or another store was asked.
+/// Returns why the reference store has no settings, "" if it has some or another store was read.
 std::string documentProblem() {
   if (!examineStoreLibrary().isReference) return {};
   try {
@@ -118,7 +118,7 @@ int showAll(const ShowOptions& options) {
 }
 
 int show(const ShowOptions& options) {
-  const Progress progress("asking the settings store");
+  const Progress progress("reading the settings store");
   if (options.name.empty()) return showAll(options);
   return options.name.back() == '/' ? showGroup(options) : showKey(options);
 }

@@ -1,5 +1,5 @@
-// The subcommand ssl-conf: what the SSL option file of this instance would be and why. Writes it
-// only if told to, with the library's own operation.
+// The subcommand ssl-conf: shows what the SSL option file of this instance would be, and why.
+// Writes it only with --write, with the library's own operation.
 #include <VexaCommonUtils_i.h>
 
 #include <json/value.h>
@@ -31,18 +31,18 @@ struct SslConfOptions {
   bool force = false;
 };
 
-/// A line that the template lacks, and where its value comes from.
+/// A line that the template lacks, and the source of its value.
 struct InsertedLine {
   std::string text;
   std::string source;
 };
 
-/// The file as it would be.
+/// The file that would be written.
 struct Plan {
   std::string path;
   std::string source;  // the template
   std::string text;
-  std::string change;  // against the file that is there, else against the template
+  std::string change;  // from the existing file, or else from the template
   std::vector<InsertedLine> inserted;
   std::vector<std::string> refusals;  // why --write needs --force
 };
@@ -52,7 +52,7 @@ void refuseUnset(const settings::Facts& facts, Plan& plan) {
     if (facts.variable(name).empty()) plan.refusals.push_back(std::string(name) + " is not set");
 }
 
-/// Counts the lookups of SSL options without a reply, by the reason.
+/// Counts the lookups of SSL options without a reply, by reason.
 std::map<std::string, std::size_t> failedLookups(const settings::Facts& facts) {
   std::map<std::string, std::size_t> counts;
   for (const auto& [key, reply] : facts.replies)
@@ -60,7 +60,7 @@ std::map<std::string, std::size_t> failedLookups(const settings::Facts& facts) {
   return counts;
 }
 
-/// Refuses values that come from a store without settings where there should be some.
+/// Refuses values from a store that has no settings although it should.
 void refuseStore(const settings::Facts& facts, const settings::StoreDocument& document,
                  Plan& plan) {
   const settings::StoreLibrary& library = facts.library;
@@ -96,7 +96,7 @@ void explainOption(const settings::Explanation& option, Plan& plan) {
   plan.inserted.push_back({isFlag ? name : name + " " + value, option.decidedBy});
 }
 
-/// @throws std::runtime_error if no file can be made of the template
+/// @throws std::runtime_error if no file can be generated from the template
 Plan makePlan() {
   Request request;
   const Collection collection = collect(settings::currentEnvironment(), request);

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr const char* kStoreLibrary = "libsettingrest.so";
-/// Stands in the reference store's file.
+/// A string in the reference store's library.
 constexpr std::string_view kReferenceMark = "commutil reference settings store";
 
 std::string realPathOf(const std::string& path) {

@@ -2,6 +2,6 @@
 
 #include "settings/facts.h"
 
-/// Loads the store's library as the library does and says which one it is. Stays loaded: for a
-/// child that ends afterwards.
+/// Loads the store's library as libcommutil does and describes it. It stays loaded, so call this in
+/// a child.
 settings::StoreLibrary examineStoreLibrary();

@@ -7,7 +7,7 @@
 
 // Color on a terminal only, unless NO_COLOR is set.
 
-/// Returns `text` in the color of `severity` if standard output is to be colored.
+/// Returns `text` in the color of `severity`, or unchanged if standard output is not colored.
 std::string colored(settings::Severity severity, std::string_view text);
 
 /// Returns "ok", "warning" or "error".

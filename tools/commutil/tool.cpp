@@ -1,4 +1,4 @@
-// The command with all its subcommands, and the arguments that they share. For one thread.
+// The command with all its subcommands, and the arguments that they share.
 #include "tool.h"
 
 #include <VexaVersion.h>
@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "output.h"
+#include "settings_agent.h"
 
 namespace {
 
@@ -40,7 +41,7 @@ Tool::Tool(std::vector<std::string> line) : words(std::move(line)) {
   command.name = "commutil";
   command.purpose = "Shows on a live host what a service gets from the common utility library.";
   command.exitCodes = {
-      {"0", "ok"}, {"1", "the answer is no or the operation failed"}, {"2", "wrong use"}};
+      {"0", "ok"}, {"1", "the answer is \"no\" or the operation failed"}, {"2", "wrong use"}};
   command.notes = kNotes;
   for (const auto add : {addReport, addExplain, addCheck, addSettings, addSslConf, addExpand,
                          addQueryText, addNetwork, addCommand, addPathSafety, addUnsafeWord,
@@ -50,6 +51,7 @@ Tool::Tool(std::vector<std::string> line) : words(std::move(line)) {
 
 int Tool::runCommandLine() {
   setJson(wantsJson(words));
+  if (isForSettingsAgent(words)) return becomeSettingsAgent(words);
   try {
     const Invocation invocation = parse(command, "commutil " VEXA_COMMUTIL_VERSION, words);
     if (invocation.command != nullptr) return invocation.command->run();

@@ -7,8 +7,8 @@
 
 #include "arguments.h"
 
-/// The exit codes. What they mean is said with the subcommands, in `Command::exitCodes`; help and
-/// man page are made of that.
+/// The exit codes. `Command::exitCodes` of each subcommand says what they mean, for the help and
+/// the man page.
 enum ExitCode : int {
   kOk = 0,
   kNo = 1,
@@ -37,7 +37,7 @@ class Tool {
     return subcommand;
   }
 
-  /// Adds a subcommand that only holds others.
+  /// Adds a subcommand that only groups others.
   static Command& addGroup(Command& parent, const char* name, const char* purpose) {
     Command& group = parent.subcommands.emplace_back();
     group.name = name;
@@ -52,13 +52,13 @@ class Tool {
   const std::vector<std::string> words;  ///< the command line, the command's name first
 };
 
-/// The option that chooses between plain text and JSON.
+/// Returns the option that selects JSON instead of plain text.
 Argument jsonFlag(bool& json);
 
-/// A required operand: a word of the command line that is no option.
+/// Returns a required operand, a word of the command line that is not an option.
 Argument operand(const char* name, std::string& value, const char* purpose);
 
-// The families' subcommands, each from the source of its name.
+// The families' subcommands, each defined in the source of its name.
 void addBase64(Tool& tool);
 void addCheck(Tool& tool);
 void addCommand(Tool& tool);

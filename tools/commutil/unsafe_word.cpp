@@ -1,4 +1,4 @@
-// The subcommand unsafe-word: a text against the list of unsafe words in secure.cfg.
+// The subcommand unsafe-word: checks a string against the list of unsafe words in secure.cfg.
 #include <VexaCommonUtils_i.h>
 
 #include <json/value.h>
@@ -21,7 +21,7 @@ struct UnsafeWordOptions {
   std::string text;
 };
 
-/// Returns the first word of the list at `path` that `text` has.
+/// Returns the first word of the list at `path` that `text` contains.
 std::optional<settings::IniEntry> wordIn(const std::string& text, const std::string& path) {
   const settings::IniDocument list(settings::readRegularFile(path).value_or(""));
   for (const settings::IniEntry& entry : list.entries()) {
@@ -34,7 +34,7 @@ std::optional<settings::IniEntry> wordIn(const std::string& text, const std::str
 /// The list of unsafe words.
 struct List {
   std::string path;
-  std::string state;  ///< "readable", or why the library reads nothing
+  std::string state;  ///< "readable", or why the library cannot read it
 };
 
 List listOfWords() {
@@ -58,7 +58,7 @@ void printSafe(const List& list) {
   const std::string reason = list.state == "readable"
                                  ? ""
                                  : ": " + printable(list.path) + ": " + list.state +
-                                       "; without the list every text is safe";
+                                       "; without the list every string is safe";
   printBytes("no unsafe word" + reason + "\n");
 }
 
@@ -83,9 +83,10 @@ int unsafeWord(const UnsafeWordOptions& options) {
 void addUnsafeWord(Tool& tool) {
   tool.add<UnsafeWordOptions>(
       tool.command, "unsafe-word",
-      "Tell whether a text has one of the unsafe words of secure.cfg, and which.",
+      "Check a string for the unsafe words of secure.cfg, and print the first one found.",
       [](Command& subcommand, UnsafeWordOptions& options) {
-        subcommand.arguments = {operand("TEXT", options.text, "The text"), jsonFlag(options.json)};
+        subcommand.arguments = {operand("TEXT", options.text, "The string"),
+                                jsonFlag(options.json)};
       },
       unsafeWord);
 }

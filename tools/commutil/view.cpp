@@ -26,7 +26,7 @@ void addViewOptions(const Tool& tool, Command& subcommand, ViewOptions& options)
            .details = "What it has changed in its environment since does not show. A store that "
                       "its environment names is loaded as its user, who decides what that code "
                       "does. If its root directory or its mounts are others, files are read there, "
-                      "no code is loaded from there and the store is not asked.",
+                      "no code is loaded from there and the store is not read.",
            .range = Range{.lowest = 1}},
            {.name = "--switched-view",
            .value = &options.switchedView,

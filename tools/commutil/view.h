@@ -19,8 +19,8 @@ struct ViewOptions {
   int failure = 1;                ///< exit code if there is no view to show
   double timeout = 2;             ///< seconds for each call
   std::optional<int> pid;         ///< the service whose view is shown
-  std::string switchedView;       ///< set in the process that has become the service's user
-  std::time_t switchedStart = 0;  ///< with it: when the service was started
+  std::string switchedView;       ///< its title, in the process that has become the service's user
+  std::time_t switchedStart = 0;  ///< with it, when the service was started
   std::vector<std::string> commandLine;
 };
 
@@ -34,7 +34,7 @@ struct View {
   settings::Environment environment;
   std::string title;          ///< of a service's view, else ""
   int root = -1;              ///< the service's root directory where it differs from this process's
-  std::string storeNotAsked;  ///< why the library and the store are not asked
+  std::string storeNotAsked;  ///< why the library is not called and the store not read
   std::time_t started = 0;    ///< when the service was started
 };
 

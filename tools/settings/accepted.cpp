@@ -1,4 +1,4 @@
-// Checks values against what the catalog says an item accepts.
+// Checks values against what the catalog accepts.
 #include "settings/accepted.h"
 
 #include <arpa/inet.h>
@@ -25,7 +25,7 @@ bool isWord(const Accepted& accepted, std::string_view value) {
   return std::find(accepted.words.begin(), accepted.words.end(), value) != accepted.words.end();
 }
 
-/// Splits at commas; "a,,b" has an empty piece.
+/// Splits at commas; "a,,b" has an empty part.
 std::vector<std::string_view> pieces(std::string_view value) {
   std::vector<std::string_view> all;
   while (true) {
@@ -70,7 +70,7 @@ bool isAccepted(const Accepted& accepted, std::string_view value) {
   return true;
 }
 
-/// The word that `value` may have been meant to be: quotes and a trailing comment are taken off.
+/// Returns the word that `value`, without quotes and a trailing comment, is probably meant to be.
 std::string_view nearestWord(const Accepted& accepted, std::string_view value) {
   const std::size_t begin = value.find_first_not_of(" \t\r\"'");
   if (begin == std::string_view::npos) return {};
@@ -95,7 +95,7 @@ Verdict unknownKey(std::string reason, std::string_view suggestion) {
   return {Verdict::Result::unknownKey, std::move(reason), std::string(suggestion)};
 }
 
-/// The key that `key` may have been meant to be, among all parameters in the branch it names.
+/// Returns the key that `key` is probably meant to be, among all parameters of the branch it names.
 std::string nearestKey(std::string_view key) {
   std::string branch(kGlobalBranch);
   const std::size_t last = key.rfind('/');

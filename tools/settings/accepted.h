@@ -5,11 +5,11 @@
 
 #include "settings/catalog.h"
 
-// Which values an item accepts. By text alone: no file is touched.
+// Which values an item accepts. Compares strings only and touches no file.
 
 namespace settings {
 
-/// What the catalog says of a value.
+/// The catalog's verdict on a value.
 struct Verdict {
   enum class Result {
     accepted,
@@ -18,7 +18,7 @@ struct Verdict {
   };
   Result result = Result::accepted;
   std::string reason;      ///< "takes enable or disable"; "" if accepted
-  std::string suggestion;  ///< the value or key that may have been meant, "" if none is near
+  std::string suggestion;  ///< the value or key that was probably meant, "" if none is near
 
   bool accepted() const { return result == Result::accepted; }
 

@@ -1,4 +1,4 @@
-// The table of the library's answers and what decides them.
+// The table of the library's answers, with the sources that decide each.
 #include "settings/catalog.h"
 
 namespace settings {

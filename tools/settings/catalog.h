@@ -43,7 +43,7 @@ struct Accepted {
 
 enum class Caching {
   perCall,   ///< a change applies to the next call
-  cached,    ///< the first answer is kept until the process ends
+  cached,    ///< the first result is cached until the process ends
   external,  ///< decided outside the library, see `Item::when`
 };
 
@@ -65,7 +65,7 @@ struct Item {
   std::string_view parent = {};    ///< the file of a key or member, the tree of a parameter, or ""
   std::string_view section = {};   ///< of an INI key, with brackets, or ""
   std::string_view meaning = {};   ///< a phrase without a final period
-  std::string_view missing = {};   ///< what applies without it, a phrase
+  std::string_view missing = {};   ///< what happens without it, a phrase
   std::string_view fallback = {};  ///< the value that applies without it, "" if there is none
   Accepted accepted = {};
   std::vector<std::string_view> readers = {};  ///< names of operations
@@ -131,7 +131,7 @@ const Item* findItem(const SourceRef& source);
 /// Returns the answer whose name or parameter is `name`, null if there is none.
 const Answer* findAnswer(std::string_view name);
 
-/// Returns the answer name or parameter that `name` may have been meant to be, "" if none is near.
+/// Returns the answer name or parameter that `name` is probably meant to be, "" if none is near.
 std::string_view suggestAnswer(std::string_view name);
 
 /// A key of the store, split: "/vexa/common/setting_cfg/" "inventory" "ListenAllIp".

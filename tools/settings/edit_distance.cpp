@@ -1,4 +1,4 @@
-// Finds the name that a mistyped one may have been meant to be.
+// Finds the name that a mistyped one is probably meant to be.
 #include "settings/edit_distance.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + '
 
 bool isSame(char a, char b) { return lower(a) == lower(b); }
 
-/// One edit for every three characters, at least one.
+/// Allows one edit for every three characters, at least one.
 std::size_t tolerance(std::string_view name) { return std::max<std::size_t>(1, name.size() / 3); }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace settings {
 /// Letters that differ only in case count as equal.
 std::size_t editDistance(std::string_view a, std::string_view b);
 
-/// Returns the nearest of `names` that is near enough to have been meant by `name`, "" if none is.
+/// Returns the nearest of `names` if `name` is probably a misspelling of it, else "".
 std::string_view nearest(std::string_view name, const std::vector<std::string_view>& names);
 
 }  // namespace settings

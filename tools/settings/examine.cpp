@@ -1,4 +1,4 @@
-// Examines one file. Never opens what could block: only regular files are opened.
+// Examines a file. Opens regular files only, because opening another kind could block.
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <pwd.h>
@@ -55,19 +55,19 @@ std::string lookUpUser(uid_t uid) {
   return found != nullptr ? found->pw_name : std::to_string(uid);
 }
 
-/// Each user is looked up once: a process examines many files of few users. For one thread.
+/// Looks up each user once, because many files belong to few users. Not thread-safe.
 const std::string& userName(uid_t uid) {
   static std::map<uid_t, std::string> known;
   const auto at = known.find(uid);
   return at != known.end() ? at->second : known.emplace(uid, lookUpUser(uid)).first->second;
 }
 
-/// Whether this process may access the file behind `fd`, which was opened with O_PATH.
+/// Returns whether this process may access the file of `fd`, which was opened with O_PATH.
 bool isAllowed(int fd, int kind) {
   return ::faccessat(AT_FDCWD, ofDescriptor(fd).c_str(), kind, AT_EACCESS) == 0;
 }
 
-/// Reads all of a file that may grow or shrink meanwhile. Returns 0 or errno.
+/// Reads all of a file, which may grow or shrink meanwhile. Returns 0 or an error number.
 int readText(int fd, std::string& text) {
   std::array<char, std::size_t{64} * 1024> piece;  // NOLINT(*-member-init): filled by read
   while (text.size() <= kLargestText) {
@@ -80,7 +80,7 @@ int readText(int fd, std::string& text) {
   return EFBIG;
 }
 
-/// Opens the file behind the O_PATH descriptor `fd` again, to read it.
+/// Opens the file of the O_PATH descriptor `fd` for reading.
 void readRegular(int fd, FileFacts& facts) {
   const Descriptor file(
       ::open(ofDescriptor(fd).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));

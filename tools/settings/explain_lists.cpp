@@ -10,7 +10,7 @@
 namespace settings {
 namespace {
 
-/// Follows the library through the node list. Throws what jsoncpp does.
+/// Reads the node list in the library's steps. Throws what jsoncpp throws.
 Json::Value remoteClients(const Json::Value& root, SourceState& source) {
   Json::Value addresses(Json::arrayValue);
   const Json::Value& nodes = root["nodeList"];

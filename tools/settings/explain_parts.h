@@ -5,7 +5,7 @@
 #include "settings/catalog.h"
 #include "settings/explanation.h"
 
-// What several explanations need.
+// Functions that several explanations use.
 
 namespace settings {
 
@@ -17,10 +17,10 @@ inline const Item& itemOf(const Answer& answer, Kind kind) {
   return none;
 }
 
-/// Whether the source has a value that the library takes.
+/// Returns whether the source has a value that the library uses.
 inline bool hasValue(const SourceState& source) { return !source.value.value_or("").empty(); }
 
-/// Whether it is not known what the library reads from the file.
+/// Returns true if it is unknown what the library reads from the file.
 inline bool isUnknown(const FileFacts& file) { return !file.fault.empty() || file.isLarge(); }
 
 inline constexpr std::string_view kUnknown = "unknown: ";

@@ -1,4 +1,4 @@
-// The state of each kind of source, with what may have been meant instead.
+// The state of each kind of source, with suggestions for what was probably meant.
 #include <algorithm>
 
 #include "bytes/byte_order_mark.h"
@@ -128,7 +128,7 @@ SourceState Explainer::storeSource(const Item& item, std::string_view branch) co
   const StoreReply* const answered = reply(key);
   const std::optional<std::string> documented = m_document.find(key);
   if (answered == nullptr && !m_facts.storeNotAsked.empty()) {
-    source.state = "not asked: " + m_facts.storeNotAsked;
+    source.state = "not read: " + m_facts.storeNotAsked;
     if (documented) source.state += "; " + m_document.path() + " has ";
     if (documented) describeValue(item, *documented, source);
     source.value = documented;
@@ -141,7 +141,7 @@ SourceState Explainer::storeSource(const Item& item, std::string_view branch) co
     const bool success = answered != nullptr ? answered->code == 0 : documented.has_value();
     if (!success) {
       source.state = answered != nullptr && answered->code == -1 && !m_facts.library.loaded
-                         ? "not asked: libsettingrest.so cannot be loaded"
+                         ? "not read: libsettingrest.so cannot be loaded"
                          : "not set";
     }
     if (success && source.value.value_or("").empty()) source.state = "empty, counts as not set";

@@ -50,7 +50,7 @@ Explanation Explainer::listenSwitch(const Answer& answer) const {
     result.sources.front().decides = true;
     result.value = isReadableText(file) && *result.sources.front().value == "enable";
     result.decidedBy =
-        isReadableText(file) ? path : "no readable setting.cfg: the store is not asked";
+        isReadableText(file) ? path : "no readable setting.cfg: the store is not read";
     return result;
   }
   if (isUnknown(decidedBy)) return unknown(std::move(result), decidedBy);
@@ -119,7 +119,7 @@ Explanation Explainer::distribution(const Answer& answer) const {
 
 namespace {
 
-/// The first database's type, or why there is none. Throws what jsoncpp does.
+/// Returns the first database's type, or why there is none. Throws what jsoncpp throws.
 std::string typeIn(const Json::Value& root, std::string& reason) {
   const Json::Value& databases = root["databases"];
   if (!root.isMember("databases")) reason = "no member \"databases\"";

@@ -11,11 +11,11 @@
 #include "settings/file_state.h"
 #include "settings/store_document.h"
 
-// What the library answers by the catalog, and why.
+// What the library answers according to the catalog, and why.
 
 namespace settings {
 
-/// One source of an answer as it was found.
+/// One source of an answer, as found.
 struct SourceState {
   std::string place;                 ///< a path, "store KEY", or a variable's name
   std::string state;                 ///< "readable; no section [IP]"
@@ -40,7 +40,7 @@ class Explainer {
 
   const StoreDocument& document() const { return m_document; }
 
-  /// The SSL option file as the library would write it.
+  /// The SSL option file that the library would write.
   struct SslFile {
     std::string text;
     std::string fault;   ///< why nothing can be written, "" if it can

@@ -1,4 +1,4 @@
-// Facts between processes, and which facts the answers depend on.
+// Passes facts between processes, and lists the facts that answers depend on.
 #include "settings/facts.h"
 
 #include <unistd.h>

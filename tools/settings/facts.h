@@ -10,8 +10,7 @@
 #include <string_view>
 #include <vector>
 
-// What was observed on a host: the catalog explains from these facts alone, without touching
-// anything itself.
+// What was observed on a host. Explanations use only these facts and touch nothing themselves.
 
 namespace settings {
 
@@ -51,16 +50,16 @@ struct FileFacts {
 };
 
 /// Examines the file at `path`. `root` is a descriptor of the root directory in which paths are
-/// resolved, -1 for this process's own. Blocks as long as the file system does. For one thread.
+/// resolved, -1 for this process's own. Blocks as long as the file system does. Not thread-safe.
 FileFacts examine(const std::string& path, int root = -1);
 
 std::string packed(const FileFacts& facts);
 FileFacts unpackedFile(std::string_view bytes);
 
-/// What the store replied to a lookup.
+/// The store's reply to a lookup.
 struct StoreReply {
   int code = -1;                       ///< 0 for success
-  std::optional<std::string> written;  ///< what it made of the value, nothing if it left it alone
+  std::optional<std::string> written;  ///< the value that it wrote; nothing if it wrote none
   std::string fault;                   ///< why there is no reply: "no answer within 2 s"
   bool asked = true;                   ///< if not, `fault` says why
   std::chrono::microseconds duration{0};
@@ -76,7 +75,7 @@ struct StoreLibrary {
   std::string realPath;  ///< without links
   bool isReference = false;
   std::vector<std::string> missingSymbols;
-  std::string error;  ///< the loader's own words
+  std::string error;  ///< the dynamic linker's message
   std::string fault;  ///< why nothing is known: "no answer within 2 s"
 };
 
@@ -90,18 +89,18 @@ struct Facts {
   std::map<std::string, FileFacts, std::less<>> files;     ///< by path
   std::map<std::string, StoreReply, std::less<>> replies;  ///< by key
   StoreLibrary library;
-  std::string storeNotAsked;  ///< why the store was not asked, such as "other root"; "" if it was
+  std::string storeNotAsked;  ///< why the store was not read, such as "other root"; "" if it was
 
-  /// Returns the facts of `path`; a file that was not examined is one that is missing.
+  /// Returns the facts of `path`; a file that was not examined counts as missing.
   const FileFacts& file(std::string_view path) const;
   std::string variable(std::string_view name) const { return valueOf(environment, name); }
   bool isSet(std::string_view name) const { return environment.count(name) != 0; }
 };
 
-/// Every path that answers may depend on in `environment`.
+/// Returns every path that answers may depend on in `environment`.
 std::vector<std::string> pathsToExamine(const Environment& environment);
 
-/// Every store key that answers may depend on in `environment`.
+/// Returns every store key that answers may depend on in `environment`.
 std::vector<std::string> keysToAsk(const Environment& environment);
 
 }  // namespace settings

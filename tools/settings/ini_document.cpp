@@ -1,4 +1,4 @@
-// Reads INI text as the library's reader does, step by step, and keeps where everything is.
+// Reads INI text in the steps of the library's reader, and keeps the position of everything.
 #include "settings/ini_document.h"
 
 #include <algorithm>
@@ -35,7 +35,7 @@ class IniScanner {
 
   enum class Step { section, entry, fault, end };
 
-  /// What was found last.
+  /// The last element found.
   std::string section;
   std::string key;
   std::string value;
@@ -51,7 +51,7 @@ class IniScanner {
     return c == '[' ? readSection() : readEntry();
   }
 
-  /// Whether a NUL byte ends the text before its end.
+  /// Returns whether a NUL byte ends the text early.
   bool isCut() const { return m_end < m_text.size(); }
   std::size_t end() const { return m_end; }
 
@@ -132,8 +132,7 @@ bool IniDocument::hasSection(std::string_view section) const {
 
 namespace {
 
-/// What a section or key that is not `wanted` may have been meant to be; "" if it is something
-/// else.
+/// Says that a section or key was probably meant to be `wanted`; "" if it is something else.
 std::string missText(const Place& place, std::string_view name, std::string_view wanted) {
   if (equalIgnoringCase(name, wanted))
     return lineAndName(place, name) + ": names are case-sensitive";

@@ -34,7 +34,7 @@ class IniDocument {
   const IniEntry* find(std::string_view section, std::string_view key) const;
   bool hasSection(std::string_view section) const;
 
-  /// What is wrong with the text itself, in file order: an unclosed section line, a line that is
+  /// Returns the faults of the text itself, in file order: an unclosed section line, a line that is
   /// neither a section, an entry nor a comment, UTF-16, a NUL byte.
   const std::vector<Finding>& findings() const { return m_findings; }
 
@@ -48,8 +48,8 @@ class IniDocument {
   std::vector<Finding> m_findings;
 };
 
-/// Why `value` of an INI key is not what it seems, "" if nothing is odd: it is in quotes, or ends
-/// in a comment.
+/// Returns what is odd about `value` of an INI key (it is in quotes, or ends in a comment), "" if
+/// nothing is.
 std::string oddValue(std::string_view value);
 
 }  // namespace settings

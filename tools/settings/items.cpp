@@ -160,7 +160,9 @@ std::vector<Item> processVariables() {
        .when = "at the start of the process"},
       {.kind = Kind::variable,
        .name = "SETTINGREST_URL",
-       .meaning = "the settings document, as \"file:///path\"",
+       .meaning =
+           "the settings document, as \"file:///path\", or the snapshot of a fleet's settings, "
+           "as \"snapshot:///path\"",
        .missing = "\"settings.json\" of a configuration tree",
        .accepted = {Form::url, {}},
        .readers = {"reference settings store"},

@@ -1,4 +1,4 @@
-// Parses JSON with the library's own parser and rules, and finds the place of what is wrong.
+// Parses JSON with the library's own parser and rules, and finds the position of faults.
 #include "settings/json_document.h"
 
 #include <json/reader.h>

@@ -10,7 +10,7 @@
 
 namespace settings {
 
-/// Which texts are well-formed.
+/// The rules by which a text is well-formed.
 enum class JsonRules {
   lenient,  ///< the application configuration and the node list: comments are allowed
   strict,   ///< the settings document: an object and nothing else
@@ -30,7 +30,7 @@ class JsonDocument {
   /// Where `value`, which belongs to `root()`, begins.
   Place placeOf(const Json::Value& value) const;
 
-  /// The text of `value`, which belongs to `root()`, as the document spells it.
+  /// The text of `value`, which belongs to `root()`, as written in the document.
   std::string_view spellingOf(const Json::Value& value) const;
 
  private:

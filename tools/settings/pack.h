@@ -22,7 +22,7 @@ class Packer {
   std::string m_bytes;
 };
 
-/// Reads what a `Packer` wrote. What is missing at the end reads as empty and zero.
+/// Reads what a `Packer` wrote. Values that are missing at the end read as empty or zero.
 class Unpacker {
  public:
   explicit Unpacker(std::string_view bytes) : m_rest(bytes) {}

@@ -55,7 +55,7 @@ std::string_view kindWord(Kind kind) {
   return {};
 }
 
-/// Where a file is: in words, with the variables in `style`.
+/// Describes where a file is, with the variables in `style`.
 std::string location(const Item& item, const Style& style) {
   switch (item.location) {
     case Location::search:
@@ -73,7 +73,7 @@ std::string location(const Item& item, const Style& style) {
   return std::string(item.name);
 }
 
-/// How an item is named on the pages.
+/// Returns the name of an item on the pages.
 std::string title(const Item& item, const Style& style) {
   switch (item.kind) {
     case Kind::variable:
@@ -99,7 +99,7 @@ std::string accepts(const Item& item) {
   return item.accepted.form == Form::anything ? "" : describe(item.accepted);
 }
 
-/// Markdown takes an underscore in front of a word for emphasis; a variable's name becomes code.
+/// Makes a variable's name code, because in Markdown an underscore before a word means emphasis.
 std::string withVariablesAsCode(std::string text) {
   for (std::size_t at = 0; (at = text.find('_', at)) != std::string::npos;) {
     const std::size_t end = std::min(text.find(' ', at), text.size());

@@ -57,17 +57,19 @@ UrlPath settingsDocumentOfUrl(const Environment& environment) {
   if (url.empty()) return {};
   using Fault = settingrest::UrlFile::Fault;
   settingrest::UrlFile file = settingrest::fileOfUrl(url);
+  const std::string remedy =
+      std::string("; write it as ") + (file.isSnapshot ? "snapshot" : "file") + ":///path";
   switch (file.fault) {
     case Fault::none:
-      return {std::move(file.path), {}};
+      return {std::move(file.path), {}, file.isSnapshot};
     case Fault::otherScheme:
       return {{}, schemeFault(url)};
     case Fault::wrongEscape:
-      return {{}, "has a wrong % escape; write it as file:///path"};
+      return {{}, "has a wrong % escape" + remedy};
     case Fault::notAbsolute:
       break;
   }
-  return {{}, "has no absolute path; write it as file:///path"};
+  return {{}, "has no absolute path" + remedy};
 }
 
 std::string settingsDocument(const Facts& facts) {

@@ -7,7 +7,7 @@
 #include "settings/catalog.h"
 #include "settings/facts.h"
 
-// The paths that the library composes of the environment.
+// The paths that the library composes from the environment.
 
 namespace settings {
 
@@ -28,6 +28,7 @@ std::string sslOptionFile(const Environment& environment);
 struct UrlPath {
   std::string path;   ///< "" if there is none
   std::string fault;  ///< why there is none, "" if the variable is empty
+  bool isSnapshot = false;
 };
 
 UrlPath settingsDocumentOfUrl(const Environment& environment);

@@ -6,13 +6,13 @@
 
 namespace settings {
 
-/// A place in a text: line and column count from 1, columns in bytes.
+/// A position in a text: lines and columns count from 1, columns in bytes.
 struct Place {
   std::size_t line = 0;
   std::size_t column = 0;
 };
 
-/// Returns the place of the byte at `offset` of `text`. Lines end in LF, CR or CRLF.
+/// Returns the position of the byte at `offset` of `text`. Lines end in LF, CR or CRLF.
 Place placeOf(std::string_view text, std::size_t offset);
 
 /// Something wrong or suspicious in a text.

@@ -1,4 +1,4 @@
-// What the generated pages say beside the tables.
+// The prose of the generated pages.
 #include "settings/prose.h"
 
 namespace settings {
@@ -71,8 +71,8 @@ searches again. A store may look up settings itself, even during the first call,
 constructors.
 
 A deployment without a store of its own can install the reference store, which serves the JSON
-document that `SETTINGREST_URL` names or "conf/settings.json" of a configuration tree; see
-[its page](../providers/settingrest/README.md).
+document or the snapshot that `SETTINGREST_URL` names ("file:///path", "snapshot:///path"), or
+"conf/settings.json" of a configuration tree; see [its page](../providers/settingrest/README.md).
 
 ## Changing a file while services run
 

@@ -5,7 +5,7 @@
 
 namespace settings {
 
-/// What the pages say beside the tables, as Markdown of the kind that `manText` understands.
+/// The prose of the pages, in the Markdown that `manText` understands.
 extern const std::string_view kIntroduction;
 extern const std::string_view kExplanations;
 

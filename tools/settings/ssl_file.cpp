@@ -26,7 +26,7 @@ Explanation Explainer::sslOption(const Answer& answer) const {
   const bool inTemplate = file.readable && at != std::string::npos;
   if (inTemplate) {
     source.state = "line " + std::to_string(placeOf(file.text, at).line) + " has " +
-                   std::string(answer.name) + ": the store is not asked";
+                   std::string(answer.name) + ": the store is not read";
     source.decides = true;
   } else if (isReadableText(file)) {
     source.state += "; no " + std::string(answer.name);

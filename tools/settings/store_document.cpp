@@ -1,6 +1,7 @@
-// The reference store's document: found, read and flattened as the store does it.
+// Finds, reads and flattens the reference store's document as the store does.
 #include "settings/store_document.h"
 
+#include "settingrest/snapshot_format.h"
 #include "settings/json_document.h"
 #include "settings/paths.h"
 
@@ -48,7 +49,10 @@ void StoreDocument::read(const Facts& facts) {
   const bool named = !facts.variable("SETTINGREST_URL").empty();
   if (named && !file.exists()) state.severity = Severity::error;
   m_usable = file.type == FileType::regular && file.readable && !file.isLarge();
-  if (m_usable) return parse(file.text);
+  if (m_usable) {
+    const bool isSnapshot = settingsDocumentOfUrl(facts.environment).isSnapshot;
+    return isSnapshot ? parseSnapshot(file.text) : parse(file.text);
+  }
   if (state.severity == Severity::ok) return;
   state.text = m_path + ": " + state.text;
   m_notes.push_back(std::move(state));
@@ -71,6 +75,22 @@ void StoreDocument::parse(const std::string& text) {
     return;
   }
   flatten(document, "", document.root(), m_values);
+}
+
+void StoreDocument::parseSnapshot(const std::string& bytes) {
+  const std::string fault = settingrest::snapshotFault(bytes);
+  if (!fault.empty()) {
+    m_usable = false;
+    m_notes.push_back({Severity::error, m_path + ": " + fault,
+                       "let the settings agent or an import write it again; until then new "
+                       "processes have no settings"});
+    return;
+  }
+  const settingrest::SnapshotView view(bytes);
+  for (std::size_t i = 0; i < view.size(); ++i) {
+    const settingrest::SnapshotView::Entry entry = view.entry(i);
+    m_values.emplace(entry.key, entry.value);
+  }
 }
 
 std::optional<std::string> StoreDocument::find(std::string_view key) const {

@@ -11,8 +11,8 @@
 
 namespace settings {
 
-/// The document of the reference store, as that store reads it. Nothing here says what another
-/// store replies.
+/// The document or snapshot of the reference store, as that store reads it. Nothing here says what
+/// another store replies.
 class StoreDocument {
  public:
   explicit StoreDocument(const Facts& facts);
@@ -20,10 +20,10 @@ class StoreDocument {
   /// The document's path, "" if the environment names none.
   const std::string& path() const { return m_path; }
 
-  /// What is wrong with the document or its address.
+  /// Returns the faults of the document or its address.
   const std::vector<Note>& notes() const { return m_notes; }
 
-  /// Whether the store has settings.
+  /// Returns whether the store has settings.
   bool isUsable() const { return m_usable; }
 
   /// Returns the value of `key`, nothing if it has none.
@@ -38,6 +38,7 @@ class StoreDocument {
  private:
   void read(const Facts& facts);
   void parse(const std::string& text);
+  void parseSnapshot(const std::string& bytes);
 
   std::string m_path;
   bool m_usable = false;

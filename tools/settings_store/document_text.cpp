@@ -33,8 +33,8 @@ std::string quoted(std::string_view text) {
   return result += '"';
 }
 
-/// What follows the path of a group called `name` in `rest`, which begins with "/"; nothing if
-/// `rest` is not below it. A "/" at the end of a group's name does not count.
+/// Returns what follows the path of the group `name` in `rest`, which begins with "/"; nothing if
+/// `rest` is not below it. Ignores a "/" at the end of a group's name.
 std::optional<std::string_view> below(std::string_view name, std::string_view rest) {
   if (!name.empty() && name.back() == '/') name.remove_suffix(1);
   if (!name.empty() && name.front() != '/') rest.remove_prefix(1);
@@ -43,7 +43,7 @@ std::optional<std::string_view> below(std::string_view name, std::string_view re
   return rest.substr(0, 1) == "/" ? std::optional(rest) : std::nullopt;
 }
 
-/// Whether a value called `name` is the one at `rest`.
+/// Returns whether the value `name` is the one at `rest`.
 bool isAt(std::string_view name, std::string_view rest) {
   return name == (name.substr(0, 1) == "/" ? rest : rest.substr(1));
 }
@@ -105,7 +105,7 @@ void DocumentText::set(const std::string& key, std::string_view value) {
   if (!assign(m_root, key, spelling)) insert(m_root, key, spelling);
 }
 
-/// Changes every value at `rest`: where a path occurs twice, the store takes one of its values.
+/// Changes every value at `rest`: if a path occurs twice, the store uses one of its values.
 bool DocumentText::assign(Node& group, std::string_view rest, const std::string& spelling) {
   bool found = false;
   for (Node& child : group.children) {
@@ -121,7 +121,8 @@ bool DocumentText::assign(Node& group, std::string_view rest, const std::string&
   return found;
 }
 
-/// Adds a value to the deepest group on its way, by segments or by one name, as the group's others.
+/// Adds a value to the deepest group on its path, by segments or by one name, like the group's
+/// other values.
 void DocumentText::insert(Node& group, std::string_view rest, const std::string& spelling) {
   for (Node& child : group.children) {
     const auto further = child.isGroup && !child.isErased ? below(child.name, rest) : std::nullopt;

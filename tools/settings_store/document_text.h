@@ -13,13 +13,13 @@
 
 namespace settings {
 
-/// Says where and why a document is malformed: "2:15: Syntax error".
+/// A malformed document; what() says where and why: "2:15: Syntax error".
 class MalformedDocument : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// A settings document to change. Keeps the order and the spelling of what it has; its layout
+/// A settings document to change. Keeps the order and the spelling of its contents; the layout
 /// becomes one setting a line.
 class DocumentText {
  public:
@@ -29,7 +29,7 @@ class DocumentText {
   /// Returns the settings as the store reads them.
   Values values() const;
 
-  /// Sets a value, in the group that the document has for it.
+  /// Sets a value, in the document's own group for it.
   void set(const std::string& key, std::string_view value);
 
   /// Removes a setting, and the groups that this leaves empty.

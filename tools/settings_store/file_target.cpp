@@ -1,6 +1,7 @@
 #include "settings_store/file_target.h"
 
 #include "settings_store/document_text.h"
+#include "settings_store/effects.h"
 #include "settings_store/read_file.h"
 #include "settings_store/replace_file.h"
 #include "settings_store/write_lock.h"
@@ -8,7 +9,7 @@
 namespace settings {
 namespace {
 
-/// Reads the document; an absent one has no settings.
+/// Reads the document; a missing one has no settings.
 DocumentText load(const std::string& path) {
   try {
     return DocumentText(readRegularFile(path).value_or("{}"));
@@ -20,31 +21,12 @@ DocumentText load(const std::string& path) {
 /// Changes `document` and returns the effects, in the order of the keys.
 std::vector<Effect> applyTo(const std::vector<Change>& changes, DocumentText& document) {
   const Values before = document.values();
-  Values wanted = before;
-  for (const Change& change : changes) {
-    if (change.value) {
-      wanted[change.key] = *change.value;
-      document.set(change.key, *change.value);
-    } else {
-      wanted.erase(change.key);
-      document.erase(change.key);
-    }
-  }
+  const Values wanted = changed(before, changes);
+  for (const Change& change : changes)
+    change.value ? document.set(change.key, *change.value) : document.erase(change.key);
   if (document.values() != wanted)
     throw std::runtime_error("the document cannot hold a setting of this name");
-  const auto find = [](const Values& values, const std::string& key) {
-    const auto found = values.find(key);
-    return found == values.end() ? std::nullopt : std::optional(found->second);
-  };
-  std::map<std::string, Effect> effects;
-  for (const Change& change : changes) {
-    const Effect effect{change.key, find(before, change.key), find(wanted, change.key)};
-    if (effect.before != effect.after) effects.insert_or_assign(change.key, effect);
-  }
-  std::vector<Effect> result;
-  result.reserve(effects.size());
-  for (const auto& [key, effect] : effects) result.push_back(effect);
-  return result;
+  return effectsOf(changes, before, wanted);
 }
 
 }  // namespace

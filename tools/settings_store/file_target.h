@@ -7,8 +7,8 @@
 
 namespace settings {
 
-/// The JSON document of the reference store. Replaced by rename, so that a service reads the old
-/// one or the new one; "<document>.lock" beside it keeps out other writers.
+/// The JSON document of the reference store. Replaces it by rename, so that a service reads the old
+/// or the new one. "<document>.lock" beside it excludes other writers.
 class FileTarget : public Target {
  public:
   /// @param path  of the document, which need not exist; links are followed

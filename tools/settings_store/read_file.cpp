@@ -23,7 +23,7 @@ namespace {
 }  // namespace
 
 std::optional<std::string> readRegularFile(const std::string& path) {
-  // Not blocking: a pipe in the file's place must not hold the caller.
+  // O_NONBLOCK: a FIFO instead of the file must not make the caller wait.
   const commutil::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!file && errno == ENOENT) return std::nullopt;
   struct stat status {};

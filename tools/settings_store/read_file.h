@@ -5,7 +5,7 @@
 
 namespace settings {
 
-/// Returns what the regular file at `path` holds; nothing if there is no such file.
+/// Returns the contents of the regular file at `path`; nothing if there is no such file.
 /// @throws std::runtime_error if it cannot be read, or is larger than `kLargestText`
 std::optional<std::string> readRegularFile(const std::string& path);
 

@@ -32,7 +32,7 @@ std::string directoryOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-/// Returns what the link at `path` holds; nothing if there is no link.
+/// Returns the target of the link at `path`; nothing if there is no link.
 std::optional<std::string> readLink(const std::string& path) {
   std::array<char, PATH_MAX> text{};
   const ssize_t length = ::readlink(path.c_str(), text.data(), text.size());
@@ -40,10 +40,10 @@ std::optional<std::string> readLink(const std::string& path) {
   return std::string(text.data(), static_cast<std::size_t>(length));
 }
 
-/// The replacement beside the file; removed unless it was renamed.
+/// The replacement next to the file; removed unless it was renamed.
 class Replacement {
  public:
-  /// What a writer that died left behind is removed: the caller's lock says that no other lives.
+  /// Removes what a writer that died left behind: the caller's lock excludes others that are alive.
   explicit Replacement(const std::string& path) : m_path(path + ".new") {
     if (::unlink(m_path.c_str()) != 0 && errno != ENOENT) fail(m_path);
     m_file.reset(::open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
@@ -60,7 +60,7 @@ class Replacement {
     if (!commutil::writeAll(m_file.get(), text)) fail(m_path);
   }
 
-  /// Takes over owner and mode. The mode comes last: a change of owner can clear bits of it.
+  /// Copies owner and mode. The mode comes last: a change of owner can clear bits of it.
   void imitate(const struct stat& old) {
     struct stat own {};
     if (::fstat(m_file.get(), &own) != 0) fail(m_path);

@@ -5,11 +5,13 @@
 #include "settingrest/location.h"
 #include "settings/catalog.h"
 #include "settings_store/file_target.h"
+#include "settings_store/snapshot_target.h"
 
 namespace settings {
 namespace {
 
-/// The document to create where there is none: in the first directory tree that is configured.
+/// Returns the path of the document to create if there is none: in the first configured directory
+/// tree.
 std::string newDocument() {
   for (const std::string_view name : searchVariables()) {
     const char* const root = std::getenv(std::string(name).c_str());
@@ -20,17 +22,18 @@ std::string newDocument() {
       "COMMON_LIB_PATH is set");
 }
 
-std::string documentPath() {
-  const std::optional<settingrest::Location> location = settingrest::findLocation();
-  if (!location) return newDocument();
-  if (!location->isUrl) return location->text;
-  const std::optional<std::string> path = settingrest::filePath(location->text);
-  if (path) return *path;
-  throw std::runtime_error("SETTINGREST_URL: no settings can be written to " + location->text);
-}
-
 }  // namespace
 
-std::unique_ptr<Target> openTarget() { return std::make_unique<FileTarget>(documentPath()); }
+std::unique_ptr<Target> openTarget() {
+  const std::optional<settingrest::Location> location = settingrest::findLocation();
+  if (!location) return std::make_unique<FileTarget>(newDocument());
+  if (!location->isUrl) return std::make_unique<FileTarget>(location->text);
+  const settingrest::UrlFile file = settingrest::fileOfUrl(location->text);
+  if (file.fault == settingrest::UrlFile::Fault::none) {
+    if (file.isSnapshot) return std::make_unique<SnapshotTarget>(file.path);
+    return std::make_unique<FileTarget>(file.path);
+  }
+  throw std::runtime_error("SETTINGREST_URL: no settings can be written to " + location->text);
+}
 
 }  // namespace settings

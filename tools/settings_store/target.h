@@ -39,8 +39,7 @@ class TargetBusy : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Where settings are written. Its operations throw std::runtime_error with what an operator needs
-/// to know.
+/// Where settings are written. Operations throw std::runtime_error with a message for the operator.
 class Target {
  public:
   Target() = default;
@@ -48,7 +47,7 @@ class Target {
   Target& operator=(const Target&) = delete;
   virtual ~Target() = default;
 
-  /// What an operator calls it, such as the path of the document.
+  /// Returns its name for operators, such as the path of the document.
   virtual std::string name() const = 0;
 
   /// Returns all settings.
@@ -57,12 +56,12 @@ class Target {
   /// Decides on changes from the current settings. May throw to change nothing.
   using Plan = std::function<std::vector<Change>(const Values& current)>;
 
-  /// Makes all changes of `plan` or none, with other writers kept out. Returns the effect of each
-  /// change that has one.
+  /// Makes all changes of `plan` or none, and excludes other writers meanwhile. Returns the effect
+  /// of each change that has one.
   virtual std::vector<Effect> write(const Plan& plan, const WriteOptions& options) = 0;
 };
 
-/// Returns the target of the store that the environment names. A further kind of store is chosen
+/// Returns the target of the store that the environment names. A further kind of store is selected
 /// here.
 /// @throws std::runtime_error if it names none that can be written
 std::unique_ptr<Target> openTarget();

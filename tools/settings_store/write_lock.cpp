@@ -19,7 +19,7 @@ commutil::Descriptor openLock(const std::string& path) {
   commutil::Descriptor file(
       ::open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, kMode));
   if (!file) throw std::runtime_error(path + ": " + std::generic_category().message(errno));
-  ::fchmod(file.get(), kMode);  // whatever the umask; fails for another user's file, which has it
+  ::fchmod(file.get(), kMode);  // not narrowed by the umask; its owner has set another user's file
   return file;
 }
 

@@ -7,8 +7,8 @@
 
 namespace settings {
 
-/// Keeps other writers out while it lives. The lock file stays: removing it would let two writers
-/// lock two files of one name.
+/// Excludes other writers during its lifetime. The lock file stays: removing it would let two
+/// writers lock two files of one name.
 class WriteLock {
  public:
   /// @throws TargetBusy, std::runtime_error

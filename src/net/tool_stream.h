@@ -12,10 +12,10 @@
 
 namespace commutil {
 
-/// Runs a system tool and reads what it prints.
-class ToolOutput {
+/// Runs a system tool and reads its output.
+class ToolStream {
  public:
-  explicit ToolOutput(const std::string& command)
+  explicit ToolStream(const std::string& command)
       : m_stream(VexaCommonUtils_i::pipeline_s(command.c_str())) {
     if (m_stream) ::fcntl(::fileno(m_stream.get()), F_SETFD, FD_CLOEXEC);
   }
