@@ -2,6 +2,7 @@
 #include <ace/DLL.h>
 #include <ace/DLL_Manager.h>
 #include <ace/Guard_T.h>
+#include <ace/Recursive_Thread_Mutex.h>
 #include <ace/Thread_Mutex.h>
 #include <dlfcn.h>
 #include <link.h>
@@ -38,22 +39,32 @@ bool createManager() {
   return true;
 }
 
-/// Returns the library that `store` has opened; null if dlinfo(3) fails.
-const link_map* libraryOf(const ACE_DLL& store) {
+/// Returns the path of the library that `store` has opened, which is empty for the program itself;
+/// null if ACE does not tell its handle or dlinfo(3) fails. The dynamic linker writes the entry
+/// under a lock that the thread sanitizer does not see.
+[[gnu::no_sanitize("thread")]] const char* libraryOf(const ACE_DLL& store) {
   link_map* library = nullptr;
   const int result = ::dlinfo(store.get_handle(), RTLD_DI_LINKMAP, &library);
-  return result == 0 ? library : nullptr;
+  return result == 0 && library != nullptr ? library->l_name : nullptr;
+}
+
+/// Returns whether `store` has opened the program instead of a library.
+[[gnu::no_sanitize("thread")]] bool isProgram(const ACE_DLL& store) {
+  const char* const path = libraryOf(store);
+  return path != nullptr && *path == '\0';
 }
 
 /// Opens the store. Throws std::bad_alloc if ACE could not copy the name: it then opens the program
 /// instead of the store, and would do so for every later call.
 bool open(ACE_DLL& store) {
-  // ACE creates its manager without a barrier between threads, and each entry point has its own
-  // lock, so the static's guard is the barrier.
+  // Each entry point has its own lock, and ACE would give a name that two threads open together two
+  // handles, of which the first to be closed ends the other's use. Recursive, since the store's
+  // initializers may look settings up.
+  static ACE_Recursive_Thread_Mutex mutex;
+  const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(mutex);
   [[maybe_unused]] static const bool hasManager = createManager();
   if (store.open(kStoreLibrary) != 0) return false;
-  const link_map* const library = libraryOf(store);
-  if (library == nullptr || *library->l_name != '\0') return true;
+  if (!isProgram(store)) return true;
   ::dlclose(store.get_handle(true));
   throw std::bad_alloc();
 }
@@ -61,8 +72,8 @@ bool open(ACE_DLL& store) {
 /// Keeps the library of `store` mapped until the process ends: ACE unloads it with the last of its
 /// handle objects, while entry points are still cached. Returns whether it could.
 bool pin(const ACE_DLL& store) {
-  const link_map* const library = libraryOf(store);
-  return library != nullptr && ::dlopen(library->l_name, RTLD_LAZY | RTLD_NOLOAD) != nullptr;
+  const char* const path = libraryOf(store);
+  return path != nullptr && ::dlopen(path, RTLD_LAZY | RTLD_NOLOAD) != nullptr;
 }
 
 /// Loads the store and calls the entry point `name`, which is set in `resolved` before the call:

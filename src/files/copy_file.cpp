@@ -91,7 +91,7 @@ void removeCopy(const std::string& path, const struct stat& status) {
   if (leadsTo(path, status)) ::unlink(path.c_str());
 }
 
-/// Copies an open file to `path`: `isNew` tells whether that creates a file or overwrites one.
+/// Copies an open file to `path`, which it creates if `isNew` and overwrites otherwise.
 bool copyTo(const std::string& path, bool isNew, const Descriptor& source,
             const struct stat* attributes) {
   // Empty it only after checking that it is not the source.

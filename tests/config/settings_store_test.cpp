@@ -225,22 +225,25 @@ TEST(SettingsStore, AThrowingStoreHoldsNoLock) {
   });
 }
 
+/// Looks a value and a group up from eight threads at once.
+void lookUpTogether() {
+  fakeStore().answers["/key"] = {0, "found"};
+  inThreads(8, [](int i) {
+    for (int call = 0; call < 10; ++call) {
+      if (i % 2 == 0) {
+        EXPECT_EQ("found", valueOf("/key"));
+      } else {
+        Params params;
+        EXPECT_EQ(0, VexaCommonUtils_i::getSettingGroupParams("/key", params));
+      }
+    }
+  });
+  EXPECT_EQ(80U, fakeStore().asked.size());
+}
+
 TEST(SettingsStore, ThreadsMayMakeTheFirstCallTogether) {
   const InstalledStore store("full");
-  runInChild([] {
-    fakeStore().answers["/key"] = {0, "found"};
-    inThreads(8, [](int i) {
-      for (int call = 0; call < 100; ++call) {
-        if (i % 2 == 0) {
-          EXPECT_EQ("found", valueOf("/key"));
-        } else {
-          Params params;
-          EXPECT_EQ(0, VexaCommonUtils_i::getSettingGroupParams("/key", params));
-        }
-      }
-    });
-    EXPECT_EQ(800U, fakeStore().asked.size());
-  });
+  for (int process = 0; process < 40; ++process) runInChild(lookUpTogether);
 }
 
 TEST(SettingsStore, CallsAreNotSerialized) {

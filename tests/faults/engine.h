@@ -40,7 +40,8 @@ class Attempt {
 
 /// An exported operation in one use.
 struct Operation {
-  /// As in abi/symbols.txt, in short (`shortName`); " [...]" after it distinguishes uses.
+  /// As in abi/symbols.txt, in short (`commutil_test::shortName`); " [...]" after it distinguishes
+  /// uses.
   std::string name;
   /// Calls it through the attempt and returns the result, out-parameters included, the same each
   /// time. Leaves nothing open.

@@ -10,9 +10,9 @@
 #include <cerrno>
 #include <string>
 
-#include "faults/host.h"
 #include "faults/tour.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 namespace {
@@ -41,7 +41,7 @@ std::string complaintsAbout(const Operation& operation, const Mechanism& mechani
 void expectComplaint(const Operation& operation, const std::string& complaint) {
   for (const Mechanism& mechanism : kMechanisms) {
     commutil_test::runInChild([&] {
-      const Host host;
+      const commutil_test::Host host;
       EXPECT_NE(std::string::npos, complaintsAbout(operation, mechanism).find(complaint))
           << mechanism.name << " does not find: " << complaint;
     });
@@ -51,7 +51,7 @@ void expectComplaint(const Operation& operation, const std::string& complaint) {
 void expectNoComplaint(const Operation& operation) {
   for (const Mechanism& mechanism : kMechanisms) {
     commutil_test::runInChild([&] {
-      const Host host;
+      const commutil_test::Host host;
       EXPECT_EQ("", complaintsAbout(operation, mechanism)) << mechanism.name;
     });
   }
@@ -92,7 +92,7 @@ TEST(FaultEngine, FindsAChildThatIsLeft) {
 TEST(FaultEngine, FindsAFileThatIsLeft) {
   expectComplaint({"unlink",
                    [](Attempt& attempt) {
-                     const std::string path = Host::path("a-file");
+                     const std::string path = commutil_test::Host::path("a-file");
                      attempt([&] {
                        ::close(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
                        ::unlink(path.c_str());

@@ -18,7 +18,7 @@ enum class Level : unsigned char {
   system,    ///< in the kernel: a tracer changes the result of the system call
 };
 
-/// The `occurrence`th call, counted from 1, fails with `error`; 0 is no call.
+/// The `occurrence`th call, counted from 1, fails with `error`; 0 for none.
 struct Fault {
   Level level = Level::function;
   std::size_t call = 0;

@@ -6,16 +6,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <map>
 #include <set>
 #include <sstream>
 #include <string>
 #include <tuple>
 
 #include "faults/engine.h"
-#include "faults/host.h"
 #include "faults/tour.h"
+#include "support/exported.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 
@@ -58,7 +58,7 @@ TEST_P(Faults, LeaveNothingWrong) {
   const std::vector<Exception> exceptions = readExceptions(FAULT_EXCEPTIONS);
   const auto& [mechanism, part] = GetParam();
   commutil_test::runInChild([&, mechanism = mechanism, part = part] {
-    const Host host;
+    const commutil_test::Host host;
     if (HasFailure()) return;
     expectAllSites(mechanism.name, part.name, runTour(part.make(), mechanism, exceptions));
   });
@@ -96,26 +96,9 @@ std::set<std::string> toured() {
   return names;
 }
 
-/// Returns the exported functions; of several entry points of one (constructors, destructors) one.
-std::set<std::string> exported() {
-  std::map<std::string, std::set<std::string>> signatures;  // by the name without parameters
-  std::ifstream file(EXPORTED_SYMBOLS);
-  EXPECT_TRUE(file) << EXPORTED_SYMBOLS;
-  for (std::string line; std::getline(file, line);) {
-    const std::string demangled = line.substr(line.find("  ") + 2);
-    if (demangled.find('(') == std::string::npos || demangled.find("thunk to") != std::string::npos)
-      continue;
-    signatures[shortName(demangled, false)].insert(shortName(demangled, true));
-  }
-  std::set<std::string> names;
-  for (const auto& [name, all] : signatures) {
-    if (all.size() == 1) names.insert(name);
-    if (all.size() > 1) names.insert(all.begin(), all.end());
-  }
-  return names;
+TEST(FaultTour, IsOfEveryExportedOperation) {
+  EXPECT_EQ(commutil_test::exportedOperations(EXPORTED_SYMBOLS), toured());
 }
-
-TEST(FaultTour, IsOfEveryExportedOperation) { EXPECT_EQ(exported(), toured()); }
 
 TEST(FaultTour, HasEachUseOnce) {
   std::set<std::string> names;

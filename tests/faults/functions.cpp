@@ -30,30 +30,21 @@
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
-#include <type_traits>
 
 #include "faults/fault.h"
+#include "support/failing_call.h"
 
 namespace {
 
 using commutil_faults::callNamed;
 using commutil_faults::errorDue;
-
-template <class Result>
-Result failure(int error) {
-  errno = error;
-  if constexpr (std::is_pointer_v<Result>) {
-    return nullptr;
-  } else {
-    return -1;
-  }
-}
+using commutil_test::failedWith;
 
 /// Calls `function` unless it must fail.
 template <class Function, class... Arguments>
 auto call(std::size_t which, Function* function, Arguments... arguments) {
   const int error = errorDue(which);
-  return error == 0 ? function(arguments...) : failure<decltype(function(arguments...))>(error);
+  return error == 0 ? function(arguments...) : failedWith<decltype(function(arguments...))>(error);
 }
 
 /// The same for a function that returns its error.
@@ -68,7 +59,7 @@ template <class Function, class... Arguments>
 int release(std::size_t which, Function* function, Arguments... arguments) {
   const int error = errorDue(which);
   const int result = function(arguments...);
-  return error == 0 ? result : failure<int>(error);
+  return error == 0 ? result : failedWith<int>(error);
 }
 
 template <class Function, class... Arguments>
@@ -294,7 +285,7 @@ pid_t waitpid(pid_t child, int* status, int options) {
   if (error == 0) return real(child, status, options);
   int ignored = 0;
   if (error == ECHILD) real(child, &ignored, options);
-  return failure<pid_t>(error);
+  return failedWith<pid_t>(error);
 }
 
 int pthread_sigmask(int how, const sigset_t* mask, sigset_t* before) noexcept {

@@ -22,8 +22,8 @@
 #include <optional>
 #include <set>
 
-#include "faults/host.h"
 #include "faults/tracer.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 namespace {
@@ -75,7 +75,8 @@ Names descriptors() {
 Names files() {
   Names all;
   std::error_code denied;  // to a process that has given up its rights
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(Host::path(""), denied))
+  for (const auto& entry :
+       std::filesystem::recursive_directory_iterator(commutil_test::Host::path(""), denied))
     all.insert("file " + entry.path().string());
   return all;
 }

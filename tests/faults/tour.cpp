@@ -31,19 +31,6 @@ const std::vector<TourPart>& tourParts() {
   return parts;
 }
 
-std::string shortName(std::string demangled, bool overloaded) {
-  const std::pair<std::string, std::string> replacements[] = {
-      {"[abi:cxx11]", ""},
-      {"std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >", "string"},
-      {"std::basic_ostream<char, std::char_traits<char> >", "ostream"},
-  };
-  for (const auto& [pattern, name] : replacements) {
-    for (std::size_t at = 0; (at = demangled.find(pattern)) != std::string::npos;)
-      demangled.replace(at, pattern.size(), name);
-  }
-  return overloaded ? demangled : demangled.substr(0, demangled.find('('));
-}
-
 namespace {
 
 constexpr std::size_t kLongestShown = 200;

@@ -39,10 +39,6 @@ Tour widePrintTour();
 
 const std::vector<TourPart>& tourParts();
 
-/// Returns the tour's name of a demangled operation: standard types in short, parameters only if
-/// `overloaded`.
-std::string shortName(std::string demangled, bool overloaded);
-
 // Results as strings: strings between quotes, a long one by its size and the sum of its bytes.
 
 /// Returns the string in an array, up to its first NUL.

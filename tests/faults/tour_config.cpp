@@ -1,9 +1,9 @@
 // The environment, the settings and switches, and the SSL option file.
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "faults/host.h"
 #include "faults/tour.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 namespace {
@@ -38,7 +38,7 @@ std::string optionFile(Attempt& attempt) {
 }
 
 std::string optionFileWith(const char* version, bool protection) {
-  return show(Host::path("share/svc_ssl_instance-17.conf"),
+  return show(commutil_test::Host::path("share/svc_ssl_instance-17.conf"),
               std::string("\"-SSLCAfile an/authority.pem\n-SSLAuthenticate NONE\n-SSLVersion ") +
                   version + (protection ? "" : "\n-SSLNoProtection") + "\"\n");
 }
@@ -63,11 +63,12 @@ Tour environmentTour() {
       plain("VexaCommonUtils::getConfigPath", Utils::getConfigPath),
       plain("VexaCommonUtils::getAppConfigPath", Utils::getAppConfigPath),
       plain("VexaCommonUtils::getAPPShareConfigPath", Utils::getAPPShareConfigPath),
-      plain("VexaCommonUtils::getTracePath", Utils::getTracePath, {show(Host::path("log/log/"))}),
+      plain("VexaCommonUtils::getTracePath", Utils::getTracePath,
+            {show(commutil_test::Host::path("log/log/"))}),
       plain("VexaCommonUtils::getDumpAllLocksFile", Utils::getDumpAllLocksFile),
       // An inaccessible file is searched for in the next tree; the last one is not checked.
       ofText("VexaCommonUtils_i::getConfFile", Utils_i::getConfFile, "setting.cfg",
-             {show(Host::path("common/conf/setting.cfg"))}),
+             {show(commutil_test::Host::path("common/conf/setting.cfg"))}),
       ofText("VexaCommonUtils_i::getConfFile [nowhere]", Utils_i::getConfFile, "nowhere.cfg"),
       plain("VexaCommonUtils::IsGlobalVersion", Utils::IsGlobalVersion),
       plain("VexaCommonUtils_i::isTsMode", Utils_i::isTsMode, {show(false)}),
@@ -127,7 +128,7 @@ Tour settingsTour() {
        [](Attempt& attempt) {
          return show(attempt([] { return Utils_i::get_svc_ssl_conf("setting.cfg"); }));
        },
-       {show(Host::path("common/conf/setting.cfg"))}},
+       {show(commutil_test::Host::path("common/conf/setting.cfg"))}},
   };
 }
 

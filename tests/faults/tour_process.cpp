@@ -10,9 +10,9 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "faults/host.h"
 #include "faults/tour.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 namespace {
@@ -172,21 +172,21 @@ Tour usersTour() {
 }
 
 Tour filesTour() {
-  const std::string one = Host::path("tree/file-of-the-root-directory");
-  const std::string other = Host::path("tree/one/file-of-the-first-directory");
+  const std::string one = commutil_test::Host::path("tree/file-of-the-root-directory");
+  const std::string other = commutil_test::Host::path("tree/one/file-of-the-first-directory");
   using Files = std::list<std::string>;
   return {
       {"VexaCommonUtils::mkdir_all",
        [](Attempt& attempt) {
-         const std::string path = Host::path("made/one/two");
-         fs::remove_all(Host::path("made"));
+         const std::string path = commutil_test::Host::path("made/one/two");
+         fs::remove_all(commutil_test::Host::path("made"));
          attempt([&] { Utils::mkdir_all(path); });
          return show(fs::is_directory(path));
        },
        {show(false)}},
       {"VexaCommonUtils::readFile",
        [](Attempt& attempt) {
-         const std::string path = Host::path("text");
+         const std::string path = commutil_test::Host::path("text");
          std::string content = "before";
          const int result = attempt([&] { return Utils::readFile(path, content); });
          return show(result, content);
@@ -194,7 +194,7 @@ Tour filesTour() {
        {show(1, "before")}},
       {"VexaCommonUtils::getFilesByDir",
        [](Attempt& attempt) {
-         const std::string directory = Host::path("tree");
+         const std::string directory = commutil_test::Host::path("tree");
          std::list<std::string> files;
          const int result =
              attempt([&] { return Utils::getFilesByDir(directory, "file-of-the-", files); });
@@ -205,7 +205,7 @@ Tour filesTour() {
         "-1 " + sorted({one, other})}},
       {"VexaCommonUtils_i::getParentDirectory",
        [](Attempt& attempt) {
-         const std::string path = Host::path("tree/one/a-file-with-a-long-name");
+         const std::string path = commutil_test::Host::path("tree/one/a-file-with-a-long-name");
          std::string name = "before";
          const std::string directory =
              attempt([&] { return Utils_i::getParentDirectory(path, name); });
@@ -214,8 +214,8 @@ Tour filesTour() {
        {show("", "a-file-with-a-long-name")}},
       {"VexaCommonUtils_i::copyFile",
        [](Attempt& attempt) {
-         const std::string source = Host::path("text");
-         const std::string target = Host::path("copy-of-the-text");
+         const std::string source = commutil_test::Host::path("text");
+         const std::string target = commutil_test::Host::path("copy-of-the-text");
          fs::remove(target);
          const int result = attempt([&] { return Utils_i::copyFile(source, target, false, true); });
          return show(result, fs::exists(target) ? commutil_test::readFile(target) : "no file");
@@ -223,8 +223,8 @@ Tour filesTour() {
        {show(-1, "no file")}},
       {"VexaCommonUtils::checkPath",
        [](Attempt& attempt) {
-         const std::string path = Host::path("tree/one");
-         const std::string base = Host::path("tree");
+         const std::string path = commutil_test::Host::path("tree/one");
+         const std::string base = commutil_test::Host::path("tree");
          return show(attempt([&] { return Utils::checkPath(path, base); }));
        }},
       {"VexaCommonUtils::specialName2FileName",

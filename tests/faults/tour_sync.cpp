@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "VexaLocks.h"
-#include "faults/host.h"
 #include "faults/tour.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 namespace {

@@ -6,9 +6,9 @@
 
 #include "VexaLocale.h"
 #include "VexaWideIO.h"
-#include "faults/host.h"
 #include "faults/tour.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_faults {
 namespace {
@@ -28,7 +28,7 @@ std::vector<std::string> failuresOfLine(const std::wstring& line) {
   return {show(kFailedLine), show(kFailedLine + line)};
 }
 
-std::string outputPath() { return Host::path("output"); }
+std::string outputPath() { return commutil_test::Host::path("output"); }
 
 /// A new handle's behavior depends on the locale, which is set once and does not fail here.
 void setLocale() { VexaLocale::Instance(); }
@@ -41,7 +41,7 @@ Operation reading(const std::string& name, const char* file, Body body,
           [=](Attempt& attempt) {
             setLocale();
             Stream stream;
-            stream.open(Host::path(file).c_str(), kRead);
+            stream.open(commutil_test::Host::path(file).c_str(), kRead);
             return body(attempt, stream);
           },
           std::move(failures)};
@@ -78,7 +78,7 @@ Operation destroying(const std::string& name, const char* file, int mode) {
   return {name, [=](Attempt& attempt) {
             setLocale();
             auto stream = std::make_unique<Stream>();
-            stream->open(Host::path(file).c_str(), mode);
+            stream->open(commutil_test::Host::path(file).c_str(), mode);
             attempt([&] { stream.reset(); });
             return show("gone");
           }};
@@ -89,7 +89,7 @@ Operation closing(const std::string& name, const char* file, int mode) {
   return {name, [=](Attempt& attempt) {
             setLocale();
             Stream stream;
-            stream.open(Host::path(file).c_str(), mode);
+            stream.open(commutil_test::Host::path(file).c_str(), mode);
             attempt([&] { stream.close(); });
             return show(stream.fail());
           }};
@@ -100,7 +100,7 @@ Operation opening(const std::string& name, const char* file, int mode) {
   return {name,
           [=](Attempt& attempt) {
             Stream stream;
-            attempt([&] { stream.open(Host::path(file).c_str(), mode); });
+            attempt([&] { stream.open(commutil_test::Host::path(file).c_str(), mode); });
             return show(stream.fail() == 0);
           },
           {show(false)}};

@@ -19,7 +19,9 @@ void request(__ptrace_request what, pid_t child, void* address, void* data) {
   if (::ptrace(what, child, address, data) == -1) std::abort();
 }
 
-void* pointer(unsigned long long value) { return reinterpret_cast<void*>(value); }
+void* pointer(unsigned long long value) {
+  return reinterpret_cast<void*>(value);  // NOLINT(performance-no-int-to-ptr): ptrace(2) wants it
+}
 
 }  // namespace
 

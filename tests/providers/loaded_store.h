@@ -56,6 +56,37 @@ inline Params paramsOf(const std::string& group) {
 
 inline const Params kNoGroup{{"(none)", ""}};
 
+struct Group {
+  std::string name;
+  Params params;
+};
+
+/// What lookups find in any store of the settings /app/one "1", /app/two "2", /app/three "true",
+/// /app/sub/deep "3", /app2/x "y", /upper/lower/z "w" and /top "t".
+inline const Group kGroups[] = {
+    {"/app", {{"one", "1"}, {"two", "2"}, {"three", "true"}}},
+    {"/app/", {{"one", "1"}, {"two", "2"}, {"three", "true"}}},
+    {"app", {{"one", "1"}, {"two", "2"}, {"three", "true"}}},
+    {"app/", {{"one", "1"}, {"two", "2"}, {"three", "true"}}},
+    {"/app/sub", {{"deep", "3"}}},
+    {"/app2", {{"x", "y"}}},
+    {"/upper", kNoGroup},
+    {"/upper/lower", {{"z", "w"}}},
+    {"/ap", kNoGroup},
+    {"/app/one", kNoGroup},
+    {"/nowhere", kNoGroup},
+    {"/zz", kNoGroup},
+    {"", {{"top", "t"}}},
+    {"/", {{"top", "t"}}},
+};
+
+inline void expectGroups() {
+  for (const Group& group : kGroups) {
+    SCOPED_TRACE(group.name);
+    EXPECT_EQ(group.params, paramsOf(group.name));
+  }
+}
+
 /// Replaces a file as its writers are told to.
 inline void replaceByRename(const std::string& path, const std::string& content) {
   writeFile(path + ".test", content);

@@ -35,7 +35,7 @@ TEST(Examine, DistinguishesKindsOfFiles) {
       {"regular", FileType::regular, "readable"},
       {"empty", FileType::regular, "empty"},
       {"missing", FileType::missing, "missing"},
-      {"regular/below", FileType::missing, "missing"},
+      {"regular/below", FileType::missing, "a part of its path is not a directory"},
       {"dangling", FileType::missing, "a link that leads nowhere"},
       {"null", FileType::nullDevice, "/dev/null: empty"},
       {"directory", FileType::directory, "a directory, not a regular file"},

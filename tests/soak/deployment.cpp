@@ -3,13 +3,13 @@
 #include <array>
 #include <filesystem>
 
-#include "faults/host.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_soak {
 namespace {
 
-using commutil_faults::Host;
+using commutil_test::Host;
 
 constexpr std::array<const char*, 8> kFiles{"app/conf/setting.cfg",
                                             "app/conf/secure.cfg",

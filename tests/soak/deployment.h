@@ -17,7 +17,7 @@ std::string contentOf(const std::string& name, std::size_t variant);
 /// Returns the setting that changes with the variant of the store.
 std::string changingSetting(std::size_t variant);
 
-/// Writes all files. Call it on a `commutil_faults::Host`.
+/// Writes all files. Call it on a `commutil_test::Host`.
 void deploy();
 /// Replaces a random file by rename(2).
 void replaceOne(Random& random);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <mutex>
+#include <thread>
 
 #include "VexaLocks.h"
 
@@ -25,6 +26,7 @@ class HandOvers {
     m_token.grab();
     const std::uint64_t place = m_places++;
     m_token.letgo();
+    std::this_thread::yield();  // so that others reserve before this turn
     m_token.acquire(nullptr, nullptr, nullptr);
     takeTurn(m_turn, place);
     m_token.release();
@@ -38,6 +40,7 @@ class HandOvers {
       ++m_outOfOrder;
       return;
     }
+    std::this_thread::yield();
     m_queueToken.acquire(nullptr, nullptr, nullptr);
     std::uint64_t place = 0;
     std::memcpy(&place, message->rd_ptr(), sizeof place);

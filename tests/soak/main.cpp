@@ -11,11 +11,11 @@
 #include <string>
 #include <string_view>
 
-#include "faults/host.h"
 #include "soak/deployment.h"
 #include "soak/live_bytes.h"
 #include "soak/plan.h"
 #include "soak/run.h"
+#include "support/host.h"
 
 // Reports end a process at once; freed blocks stay in quarantine for a bounded time only, so that
 // resident memory does not grow for minutes.
@@ -70,7 +70,7 @@ int run(const commutil_soak::Plan& plan, const std::string& output) {
               plan.threads, plan.processes, plan.rounds);
   std::fflush(stdout);
   std::filesystem::create_directories(output);
-  const commutil_faults::Host host;
+  const commutil_test::Host host;
   commutil_soak::deploy();
   const commutil_soak::Record record = commutil_soak::Run(plan, output).finish();
   const std::string figures = figuresOf(record);

@@ -12,14 +12,14 @@
 #include "VexaLocale.h"
 #include "VexaLocks.h"
 #include "VexaWideIO.h"
-#include "faults/host.h"
 #include "soak/operations.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_soak {
 namespace {
 
-using commutil_faults::Host;
+using commutil_test::Host;
 using Utils = VexaCommonUtils;
 using Utils_i = VexaCommonUtils_i;
 using Text = std::string;

@@ -6,16 +6,16 @@
 
 #include "VexaCommonUtils.h"
 #include "VexaCommonUtils_i.h"
-#include "faults/host.h"
 #include "soak/deployment.h"
 #include "soak/operations.h"
 #include "support/fixtures.h"
+#include "support/host.h"
 
 namespace commutil_soak {
 namespace {
 
 namespace fs = std::filesystem;
-using commutil_faults::Host;
+using commutil_test::Host;
 using Utils = VexaCommonUtils;
 using Utils_i = VexaCommonUtils_i;
 using Text = std::string;
@@ -80,9 +80,10 @@ Outcome lookUp(Caller& caller) {
   Text value = "before";
   const int result = Utils_i::getSettingParamValue(kKeys[key], value);
   if (key == 0) return both(caller.equal(result, 0), caller.equal(value, Text("the same")));
-  if (key == 1)
+  if (key == 1) {
     return caller.holds(result == 0 &&
                         (value == changingSetting(0) || value == changingSetting(1)));
+  }
   return result != 0 && value == "before" ? Outcome::failed : Outcome::wrong;
 }
 

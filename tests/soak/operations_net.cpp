@@ -19,7 +19,7 @@ using Utils_i = VexaCommonUtils_i;
 using Mac = Vexacommon::LocalMACAddress;
 using Text = std::string;
 
-// What commutil_faults::Host has.
+// What commutil_test::Host has.
 constexpr const char* kAddress = "192.0.2.17";
 constexpr const char* kMask = "255.255.240.0";
 constexpr const char* kName = "node-with-a-long-name";

@@ -36,9 +36,16 @@ struct Line {
   }
 };
 
+/// Returns the string in an array.
+template <class Character>
+std::basic_string<Character> upToNul(const std::basic_string<Character>& array) {
+  return array.substr(0, array.find(Character{}));
+}
+
 /// Names the members of a class: "Vexawifstream::open".
 std::vector<Text> members(const Text& of, const std::vector<Text>& names) {
   std::vector<Text> all;
+  all.reserve(names.size());
   for (const Text& name : names) all.push_back(of + "::" + name);
   return all;
 }
@@ -80,7 +87,7 @@ template <class Reader>
 Outcome readLines(Caller& caller, Reader& stream, const Wide& line) {
   Wide buffer(4098, L'\0');
   const auto same = [&](const Wide& expected) {
-    const Outcome outcome = caller.equal(Wide(buffer.c_str()), expected);
+    const Outcome outcome = caller.equal(upToNul(buffer), expected);
     buffer.assign(buffer.size(), L'\0');
     stream.fseekg(0);
     return outcome;
@@ -92,7 +99,7 @@ Outcome readLines(Caller& caller, Reader& stream, const Wide& line) {
   stream.getline(buffer.data(), kMost + 10);
   outcome = both(outcome, same(line + L"\n"));
   stream.getline(buffer.data(), kMost + 10, L'\n');
-  outcome = both(outcome, caller.holds(Wide(buffer.c_str()).substr(0, line.size()) == line));
+  outcome = both(outcome, caller.holds(upToNul(buffer).substr(0, line.size()) == line));
   buffer.assign(buffer.size(), L'\0');
   stream.fseekg(0);
   stream >> buffer.data();
@@ -178,7 +185,7 @@ Outcome readBytes(Caller& caller) {
   stream.get(lines[1].data(), 100, '#');
   stream >> lines[2].data();
   Outcome outcome = caller.holds(numbers);
-  for (const Text& line : lines) outcome = both(outcome, caller.equal(Text(line.c_str()), word));
+  for (const Text& line : lines) outcome = both(outcome, caller.equal(upToNul(line), word));
   char skipped = '?';
   char next = '?';
   stream >> skipped;
@@ -240,9 +247,9 @@ Outcome printWide(Caller& caller) {
   const Wide expected = std::to_wstring(number) + L" of " + line.wide;
   Wide buffer(4096, L'\0');
   format(buffer.data(), L"%d of %ls", number, line.wide.c_str());
-  Outcome outcome = caller.equal(Wide(buffer.c_str()), expected);
+  Outcome outcome = caller.equal(upToNul(buffer), expected);
   Vexaswprintf(buffer.data(), L"%ls, %d", L"text", number);
-  outcome = both(outcome, caller.equal(Wide(buffer.c_str()), L"text, " + std::to_wstring(number)));
+  outcome = both(outcome, caller.equal(upToNul(buffer), L"text, " + std::to_wstring(number)));
   const Text path = caller.directory + "/printed";
   std::FILE* const file = std::fopen(path.c_str(), "w");
   if (file == nullptr) return Outcome::wrong;

@@ -16,6 +16,7 @@ struct Plan {
   int calls = 0;
   int handOvers = 0;  ///< of each thread in a round
   int kills = 0;      ///< in a round
+  int niceness = 0;   ///< of workers: a kill does not wait for a hundred threads
 };
 
 /// Ten minutes make 10,000,000 hand-overs and 10,000 kills.
@@ -30,6 +31,7 @@ inline Plan planOf(std::uint64_t seed, int minutes) {
   plan.roundSeconds = 60 / kRoundsPerMinute;
   plan.handOvers = 660;
   plan.kills = 85;
+  plan.niceness = 10;
   return plan;
 }
 
@@ -41,7 +43,7 @@ inline Plan smokePlan(std::uint64_t seed) {
   plan.threads = 4;
   plan.rounds = 3;
   plan.calls = 300;
-  plan.handOvers = 500;
+  plan.handOvers = 100;
   plan.kills = 10;
   return plan;
 }

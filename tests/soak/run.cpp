@@ -6,10 +6,10 @@
 #include <filesystem>
 #include <thread>
 
-#include "faults/host.h"
 #include "soak/child_calls.h"
 #include "soak/deployment.h"
 #include "soak/worker.h"
+#include "support/host.h"
 
 namespace commutil_soak {
 namespace {
@@ -45,7 +45,7 @@ Run::Run(const Plan& plan, const std::string& output)
 }
 
 std::string Run::workDirectory(const std::string& name) const {
-  const std::string path = commutil_faults::Host::path("work/" + name);
+  std::string path = commutil_test::Host::path("work/" + name);
   std::filesystem::create_directories(path);
   return path;
 }

@@ -21,7 +21,7 @@ namespace commutil_soak {
 class Run {
  public:
   /// Starts the processes. Writes samples.tsv and operations.tsv into the directory `output`. Call
-  /// it on a `commutil_faults::Host`, in a process without threads.
+  /// it on a `commutil_test::Host`, in a process without threads.
   Run(const Plan& plan, const std::string& output);
 
   /// Does the rounds, as long as no process has failed, and ends the processes.

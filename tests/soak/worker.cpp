@@ -20,9 +20,6 @@ namespace {
 
 constexpr int kEnd = -1;
 
-/// Workers use what the other processes leave: a kill does not wait for a hundred threads.
-constexpr int kLessUrgent = 10;
-
 /// Returns the bytes of the list that a lookup of interfaces leaves allocated.
 std::size_t listBytes() {
   const std::size_t before = liveBytes();
@@ -54,7 +51,7 @@ Worker::Worker(const Plan& plan, int number, const Operations& operations,
   for (std::size_t i = 0; i < operations.size(); ++i)
     m_byCost[static_cast<std::size_t>(operations[i].cost)].push_back(i);
   errno = 0;
-  if (::nice(kLessUrgent) == -1 && errno != 0) std::perror("nice");
+  if (::nice(plan.niceness) == -1 && errno != 0) std::perror("nice");
   listBytes();  // the first call allocates what the C library keeps
   m_keptBytes = listBytes();
   m_common.meeting = &meeting;

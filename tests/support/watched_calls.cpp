@@ -14,13 +14,14 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <string_view>
-#include <type_traits>
 
 #include "support/c_library.h"
+#include "support/failing_call.h"
 
 namespace {
 
 using commutil_test::cLibrary;
+using commutil_test::failedWith;
 using commutil_test::FailingCalls;
 using commutil_test::Stop;
 
@@ -42,16 +43,6 @@ void stopAt(Watch& current, std::size_t call, bool after) {
   errno = error;
 }
 
-template <class Result>
-Result failure(int error) {
-  errno = error;
-  if constexpr (std::is_pointer_v<Result>) {
-    return nullptr;
-  } else {
-    return -1;
-  }
-}
-
 /// Calls `function` between the stops of a watch, unless it must fail.
 template <class Function, class... Arguments>
 auto watched(const std::string& name, Function* function, Arguments... arguments) {
@@ -64,7 +55,7 @@ auto watched(const std::string& name, Function* function, Arguments... arguments
   if (failing != current.failing.end() && name.rfind("close", 0) == 0) function(arguments...);
   const auto result = failing == current.failing.end()
                           ? function(arguments...)
-                          : failure<decltype(function(arguments...))>(failing->second);
+                          : failedWith<decltype(function(arguments...))>(failing->second);
   stopAt(current, number, true);
   return result;
 }

@@ -101,6 +101,53 @@ TEST(Check, NamesVariablesThatPointNowhere) {
     EXPECT_NE(std::string::npos, text.find(line)) << line << "\nis not in\n" << text;
 }
 
+TEST(Check, TakesTheDatabaseTypesThatTheLibraryTakes) {
+  const SoundDeployment deployment;
+  for (const std::string type : {"Oracle", "TESSARN", "sybase", "MSSQL"}) {
+    deployment.write("app/conf/inventory.json",
+                     R"({"databases": {"a": [{"type": ")" + type + R"("}]}})");
+    const ProcessResult result = deployment.run({"check", "--quiet"});
+    EXPECT_EQ(0, result.code) << type;
+    EXPECT_EQ("", result.out);
+  }
+}
+
+TEST(Check, NamesAStoreLibraryThatTheLoaderPassesOver) {
+  SoundDeployment deployment;
+  std::filesystem::create_directory(deployment / "lib");
+  const std::string library = deployment / "lib/libsettingrest.so";
+  std::filesystem::create_symlink("/nowhere", library);
+  deployment.environment["LD_LIBRARY_PATH"] = deployment / "lib";
+  const ProcessResult result = deployment.run({"check", "--quiet"});
+  EXPECT_EQ(2, result.code);
+  EXPECT_NE(std::string::npos, result.out.find("; " + library + " is a link that leads nowhere; "))
+      << result.out;
+}
+
+TEST(Check, SuggestsABranchForASettingWithoutOne) {
+  const SoundDeployment deployment;
+  deployment.write("share/conf/settings.json",
+                   "{\"/vexa/common/setting_cfg//ListenAllIp\": \"enable\"}");
+  const ProcessResult result = deployment.run({"check", "--quiet"});
+  EXPECT_EQ(1, result.code);
+  EXPECT_NE(std::string::npos,
+            result.out.find("; did you mean /vexa/common/setting_cfg/global/ListenAllIp?"))
+      << result.out;
+}
+
+TEST(Check, NamesADirectoryThatTheUserCannotReach) {
+  const SoundDeployment deployment;
+  commutil_test::runInChild([&] {
+    ASSERT_EQ(0, ::chmod((deployment / "").c_str(), 0700));
+    commutil_test::dropRoot();
+    const std::string text = deployment.run({"check", "--quiet"}).out;
+    EXPECT_NE(std::string::npos,
+              text.find("error    APP_ROOT: " + (deployment / "app") + ": not reachable by user "))
+        << text;
+    EXPECT_EQ(std::string::npos, text.find("create the directory or correct the variable\n"));
+  });
+}
+
 TEST(Check, EndsWhenAStoreHangs) {
   SoundDeployment deployment;
   deployment.environment["LD_LIBRARY_PATH"] = COMMUTIL_HANGING_STORE_DIR;

@@ -62,6 +62,13 @@ Inject fifo(const char* file) {
   };
 }
 
+Inject linkToNothing(const char* file) {
+  return [=](Deployment& deployment) {
+    fs::remove(deployment / file);
+    fs::create_symlink("/nowhere", deployment / file);
+  };
+}
+
 Inject directory(const char* file) {
   return [=](Deployment& deployment) {
     fs::remove(deployment / file);
@@ -109,6 +116,10 @@ std::vector<Fault> storeFaults() {
        "error    @/share/conf/settings.json: a directory, not a regular file; replace it by a "
        "regular file",
        2},
+      {"link that leads to no document", linkToNothing(kStore), kCheck,
+       "error    settings document: @/share/conf/settings.json is passed over: a link that leads "
+       "nowhere; create its target or remove it",
+       2},
       {"empty document", content(kStore, ""), kCheck,
        "error    @/share/conf/settings.json: empty, not a JSON document; write the settings, or "
        "{} for none",
@@ -140,6 +151,10 @@ std::vector<Fault> storeFaults() {
        "warning  @/share/conf/settings.json: /vexa/common/setting_cfg/global/ListenAllIP: is not "
        "a setting of the library; did you mean /vexa/common/setting_cfg/global/ListenAllIp?; "
        "correct the document",
+       1},
+      {"repeated key", content(kStore, "{\"/a/b\": \"1\",\n\"/a/b\": \"2\"}"), kCheck,
+       "warning  @/share/conf/settings.json: line 2 repeats a name, whose last value applies: "
+       "Duplicate key: '/a/b'; keep one of them",
        1},
       {"mistyped SSL version",
        content(kStore, setting("svc_ssl_conf/global/SSLVersion", "TLS1.2")),
@@ -209,6 +224,14 @@ std::vector<Fault> settingsFileFaults() {
   return {
       {"shadowed settings file", content("share/conf/setting.cfg", "[TraceDir]\ntracedir = /t\n"),
        kExplain, "readable; no section [IP]; hides @/app/conf/setting.cfg\n", 0},
+      {"link in a directory that comes first",
+       [](Deployment& deployment) {
+         fs::create_symlink("/nowhere", deployment / "share/conf/setting.cfg");
+       },
+       kCheck,
+       "error    @/app/conf/setting.cfg: @/share/conf/setting.cfg is passed over: a link that "
+       "leads nowhere; create its target or remove it",
+       2},
       {"unreadable settings file", unreadable(kSettings), kCheck,
        "error    @/app/conf/setting.cfg: not readable by user root (mode 0000, owner root); let "
        "root read it",
@@ -241,6 +264,15 @@ std::vector<Fault> settingsFileFaults() {
        "readable; line 2: \"enabled\": not \"enable\" or \"disable\", counts as off; did you mean "
        "enable?",
        0},
+      {"enabled, checked", content(kSettings, "[IP]\nListenAllIp = enabled\n"), kCheck,
+       "warning  @/app/conf/setting.cfg: readable; line 2: \"enabled\": not \"enable\" or "
+       "\"disable\", counts as off; did you mean enable?; write enable or disable",
+       1},
+      {"repeated setting",
+       content(kSettings, "[IP]\nListenAllIp = disable\nListenAllIp = enable\n"), kCheck,
+       "warning  @/app/conf/setting.cfg: line 3 has ListenAllIp = enable, which has no effect: the "
+       "first applies; keep one of the lines",
+       1},
       {"value in quotes", content(kSettings, "[IP]\nListenAllIp = \"enable\"\n"), kExplain,
        "readable; line 2: \"\"enable\"\": not \"enable\" or \"disable\", counts as off; the quotes "
        "are part of the value; did you mean enable?",
@@ -252,6 +284,15 @@ std::vector<Fault> settingsFileFaults() {
        "correct "
        "the line",
        1},
+      {"trace directory in quotes", content(kSettings, "[TraceDir]\ntracedir = \"/t\"\n"), kCheck,
+       "warning  @/app/conf/setting.cfg: readable; line 2: \"\"/t\"\"; the quotes are part of the "
+       "value; write the value alone",
+       1},
+      {"trace directory with another reference",
+       content(kSettings, "[TraceDir]\ntracedir = $(_APP_LOG_DIR)/t\n"), kCheck,
+       "warning  @/app/conf/setting.cfg: readable; line 2: \"$(_APP_LOG_DIR)/t\"; \"$(\" is not a "
+       "reference here: it stays as written; write ${NAME}",
+       1},
       {"byte-order mark", content(kSettings, "\xef\xbb\xbf[IP]\nListenAllIp = enable\n"), kExplain,
        "readable; line 2: \"enable\"; byte-order mark at the start: skipped", 0},
       {"carriage returns", content(kSettings, "[IP]\r\nListenAllIp = enable\r\n"), kExplain,
@@ -262,7 +303,9 @@ std::vector<Fault> settingsFileFaults() {
 std::vector<Fault> otherFileFaults() {
   return {
       {"TS mode in another case", content(kTsMode, "[TS]\nts_mode = TRUE\n"), kCheck,
-       "warning  @/omc/etc/conf/TSSetting.cfg: did you mean true?; write true or false", 1},
+       "warning  @/omc/etc/conf/TSSetting.cfg: readable; line 2: \"TRUE\": not \"true\" or "
+       "\"false\", counts as off; did you mean true?; write true or false",
+       1},
       {"malformed application configuration", content(kTypes, "{\"databases\": }"), kCheck,
        "error    @/app/conf/inventory.json: malformed at line 1, column 15: Syntax error: value, "
        "object or array expected; correct the document",
@@ -271,6 +314,21 @@ std::vector<Fault> otherFileFaults() {
        "error    @/app/conf/inventory.json: readable; a value is of the wrong kind; "
        "databases.NAME[0].type is expected; write {\"databases\": {\"NAME\": [{\"type\": ...}]}}",
        2},
+      {"empty application configuration", content(kTypes, ""), kCheck,
+       "error    @/app/conf/inventory.json: malformed at line 1, column 1: empty; correct the "
+       "document",
+       2},
+      {"member in another case", content(kTypes, "{\"Databases\": {}}"), kCheck,
+       "error    @/app/conf/inventory.json: readable; no member \"databases\"; line 1 has "
+       "\"Databases\": names are case-sensitive; write {\"databases\": {\"NAME\": [{\"type\": "
+       "...}]}}",
+       2},
+      {"mistyped database type", content(kTypes, R"({"databases": {"a": [{"type": "orcale"}]}})"),
+       kCheck,
+       "warning  @/app/conf/inventory.json: readable; databases.a[0].type is \"orcale\"; not "
+       "\"oracle\", \"sybase\", \"tessarn\" or \"mssql\", escaped as for sybase; did you mean "
+       "oracle?; write one of these",
+       1},
       {"a FIFO instead of an application configuration", fifo(kTypes), kCheck,
        "error    @/app/conf/inventory.json: a FIFO, not a regular file; replace it by a regular "
        "file",
@@ -285,6 +343,20 @@ std::vector<Fault> otherFileFaults() {
        "error    @/cluster/etc/sysconf/nodelists.json: the library throws an exception; write "
        "{\"nodeList\": {\"NODE\": {\"extAttr\": {...}, \"IPAddresses\": [{\"IP\": ...}]}}}",
        2},
+      {"node list in another case", content(kNodes, "{\"nodelist\": {}}"), kCheck,
+       "warning  @/cluster/etc/sysconf/nodelists.json: readable; no member \"nodeList\"; line 1 "
+       "has \"nodelist\": names are case-sensitive; write {\"nodeList\": {...}}",
+       1},
+      {"node with a mistyped mark",
+       content(kNodes, R"({"nodeList": {"a": {"extAttr": {"remoteClient": "true"}}}})"), kCheck,
+       "warning  @/cluster/etc/sysconf/nodelists.json: node a has no \"RemoteClient\"; line 1 has "
+       "\"remoteClient\": names are case-sensitive; correct the spelling",
+       1},
+      {"node without addresses",
+       content(kNodes, R"({"nodeList": {"a": {"extAttr": {"RemoteClient": "true"}}}})"), kCheck,
+       "warning  @/cluster/etc/sysconf/nodelists.json: node a serves remote clients and has no "
+       "\"IPAddresses\"; write \"IPAddresses\": [{\"IP\": ...}]",
+       1},
       {"a FIFO instead of a node list", fifo(kNodes), kCheck,
        "error    @/cluster/etc/sysconf/nodelists.json: a FIFO, not a regular file; replace it by "
        "a regular file",
@@ -309,6 +381,11 @@ std::vector<Fault> otherFileFaults() {
        "argument "
        "string with a quote",
        2},
+      {"template that names the option in a comment first",
+       content(kTemplate, "# -SSLCAfile\nstatic F \"-SSLCAfile ca.pem\"\n"), kCheck,
+       "warning  @/share/svc_ssl_7.conf: line 1 of @/common/conf/svc_ssl.conf has the first "
+       "-SSLCAfile and is a comment: the options are added there; take the name out of the comment",
+       1},
   };
 }
 

@@ -53,6 +53,23 @@ TEST(SslConf, ShowsWhatWouldBeWrittenAndWritesNothing) {
   EXPECT_FALSE(exists(deployment));
 }
 
+TEST(SslConf, SaysWhyItCannotWrite) {
+  const Deployment deployment;
+  std::filesystem::create_directory(deployment / kTarget);
+  const ProcessResult shown = deployment.run({"ssl-conf"});
+  EXPECT_EQ(1, shown.code);
+  EXPECT_EQ("commutil: --write would fail: a directory is there\n", shown.err);
+  EXPECT_NE(std::string::npos, shown.out.find("\n--- " + (deployment / kTemplate) + "\n"));
+  const ProcessResult written = deployment.run({"ssl-conf", "--write"});
+  EXPECT_EQ(1, written.code);
+  EXPECT_EQ("commutil: " + (deployment / kTarget) + ": cannot be written: a directory is there\n",
+            written.err);
+  const Deployment other;
+  std::filesystem::remove_all(other / "share");
+  EXPECT_EQ("commutil: --write would fail: " + (other / "share") + ": missing\n",
+            other.run({"ssl-conf"}).err);
+}
+
 TEST(SslConf, WritesWhatItHasShown) {
   const Deployment deployment;
   const std::string shown = deployment.run({"ssl-conf", "--show"}).out;

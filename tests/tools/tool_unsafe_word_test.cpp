@@ -1,6 +1,9 @@
 // commutil unsafe-word.
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+
+#include <linux/capability.h>
 
 #include <filesystem>
 #include <string>
@@ -69,6 +72,19 @@ TEST(UnsafeWord, SaysThatAListIsNotAFile) {
             result.out);
   EXPECT_EQ("a FIFO, not a regular file",
             deployment.run({"unsafe-word", "--json", "rm -rf"}).json()["state"].asString());
+}
+
+TEST(UnsafeWord, NamesTheUserWhoMayNotReadTheList) {
+  const Deployment deployment;
+  ASSERT_EQ(0, ::chmod((deployment / kList).c_str(), 0));
+  commutil_test::runInChild([&] {
+    ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+    ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+    EXPECT_EQ("no unsafe word: " + (deployment / kList) +
+                  ": not readable by user root (mode 0000, owner root); without the list every "
+                  "string is safe\n",
+              deployment.run({"unsafe-word", "rm -rf"}).out);
+  });
 }
 
 TEST(UnsafeWord, UsesTheLibrarysList) {

@@ -168,8 +168,10 @@ void requireAccepted(const settings::DocumentText& document, const std::string& 
 }
 
 void requireBelow(const std::string& prefix, const settings::Values& values) {
-  for (const auto& [key, value] : values)
-    if (key.rfind(prefix, 0) != 0) throw std::runtime_error(key + " is not below " + prefix);
+  for (const auto& [key, value] : values) {
+    if (key.rfind(prefix, 0) == 0) continue;
+    throw std::runtime_error(std::string(key).append(" is not below ").append(prefix));
+  }
 }
 
 }  // namespace
@@ -209,9 +211,10 @@ int importSettings(const Configuration& configuration, const CommandLine& line) 
   if (!line.force) requireAccepted(*document, line.name);
   const settings::Values wanted = document->values();
   requireBelow(configuration.prefix, wanted);
-  if (wanted.empty() && line.prune && !line.force)
+  if (wanted.empty() && line.prune && !line.force) {
     throw std::runtime_error(line.name +
                              " has no settings: --prune would delete all (--force does)");
+  }
   return change(configuration, line, [&](const Stored& current) {
     std::vector<settings::Change> changes;
     for (const auto& [key, value] : wanted) changes.push_back({key, value});

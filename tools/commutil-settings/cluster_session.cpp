@@ -31,7 +31,7 @@ HttpEvent ClusterSession::exchange(const HttpRequest& request) {
 
 std::optional<Failure> ClusterSession::logIn(const std::string& member) {
   const HttpEvent reply = exchange(m_gateway.logIn(member));
-  const std::optional<Failure> failure = Gateway::failureOf(reply);
+  std::optional<Failure> failure = Gateway::failureOf(reply);
   const bool isDisabled = failure && failure->kind == Failure::Kind::authenticationDisabled;
   if (failure && !isDisabled) return failure;
   m_gateway.setToken(isDisabled ? "" : parseToken(reply.bytes));
@@ -56,11 +56,12 @@ std::string ClusterSession::call(const Build& build, bool mayRepeat) {
       isSent = reply.isSent &&
                (failure->kind == Failure::Kind::timeout || failure->kind == Failure::Kind::other);
     }
-    problems += "\n  " + member + ": " + failure->text;
+    problems.append("\n  ").append(member).append(": ").append(failure->text);
     if (failure->kind == Failure::Kind::permission) break;
-    if (isSent && !mayRepeat)
+    if (isSent && !mayRepeat) {
       throw std::runtime_error("it is unknown whether this was written; look with show:" +
                                problems);
+    }
   }
   throw std::runtime_error("no member of the cluster has done this:" + problems);
 }

@@ -20,7 +20,7 @@ class ClusterSession {
 
   struct Stored {
     std::string value;
-    std::int64_t revision;
+    std::int64_t revision = 0;
   };
   struct Listing {
     std::uint64_t clusterId = 0;

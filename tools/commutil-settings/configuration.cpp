@@ -184,9 +184,10 @@ Configuration::Duration parseDuration(std::string_view text) {
   const auto [rest, error] = std::from_chars(text.data(), end, number);
   const std::string_view unit(rest, static_cast<std::size_t>(end - rest));
   if (error == std::errc() && number == 0 && unit.empty()) return Duration(0);
-  for (const auto& [name, factor] : kUnits)
-    if (error == std::errc() && unit == name && number >= 0 && number <= kMost / factor)
-      return Duration(number * factor);
+  for (const auto& [name, factor] : kUnits) {
+    const bool fits = number >= 0 && number <= kMost / factor;
+    if (error == std::errc() && unit == name && fits) return Duration(number * factor);
+  }
   refuse("takes a duration such as 100ms, 2s, 15m or 24h");
 }
 

@@ -203,7 +203,7 @@ std::string transactionRequest(const std::vector<GuardedWrite>& writes) {
 }
 
 std::string parseToken(std::string_view body) {
-  const std::string token = textOf(member(parseObject(body), "token"));
+  std::string token = textOf(member(parseObject(body), "token"));
   if (token.empty()) throw MalformedReply("there is no token");
   return token;
 }
@@ -235,9 +235,10 @@ WatchMessage parseWatchMessage(std::string_view line) {
   message.isFragment = flag(member(result, "fragment"));
   message.compactRevision = number<std::int64_t>(member(result, "compact_revision"));
   message.cancelReason = textOf(member(result, "cancel_reason"));
-  for (const Json::Value& entry : list(result, "events"))
+  for (const Json::Value& entry : list(result, "events")) {
     message.events.push_back(
         {textOf(member(entry, "type")) == "DELETE", settingOf(member(entry, "kv"))});
+  }
   return message;
 }
 

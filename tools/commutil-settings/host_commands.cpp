@@ -113,9 +113,10 @@ int waitForRevision(const Configuration& configuration, const CommandLine& line)
 }
 
 int raiseEpoch(const Configuration& configuration, const CommandLine& line) {
-  if (configuration.publishDirectory.empty())
+  if (configuration.publishDirectory.empty()) {
     throw std::runtime_error(
         "this host is not a relay: the configuration has no [publish] directory");
+  }
   if (!line.yes) {
     if (::isatty(STDIN_FILENO) == 0)
       throw std::runtime_error("nobody can be asked: standard input is not a terminal; use --yes");

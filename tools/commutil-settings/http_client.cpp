@@ -33,7 +33,7 @@ HeaderList headerList(const std::vector<std::string>& headers) {
   for (const std::string& header : headers) {
     curl_slist* const longer = curl_slist_append(list.get(), header.c_str());
     if (longer == nullptr) throw std::bad_alloc();
-    list.release();
+    static_cast<void>(list.release());  // the longer list has all of it
     list.reset(longer);
   }
   return list;

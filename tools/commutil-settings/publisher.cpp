@@ -58,9 +58,11 @@ void Publisher::publish(std::string_view bytes, std::int64_t revision) const {
 
 void Publisher::prune(const std::string& current) const {
   std::vector<std::pair<fs::file_time_type, fs::path>> snapshots;
-  for (const fs::directory_entry& entry : fs::directory_iterator(m_directory))
-    if (isSnapshot(entry.path()) && entry.path() != current)
+  for (const fs::directory_entry& entry : fs::directory_iterator(m_directory)) {
+    if (isSnapshot(entry.path()) && entry.path() != current) {
       snapshots.emplace_back(entry.last_write_time(), entry.path());
+    }
+  }
   std::sort(snapshots.rbegin(), snapshots.rend());
   for (std::size_t i = m_keep - 1; i < snapshots.size(); ++i) fs::remove(snapshots[i].second);
 }

@@ -42,7 +42,7 @@ std::string readSecret(const std::string& name) {
   const std::string path = secretPath(name);
   requireSecret(name);
   const std::string text = settings::readRegularFile(path).value_or("");
-  const std::string line = text.substr(0, text.find_first_of("\r\n"));
+  std::string line = text.substr(0, text.find_first_of("\r\n"));
   if (line.empty()) throw std::runtime_error(path + ": the file has no secret");
   return line;
 }

@@ -104,7 +104,7 @@ class SyncState {
   enum class ListReason { none, first, compacted, differs, wentBack, otherCluster, periodic };
   struct Stored {
     std::string value;
-    std::int64_t revision;
+    std::int64_t revision = 0;
     bool operator==(const Stored& other) const = default;
   };
   using Settings = std::map<std::string, Stored>;

@@ -28,14 +28,18 @@ std::size_t countOf(const Checks& checks, Severity severity) {
                     [&](const Check& check) { return check.severity == severity; }));
 }
 
-/// Several answers report the same finding about a file.
+/// Several answers report the same finding about a file; the most severe stays.
 void removeDuplicates(Checks& checks) {
   Checks kept;
   for (Check& check : checks) {
-    const bool known = std::any_of(kept.begin(), kept.end(), [&](const Check& other) {
+    const auto known = std::find_if(kept.begin(), kept.end(), [&](const Check& other) {
       return other.subject == check.subject && other.message == check.message;
     });
-    if (!known) kept.push_back(std::move(check));
+    if (known == kept.end()) {
+      kept.push_back(std::move(check));
+    } else if (check.severity > known->severity) {
+      *known = std::move(check);
+    }
   }
   checks.swap(kept);
 }

@@ -38,9 +38,11 @@ Check directoryCheck(const Item& variable, const settings::FileFacts& file,
             "let " + user + " search it"};
   }
   const settings::Note state = settings::stateOf(file, user);
-  check.severity = file.exists() || !file.fault.empty() ? Severity::error : Severity::warning;
+  const bool missing = !file.exists() && state.text == "missing";
+  check.severity = missing ? Severity::warning : Severity::error;
   check.message += ": " + (file.exists() ? "not a directory" : state.text);
-  check.remedy = "create the directory or correct the variable";
+  check.remedy =
+      missing || file.exists() ? "create the directory or correct the variable" : state.remedy;
   return check;
 }
 

@@ -35,6 +35,11 @@ bool isOfDocument(const Note& note, const settings::StoreDocument& document) {
                      [&](const Note& other) { return other.text == note.text; });
 }
 
+std::string messageOf(const Note& note, const SourceState& source) {
+  if (note.text.empty()) return source.state;
+  return note.ofState ? source.state + "; " + note.text : note.text;
+}
+
 void addSource(const CheckInput& input, const SourceState& source, Checks& checks) {
   const settings::Facts& facts = input.collection.facts;
   const std::string theme = isFile(source) ? "files" : isStore(source) ? "store" : "values";
@@ -42,8 +47,8 @@ void addSource(const CheckInput& input, const SourceState& source, Checks& check
   for (const Note& note : source.notes) {
     if (note.severity == Severity::ok) continue;
     if (isStore(source) && isOfDocument(note, input.explainer.document())) continue;
-    const std::string message = note.text.empty() ? source.state : note.text;
-    checks.push_back({severityOf(note, source, facts), theme, source.place, message, note.remedy});
+    checks.push_back({severityOf(note, source, facts), theme, source.place, messageOf(note, source),
+                      note.remedy});
     noted = true;
   }
   if (noted || source.state == "missing") return;
@@ -86,6 +91,9 @@ void checkSslFile(const CheckInput& input, Checks& checks) {
   } else if (old.type == settings::FileType::directory) {
     checks.push_back({Severity::error, "files", target,
                       "a directory is in the place of the SSL option file", "remove it"});
+  } else if (!file.remark.empty()) {
+    checks.push_back(
+        {Severity::warning, "files", target, file.remark, "take the name out of the comment"});
   } else {
     checks.push_back({Severity::ok, "files", target, "can be generated", ""});
   }

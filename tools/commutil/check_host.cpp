@@ -66,8 +66,8 @@ void checkAddresses(const Collection& collection, Checks& checks) {
 
 void checkHost(const CheckInput& input, Checks& checks) {
   checkPrograms(input.collection.facts, checks);
-  if (!input.collection.facts.storeNotAsked.empty())
-    return;  // another root: the library was not called
+  // Of another root the library was not called.
+  if (!input.collection.facts.storeNotAsked.empty()) return;
   checkLocale(input.collection, checks);
   checkAddresses(input.collection, checks);
 }

@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 #include <json/reader.h>
 #include <json/writer.h>
-#include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -98,12 +97,6 @@ std::string readSetting(const std::string& key) {
       std::chrono::steady_clock::now() - begin);
   if (value != mark) reply.written = value;
   return settings::packed(reply);
-}
-
-std::string identity() {
-  const uid_t uid = ::geteuid();
-  const passwd* const entry = ::getpwuid(uid);
-  return entry != nullptr ? entry->pw_name : std::to_string(uid);
 }
 
 std::string localeName() {
@@ -242,7 +235,7 @@ Collection collect(const settings::Environment& environment, const Request& requ
   const bool asksLibrary = request.root < 0;
   // Two rounds: the host's facts, then the calls that depend on them.
   ChildCalls calls(request.timeout);
-  calls.start("the user's name", identity, [&facts](const CallResult& result) {
+  calls.start("the user's name", settings::currentUser, [&facts](const CallResult& result) {
     facts.user = result.fault.empty() ? result.bytes : std::to_string(::geteuid());
   });
   collectFiles(calls, request, facts);

@@ -146,7 +146,7 @@ std::string zshName(const Argument& option) {
 
 std::string zshLeaf(const Command& command) {
   std::string text = "  _arguments -S";
-  const auto add = [&](const std::string& spec) { text += " \\\n    " + quoted(spec); };
+  const auto add = [&](const std::string& word) { text += " \\\n    " + quoted(word); };
   for (const Argument* const option : optionsOf(command)) {
     const std::string value =
         option->isFlag() ? "" : ":" + zshText(zshName(*option)) + ":" + zshValue(*option);

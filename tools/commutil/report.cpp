@@ -111,8 +111,10 @@ std::string readSaved(const ReportOptions& options) {
         file.fault = result.fault;
       });
   calls.finish();
-  if (!settings::isReadableText(file) || file.isLarge())
-    throw std::runtime_error(options.saved + ": " + settings::stateOf(file, "this user").text);
+  if (!settings::isReadableText(file) || file.isLarge()) {
+    throw std::runtime_error(options.saved + ": " +
+                             settings::stateOf(file, settings::currentUser()).text);
+  }
   return file.text;
 }
 

@@ -74,6 +74,7 @@ bool isForSettingsAgent(const std::vector<std::string>& words) {
 int becomeSettingsAgent(const std::vector<std::string>& words) {
   std::vector<std::string> line(words.begin() + 1, words.end());
   std::vector<char*> arguments;
+  arguments.reserve(line.size() + 1);
   for (std::string& word : line) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   for (const std::string& program : programs()) {

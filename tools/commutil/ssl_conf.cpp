@@ -45,6 +45,7 @@ struct Plan {
   std::string change;  // from the existing file, or else from the template
   std::vector<InsertedLine> inserted;
   std::vector<std::string> refusals;  // why --write needs --force
+  std::string obstacle;               // why it fails even so, "" if nothing is known
 };
 
 void refuseUnset(const settings::Facts& facts, Plan& plan) {
@@ -96,6 +97,14 @@ void explainOption(const settings::Explanation& option, Plan& plan) {
   plan.inserted.push_back({isFlag ? name : name + " " + value, option.decidedBy});
 }
 
+std::string obstacleTo(const Plan& plan, const settings::Facts& facts) {
+  if (facts.file(plan.path).type == settings::FileType::directory) return "a directory is there";
+  const std::string share = facts.variable("_APP_SHARE_DIR");
+  if (share.empty()) return {};
+  const settings::Note state = settings::writableState(facts.file(share), facts.user);
+  return state.severity == Severity::ok ? "" : share + ": " + state.text;
+}
+
 /// @throws std::runtime_error if no file can be generated from the template
 Plan makePlan() {
   Request request;
@@ -109,12 +118,14 @@ Plan makePlan() {
   plan.source = settings::chosenPath(kTemplateName, facts);
   plan.text = file.text;
   const settings::FileFacts& target = facts.file(plan.path);
-  const std::string& before = target.readable ? target.text : facts.file(plan.source).text;
+  const bool isThere = target.readable && target.type == settings::FileType::regular;
+  const std::string& before = isThere ? target.text : facts.file(plan.source).text;
   plan.change = difference(before, plan.text);
   if (!plan.change.empty()) {
-    plan.change = "--- " + printable(target.readable ? plan.path : plan.source) + "\n+++ " +
+    plan.change = "--- " + printable(isThere ? plan.path : plan.source) + "\n+++ " +
                   printable(plan.path) + "\n" + plan.change;
   }
+  plan.obstacle = obstacleTo(plan, facts);
   refuseUnset(facts, plan);
   refuseStore(facts, explainer.document(), plan);
   const std::string& original = facts.file(plan.source).text;
@@ -178,7 +189,8 @@ int preview(const SslConfOptions& options, const Plan& plan) {
   }
   if (!options.json)
     for (const std::string& refusal : plan.refusals) complain("--write would refuse: " + refusal);
-  return plan.refusals.empty() ? kOk : kNo;
+  if (!options.json && !plan.obstacle.empty()) complain("--write would fail: " + plan.obstacle);
+  return plan.refusals.empty() && plan.obstacle.empty() ? kOk : kNo;
 }
 
 std::string joined(const std::vector<std::string>& texts) {
@@ -190,8 +202,10 @@ std::string joined(const std::vector<std::string>& texts) {
 int write(const SslConfOptions& options, const Plan& plan) {
   if (!plan.refusals.empty() && !options.force)
     return fail("not written: " + joined(plan.refusals) + " (--force writes it)");
-  if (VexaCommonUtils_i::get_svc_ssl_conf(kTemplateName).empty())
-    return fail(plan.path + ": cannot be written");
+  if (VexaCommonUtils_i::get_svc_ssl_conf(kTemplateName).empty()) {
+    return fail(plan.path + ": cannot be written" +
+                (plan.obstacle.empty() ? "" : ": " + plan.obstacle));
+  }
   if (options.json) {
     printJson(plan, true);
   } else if (options.show) {

@@ -2,12 +2,16 @@
 
 #include <dlfcn.h>
 #include <link.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace {
 
@@ -26,6 +30,22 @@ bool holdsReferenceMark(const std::string& path) {
   return bytes.find(kReferenceMark) != std::string::npos;
 }
 
+/// What the loader does not say: where LD_LIBRARY_PATH has a library that it passes over.
+std::string passedOver() {
+  const char* const path = std::getenv("LD_LIBRARY_PATH");
+  std::istringstream directories(path != nullptr ? path : "");
+  std::string found;
+  for (std::string directory; std::getline(directories, directory, ':');) {
+    const std::string file = directory.append("/").append(kStoreLibrary);
+    struct stat status {};
+    if (::lstat(file.c_str(), &status) != 0 || ::access(file.c_str(), R_OK) == 0) continue;
+    const bool dangling = errno == ENOENT;
+    found.append("; ").append(file).append(dangling ? " is a link that leads nowhere"
+                                                    : " cannot be read by this user");
+  }
+  return found;
+}
+
 }  // namespace
 
 settings::StoreLibrary examineStoreLibrary() {
@@ -33,6 +53,7 @@ settings::StoreLibrary examineStoreLibrary() {
   void* const handle = ::dlopen(kStoreLibrary, RTLD_LAZY | RTLD_GLOBAL);
   if (handle == nullptr) {
     library.error = ::dlerror();
+    library.error += passedOver();
     return library;
   }
   link_map* map = nullptr;

@@ -40,7 +40,7 @@ struct List {
 List listOfWords() {
   List list;
   list.path = VexaCommonUtils_i::getConfFile("secure.cfg");
-  list.state = settings::stateOf(settings::examine(list.path), "this user").text;
+  list.state = settings::stateOf(settings::examine(list.path), settings::currentUser()).text;
   return list;
 }
 

@@ -101,7 +101,8 @@ std::string nearestKey(std::string_view key) {
   const std::size_t last = key.rfind('/');
   if (last != std::string_view::npos && last > 0) {
     const std::size_t before = key.rfind('/', last - 1);
-    if (before != std::string_view::npos) branch = key.substr(before + 1, last - before - 1);
+    if (before != std::string_view::npos && before + 1 < last)
+      branch = key.substr(before + 1, last - before - 1);
   }
   std::vector<std::string> keys;
   for (const Item* item : itemsOf(Kind::storeKey))

@@ -10,36 +10,79 @@
 namespace settings {
 namespace {
 
+void noteAddress(const std::string& node, const std::string& address, SourceState& source) {
+  if (checkValue({Form::address, {}}, address).accepted()) return;
+  source.notes.push_back({Severity::warning,
+                          quoted(address) + " of node " + node + " is not an address",
+                          "write an IPv4 or IPv6 address"});
+}
+
+/// Whether the library takes the node for one that serves remote clients.
+bool servesRemoteClients(const JsonDocument& document, const std::string& name,
+                         const Json::Value& attributes, SourceState& source) {
+  if (!attributes.isMember("RemoteClient")) {
+    const std::string miss = document.nearMiss(attributes, "RemoteClient");
+    if (!miss.empty()) {
+      source.notes.push_back({Severity::warning,
+                              "node " + name + " has no \"RemoteClient\"; " + miss,
+                              "correct the spelling"});
+    }
+    return false;
+  }
+  const Json::Value& mark = attributes["RemoteClient"];
+  const std::string text =
+      mark.isConvertibleTo(Json::stringValue) ? mark.asString() : std::string();
+  if (text != "true" && text != "false") {
+    source.notes.push_back(
+        {Severity::warning,
+         "RemoteClient of node " + name + " is " + quoted(text) + ": not \"true\", counts as no",
+         "write \"true\" or \"false\""});
+  }
+  return text == "true";
+}
+
+void noteNoAddresses(const JsonDocument& document, const std::string& name, const Json::Value& node,
+                     SourceState& source) {
+  std::string text = "node " + name + " serves remote clients and has no \"IPAddresses\"";
+  if (node.isMember("IPAddresses")) text += " with entries";
+  const std::string miss = document.nearMiss(node, "IPAddresses");
+  if (!node.isMember("IPAddresses") && !miss.empty()) text.append("; ").append(miss);
+  source.notes.push_back({Severity::warning, text, "write \"IPAddresses\": [{\"IP\": ...}]"});
+}
+
 /// Reads the node list in the library's steps. Throws what jsoncpp throws.
-Json::Value remoteClients(const Json::Value& root, SourceState& source) {
+Json::Value remoteClients(const JsonDocument& document, SourceState& source) {
   Json::Value addresses(Json::arrayValue);
+  const Json::Value& root = document.root();
   const Json::Value& nodes = root["nodeList"];
+  if (!root.isMember("nodeList")) {
+    const std::string miss = document.nearMiss(root, "nodeList");
+    source.state += "; no member \"nodeList\"" + (miss.empty() ? "" : "; " + miss);
+    source.notes.push_back({Severity::warning, "", "write {\"nodeList\": {...}}"});
+  }
   for (const std::string& name : nodes.getMemberNames()) {
     const Json::Value& node = nodes[name];
-    const Json::Value& attributes = node["extAttr"];
-    if (!attributes.isMember("RemoteClient")) continue;
-    const Json::Value& mark = attributes["RemoteClient"];
-    const std::string text =
-        mark.isConvertibleTo(Json::stringValue) ? mark.asString() : std::string();
-    if (text != "true" && text != "false") {
-      source.notes.push_back(
-          {Severity::warning,
-           "RemoteClient of node " + name + " is " + quoted(text) + ": not \"true\", counts as no",
-           "write \"true\" or \"false\""});
-    }
-    if (text != "true") continue;
+    if (!servesRemoteClients(document, name, node["extAttr"], source)) continue;
     const Json::Value& entries = node["IPAddresses"];
     for (Json::ArrayIndex i = 0; i < entries.size(); ++i) {  // NOLINT(modernize-loop-convert)
       const std::string address = entries[i]["IP"].asString();
-      if (!checkValue({Form::address, {}}, address).accepted()) {
-        source.notes.push_back({Severity::warning,
-                                quoted(address) + " of node " + name + " is not an address",
-                                "write an IPv4 or IPv6 address"});
-      }
+      noteAddress(name, address, source);
       addresses.append(address);
     }
+    if (entries.empty() || !entries.isArray()) noteNoAddresses(document, name, node, source);
   }
   return addresses;
+}
+
+/// A word may hold quotes; around it they are hardly meant.
+void noteQuotes(const IniEntry& entry, SourceState& source) {
+  const std::string& word = entry.value;
+  const bool quotes = word.size() > 2 && word.front() == word.back() && word.front() == '"';
+  if (!quotes) return;
+  source.notes.push_back({Severity::warning,
+                          "line " + std::to_string(entry.place.line) + " has " + word +
+                              ": the quotes are part of the word",
+                          "write the word alone"});
 }
 
 }  // namespace
@@ -65,9 +108,11 @@ Explanation Explainer::clusterNodes(const Answer& /*answer*/) const {
     return result;
   }
   try {
-    result.value = remoteClients(document.root(), source);
+    result.value = remoteClients(document, source);
     result.decidedBy = path;
     source.decides = true;
+    if (const std::optional<Finding> repeated = document.repeatedName())
+      source.notes.push_back({Severity::warning, repeated->message, "keep one of them"});
   } catch (const std::exception&) {
     source.state = "readable; a value is of the wrong kind";
     source.notes.push_back({Severity::error, "the library throws an exception",
@@ -89,8 +134,11 @@ Explanation Explainer::unsafeWords(const Answer& answer) const {
   result.decidedBy = "no readable secure.cfg: every string is safe";
   if (!isReadableText(file)) return result;
   const IniDocument document(file.text);
-  for (const IniEntry& entry : document.entries())
-    if (entry.section == key.section && !entry.value.empty()) result.value.append(entry.value);
+  for (const IniEntry& entry : document.entries()) {
+    if (entry.section != key.section || entry.value.empty()) continue;
+    result.value.append(entry.value);
+    noteQuotes(entry, source);
+  }
   if (!document.hasSection(key.section)) source.state += "; no section " + std::string(key.section);
   for (const Finding& miss : document.nearMisses(key.section, ""))
     source.notes.push_back({Severity::warning, miss.message, "correct the spelling"});

@@ -5,6 +5,27 @@
 #include "settings/source_words.h"
 
 namespace settings {
+namespace {
+
+/// What of `directory` looks like a reference, now that references are expanded.
+void noteReferences(const std::string& directory, SourceState& source) {
+  const std::size_t open = directory.find("${");
+  if (open != std::string::npos && directory.find('}', open) == std::string::npos) {
+    source.notes.push_back(
+        {Severity::warning, "\"${\" without \"}\" stays as written", "write ${NAME}", true});
+  } else if (open != std::string::npos) {
+    source.notes.push_back({Severity::warning,
+                            "a reference stays as written: its variable is not set",
+                            "set the variable", true});
+  }
+  if (directory.find("$(") != std::string::npos) {
+    source.notes.push_back({Severity::warning,
+                            "\"$(\" is not a reference here: it stays as written", "write ${NAME}",
+                            true});
+  }
+}
+
+}  // namespace
 
 Explanation Explainer::searchedFile(const Answer& answer) const {
   const std::string_view name = itemOf(answer, Kind::file).name;
@@ -53,11 +74,7 @@ Explanation Explainer::tracePath(const Answer& answer) const {
   inFile.decides = isReadableText(file) && hasValue(inFile);
   if (inFile.decides) directory = expandBraces(*inFile.value, m_facts.environment);
   if (directory.back() != '/') directory += '/';
-  if (inFile.decides && directory.find("${") != std::string::npos) {
-    inFile.notes.push_back({Severity::warning,
-                            "a reference stays as written: its variable is not set",
-                            "set the variable"});
-  }
+  if (inFile.decides) noteReferences(directory, inFile);
   result.sources.back().decides = !inFile.decides;
   result.value = directory;
   result.decidedBy = inFile.decides ? path : "_APP_LOG_DIR";

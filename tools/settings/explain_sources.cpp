@@ -32,6 +32,7 @@ SourceState Explainer::searchedSource(std::string_view name) const {
     source.notes.push_back(
         {usable ? Severity::ok : Severity::warning, "hides " + other, std::move(remedy)});
   }
+  for (Note& note : passedOver(name, m_facts)) source.notes.push_back(std::move(note));
   return source;
 }
 
@@ -50,14 +51,15 @@ std::string countsAs(const Item& item) {
 void describeValue(const Item& item, const std::string& value, SourceState& source) {
   source.state += quoted(value);
   const Verdict verdict = checkValue(item.accepted, value);
+  if (verdict.accepted() && item.accepted.form == Form::anything && !oddValue(value).empty())
+    source.notes.push_back({Severity::warning, oddValue(value), "write the value alone", true});
   if (verdict.accepted()) return;
   source.state += ": not " + quotedWords(item.accepted) + ", " + countsAs(item);
-  const std::string odd = oddValue(value);
-  if (!odd.empty()) source.notes.push_back({Severity::warning, odd, ""});
+  std::string text = oddValue(value);
+  if (!verdict.suggestion.empty())
+    text.append(text.empty() ? "" : "; ").append("did you mean ").append(verdict.suggestion) += '?';
   source.notes.push_back(
-      {Severity::warning,
-       verdict.suggestion.empty() ? "" : "did you mean " + verdict.suggestion + "?",
-       "write " + describe(item.accepted)});
+      {Severity::warning, std::move(text), "write " + describe(item.accepted), true});
 }
 
 void noteEncoding(const FileFacts& file, SourceState& source) {
@@ -88,6 +90,8 @@ SourceState Explainer::iniSource(SourceState source, const FileFacts& file, cons
     for (const Finding& miss : document.nearMisses(key.section, key.name))
       source.notes.push_back({Severity::warning, miss.message, "correct the spelling"});
   }
+  for (const Finding& repeated : document.repetitions(key.section, key.name))
+    source.notes.push_back({Severity::warning, repeated.message, "keep one of the lines"});
   for (const Finding& finding : document.findings()) {
     source.notes.push_back({Severity::warning,
                             "line " + std::to_string(finding.place.line) + ": " + finding.message,

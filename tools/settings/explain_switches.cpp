@@ -2,6 +2,8 @@
 // steps.
 #include <algorithm>
 
+#include "settings/accepted.h"
+#include "settings/edit_distance.h"
 #include "settings/explain_parts.h"
 #include "settings/explanation.h"
 #include "settings/ini_document.h"
@@ -119,19 +121,27 @@ Explanation Explainer::distribution(const Answer& answer) const {
 
 namespace {
 
+std::string withMiss(std::string reason, const std::string& miss) {
+  return miss.empty() ? reason : reason.append("; ").append(miss);
+}
+
 /// Returns the first database's type, or why there is none. Throws what jsoncpp throws.
-std::string typeIn(const Json::Value& root, std::string& reason) {
+std::string typeIn(const JsonDocument& document, std::string& reason) {
+  const Json::Value& root = document.root();
   const Json::Value& databases = root["databases"];
-  if (!root.isMember("databases")) reason = "no member \"databases\"";
+  if (!root.isMember("databases"))
+    reason = withMiss("no member \"databases\"", document.nearMiss(root, "databases"));
   const Json::Value::Members names = databases.getMemberNames();
   if (names.empty()) {
     if (reason.empty()) reason = "\"databases\" is empty";
     return {};
   }
   reason = "databases." + names.front() + "[0].type is ";
-  const Json::Value& type = databases[names.front()][0U]["type"];
+  const Json::Value& entry = databases[names.front()][0U];
+  const Json::Value& type = entry["type"];
   if (type.isString() && !type.asString().empty()) return type.asString();
   reason += type.isNull() ? "missing" : type.isString() ? "empty" : "not a string";
+  if (type.isNull()) reason = withMiss(reason, document.nearMiss(entry, "type"));
   return {};
 }
 
@@ -147,10 +157,12 @@ void readType(const FileFacts& file, SourceState& source) {
   std::string reason;
   std::string type;
   try {
-    type = typeIn(document.root(), reason);
+    type = typeIn(document, reason);
   } catch (const std::exception&) {
     reason = "a value is of the wrong kind; databases.NAME[0].type is expected";
   }
+  if (const std::optional<Finding> repeated = document.repeatedName())
+    source.notes.push_back({Severity::warning, repeated->message, "keep one of them"});
   if (!type.empty()) {
     source.value = type;
     source.state = "readable; " + reason + quoted(type);
@@ -159,6 +171,21 @@ void readType(const FileFacts& file, SourceState& source) {
   source.state = "readable; " + reason;
   source.notes.push_back(
       {Severity::error, "", "write {\"databases\": {\"NAME\": [{\"type\": ...}]}}"});
+}
+
+/// The library compares types in any letter case, and escapes text for another one as for Sybase.
+void noteUnknownType(const Item& member, SourceState& source) {
+  const std::vector<std::string_view>& known = member.accepted.words;
+  const bool isKnown = std::any_of(known.begin(), known.end(), [&](std::string_view word) {
+    return editDistance(word, *source.value) == 0;
+  });
+  if (isKnown) return;
+  const Verdict verdict = checkValue(member.accepted, *source.value);
+  source.notes.push_back(
+      {Severity::warning,
+       "not " + quotedWords(member.accepted) + ", escaped as for sybase" +
+           (verdict.suggestion.empty() ? "" : "; did you mean " + verdict.suggestion + "?"),
+       "write one of these", true});
 }
 
 }  // namespace
@@ -180,13 +207,7 @@ Explanation Explainer::databaseType(const Answer& answer) const {
   source.decides = true;
   result.value = *source.value;
   result.decidedBy = path;
-  if (std::find(member.accepted.words.begin(), member.accepted.words.end(), *source.value) ==
-      member.accepted.words.end()) {
-    source.notes.push_back(
-        {Severity::warning,
-         "no database that the library escapes text for: " + quotedWords(member.accepted),
-         "write one of these"});
-  }
+  noteUnknownType(member, source);
   return result;
 }
 

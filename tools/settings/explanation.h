@@ -45,6 +45,7 @@ class Explainer {
     std::string text;
     std::string fault;   ///< why nothing can be written, "" if it can
     std::string remedy;  ///< for the fault
+    std::string remark;  ///< why it will not do what is meant, "" if nothing is known
   };
   SslFile sslFile() const;
 

@@ -1,6 +1,7 @@
 // Passes facts between processes, and lists the facts that answers depend on.
 #include "settings/facts.h"
 
+#include <pwd.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -10,6 +11,12 @@
 #include "settings/paths.h"
 
 namespace settings {
+
+std::string currentUser() {
+  const uid_t uid = ::geteuid();
+  const passwd* const entry = ::getpwuid(uid);
+  return entry != nullptr ? entry->pw_name : std::to_string(uid);
+}
 
 Environment currentEnvironment() {
   Environment environment;

@@ -17,6 +17,9 @@ namespace settings {
 /// The variables that are set.
 using Environment = std::map<std::string, std::string, std::less<>>;
 
+/// Name or number of the user whose permissions this process has.
+std::string currentUser();
+
 /// The environment of this process.
 Environment currentEnvironment();
 

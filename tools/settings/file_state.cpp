@@ -30,8 +30,9 @@ Note missingState(const FileFacts& file, const std::string& user) {
     return error("not reachable by user " + user + ": a directory above it denies access",
                  "let " + user + " search its directories");
   }
-  if (file.error == ENOENT || file.error == ENOTDIR || file.error == 0)
-    return {Severity::warning, "missing", "create it"};
+  if (file.error == ENOTDIR)
+    return error("a part of its path is not a directory", "replace that part by a directory");
+  if (file.error == ENOENT || file.error == 0) return {Severity::warning, "missing", "create it"};
   return error("cannot be reached: " + errorText(file.error), "check its file system");
 }
 

@@ -13,8 +13,9 @@ enum class Severity { ok, warning, error };
 /// A remark about a source or a file, and what to do about it.
 struct Note {
   Severity severity = Severity::ok;
-  std::string text;    ///< without a final period
-  std::string remedy;  ///< "" if there is nothing to do
+  std::string text;      ///< without a final period
+  std::string remedy;    ///< "" if there is nothing to do
+  bool ofState = false;  ///< says nothing without the state that precedes it
 };
 
 /// Returns whether the library's readers of INI and JSON files can read the file: a regular file,

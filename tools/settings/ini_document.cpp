@@ -130,6 +130,18 @@ bool IniDocument::hasSection(std::string_view section) const {
                      [&](const IniSection& candidate) { return candidate.name == section; });
 }
 
+std::vector<Finding> IniDocument::repetitions(std::string_view section,
+                                              std::string_view key) const {
+  std::vector<Finding> found;
+  const IniEntry* const first = find(section, key);
+  for (const IniEntry& entry : m_entries) {
+    if (entry.section != section || entry.key != key || entry.value == first->value) continue;
+    found.push_back({entry.place, lineAndName(entry.place, key) + " = " + entry.value +
+                                      ", which has no effect: the first applies"});
+  }
+  return found;
+}
+
 namespace {
 
 /// Says that a section or key was probably meant to be `wanted`; "" if it is something else.

@@ -34,6 +34,10 @@ class IniDocument {
   const IniEntry* find(std::string_view section, std::string_view key) const;
   bool hasSection(std::string_view section) const;
 
+  /// The entries that have no effect because an earlier one has the same section and key and
+  /// another value.
+  std::vector<Finding> repetitions(std::string_view section, std::string_view key) const;
+
   /// Returns the faults of the text itself, in file order: an unclosed section line, a line that is
   /// neither a section, an entry nor a comment, UTF-16, a NUL byte.
   const std::vector<Finding>& findings() const { return m_findings; }

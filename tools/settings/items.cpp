@@ -338,7 +338,7 @@ std::vector<Item> membersAndLines() {
        .meaning = "the database type, unchanged; NAME is the first name in byte order",
        .missing = "\"sybase\", not cached",
        .fallback = "sybase",
-       .accepted = {Form::word, {"oracle", "sybase", "tessarn"}},
+       .accepted = {Form::word, {"oracle", "sybase", "tessarn", "mssql"}},
        .readers = {"getDBType"},
        .caching = Caching::cached,
        .when = "cached"},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <json/reader.h>
 #include <json/value.h>
 
 #include <optional>
@@ -30,13 +31,23 @@ class JsonDocument {
   /// Where `value`, which belongs to `root()`, begins.
   Place placeOf(const Json::Value& value) const;
 
+  /// What of `object`, which belongs to `root()`, may have been meant to be its member `name`,
+  /// which it lacks: "line 2 has \"nodelist\": names are case-sensitive"; "" if nothing is near.
+  std::string nearMiss(const Json::Value& object, std::string_view name) const;
+
+  /// The first name that is repeated in one object; the last value applies.
+  std::optional<Finding> repeatedName() const;
+
   /// The text of `value`, which belongs to `root()`, as written in the document.
   std::string_view spellingOf(const Json::Value& value) const;
 
  private:
   void parse(JsonRules rules);
+  bool read(const Json::CharReaderBuilder& builder, Json::Value& root,
+            std::string& complaints) const;
   void fail(std::size_t offset, std::string message);
 
+  JsonRules m_rules;
   std::string m_text;  // without a byte-order mark
   Json::Value m_root;
   std::optional<Finding> m_fault;

@@ -47,6 +47,18 @@ std::string chosenPath(std::string_view name, const Facts& facts) {
   return paths.empty() || name == "settings.json" ? std::string() : paths.back();
 }
 
+std::vector<Note> passedOver(std::string_view name, const Facts& facts) {
+  const std::string chosen = chosenPath(name, facts);
+  std::vector<Note> notes;
+  for (const std::string& path : candidates(name, facts.environment)) {
+    if (path == chosen) break;
+    const Note state = stateOf(facts.file(path), facts.user);
+    if (state.text == "missing") continue;
+    notes.push_back({state.severity, path + " is passed over: " + state.text, state.remedy});
+  }
+  return notes;
+}
+
 std::string sslOptionFile(const Environment& environment) {
   return valueOf(environment, "_APP_SHARE_DIR") + "/svc_ssl_" +
          valueOf(environment, "PROCESS_INSTANCE_ID") + ".conf";

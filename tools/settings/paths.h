@@ -6,6 +6,7 @@
 
 #include "settings/catalog.h"
 #include "settings/facts.h"
+#include "settings/file_state.h"
 
 // The paths that the library composes from the environment.
 
@@ -20,6 +21,10 @@ std::string pathOf(const Item& file, const Environment& environment);
 
 /// Returns the place that applies: the first that exists, else the last.
 std::string chosenPath(std::string_view name, const Facts& facts);
+
+/// Says which places before that one the search passes over although something is there, or may be:
+/// a link that leads nowhere, a path that the user cannot follow.
+std::vector<Note> passedOver(std::string_view name, const Facts& facts);
 
 /// Returns the path of the SSL option file that is generated.
 std::string sslOptionFile(const Environment& environment);

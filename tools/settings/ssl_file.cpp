@@ -15,6 +15,12 @@ const Item& parameterOf(std::string_view option) {
   return *findItem(Kind::storeKey, option.substr(1), "/vexa/common/svc_ssl_conf/");
 }
 
+/// Whether the line that holds offset `at` is a comment.
+bool isInComment(const std::string& text, std::size_t at) {
+  const std::size_t begin = text.rfind('\n', at) + 1;  // 0 on the first line
+  return text[text.find_first_not_of(" \t", begin)] == '#';
+}
+
 }  // namespace
 
 Explanation Explainer::sslOption(const Answer& answer) const {
@@ -28,6 +34,10 @@ Explanation Explainer::sslOption(const Answer& answer) const {
     source.state = "line " + std::to_string(placeOf(file.text, at).line) + " has " +
                    std::string(answer.name) + ": the store is not read";
     source.decides = true;
+    if (isInComment(file.text, at)) {
+      source.notes.push_back({Severity::warning, "the line is a comment, and no option is added",
+                              "take the name out of the comment", true});
+    }
   } else if (isReadableText(file)) {
     source.state += "; no " + std::string(answer.name);
   }
@@ -58,6 +68,10 @@ Explainer::SslFile Explainer::sslFile() const {
   }
   result.text = file.text;
   const std::size_t caFile = result.text.find("-SSLCAfile");
+  if (caFile != std::string::npos && isInComment(result.text, caFile)) {
+    result.remark = "line " + std::to_string(placeOf(result.text, caFile).line) + " of " + path +
+                    " has the first -SSLCAfile and is a comment: the options are added there";
+  }
   for (const Answer& answer : answers()) {
     if (answer.kind != AnswerKind::option || result.text.find(answer.name) != std::string::npos)
       continue;
@@ -72,7 +86,7 @@ Explainer::SslFile Explainer::sslFile() const {
                                          std::to_string(placeOf(file.text, caFile).line);
       std::string fault = "the template ";
       fault.append(path).append(": ").append(line);
-      return {{}, std::move(fault), "end the argument string with a quote"};
+      return {{}, std::move(fault), "end the argument string with a quote", {}};
     }
     result.text.insert(
         quote, "\n" + std::string(answer.name) + (flag ? "" : " " + option.value.asString()));

@@ -34,6 +34,8 @@ void flatten(const JsonDocument& document, const std::string& path, const Json::
 StoreDocument::StoreDocument(const Facts& facts) : m_path(settingsDocument(facts)) { read(facts); }
 
 void StoreDocument::read(const Facts& facts) {
+  const bool named = !facts.variable("SETTINGREST_URL").empty();
+  if (!named) m_notes = passedOver("settings.json", facts);
   if (m_path.empty()) {
     const UrlPath url = settingsDocumentOfUrl(facts.environment);
     if (!url.fault.empty()) {
@@ -46,7 +48,6 @@ void StoreDocument::read(const Facts& facts) {
   }
   const FileFacts& file = facts.file(m_path);
   Note state = stateOf(file, facts.user);
-  const bool named = !facts.variable("SETTINGREST_URL").empty();
   if (named && !file.exists()) state.severity = Severity::error;
   m_usable = file.type == FileType::regular && file.readable && !file.isLarge();
   if (m_usable) {
@@ -74,6 +75,8 @@ void StoreDocument::parse(const std::string& text) {
                        "correct the document; until then the store has no settings"});
     return;
   }
+  if (const std::optional<Finding> repeated = document.repeatedName())
+    m_notes.push_back({Severity::warning, m_path + ": " + repeated->message, "keep one of them"});
   flatten(document, "", document.root(), m_values);
 }
 

@@ -1,4 +1,4 @@
-#include "faults/host.h"
+#include "support/host.h"
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -8,12 +8,8 @@
 
 #include "support/namespaces.h"
 
-namespace commutil_faults {
+namespace commutil_test {
 namespace {
-
-using commutil_test::replaceFile;
-using commutil_test::shell;
-using commutil_test::TempDir;
 
 std::string directory;
 
@@ -110,4 +106,4 @@ Host::Host() {
 
 std::string Host::path(const std::string& name) { return directory + "/" + name; }
 
-}  // namespace commutil_faults
+}  // namespace commutil_test

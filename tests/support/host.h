@@ -4,7 +4,7 @@
 
 #include "support/fixtures.h"
 
-namespace commutil_faults {
+namespace commutil_test {
 
 /// The host of the operations: names, users, tools, interfaces, a time zone, and a platform with
 /// its files and environment. Lasts until the process, which must be a child, ends.
@@ -15,7 +15,7 @@ class Host {
   static std::string path(const std::string& name);
 
  private:
-  commutil_test::TempDir m_directory;
+  TempDir m_directory;
 };
 
-}  // namespace commutil_faults
+}  // namespace commutil_test
