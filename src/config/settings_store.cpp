@@ -42,14 +42,14 @@ bool createManager() {
 /// Returns the path of the library that `store` has opened, which is empty for the program itself;
 /// null if ACE does not tell its handle or dlinfo(3) fails. The dynamic linker writes the entry
 /// under a lock that the thread sanitizer does not see.
-[[gnu::no_sanitize("thread")]] const char* libraryOf(const ACE_DLL& store) {
+[[gnu::no_sanitize_thread]] const char* libraryOf(const ACE_DLL& store) {
   link_map* library = nullptr;
   const int result = ::dlinfo(store.get_handle(), RTLD_DI_LINKMAP, &library);
   return result == 0 && library != nullptr ? library->l_name : nullptr;
 }
 
 /// Returns whether `store` has opened the program instead of a library.
-[[gnu::no_sanitize("thread")]] bool isProgram(const ACE_DLL& store) {
+[[gnu::no_sanitize_thread]] bool isProgram(const ACE_DLL& store) {
   const char* const path = libraryOf(store);
   return path != nullptr && *path == '\0';
 }
