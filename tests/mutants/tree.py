@@ -15,7 +15,7 @@ ARCHIVE = "src/libcommutil_internals.a"
 # Cheaper than the tree's own flags, and quiet about code that is wrong on purpose.
 FLAGS = ["-O1", "-g0", "-w"]
 MOST_MEMORY = 12 << 30  # of addresses: a test of sizes that wrap maps 8 GiB
-MOST_FILE = 4 << 30
+MOST_FILE = 1 << 40  # a test of sizes has a sparse file of that
 PR_SET_PDEATHSIG = 1
 PR_SET_CHILD_SUBREAPER = 36
 LIBC = ctypes.CDLL(None, use_errno=True)
@@ -183,14 +183,16 @@ def _end_children():
 def _limit():
     LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL, 0, 0, 0)
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
-    resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
-    resource.setrlimit(resource.RLIMIT_FSIZE, (MOST_FILE, MOST_FILE))
+    for what, most in ((resource.RLIMIT_AS, MOST_MEMORY), (resource.RLIMIT_FSIZE, MOST_FILE)):
+        # Soft limits: tests set their own ones, and take them back.
+        resource.setrlimit(what, (most, resource.getrlimit(what)[1]))
 
 
 def run(program, directory, deadline):
     """Runs a test program. Returns (whether it passed, its seconds, the end of its output)."""
     scratch = directory / "tmp"
     scratch.mkdir(exist_ok=True)
+    scratch.chmod(0o1777)  # for tests without privileges
     environment = dict(os.environ, TMPDIR=str(scratch), GTEST_FAIL_FAST="1", GTEST_BRIEF="1",
                        LD_LIBRARY_PATH=str(directory / "lib"))
     begin = time.monotonic()
