@@ -116,7 +116,8 @@ class Variant:
         if os.path.relpath(file, self.tree.root) == self.source:
             arguments[arguments.index(file)] = str(self.copy)
         # Before every other directory, so that a header's copy is found first.
-        arguments.insert(arguments.index("-o"), f"-I{self.directory / 'copy' / 'src'}")
+        first = next(at for at, argument in enumerate(arguments) if argument.startswith("-I"))
+        arguments.insert(first, f"-I{self.directory / 'copy' / 'src'}")
         _run(arguments + FLAGS, self.tree.build)
         self.objects[name] = str(mine)
 
