@@ -15,7 +15,8 @@ int main(int /*argc*/, char** argv) {
     const bool listens = VexaCommonUtils::isListenAllIp();
     if (listens == last) continue;
     last = listens;
-    std::printf("%s: %s\n", argv[1], listens ? "listens on all addresses" : "listens on one");
+    std::printf("%s: %s\n", argv[1],
+                listens ? "listens on all addresses" : "listens on one address");
     std::fflush(stdout);
   }
 }

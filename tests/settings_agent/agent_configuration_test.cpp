@@ -159,7 +159,11 @@ TEST(Configuration, MissingFileIsNamed) {
     agent::readConfiguration(dir / "none");
     FAIL();
   } catch (const ConfigurationError& error) {
-    EXPECT_EQ(dir / "none" + ": there is no configuration file", error.what());
+    EXPECT_EQ(
+        dir / "none" +
+            ": there is no configuration file; write it as commutil-settings.conf(5) says, or "
+            "name another one with --config",
+        error.what());
   }
 }
 

@@ -56,7 +56,7 @@ std::string ClusterSession::call(const Build& build, bool mayRepeat) {
       isSent = reply.isSent &&
                (failure->kind == Failure::Kind::timeout || failure->kind == Failure::Kind::other);
     }
-    problems.append("\n  ").append(member).append(": ").append(failure->text);
+    problems.append("\n").append(member).append(": ").append(failure->text);
     if (failure->kind == Failure::Kind::permission) break;
     if (isSent && !mayRepeat) {
       throw std::runtime_error("it is unknown whether this was written; look with show:" +

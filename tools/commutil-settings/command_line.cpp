@@ -1,9 +1,22 @@
 #include "commutil-settings/command_line.h"
 
+#include <stdexcept>
+
+#include "commutil-settings/configuration.h"
+
 namespace agent {
 namespace {
 
-constexpr const char* kNotes = "A text that begins with \"-\" is given behind \"--\".";
+constexpr const char* kNotes = "An operand that begins with \"-\" follows \"--\".";
+
+std::string durationProblem(const std::string& text) {
+  try {
+    parseDuration(text);
+    return {};
+  } catch (const std::runtime_error& error) {
+    return "\"" + text + "\": " + error.what();
+  }
+}
 
 /// The arguments that several subcommands have.
 class Arguments {
@@ -77,7 +90,8 @@ void addHostCommands(Command& root, CommandLine& line) {
       {{.name = "--max-age",
         .value = &line.maxAge,
         .purpose = "Stale when verified longer ago, such as 15m",
-        .valueName = "TIME"},
+        .valueName = "TIME",
+        .problemOf = durationProblem},
        common.json(),
        configuration});
   add(root, "wait", "Wait until services on this host read a revision.",

@@ -25,7 +25,11 @@ void findSecret(std::string& name, const std::string& configuration) {
 Configuration readConfiguration(const std::string& path) {
   try {
     const std::optional<std::string> text = settings::readRegularFile(path);
-    if (!text) throw ConfigurationError(path + ": there is no configuration file");
+    if (!text) {
+      throw ConfigurationError(path +
+                               ": there is no configuration file; write it as "
+                               "commutil-settings.conf(5) says, or name another one with --config");
+    }
     Configuration configuration = parseConfiguration(*text, path);
     findSecret(configuration.tls.key, path);
     findSecret(configuration.passwordFile, path);

@@ -50,14 +50,21 @@ std::string hexadecimal(std::uint64_t number) {
   return text;
 }
 
+bool isVerified(const Status& status) { return status.verifiedAt != 0; }
+
 /// Why the settings of this host are not fresh, "" if they are.
 std::string staleness(const HostState& state, std::chrono::milliseconds maxAge) {
-  if (!state.snapshot) return state.problem;
-  if (!state.status) return "no agent has verified the snapshot; start commutil-settings.service";
+  const std::string agentProblem = state.status ? state.status->problem : "";
+  if (!state.snapshot)
+    return state.problem + (agentProblem.empty() ? "" : "; the agent: " + agentProblem);
+  if (!state.status || !isVerified(*state.status)) {
+    return "no agent has verified the snapshot" +
+           (agentProblem.empty() ? "; start commutil-settings.service" : ": " + agentProblem);
+  }
   const std::chrono::seconds age = ageOf(*state.status);
   if (age <= maxAge) return {};
   const std::string cause =
-      state.status->problem.empty() ? "is the agent running?" : state.status->problem;
+      agentProblem.empty() ? "see whether commutil-settings.service runs" : agentProblem;
   return "verified " + ageText(age) + " ago, more than " + ageText(maxAge) + ": " + cause;
 }
 
@@ -80,6 +87,8 @@ int printStatus(const Configuration& configuration, const CommandLine& line) {
   if (state.status) {
     document["state"] = state.status->state;
     document["member"] = state.status->member;
+  }
+  if (state.status && isVerified(*state.status)) {
     document["verifiedRevision"] = Json::Int64(state.status->revision);
     document["verified"] = utc(state.status->verifiedAt);
     document["ageSeconds"] = Json::Int64(ageOf(*state.status).count());

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <exception>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -49,14 +50,20 @@ int run(const std::vector<std::string>& words) {
   return kCommands.at(invocation.command->name)(configuration, line);
 }
 
+/// Says each line of `text`.
+void complain(const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) agent::say(agent::Level::error, line);
+}
+
 int runAndSay(const std::vector<std::string>& words) {
   try {
     return run(words);
   } catch (const WrongUse& error) {
-    agent::say(agent::Level::error, error.what());
+    complain(error.what());
     return kWrongUse;
   } catch (const std::exception& error) {
-    agent::say(agent::Level::error, error.what());
+    complain(error.what());
     return agent::kNo;
   }
 }

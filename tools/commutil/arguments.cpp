@@ -96,7 +96,8 @@ std::string footerOf(const Command& command, const std::string& notes) {
 }
 
 /// Adds what `command` describes to the parser's `app`.
-void describe(CLI::App& app, const Command& command, const std::string& notes) {
+void describe(CLI::App& app, const Command& command, const std::string& inherited) {
+  const std::string& notes = command.notes.empty() ? inherited : command.notes;
   if (!command.alternatives.empty()) {
     CLI::Option_group* const group = app.add_option_group("use");
     for (const Argument& argument : command.alternatives) describeArgument(*group, argument);
@@ -226,7 +227,7 @@ Invocation parse(const Command& root, const std::string& version, const Words& w
   } catch (const CLI::ArgumentMismatch& error) {
     throw WrongUse(countProblem(command, error.what()));
   } catch (const CLI::ParseError& error) {
-    throw WrongUse(command.run ? error.what() : subcommandProblem(command));
+    throw WrongUse(command.subcommands.empty() ? error.what() : subcommandProblem(command));
   }
   if (command.taken == nullptr) return {&command, ""};
   if (words.end() - mark < 2) throw WrongUse(CLI::RequiredError("-- COMMAND").what());

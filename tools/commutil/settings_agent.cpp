@@ -30,6 +30,15 @@ constexpr AgentCommand kAgentCommands[] = {
 };
 constexpr const char* kWrites[] = {"put", "delete", "import"};
 
+bool isAgentCommand(const std::string& word) {
+  return std::any_of(std::begin(kAgentCommands), std::end(kAgentCommands),
+                     [&](const AgentCommand& command) { return word == command.name; });
+}
+
+bool isWrite(const std::string& word) {
+  return std::find(std::begin(kWrites), std::end(kWrites), word) != std::end(kWrites);
+}
+
 bool hasCluster() {
   const char* const variable = std::getenv("COMMUTIL_SETTINGS_CONF");
   const std::string path =
@@ -38,12 +47,19 @@ bool hasCluster() {
   return text && settings::IniDocument(*text).hasSection("[cluster]");
 }
 
+bool hasOption(const std::vector<std::string>& words, bool (*matches)(const std::string&)) {
+  return std::any_of(words.begin(), std::find(words.begin(), words.end(), "--"), matches);
+}
+
 /// Whether the agent's configuration is named: no command of this program has the option.
 bool namesConfiguration(const std::vector<std::string>& words) {
-  return std::any_of(words.begin(), std::find(words.begin(), words.end(), "--"),
-                     [](const std::string& word) {
-                       return word == "--config" || word.rfind("--config=", 0) == 0;
-                     });
+  return hasOption(words, [](const std::string& word) {
+    return word == "--config" || word.rfind("--config=", 0) == 0;
+  });
+}
+
+bool wantsHelp(const std::vector<std::string>& words) {
+  return hasOption(words, [](const std::string& word) { return word == "--help" || word == "-h"; });
 }
 
 /// Beside this program, installed or built.
@@ -55,20 +71,20 @@ std::vector<std::string> programs() {
           (directory.parent_path() / "commutil-settings/commutil-settings").lexically_normal()};
 }
 
+bool isInstalled() {
+  const std::vector<std::string> paths = programs();
+  return std::any_of(paths.begin(), paths.end(),
+                     [](const std::string& path) { return ::access(path.c_str(), X_OK) == 0; });
+}
+
 }  // namespace
 
 bool isForSettingsAgent(const std::vector<std::string>& words) {
   if (words.size() < 3 || words[1] != "settings") return false;
-  const bool wantsHelp =
-      std::any_of(words.begin() + 3, std::find(words.begin() + 3, words.end(), "--"),
-                  [](const std::string& word) { return word == "--help" || word == "-h"; });
-  if (wantsHelp) return false;
-  const auto isWord = [&](const auto& candidate) { return words[2] == candidate; };
-  if (std::any_of(std::begin(kAgentCommands), std::end(kAgentCommands),
-                  [&](const AgentCommand& command) { return words[2] == command.name; }))
-    return true;
-  return std::any_of(std::begin(kWrites), std::end(kWrites), isWord) &&
-         (namesConfiguration(words) || hasCluster());
+  const bool isHelp = wantsHelp(words);
+  if (isAgentCommand(words[2])) return !isHelp;
+  if (!isWrite(words[2]) || (isHelp && !isInstalled())) return false;
+  return namesConfiguration(words) || hasCluster();
 }
 
 int becomeSettingsAgent(const std::vector<std::string>& words) {
@@ -91,6 +107,9 @@ int becomeSettingsAgent(const std::vector<std::string>& words) {
 void addSettingsAgent(Tool& tool, Command& settings) {
   for (const AgentCommand& command : kAgentCommands) {
     Command& subcommand = tool.addGroup(settings, command.name, command.purpose);
+    subcommand.exitCodes = {{"0", "ok"},
+                            {"1", "stale, different or refused, or the operation failed"},
+                            {"2", "wrong use"}};
     subcommand.notes = "The options are those of commutil-settings(1).";
     subcommand.run = [&tool] { return becomeSettingsAgent(tool.words); };
   }
