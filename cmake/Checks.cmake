@@ -29,6 +29,9 @@ commutil_check(stand_in.Called stand-in tests/stand_in/check ${work}/stand-in)
 commutil_check(shell.Commands shell tests/contract/dev_commands)
 commutil_check(shell.Scripts shell cmake/dev/check-scripts)
 commutil_check(shell.Promises shell tests/contract/security_promises)
+commutil_check(mutants.Fit mutants tests/mutants/run --check)
+commutil_check(mutants.Changes mutants
+  tests/contract/mutants_changes ${PROJECT_BINARY_DIR} ${work}/mutants-changes)
 commutil_check(format.Sources format cmake/dev/check-format)
 
 commutil_check(package.Version package tests/packages/debian_check ${work}/debian)

@@ -25,3 +25,26 @@ function(commutil_harden target)
     target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now)
   endif()
 endfunction()
+
+# With COMMUTIL_COVERAGE, counts what `target` executes of its own code. The counters are in a mapped
+# file, which children share and which keeps the counts of processes that end by _exit or a signal.
+function(commutil_cover target)
+  if(NOT COMMUTIL_COVERAGE)
+    return()
+  endif()
+  target_compile_options(${target} PRIVATE
+    -fprofile-instr-generate -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
+  get_target_property(type ${target} TYPE)
+  if(type STREQUAL STATIC_LIBRARY)
+    target_link_options(${target} INTERFACE -fprofile-instr-generate)
+  elseif(NOT type STREQUAL OBJECT_LIBRARY)
+    target_link_options(${target} PRIVATE -fprofile-instr-generate)
+    set_property(GLOBAL APPEND PROPERTY COMMUTIL_COVERED $<TARGET_FILE:${target}>)
+  endif()
+endfunction()
+
+# Lists the covered files for tests/coverage/report.
+function(commutil_write_covered)
+  get_property(covered GLOBAL PROPERTY COMMUTIL_COVERED)
+  file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/covered.txt CONTENT "$<JOIN:${covered},\n>\n")
+endfunction()

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "support/failing_allocations.h"
+
 namespace commutil_fuzz {
 namespace {
 
@@ -26,6 +28,7 @@ std::string escaped(const Text& text) {
 }  // namespace
 
 void fail(const std::string& message) {
+  if (FailingAllocations::happened()) throw Unjudged();
   std::fprintf(stderr, "PROPERTY: %s\n", message.c_str());
   std::abort();
 }

@@ -5,9 +5,13 @@
 #include <type_traits>
 
 // Properties that hold for every input. A violation ends the process with a message, which
-// libFuzzer reports as a finding.
+// libFuzzer reports as a finding. After a failed allocation it only ends the run: what operations
+// return then, tests/faults/ checks, and only the sanitizers judge here.
 
 namespace commutil_fuzz {
+
+/// Thrown for a violation after a failed allocation.
+struct Unjudged {};
 
 /// Ends the process with a message on standard error.
 [[noreturn]] void fail(const std::string& message);

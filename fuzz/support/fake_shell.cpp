@@ -9,6 +9,7 @@
 #include "os/file_io.h"
 #include "support/c_library.h"
 #include "support/expect.h"
+#include "support/failing_allocations.h"
 
 namespace commutil_fuzz {
 namespace {
@@ -44,6 +45,7 @@ int FakeShell::close(std::FILE* stream) {
 extern "C" {
 
 std::FILE* popen(const char* command, const char* mode) {
+  const commutil_fuzz::SparedAllocations spared;
   if (commutil_fuzz::currentShell != nullptr) return commutil_fuzz::currentShell->open(command);
   return commutil_test::cLibrary<std::FILE*(const char*, const char*)>("popen")(command, mode);
 }

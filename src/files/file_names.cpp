@@ -16,7 +16,7 @@ constexpr char kEscape = '^';
 constexpr std::string_view kSpecials = "\\/:*?\"<>|^";
 constexpr std::string_view kLetters = "abcdefghi^";
 
-constexpr std::array<bool, 256> unsafeBytes() {
+consteval std::array<bool, 256> unsafeBytes() {
   std::array<bool, 256> table = {};
   for (const char byte : kUnsafeInFileName) table[static_cast<unsigned char>(byte)] = true;
   return table;
@@ -30,7 +30,7 @@ struct Encoding {
   unsigned char length;
 };
 
-constexpr std::array<Encoding, 256> makeEncodings() {
+consteval std::array<Encoding, 256> makeEncodings() {
   std::array<Encoding, 256> table = {};
   for (std::size_t i = 0; i < table.size(); ++i) table[i] = {{static_cast<char>(i)}, 1};
   for (std::size_t i = 0; i < kSpecials.size(); ++i) {
@@ -44,7 +44,7 @@ constexpr std::array<Encoding, 256> kEncodings = makeEncodings();
 const Encoding& encodingOf(char byte) { return kEncodings[static_cast<unsigned char>(byte)]; }
 
 /// The special character of each letter; 0 for bytes that are not such a letter.
-constexpr std::array<char, 256> specialsOfLetters() {
+consteval std::array<char, 256> specialsOfLetters() {
   std::array<char, 256> table = {};
   for (std::size_t i = 0; i < kLetters.size(); ++i) {
     table[static_cast<unsigned char>(kLetters[i])] = kSpecials[i];

@@ -12,6 +12,10 @@
 //
 // Delete both files and call stdio instead when no supported system has a glibc older than 2.39.
 
+#ifndef COMMUTIL_WIDE_STDIO
+#error "COMMUTIL_WIDE_STDIO is not the library's: these functions would replace the library's own"
+#endif
+
 /// True if the workaround is compiled in. At run time it also checks the C library's version.
 #define COMMUTIL_HAS_WIDE_STDIO (COMMUTIL_WIDE_STDIO && !__GLIBC_PREREQ(2, 39))
 

@@ -17,7 +17,7 @@ constexpr std::string_view kAlphabet =
 constexpr char kPad = '=';
 constexpr unsigned char kNotInAlphabet = 255;
 
-constexpr std::array<unsigned char, UCHAR_MAX + 1> makeIndices() {
+consteval std::array<unsigned char, UCHAR_MAX + 1> makeIndices() {
   std::array<unsigned char, UCHAR_MAX + 1> indices{};
   indices.fill(kNotInAlphabet);
   for (std::size_t i = 0; i < kAlphabet.size(); ++i) {

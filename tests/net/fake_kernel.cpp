@@ -19,7 +19,10 @@ FakeKernel* currentKernel = nullptr;
 
 }  // namespace
 
-FakeKernel::FakeKernel(Ioctl answer) : m_ioctl(std::move(answer)) { currentKernel = this; }
+FakeKernel::FakeKernel(Ioctl answer) : m_ioctl(std::move(answer)) {
+  sockets.reserve(16);  // socket(2) must not throw
+  currentKernel = this;
+}
 
 FakeKernel::FakeKernel(Getifaddrs answer) : m_getifaddrs(std::move(answer)) {
   currentKernel = this;

@@ -290,6 +290,7 @@ TEST(GetNetmaskByIpUseioctl, FailsWithTheKernel) {
       {"a list longer than the buffer by a byte", withLength(2001)},
       {"a list longer than the buffer by a record", withLength(2040)},
       {"an empty list", withLength(0)},
+      {"a list of negative length", withLength(-40)},
       {"no netmask",
        [](unsigned long request, void* argument) {
          if (request != kListRequest) {

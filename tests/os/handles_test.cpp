@@ -119,6 +119,13 @@ TEST(Owners, CloseTheirHandles) {
   EXPECT_FALSE(isOpen(fd));
 }
 
+TEST(OpenPipe, StartsACommandWithAStreamThatNoOtherChildInherits) {
+  const commutil::PipeStream stream = commutil::openPipe("echo output", "r");
+  ASSERT_TRUE(stream);
+  EXPECT_EQ(FD_CLOEXEC, ::fcntl(::fileno(stream.get()), F_GETFD));
+  EXPECT_EQ('o', std::fgetc(stream.get()));
+}
+
 TEST(Owners, AreEmptyAfterAFailure) {
   EXPECT_FALSE(commutil::FileHandle(std::fopen("/missing/file", "re")));
   EXPECT_FALSE(commutil::DirectoryHandle(::opendir("/missing")));

@@ -165,6 +165,16 @@ TEST(ThrowingStreams, LinesAfterTheOneThatFailedArePrinted) {
   EXPECT_EQ("Stack trace printing not supported on this platform\n\n", buffer.text());
 }
 
+TEST(StandardStreams, ALineIsLostWithoutABuffer) {
+  std::streambuf* const before = std::cout.rdbuf(nullptr);
+  EXPECT_NO_THROW(VexaCommonUtils::printStackTrace());
+  std::cout.rdbuf(before);
+  std::cout.clear();
+  FailingBuffer buffer(std::cout, -1, kExceptions[0]);
+  VexaCommonUtils::printStackTrace();
+  EXPECT_EQ(9, buffer.calls());
+}
+
 /// The body of a canceled thread: the argument is an operation, and the call of the buffer that
 /// cancels it.
 void* callCanceled(void* argument) {

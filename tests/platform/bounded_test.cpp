@@ -26,6 +26,7 @@ TEST(MemcpyS, RefusesMoreThanTheSizeAndWritesNothing) {
 TEST(MemcpyS, RefusesNullPointers) {
   char dest = '#';
   EXPECT_NE(0, memcpy_s(nullptr, 8, "a", 1));
+  EXPECT_NE(0, memcpy_s(nullptr, 8, "a", 0));
   EXPECT_NE(0, memcpy_s(&dest, 1, nullptr, 1));
   EXPECT_EQ(0, memcpy_s(&dest, 1, nullptr, 0));
   EXPECT_EQ('#', dest);
@@ -143,6 +144,9 @@ TEST(SnprintfS, RefusesNullAndSizeZero) {
   char dest[4] = "###";
   EXPECT_LT(snprintf_s(nullptr, 4, 3, "%s", "a"), 0);
   EXPECT_LT(snprintf_s(dest, 0, 0, "%s", "a"), 0);
+  // Through a pointer, about whose formats compilers do not warn.
+  int (*const format)(char*, std::size_t, std::size_t, const char*, ...) = snprintf_s;
+  EXPECT_LT(format(dest, 4, 3, nullptr, "a"), 0);
   EXPECT_STREQ("###", dest);
 }
 

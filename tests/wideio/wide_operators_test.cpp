@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 #include <functional>
@@ -164,6 +165,17 @@ TEST(WideWriterOperators, AByteStringFlushesEvenIfItIsRefused) {
   EXPECT_EQ("", readFile(path));
   stream << "bytes";
   EXPECT_EQ("wide!", readFile(path));
+}
+
+TEST(WideWriterOperators, AByteThatFindsNoRoomIsAnError) {
+  struct stat status = {};
+  ASSERT_EQ(0, ::stat("/dev/full", &status));
+  Vexawofstream stream;
+  stream.open("/dev/full", kWrite);
+  for (blksize_t i = 0; i < status.st_blksize; ++i) ASSERT_EQ('x', stream.put('x'));
+  ASSERT_EQ(0, stream.fail()) << "the buffer is full";
+  stream << 'x';
+  EXPECT_NE(0, stream.fail());
 }
 
 TEST(WideWriterOperators, AFlushThatFailsIsAnError) {

@@ -564,6 +564,16 @@ TEST(WideReader, GetsBytesUpToADelimiter) {
   expectBytes(rows, [](auto& stream, char* buf, std::size_t n) { stream.get(buf, n, ';'); });
 }
 
+TEST(WideReader, ALineOfBytesAtTheEndIsEmpty) {
+  OpenReader reader("ab");
+  std::string array(4, '#');
+  reader.stream.get(array.data(), array.size());
+  EXPECT_NE(0, reader.stream.eof());
+  array.assign(4, '#');
+  reader.stream.get(array.data(), array.size());
+  EXPECT_EQ(std::string("\0###", 4), array);
+}
+
 TEST(WideReader, ByteDelimitersAreSignedCharValues) {
   for (const int delim : {-23, 0xE9, 0x1E9}) {
     SCOPED_TRACE(delim);

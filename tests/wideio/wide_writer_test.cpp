@@ -255,7 +255,7 @@ TEST(WideWriter, FlushingAClosedWriterDoesNotFlushTheProcess) {
   ASSERT_NE(nullptr, other);
   std::fputs("pending", other);
   Vexawofstream stream;
-  stream << wflush;
+  stream << wflush << wends << wendl;
   EXPECT_EQ("", readFile(path));
   std::fclose(other);
 }
