@@ -330,6 +330,16 @@ TEST_F(KeeperTest, IsAloneWithItsFiles) {
   }
 }
 
+TEST_F(KeeperTest, NamesTheDirectoryThatItCannotCreate) {
+  configuration.snapshotPath = "/dev/null/state/settings.snap";
+  try {
+    const agent::SnapshotKeeper keeper(configuration);
+    FAIL();
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ("/dev/null/state cannot be created: Not a directory", error.what());
+  }
+}
+
 TEST_F(KeeperTest, PublishesWhatItWrites) {
   configuration.publishDirectory = m_dir.path().string();
   agent::SnapshotKeeper keeper(configuration);

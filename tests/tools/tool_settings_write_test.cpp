@@ -135,7 +135,8 @@ TEST(SettingsPut, RefusesWhatIsNotAKey) {
   } rows[] = {
       {{"ListenAlIp", "enable"},
        "\"ListenAlIp\" is not a setting of the library; did you mean ListenAllIp?"},
-      {{"frobnication", "enable"}, "\"frobnication\" is not a setting of the library"},
+      {{"frobnication", "enable"},
+       "\"frobnication\" is not a setting of the library; other keys begin with \"/\""},
       {{"ListenAllIp", "enable", "--app", ""}, "--app \"\": takes a name without \"/\""},
       {{"ListenAllIp", "enable", "--app", "a/b"}, "--app \"a/b\": takes a name without \"/\""},
       {{kListenAll, "enable", "--app", "inventory"},

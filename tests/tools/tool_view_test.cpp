@@ -75,9 +75,10 @@ ProcessResult run(const Deployment& deployment, std::vector<std::string> words) 
 TEST(View, IsThatOfTheService) {
   const Deployment deployment;
   std::filesystem::create_directory(deployment / "logs");
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(deployment / ""))
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(deployment / "")) {
     std::filesystem::last_write_time(
         entry, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  }
   const Service service(deployment.environment, [] {});
   const ProcessResult explained =
       run(deployment, {"explain", "ListenAllIp", "--pid", service.pid()});
@@ -296,9 +297,10 @@ TEST(View, ComparesWithASavedReport) {
       << other.out;
   bool found = false;
   const Json::Value json = deployment.run({"report", "--json", "--diff", saved}).json();
-  for (const Json::Value& row : json["differences"])
+  for (const Json::Value& row : json["differences"]) {
     found = found || (row["place"] == "environment.APP_NAME" && row["before"] == "inventory" &&
                       row["now"] == "gateway");
+  }
   EXPECT_TRUE(found);
   const Service service(deployment.environment, [] {});
   EXPECT_NE(std::string::npos, run(deployment, {"report", "--diff", saved, "--pid", service.pid()})

@@ -22,8 +22,15 @@ using std::chrono::seconds;
 constexpr seconds kStatusInterval{1};
 constexpr seconds kCheckInterval{5};
 
+void createDirectory(const std::filesystem::path& directory) {
+  std::error_code failed;
+  std::filesystem::create_directories(directory, failed);
+  if (failed)
+    throw std::runtime_error(directory.string() + " cannot be created: " + failed.message());
+}
+
 commutil::Descriptor lockFiles(const std::string& path) {
-  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  createDirectory(std::filesystem::path(path).parent_path());
   const std::string file = path + ".agent";
   commutil::Descriptor lock(
       ::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));

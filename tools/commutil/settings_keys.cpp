@@ -23,8 +23,9 @@ const settings::Item& parameter(const std::string& name) {
     names.push_back(item->name);
   }
   const std::string_view meant = settings::nearest(name, names);
-  throw std::runtime_error("\"" + name + "\" is not a setting of the library" +
-                           (meant.empty() ? "" : "; did you mean " + std::string(meant) + "?"));
+  throw std::runtime_error(
+      "\"" + name + "\" is not a setting of the library; " +
+      (meant.empty() ? "other keys begin with \"/\"" : "did you mean " + std::string(meant) + "?"));
 }
 
 }  // namespace
