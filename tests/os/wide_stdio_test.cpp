@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cwchar>
@@ -354,6 +355,18 @@ TEST(WideStdio, KeepTheUnwrittenPartOfAShortString) {
     setLocale("C.UTF-8");
     FullPipe pipe(16);
     EXPECT_EQ(chinese(6), textOfCanceled(pipe, wideChinese(6), kFlush, 0));
+  });
+}
+
+TEST(WideStdio, FailOnAHandleForReading) {
+  runInChild([] {
+    setLocale("C.UTF-8");
+    std::FILE* const file = std::fopen("/dev/null", "r");
+    ASSERT_NE(nullptr, file);
+    errno = 0;
+    EXPECT_EQ(EOF, commutil::putWideText(file, std::wstring(4096, L'x').c_str()));
+    EXPECT_EQ(EBADF, errno);
+    std::fclose(file);
   });
 }
 
