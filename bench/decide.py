@@ -192,8 +192,6 @@ def decide(cell, bar=None):
     choosing, judging = halves({s.launch for samples in cell.values() for s in samples})
     against = _against(cell, choosing, bar)
     floors = [who for who in cell if who.startswith((LIMIT, CALLS)) and who != against]
-    if against is None and floors:
-        against = floors.pop(0)
     if against is None:
         verdict.word, verdict.reason = "nothing to compare", ""
         return verdict
@@ -211,7 +209,15 @@ def decide(cell, bar=None):
     return verdict
 
 
-def growth(times):
-    """Time(64 n) / time(n) for each n of {size: time} that has both."""
-    return {size: times[64 * size] / time for size, time in sorted(times.items())
-            if 64 * size in times}
+def growth(samples):
+    """Time(64 n) / time(n) for each n of {size: samples} that has both, the median of all launches: a
+    processor's clock differs between launches more than within one."""
+    found = {}
+    for size in sorted(samples):
+        larger = samples.get(64 * size, [])
+        launches = {s.launch for s in samples[size]} & {s.launch for s in larger}
+        if launches:
+            found[size] = statistics.median(
+                median(_during(larger, {launch})) / median(_during(samples[size], {launch}))
+                for launch in launches)
+    return found

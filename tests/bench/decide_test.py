@@ -118,8 +118,8 @@ class Against(unittest.TestCase):
         self.assertEqual((found.against, found.word), ("peer", "faster"))
         self.assertAlmostEqual(found.floor_ratio, 2, delta=0.05)
 
-    def test_a_limit_judges_a_cell_without_peers(self):
-        self.assertEqual(verdict_on(cell(100, limit__copy=50)).word, "slower")
+    def test_a_limit_judges_nothing(self):
+        self.assertEqual(verdict_on(cell(100, limit__copy=50)).word, "nothing to compare")
 
     def test_a_bar(self):
         self.assertEqual(verdict_on(cell(130, ace=100), Bar("ace", 1.4)).word, "within")
@@ -166,8 +166,16 @@ class Handovers(unittest.TestCase):
 
 class Growth(unittest.TestCase):
     def test_compares_sizes_64_apart(self):
-        found = decide.growth({1024: 10, 65536: 700, 1 << 20: 9000, 64 << 20: 900000})
+        found = decide.growth({size: samples(time) for size, time in
+                               ((1024, 10), (65536, 700), (1 << 20, 9000), (64 << 20, 900000))})
         self.assertEqual(found, {1024: 70, 1 << 20: 100})
+
+    def test_compares_sizes_of_one_launch(self):
+        slow = lambda time: [s._replace(time=2 * time) for s in samples(time) if s.launch % 2]
+        fast = lambda time: [s for s in samples(time) if s.launch % 2 == 0]
+        found = decide.growth({1024: fast(10), 65536: [*fast(640), *slow(640)]})
+        self.assertEqual(found, {1024: 64})
+
 
 
 if __name__ == "__main__":

@@ -150,7 +150,8 @@ class Run(unittest.TestCase):
         self.assertEqual({c["cell"]: c["word"] for c in found["cells"]},
                          {"a/1KiB": "faster", "a/64KiB": "nothing to compare"})
         self.assertEqual(found["growth"], [{"operation": "a", "from": 1024, "to": 65536, "factor": 90,
-                                            "limit": "", "limit_factor": None, "verdict": "over"}])
+                                            "limit": "", "limit_factor": None, "beside": None,
+                                            "verdict": "over"}])
         self.assertIn("a: 90 times as long for 64 times 1024 bytes", result.stderr)
 
     def test_growth_is_judged_beside_the_limit(self):
@@ -159,6 +160,13 @@ class Run(unittest.TestCase):
                                        *entries("a/64KiB", ours=ours, limit__copy=1000)])
             result = self.build.run("--fresh", self.build.path, "a")
             self.assertRegex(result.stdout, rf"{ours // 1000}.00 +\| 100.00 copy +\| {bar} ")
+
+    def test_growth_up_to_the_limit_is_within(self):
+        for bar, ours in (("within", 125000), ("over", 126000)):
+            self.build.add("a_bench", [*entries("a/1KiB", ours=1000, limit__copy=10000),
+                                       *entries("a/64KiB", ours=ours, limit__copy=100000)])
+            result = self.build.run("--fresh", self.build.path, "a")
+            self.assertRegex(result.stdout, rf"{ours // 1000}.00 +\| 10.00 copy +\| {bar} ")
 
     def test_counters_over_their_bar_fail(self):
         found = entries("startup/run_to_exit", ours=10, ours_again=10, ace=9)
