@@ -54,7 +54,7 @@ constexpr int kSlower = 8;
 #else
 constexpr int kSlower = 1;
 #endif
-constexpr int kRounds = 500 / kSlower;       // of each comparison with plain stdio
+constexpr int kRounds = 500 / kSlower;        // of each comparison with plain stdio
 constexpr int kThreadRounds = 300 / kSlower;  // of those with threads
 
 using Random = std::mt19937;
