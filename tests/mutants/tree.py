@@ -143,25 +143,25 @@ class Variant:
     def build(self, test):
         """Builds the test with the other text; returns the program's path.
 
-        A header that the test itself includes is compiled into the test, anything else into the
-        library.
+        A header is compiled into the library and into a test that itself includes it.
         """
         program = self.tree.program(test)
         dependents = self.tree.dependents.get(self.source, set())
         own = dependents & self.tree.own_objects(test)
-        needed = own or dependents & self.tree.library_objects()
+        library = dependents & self.tree.library_objects()
+        needed = own | library
         if not needed:
             raise BuildError(f"{self.tree.build} compiles nothing from {self.source}; run ./dev test first")
         for name in sorted(needed - set(self.objects)):
             self._compile(name)
-        if ARCHIVE in self.tree.link[program] or own:
-            output = self.directory / f"{test}_test"
-            self._link(program, output)
-            return output
-        if self.tree.library not in self.linked:
+        if library and self.tree.library not in self.linked:
             self._link(self.tree.library, self.directory / "lib" / self._soname())
             self.linked.add(self.tree.library)
-        return self.tree.build / program
+        if ARCHIVE not in self.tree.link[program] and not own:
+            return self.tree.build / program
+        output = self.directory / f"{test}_test"
+        self._link(program, output)
+        return output
 
 
 def adopt_orphans():
