@@ -61,7 +61,7 @@ bool isReplaceable(int fd) {
 /// Opens and empties the file at `path`, in a directory that forbids its removal. Empty if the file
 /// may not be overwritten, or its mode cannot be set before it is written.
 Descriptor openExisting(const std::string& path) {
-  Descriptor file(::open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  Descriptor file = commutil::openFile(path, O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file || !isReplaceable(file.get())) return {};
   if (::fchmod(file.get(), kMode) != 0 || ::ftruncate(file.get(), 0) != 0) return {};
   return file;

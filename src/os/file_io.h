@@ -25,12 +25,18 @@ ssize_t uninterrupted(const Transfer& transfer) {
   return count;
 }
 
-/// Opens the file at `path`, close-on-exec, and waits for it regardless of signals. A terminal does
-/// not become the process's controlling terminal, whose hang-up would end the process.
-inline Descriptor openFile(const std::string& path, int flags, mode_t mode = 0) {
-  flags |= O_CLOEXEC | O_NOCTTY;
+/// Opens the file at `path`, which stays open in exec(3), and waits for it regardless of signals. A
+/// terminal does not become the process's controlling terminal, whose hang-up would end the
+/// process.
+inline Descriptor openInheritable(const std::string& path, int flags, mode_t mode = 0) {
+  flags |= O_NOCTTY;
   return Descriptor(
       static_cast<int>(uninterrupted([&] { return ssize_t{::open(path.c_str(), flags, mode)}; })));
+}
+
+/// The same, close-on-exec.
+inline Descriptor openFile(const std::string& path, int flags, mode_t mode = 0) {
+  return openInheritable(path, flags | O_CLOEXEC, mode);
 }
 
 /// Appends the rest of the file to `text`. Returns whether the end was reached; after a failed

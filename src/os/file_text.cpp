@@ -13,8 +13,6 @@
 namespace commutil {
 namespace {
 
-constexpr int kReading = O_RDONLY | O_CLOEXEC | O_NOCTTY;
-
 /// Throws std::bad_alloc if the call that just failed ran out of memory.
 void throwIfOutOfMemory() {
   if (errno == ENOMEM) throw std::bad_alloc();
@@ -36,9 +34,7 @@ Descriptor openWaiting(const std::string& path) {
   // Through a descriptor that opens nothing, so that no FIFO can replace it now.
   const Descriptor place(::open(path.c_str(), O_PATH | O_CLOEXEC));
   if (!place || !isReadable(place)) return {};
-  const std::string link = "/proc/self/fd/" + std::to_string(place.get());
-  return Descriptor(
-      static_cast<int>(uninterrupted([&link] { return ssize_t{::open(link.c_str(), kReading)}; })));
+  return openFile("/proc/self/fd/" + std::to_string(place.get()), O_RDONLY);
 }
 
 /// Opens the file at `path`; empty if it cannot be opened or is not of a kind that is read.
@@ -50,7 +46,7 @@ Descriptor openReadable(const std::string& path) {
     return {};
   }
   if (!isReadable(status)) return {};
-  Descriptor file(::open(path.c_str(), kReading | O_NONBLOCK));
+  Descriptor file = openFile(path, O_RDONLY | O_NONBLOCK);
   // Another process has a lease on the file and will release it soon.
   if (!file && errno == EWOULDBLOCK) file = openWaiting(path);
   if (!file) throwIfOutOfMemory();

@@ -89,6 +89,7 @@ class WideHandle {
   void append(const wchar_t* text, std::size_t size) const {
     m_wide->next = std::wmemcpy(m_wide->next, text, size) + size;
   }
+  bool isPiecePending() const;
   bool writePending() const;
   std::size_t takeDecoded(wchar_t* buf, std::size_t limit, std::wint_t delim) const;
 
@@ -198,14 +199,19 @@ std::size_t WideHandle::writeBlock(wchar_t* text, std::size_t size) const {
   return converted.read;
 }
 
+/// Returns whether the library writes what is pending with one call, too.
+bool WideHandle::isPiecePending() const {
+  return pendingSize() <= kPiece && measureUtf8(m_wide->pending, pendingSize()) <= kPiece;
+}
+
 /// Writes what is pending if blocks can do that; false if a write failed. Then the same is pending
 /// as with stdio: on a full disk all of it, so that later calls fail alike. What a pipe has taken
 /// is not pending, because its reader must not get it twice.
 bool WideHandle::writePending() const {
   const std::size_t size = pendingSize();
   if (size == 0 || !writesBlocks() || !hasEmptyByteBuffer() || !writesUtf8()) return true;
+  if (!waitsForRoom()) return true;
   wchar_t* const text = m_wide->pending;
-  if ((size <= kPiece && measureUtf8(text, size) <= kPiece) || !waitsForRoom()) return true;
   for (std::size_t done = 0; done < size;) {
     if (measureUtf8(text + done, 1) == kNoUtf8) {
       // The library writes it and reports the failure.
@@ -234,7 +240,7 @@ std::size_t WideHandle::takeDecoded(wchar_t* buf, std::size_t limit, std::wint_t
 
 bool writePending(std::FILE* file) {
   const auto handle = WideHandle::of(file);
-  return !handle || handle->writePending();
+  return !handle || handle->isPiecePending() || handle->writePending();
 }
 
 /// Writes what is pending for the last time: drops text that cannot be written, so that fclose(3)

@@ -10,6 +10,8 @@ bool VexaCommonUtils_i::securityGetpwnam(const std::string& name, passwd& entry,
   if (buffer == nullptr || bufferLength <= 0) return false;
   passwd* found = nullptr;
   const auto size = static_cast<std::size_t>(bufferLength);
+  // No entry with such a name fits, and systemd's name service aborts on a name of megabytes.
+  if (name.size() >= size) return false;
   return ::getpwnam_r(name.c_str(), &entry, buffer, size, &found) == 0 && found != nullptr;
 }
 

@@ -50,10 +50,8 @@ commutil::Descriptor openLockFile(std::string path, const std::string& fileName)
   if (::access(path.c_str(), F_OK) != 0) ::mkdir(path.c_str(), 0750);
   path += fileName;
   const StandardDescriptorFiller filler;
-  // Not close-on-exec: closing the file in exec would release the lock, which otherwise survives
-  // it.
-  return commutil::Descriptor(static_cast<int>(commutil::uninterrupted(
-      [&path] { return ssize_t{::open(path.c_str(), O_RDWR | O_CREAT | O_NOCTTY, 0666)}; })));
+  // Closing the file in exec would release the lock, which otherwise survives it.
+  return commutil::openInheritable(path, O_RDWR | O_CREAT, 0666);
 }
 
 /// Locks (F_WRLCK) or unlocks (F_UNLCK) the whole file without waiting.

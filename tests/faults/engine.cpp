@@ -147,17 +147,19 @@ class Harness {
     if (!isAllowed(operation, reference, run.answer))
       findings.push_back({Problem::wrong, instead(run.answer.text, reference.answer)});
     if (!run.left.empty()) findings.push_back({Problem::leak, run.left});
-    if (run.blocks > reference.blocks && !kSanitized)
+    if (run.blocks > reference.blocks && !kSanitized) {
       findings.push_back(
           {Problem::memory, std::to_string(run.blocks - reference.blocks) + " blocks"});
+    }
     if (run.again != reference.answer)
       findings.push_back({Problem::notRepeatable, instead(run.again, reference.answer)});
     for (std::size_t i = 0; i < run.related.size(); ++i) {
       const std::string& name = relatedOf(operation)[i]->name;
       const std::string& expected = m_references.at(name).answer;
-      if (run.related[i] != expected)
+      if (run.related[i] != expected) {
         findings.push_back(
             {Problem::relatedBroken, name + ": " + instead(run.related[i], expected)});
+      }
     }
     return findings;
   }
@@ -191,7 +193,7 @@ class Harness {
     Fault none;
     none.level = m_mechanism.level;
     const Run first = runWithFault(operation, relatedOf(operation), none);
-    const Reference reference{first.answer.text, first.blocks, counts()};
+    Reference reference{first.answer.text, first.blocks, counts()};
     m_references[operation.name] = reference;
     const std::string printed = printedText();
     for (const Operation* related : relatedOf(operation)) referenceOf(*related);

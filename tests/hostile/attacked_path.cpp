@@ -93,6 +93,18 @@ void AttackedPath::expectUnchanged() {
   }
 }
 
+std::string readableAfter(Plant plant) {
+  switch (plant) {
+    case Plant::link:
+    case Plant::hardLink:
+      return "victim";
+    case Plant::file:
+      return "planted";
+    default:
+      return "refused";
+  }
+}
+
 void withEachSwap(std::size_t calls,
                   const std::function<void(Plant plant, std::size_t position)>& check) {
   for (const auto& [plant, name] : kPlants) {

@@ -51,6 +51,9 @@ class AttackedPath {
   int m_fifo = -1;  ///< both ends of a planted FIFO, so that opening it does not wait
 };
 
+/// Returns which content whoever reads the path after a swap gets; "refused" if it is not a file.
+std::string readableAfter(Plant plant);
+
 /// Returns the number of a stop: even before a call, odd after it.
 inline std::size_t positionOf(const Stop& stop) { return 2 * stop.call + (stop.after ? 1 : 0); }
 

@@ -18,6 +18,7 @@ namespace {
 using commutil_test::AttackedPath;
 using commutil_test::Plant;
 using commutil_test::positionOf;
+using commutil_test::readableAfter;
 using commutil_test::Stop;
 using commutil_test::TempDir;
 using commutil_test::watchCalls;
@@ -43,30 +44,18 @@ std::string contentOf(const std::string& path, const std::function<void(const St
   return "refused";
 }
 
-std::string expectedOf(Plant plant) {
-  switch (plant) {
-    case Plant::link:
-    case Plant::hardLink:
-      return "victim";
-    case Plant::file:
-      return "planted";
-    default:
-      return "refused";
-  }
-}
-
 TEST(ReadFileRaces, ReturnTheContentOfTheOpenedFile) {
   withEachSwap(kCalls.size(), [](Plant plant, std::size_t position) {
     AttackedPath file("file", [](const char* who) { return who; });
     const bool found = position <= kBeforeOpen;
     Names calls;
-    EXPECT_EQ(found ? expectedOf(plant) : "original", contentOf(
-                                                          file.path(),
-                                                          [&](const Stop& stop) {
-                                                            if (positionOf(stop) == position)
-                                                              file.swap(plant);
-                                                          },
-                                                          &calls));
+    EXPECT_EQ(found ? readableAfter(plant) : "original", contentOf(
+                                                             file.path(),
+                                                             [&](const Stop& stop) {
+                                                               if (positionOf(stop) == position)
+                                                                 file.swap(plant);
+                                                             },
+                                                             &calls));
     if (!found) {
       EXPECT_EQ(kCalls, calls);
     }

@@ -16,6 +16,7 @@ namespace {
 using commutil_test::AttackedPath;
 using commutil_test::Plant;
 using commutil_test::positionOf;
+using commutil_test::readableAfter;
 using commutil_test::ScopedEnv;
 using commutil_test::Stop;
 using commutil_test::watchCalls;
@@ -41,18 +42,6 @@ std::string lookUp() {
 
 std::string documentOf(const char* who) { return std::string(R"({"key": ")") + who + "\"}"; }
 
-std::string expectedOf(Plant plant) {
-  switch (plant) {
-    case Plant::link:
-    case Plant::hardLink:
-      return "victim";
-    case Plant::file:
-      return "planted";
-    default:
-      return "refused";
-  }
-}
-
 TEST(SettingsDocumentRaces, FindTheValueOfTheOpenedDocument) {
   withEachSwap(kCalls.size(), [](Plant plant, std::size_t position) {
     AttackedPath document("store.json", documentOf);
@@ -63,11 +52,11 @@ TEST(SettingsDocumentRaces, FindTheValueOfTheOpenedDocument) {
                                    [&](const Stop& stop) {
                                      if (positionOf(stop) == position) document.swap(plant);
                                    });
-    EXPECT_EQ(found ? expectedOf(plant) : "original", value);
+    EXPECT_EQ(found ? readableAfter(plant) : "original", value);
     if (!found) {
       EXPECT_EQ(kCalls, calls);
     }
-    EXPECT_EQ(expectedOf(plant), lookUp()) << "the next lookup";
+    EXPECT_EQ(readableAfter(plant), lookUp()) << "the next lookup";
     document.expectUnchanged();
   });
 }

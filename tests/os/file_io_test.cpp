@@ -17,6 +17,8 @@ namespace {
 
 using commutil::closeWritten;
 using commutil::Descriptor;
+using commutil::openFile;
+using commutil::openInheritable;
 using commutil::readAll;
 using commutil::uninterrupted;
 using commutil::writeAll;
@@ -58,6 +60,16 @@ TEST(Uninterrupted, CallsAgainAfterASignalOnly) {
     EXPECT_EQ(row.count, count);
     EXPECT_EQ(row.calls, calls);
   }
+}
+
+TEST(OpenFile, ClosesInExecUnlessInheritable) {
+  const TempDir dir;
+  const std::string path = dir / "file";
+  const Descriptor inheritable = openInheritable(path, O_RDWR | O_CREAT | O_EXCL, 0600);
+  const Descriptor file = openFile(path, O_RDONLY);
+  EXPECT_EQ(0, ::fcntl(inheritable.get(), F_GETFD));
+  EXPECT_EQ(FD_CLOEXEC, ::fcntl(file.get(), F_GETFD));
+  EXPECT_FALSE(openFile(dir / "missing", O_RDONLY));
 }
 
 TEST(ReadAll, AppendsWhatIsLeftOfAnySize) {

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <sys/syscall.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -380,6 +381,26 @@ TEST(WideStdio, KeepTheUnwrittenPartOfAShortString) {
     setLocale("C.UTF-8");
     FullPipe pipe(16);
     EXPECT_EQ(chinese(6), textOfCanceled(pipe, wideChinese(6), kFlush, 0));
+  });
+}
+
+// glibc would write what is pending and a piece of 15 bytes, which fit, and repeat the piece later.
+TEST(WideStdio, WriteNoPieceTwiceAfterAFullBufferOfOnePiece) {
+  runInChild([] {
+    setLocale("C.UTF-8");
+    FullPipe pipe(31);
+    std::FILE* const file = std::fopen(pipe.path().c_str(), "w");
+    std::array<char, 64> buffer{};  // stdio keeps at most 16 characters
+    std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
+    EXPECT_LE(0, commutil::putWideText(file, std::wstring(16, L'x').c_str()));
+    WatchedThread writer([&] { commutil::putWideText(file, wideChinese(17).c_str()); });
+    writer.await({SYS_write});
+    writer.cancel();
+    std::string received;
+    WatchedThread reader([&] { received = pipe.drain(); });
+    EXPECT_EQ(0, commutil::closeWide(file));
+    reader.join();
+    EXPECT_EQ(std::string(16, 'x') + chinese(16), received);
   });
 }
 

@@ -47,9 +47,9 @@ TEST(UserLookup, FindsAUserByNameAndById) {
 
 TEST(UserLookup, DoesNotFindAnUnknownUser) {
   LookUp look;
-  for (const std::string& name :
-       {std::string(), std::string("commutil-no-such-user"), std::string("root\n"),
-        std::string("ROOT"), std::string("root:x"), std::string(1 << 20, 'r')}) {
+  for (const std::string& name : {std::string(), std::string("commutil-no-such-user"),
+                                  std::string("root\n"), std::string("ROOT"), std::string("root:x"),
+                                  std::string(1 << 20, 'r'), std::string(16 << 20, 'r')}) {
     EXPECT_FALSE(look.byName(name)) << name.substr(0, 40);
   }
   for (const unsigned id : {4294967294U, 4294967295U, 3999999999U}) {

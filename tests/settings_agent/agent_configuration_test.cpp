@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "commutil/duration.h"
 #include "support/fixtures.h"
 
 namespace {
@@ -122,11 +123,11 @@ TEST(Configuration, NamesTheLineOfWhatIsWrong) {
 }
 
 TEST(Configuration, LimitsDurations) {
-  EXPECT_EQ(1'000'000'000ms, agent::parseDuration("1000000000ms"));
+  EXPECT_EQ(1'000'000'000ms, parseDuration("1000000000ms"));
   for (const char* const text : {"", "ms", "-1s", "1", "1.5s", "1 s", "1d", "01h2", "1000000001ms",
                                  "9999999999999999999s", "278h"})
-    EXPECT_THROW(agent::parseDuration(text), std::runtime_error) << text;
-  EXPECT_EQ(277h, agent::parseDuration("277h"));
+    EXPECT_THROW(parseDuration(text), std::runtime_error) << text;
+  EXPECT_EQ(277h, parseDuration("277h"));
 }
 
 TEST(Configuration, IsFoundByOptionThenVariableThenAtItsPlace) {

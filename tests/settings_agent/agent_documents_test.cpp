@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "commutil-settings/command_line.h"
 #include "commutil-settings/configuration.h"
+#include "commutil/agent_command_line.h"
 #include "support/fixtures.h"
 
 namespace {

@@ -147,12 +147,13 @@ TEST(SettingsAgent, HelpOfWritesIsThatOfTheClusterIfOneIsConfigured) {
   EXPECT_TRUE(hasDryRun());
 }
 
-TEST(SettingsAgent, HelpNamesTheManPageOfItsOptions) {
+TEST(SettingsAgent, HelpListsTheOptionsOfTheProgramThatIsStarted) {
   const Deployment deployment;
   for (const ProcessResult& result :
        {runAlone(deployment, {"sync", "--help"}), deployment.run({"settings", "sync", "--help"})}) {
     EXPECT_EQ(0, result.code);
-    EXPECT_THAT(result.out, testing::HasSubstr("The options are those of commutil-settings(1)."));
+    EXPECT_THAT(result.out, testing::HasSubstr("--allow-empty"));
+    EXPECT_THAT(result.out, testing::HasSubstr("Starts commutil-settings(1)."));
   }
 }
 

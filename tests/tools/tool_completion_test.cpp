@@ -33,6 +33,7 @@ const std::vector<Row>& rows() {
         "raise-epoch"}},
       {"commutil help ip ", {"normalise", "check", "resolve"}},
       {"commutil settings put --", {"--app", "--force", "--wait", "--json", "--help"}},
+      {"commutil settings sync --", {"--once", "--allow-empty", "--config", "--help"}},
       {"commutil lock name --", {"--dir", "--wait", "--message", "--help"}},
       {"commutil explain isL", {"isListenAllIp", "isListenLoopback"}},
       {"commutil explain isTsMode isZ", {"isZirel"}},

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "commutil-settings/command_line.h"
 #include "commutil-settings/configuration.h"
+#include "commutil/agent_command_line.h"
 
 // The operator's commands. Each returns the exit code and throws std::runtime_error with what an
 // operator needs to know.

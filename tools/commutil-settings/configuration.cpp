@@ -4,6 +4,7 @@
 #include <charconv>
 #include <set>
 
+#include "commutil/duration.h"
 #include "settings/ini_document.h"
 
 namespace agent {
@@ -174,22 +175,6 @@ class Parser {
 };
 
 }  // namespace
-
-Configuration::Duration parseDuration(std::string_view text) {
-  static constexpr std::pair<std::string_view, std::int64_t> kUnits[] = {
-      {"ms", 1}, {"s", 1000}, {"m", 60'000}, {"h", 3'600'000}};
-  constexpr std::int64_t kMost = 1'000'000'000;
-  std::int64_t number = -1;
-  const char* const end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, number);
-  const std::string_view unit(rest, static_cast<std::size_t>(end - rest));
-  if (error == std::errc() && number == 0 && unit.empty()) return Duration(0);
-  for (const auto& [name, factor] : kUnits) {
-    const bool fits = number >= 0 && number <= kMost / factor;
-    if (error == std::errc() && unit == name && fits) return Duration(number * factor);
-  }
-  refuse("takes a duration such as 100ms, 2s, 15m or 24h");
-}
 
 Configuration parseConfiguration(std::string_view text, const std::string& name) {
   return Parser(text, name).parse();

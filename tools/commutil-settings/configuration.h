@@ -69,10 +69,6 @@ Configuration readConfiguration(const std::string& path);
 /// COMMUTIL_SETTINGS_CONF, else /etc/commutil/settings.conf.
 std::string configurationPath(const std::string& option);
 
-/// Parses "100ms", "2s", "15m", "24h" or "0".
-/// @throws std::runtime_error that says what a duration is
-Configuration::Duration parseDuration(std::string_view text);
-
 /// Every key as "[section] key", in the order of the manual page.
 std::vector<std::string> configurationKeys();
 

@@ -12,6 +12,7 @@
 #include "commutil-settings/commands.h"
 #include "commutil-settings/publisher.h"
 #include "commutil-settings/status.h"
+#include "commutil/duration.h"
 #include "commutil/output.h"
 #include "settings_snapshot/snapshot.h"
 

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "commutil-settings/command_line.h"
 #include "commutil-settings/commands.h"
 #include "commutil-settings/log.h"
 #include "commutil-settings/run_agent.h"
+#include "commutil/agent_command_line.h"
 #include "commutil/output.h"
 
 namespace {

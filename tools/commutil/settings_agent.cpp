@@ -7,9 +7,12 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <system_error>
+#include <utility>
 
+#include "agent_command_line.h"
 #include "output.h"
 #include "settings.h"
 #include "settings/ini_document.h"
@@ -17,22 +20,12 @@
 
 namespace {
 
-struct AgentCommand {
-  const char* name;
-  const char* purpose;
-};
-constexpr AgentCommand kAgentCommands[] = {
-    {"sync", "Keep the snapshot of this host in sync with a cluster, in the foreground."},
-    {"status", "Print the state of the snapshot; 1 if it is stale or missing."},
-    {"diff", "Compare the snapshot with the cluster; 1 if they differ."},
-    {"wait", "Wait until services on this host read a revision."},
-    {"raise-epoch", "On a relay, after the store was restored: let hosts take a lower revision."},
-};
+constexpr const char* kAgentCommands[] = {"sync", "status", "diff", "wait", "raise-epoch"};
 constexpr const char* kWrites[] = {"put", "delete", "import"};
 
 bool isAgentCommand(const std::string& word) {
-  return std::any_of(std::begin(kAgentCommands), std::end(kAgentCommands),
-                     [&](const AgentCommand& command) { return word == command.name; });
+  return std::find(std::begin(kAgentCommands), std::end(kAgentCommands), word) !=
+         std::end(kAgentCommands);
 }
 
 bool isWrite(const std::string& word) {
@@ -105,12 +98,13 @@ int becomeSettingsAgent(const std::vector<std::string>& words) {
 
 // For help and completion: the program that is started parses the command line.
 void addSettingsAgent(Tool& tool, Command& settings) {
-  for (const AgentCommand& command : kAgentCommands) {
-    Command& subcommand = tool.addGroup(settings, command.name, command.purpose);
-    subcommand.exitCodes = {{"0", "ok"},
-                            {"1", "stale, different or refused, or the operation failed"},
-                            {"2", "wrong use"}};
-    subcommand.notes = "The options are those of commutil-settings(1).";
-    subcommand.run = [&tool] { return becomeSettingsAgent(tool.words); };
+  const auto line = std::make_shared<agent::CommandLine>();
+  Command program = agent::describeCommandLine(*line);
+  for (Command& subcommand : program.subcommands) {
+    if (!isAgentCommand(subcommand.name)) continue;
+    subcommand.exitCodes = program.exitCodes;
+    subcommand.notes = "Starts commutil-settings(1).";
+    subcommand.run = [line, &tool] { return becomeSettingsAgent(tool.words); };
+    settings.subcommands.push_back(std::move(subcommand));
   }
 }

@@ -1,22 +1,11 @@
-#include "commutil-settings/command_line.h"
+#include "agent_command_line.h"
 
-#include <stdexcept>
-
-#include "commutil-settings/configuration.h"
+#include "duration.h"
 
 namespace agent {
 namespace {
 
 constexpr const char* kNotes = "An operand that begins with \"-\" follows \"--\".";
-
-std::string durationProblem(const std::string& text) {
-  try {
-    parseDuration(text);
-    return {};
-  } catch (const std::runtime_error& error) {
-    return "\"" + text + "\": " + error.what();
-  }
-}
 
 /// The arguments that several subcommands have.
 class Arguments {

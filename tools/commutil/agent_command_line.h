@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "commutil/arguments.h"
+#include "arguments.h"
 
 namespace agent {
 
