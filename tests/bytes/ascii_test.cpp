@@ -12,6 +12,8 @@ namespace {
 
 using commutil::Block;
 using commutil::hexDigitValue;
+using commutil::isWhitespace;
+using commutil::kWhitespace;
 using commutil::LetterBeyondHex;
 using commutil::NoDigit;
 using commutil_test::allBytes;
@@ -31,6 +33,14 @@ TEST(AsciiClasses, HoldTheirBytes) {
     if (byte < '0' || byte > '9') others += byte;
   expectMembers(NoDigit(), others);
   expectMembers(LetterBeyondHex(), "ghijklmnopqrstuvwxyzGHIJKLMNOPQRSTUVWXYZ");
+}
+
+TEST(Whitespace, IsFourBytes) {
+  for (const char byte : allBytes()) {
+    const bool isMember = byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
+    EXPECT_EQ(isMember, isWhitespace(byte)) << static_cast<int>(byte);
+    EXPECT_EQ(isMember, std::string_view(kWhitespace).find(byte) != std::string_view::npos);
+  }
 }
 
 TEST(HexDigitValue, IsTheValueOrMinusOne) {

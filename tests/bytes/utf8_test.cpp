@@ -11,14 +11,16 @@ namespace {
 
 using commutil::Converted;
 using commutil::countUtf8;
+using commutil::decodeUtf8;
 using commutil::kNoUtf8;
 using commutil::measureUtf8;
 using commutil::narrowUtf8;
+using commutil::Utf8Character;
 using commutil::widenUtf8;
 
 std::wstring randomText(std::mt19937& random) {
   static const std::wstring kAny =
-      L"abcdefghijklmnopqrst\x7F\x80\x7FF\x800\x4E2D\xD7FF\xE000\xFFFF\x10000\x10FFFF";
+      L"abcdefghijklmnopqrst\x7F\x80\x7FF\x800\x4E2D\xD7FF\xE000\xFFFF\x10000\x2A6D6\x10FFFF";
   static const std::wstring kForeign = L"\xD800\xDFFF\x110000\x7FFFFFFF\xFFFFFFFF";
   std::wstring text(random() % 100, L'a');
   const std::size_t kinds = 1 + random() % kAny.size();
@@ -60,6 +62,25 @@ Converted bySteps(const std::wstring& text, std::string& bytes, std::size_t room
   while (i < text.size() && bytes.size() + 4 <= room && !encoded(text[i]).empty())
     bytes += encoded(text[i++]);
   return {i, bytes.size()};
+}
+
+TEST(Utf8, DecodesTheSequencesOfTheStandardOnly) {
+  const std::string seconds("\0\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0", 9);
+  const std::string others("\0\x7F\x80\xBF\xC0", 5);
+  for (int first = 0x80; first <= 0xFF; ++first) {
+    for (std::size_t i = 0; i < seconds.size() * others.size() * others.size(); ++i) {
+      const std::string text = {static_cast<char>(first), seconds[i / 25], others[i / 5 % 5],
+                                others[i % 5]};
+      const auto byte = [&text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+      const Utf8Character character = decodeUtf8(byte);
+      const std::optional<wchar_t> expected = decoded(text);
+      ASSERT_EQ(expected ? encoded(*expected).size() : 0, character.bytes)
+          << testing::PrintToString(text);
+      if (expected) {
+        ASSERT_EQ(*expected, static_cast<wchar_t>(character.code)) << testing::PrintToString(text);
+      }
+    }
+  }
 }
 
 TEST(Utf8, MeasuresAndNarrowsAsAPlainLoopDoes) {

@@ -272,6 +272,17 @@ TEST(SslConfRaces, RefuseAFifoThatHasAReader) {
   });
 }
 
+TEST(SslConfRaces, RefuseSomeoneElsesFileThatRootCannotRemove) {
+  runInChild([] {
+    ASSERT_EQ(0U, ::geteuid()) << "needs root, to change the owner of files";
+    Scene scene(true);
+    ASSERT_EQ(0, ::chown(scene.target().c_str(), 1234, 1234));
+    scene.remember();
+    generate("", {}, {{"unlink svc_ssl_7.conf", EPERM}});
+    scene.expectUnchanged(scene.target());
+  });
+}
+
 TEST(SslConfRaces, FailIfTheOldFileCannotBeRemovedForAnotherReason) {
   for (const int error : {EIO, ENOMEM, ELOOP}) {
     SCOPED_TRACE(error);

@@ -2,10 +2,15 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <cerrno>
+#include <csignal>
 #include <string>
 #include <vector>
 
+#include "support/c_library.h"
+#include "support/failing_call.h"
 #include "support/fixtures.h"
 
 namespace {
@@ -18,6 +23,19 @@ using commutil::readAll;
 using commutil::uninterrupted;
 using commutil::writeAll;
 using commutil_test::TempDir;
+
+/// What close(2) reports after it has closed; 0 for its own result.
+int errorOfClose = 0;
+
+}  // namespace
+
+extern "C" int close(int fd) {
+  static auto* const function = commutil_test::cLibrary<int(int)>("close");
+  const int result = function(fd);
+  return errorOfClose == 0 ? result : commutil_test::failedWith<int>(errorOfClose);
+}
+
+namespace {
 
 struct Answer {
   ssize_t count;
@@ -93,6 +111,18 @@ TEST(WriteAll, ReportsAFailure) {
   EXPECT_TRUE(writeAll(-1, "")) << "nothing to write";
 }
 
+TEST(WriteAll, ReportsAFailureAfterAPart) {
+  const TempDir dir;
+  const Descriptor file(::open((dir / "file").c_str(), O_WRONLY | O_CREAT, 0600));
+  commutil_test::runInChild([&file] {
+    ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{500, 500};
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+    EXPECT_FALSE(writeAll(file.get(), std::string(1000, 'x')));
+  });
+  EXPECT_EQ(std::string(500, 'x'), commutil_test::readFile(dir / "file"));
+}
+
 TEST(CloseWritten, ClosesOnce) {
   Descriptor file(::open("/dev/null", O_WRONLY));
   const int fd = file.get();
@@ -100,6 +130,23 @@ TEST(CloseWritten, ClosesOnce) {
   EXPECT_FALSE(file);
   EXPECT_EQ(-1, ::fcntl(fd, F_GETFD));
   EXPECT_FALSE(closeWritten(file)) << "nothing to close";
+}
+
+TEST(CloseWritten, FailsIfAWriteFailedAndNotAfterASignal) {
+  struct Row {
+    int error;
+    bool success;
+  };
+  for (const Row& row : {Row{EINTR, true}, Row{EIO, false}, Row{ENOSPC, false}}) {
+    Descriptor file(::open("/dev/null", O_WRONLY));
+    const int fd = file.get();
+    errorOfClose = row.error;
+    const bool success = closeWritten(file);
+    errorOfClose = 0;
+    EXPECT_EQ(row.success, success) << row.error;
+    EXPECT_FALSE(file);
+    EXPECT_EQ(-1, ::fcntl(fd, F_GETFD));
+  }
 }
 
 }  // namespace

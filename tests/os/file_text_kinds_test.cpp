@@ -19,6 +19,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -300,6 +301,31 @@ TEST(FileKinds, OtherFailuresOfTheOpenAreFinal) {
     EXPECT_EQ("before", text);
     EXPECT_EQ((std::vector<std::string>{"stat", "open"}), watch.calls);
   }
+}
+
+TEST(FileKinds, AnOpenWithoutMemoryThrows) {
+  const TempDir dir;
+  const std::string path = dir.write("a.cfg", "text");
+  Watch watch;
+  watch.failOpen = [](int) { return ENOMEM; };
+  std::string text = "before";
+  EXPECT_THROW(readFileText(path, text), std::bad_alloc);
+  EXPECT_EQ("before", text);
+}
+
+TEST(FileKinds, EveryOpenIsCloseOnExecAndTakesNoTerminal) {
+  const TempDir dir;
+  const std::string path = dir.write("a.cfg", "text");
+  Watch watch;
+  std::vector<int> missing;
+  watch.failOpen = [&missing](int flags) {
+    const int needed = O_CLOEXEC | ((flags & O_PATH) != 0 ? 0 : O_NOCTTY);
+    missing.push_back(needed & ~flags);
+    return (flags & O_NONBLOCK) != 0 ? EWOULDBLOCK : 0;
+  };
+  std::string text;
+  EXPECT_TRUE(readFileText(path, text));
+  EXPECT_EQ(std::vector<int>(3, 0), missing);
 }
 
 /// Holds a lease on the file at `path` until another process opens it, then releases it.

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "VexaWideIO.h"
+#include "os/handles.h"
 #include "os/wide_stdio.h"
 #include "support/fixtures.h"
 #include "support/full_pipe.h"
@@ -298,6 +299,30 @@ TEST(WideStdio, DropWhatClosingCouldNotWrite) {
 }
 
 #if COMMUTIL_HAS_WIDE_STDIO
+
+/// Returns what takeDecoded takes, in order, after the first character of `text`; 10 parts at most.
+std::vector<std::wstring> takenOf(const std::string& text, std::size_t limit, std::wint_t delim) {
+  const TempDir dir;
+  const commutil::FileHandle file(std::fopen(dir.write("text", text).c_str(), "r"));
+  EXPECT_EQ(0U, commutil::takeDecoded(file.get(), nullptr, limit, delim)) << "nothing is decoded";
+  std::fgetwc(file.get());
+  std::vector<std::wstring> all;
+  std::wstring part(limit, L'#');
+  while (all.size() < 10) {
+    const std::size_t size = commutil::takeDecoded(file.get(), part.data(), limit, delim);
+    if (size == 0) break;
+    all.push_back(part.substr(0, size));
+  }
+  return all;
+}
+
+TEST(WideStdio, TakeDecodedTextUpToALineFeedOrDelimiter) {
+  using Parts = std::vector<std::wstring>;
+  EXPECT_EQ((Parts{L"ab\n", L"\n", L"cd;ef"}), takenOf("xab\n\ncd;ef", 9, L'\n'));
+  EXPECT_EQ((Parts{L"ab\n", L"\n", L"cd;", L"ef"}), takenOf("xab\n\ncd;ef", 9, L';'));
+  EXPECT_EQ((Parts{L"ab", L"\n", L"cd", L"e"}), takenOf("xab\ncde", 2, L'\n'));
+  EXPECT_EQ((Parts{L"ab", L";", L"cd", L"e"}), takenOf("xab;cde", 2, L';'));
+}
 
 struct Writing {
   const char* name;

@@ -153,7 +153,7 @@ TEST(SnprintfS, RefusesNullAndSizeZero) {
 TEST(SnprintfS, EmptiesWhatItCannotFormat) {
   char dest[64] = "junk";
   const wchar_t beyond[] = {wchar_t(0x20AC), 0};  // no such character in the "C" locale
-  EXPECT_LT(snprintf_s(dest, sizeof dest, sizeof dest - 1, "%ls", beyond), 0);
+  EXPECT_LT(snprintf_s(dest, sizeof dest, sizeof dest - 1, "before %ls", beyond), 0);
   EXPECT_STREQ("", dest);
 }
 

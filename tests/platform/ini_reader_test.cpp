@@ -57,8 +57,8 @@ const Lookup kLookups[] = {
     {"high bytes", "[IP]\nkey=\x80\xff\xe4\n", "[IP]", "key", "\x80\xff\xe4"},
     {"NUL ends the file", std::string("[IP]\nkey=a\0b\nother=1\n", 21), "[IP]", "key", "a"},
     {"section without brackets", "[IP]\nkey=value\n", "IP", "key", ""},
-    {"section with an opening bracket only", "[IP]\nkey=value\n", "[IP", "key", ""},
-    {"section with a closing bracket only", "[IP]\nkey=value\n", "IP]", "key", ""},
+    {"section with an opening bracket only", "[IP]\nkey=1\n[I]\nkey=2\n", "[IP", "key", ""},
+    {"section with a closing bracket only", "[IP]\nkey=1\n[P]\nkey=2\n", "IP]", "key", ""},
     {"empty section", "[IP]\nkey=value\n", "", "key", ""},
     {"a bracket as section", "[IP]\nkey=value\n", "[", "key", ""},
 };

@@ -188,6 +188,18 @@ TEST(CommandCalls, ExecResultCountsFailedReadsInARowOnly) {
   EXPECT_EQ("one two three and the end", result);
 }
 
+TEST(CommandCalls, ExecResultCountsNoFailureOfAReadThatSucceeded) {
+  Reads stream{{{"", EIO}}};
+  stream.reads.insert(stream.reads.end(), 16, {std::string(4096, 'x')});  // fills the read's block
+  stream.reads.insert(stream.reads.end(), 999, {"", EIO});
+  stream.reads.push_back({"end"});
+  FakeShell shell("");
+  shell.opens = [&stream] { return stream.open(); };
+  std::string result;
+  EXPECT_EQ(0, VexaCommonUtils_i::getSystemExecResult("a command", result));
+  EXPECT_TRUE(std::string(65536, 'x') + "end" == result) << result.size() << " bytes";
+}
+
 TEST(CommandCalls, ExecResultCutsAtANulAcrossReads) {
   struct Case {
     std::size_t before;    // bytes of the read before the NUL, which begins the next piece

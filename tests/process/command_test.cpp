@@ -657,6 +657,19 @@ TEST(RunProgram, PassesTheCallersSignalsToTheChild) {
   });
 }
 
+TEST(RunProgram, KeepsTheCallersPendingSignalPending) {
+  runInChild([] {
+    block({SIGUSR1});
+    handle(SIGUSR1, countSignal);
+    ::raise(SIGUSR1);
+    EXPECT_EQ(0, runProgram({"/bin/true"}));
+    EXPECT_EQ(0, handledSignals);
+    sigset_t pending;
+    ASSERT_EQ(0, ::sigpending(&pending));
+    EXPECT_EQ(1, sigismember(&pending, SIGUSR1));
+  });
+}
+
 TEST(RunProgram, RunsNoHandlerOfTheCallersInTheChild) {
   runInChild([] {
     ASSERT_EQ(0, ::setpgid(0, 0));

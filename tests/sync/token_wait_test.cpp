@@ -1,4 +1,5 @@
-// The token with each outcome of a wait. This program replaces pthread_cond_wait(3).
+// The token with each outcome of a wait. This program replaces pthread_cond_wait(3), and
+// pthread_cond_destroy(3), which may change errno.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -26,13 +27,23 @@ thread_local std::deque<WaitEnd> t_ends;
 
 }  // namespace
 
-extern "C" int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
+extern "C" {
+
+int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
   static auto* const wait = cLibrary<int(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait");
   if (t_ends.empty()) return wait(condition, mutex);
   const WaitEnd end = t_ends.front();
   t_ends.pop_front();
   if (end.sleeps) wait(condition, mutex);
   return end.error;
+}
+
+int pthread_cond_destroy(pthread_cond_t* condition) noexcept {
+  static auto* const destroy = cLibrary<int(pthread_cond_t*)>("pthread_cond_destroy");
+  const int result = destroy(condition);
+  errno = EDOM;
+  return result;
+}
 }
 
 namespace {

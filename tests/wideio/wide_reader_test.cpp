@@ -247,6 +247,7 @@ std::vector<LineRow> commonGetRows() {
       {"NULs up to the limit", std::string("a\0\0\0\0", 5), 4, L"a" + kNul + kNul + kNul,
        std::string(2, '\0')},
       {"carriage return is data", "a\r\nb", 10, L"a\r" + kNul, "b"},
+      {"space is data", "a b\nc", 10, L"a b" + kNul, "c"},
   };
 }
 
@@ -620,7 +621,7 @@ TEST(WideReader, ReadsADecimalInteger) {
            NumberRow{"NUL", std::string("1\0002", 3), 1, std::string("\0002", 2)},
            NumberRow{"byte below 0", "1/2", 1, "/2"},
            NumberRow{"byte above 9", "1:2", 1, ":2"},
-           NumberRow{"leading zeros", "007 ", 7, " "},
+           NumberRow{"leading zeros", "0010 ", 10, " "},
            NumberRow{"largest", "9223372036854775807;", LONG_MAX, ";"},
            NumberRow{"too large", "9223372036854775808;", LONG_MAX, ";"},
            NumberRow{"98 digits", std::string(97, '0') + "7 ", 7, " "},
