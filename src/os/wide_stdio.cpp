@@ -26,7 +26,7 @@ constexpr std::string_view kUtf8 = "ISO-10646/UTF8/";
 // After at least this many converted bytes, the library appends to its block and writes the block
 // whole; after fewer it writes pieces of this size.
 constexpr std::size_t kPiece = 16;
-// The smallest byte buffer for which a block is faster.
+// The smallest byte buffer that is written as a block.
 constexpr std::size_t kSmallestBuffer = 64;
 
 /// The first members of glibc's `_IO_wide_data`.

@@ -195,6 +195,19 @@ TEST(WideStdio, AgreeWithStdioInUtf8) {
   });
 }
 
+// stdio drops fewer bytes than a piece and writes more before the text.
+TEST(WideStdio, AgreeWithStdioOnBytesBeforeWideText) {
+  runInChild([] {
+    setLocale("C.UTF-8");
+    for (const std::size_t count : {1U, 15U, 16U, 20U}) {
+      Operations operations{{'t', L"first", ""}, {'f', L"", ""}};
+      operations.insert(operations.end(), count, {'b', L"", "b"});
+      operations.push_back({'t', std::wstring(100, L'\xE9'), ""});
+      expectTheSame(operations);
+    }
+  });
+}
+
 TEST(WideStdio, AgreeWithStdioInOtherEncodings) {
   runInChild([] { compareRandomOperations(2, 20); });
   runInChild([] {
