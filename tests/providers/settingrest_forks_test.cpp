@@ -74,6 +74,9 @@ void forkChildren(const std::function<void(const std::string& value)>& store) {
   }
 }
 
+// The address sanitizer's allocator is not made for forks: a child that reads the document while
+// other threads of its parent did so waits for its locks forever.
+#if !defined(__SANITIZE_ADDRESS__)
 TEST(SettingRestForks, ChildrenLookUpInTheDocument) {
   const TempDir dir;
   const std::string path = dir / "store.json";
@@ -84,6 +87,7 @@ TEST(SettingRestForks, ChildrenLookUpInTheDocument) {
     });
   });
 }
+#endif
 
 TEST(SettingRestForks, ChildrenLookUpInTheSnapshot) {
   const TempDir dir;
