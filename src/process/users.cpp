@@ -1,6 +1,7 @@
 // Lookups in the user database.
 #include <pwd.h>
 
+#include <cstring>
 #include <string>
 
 #include "VexaCommonUtils_i.h"
@@ -11,7 +12,7 @@ bool VexaCommonUtils_i::securityGetpwnam(const std::string& name, passwd& entry,
   passwd* found = nullptr;
   const auto size = static_cast<std::size_t>(bufferLength);
   // No entry with such a name fits, and systemd's name service aborts on a name of megabytes.
-  if (name.size() >= size) return false;
+  if (std::strlen(name.c_str()) >= size) return false;
   return ::getpwnam_r(name.c_str(), &entry, buffer, size, &found) == 0 && found != nullptr;
 }
 

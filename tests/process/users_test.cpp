@@ -57,6 +57,11 @@ TEST(UserLookup, DoesNotFindAnUnknownUser) {
   }
 }
 
+TEST(UserLookup, ReadsANameUpToItsNul) {
+  LookUp look;
+  EXPECT_TRUE(look.byName("root" + std::string(2000, '\0')));
+}
+
 TEST(UserLookup, FailsOnATooSmallBuffer) {
   LookUp look;
   for (const long size : {0L, 1L, 10L, -1L, -1024L}) {
