@@ -201,7 +201,8 @@ std::size_t WideHandle::writeBlock(wchar_t* text, std::size_t size) const {
 
 /// Returns whether the library writes what is pending with one call, too.
 bool WideHandle::isPiecePending() const {
-  return pendingSize() <= kPiece && measureUtf8(m_wide->pending, pendingSize()) <= kPiece;
+  const std::size_t size = pendingSize();
+  return size <= kPiece && writesBlocks() && measureUtf8(m_wide->pending, size) <= kPiece;
 }
 
 /// Writes what is pending if blocks can do that; false if a write failed. Then the same is pending
