@@ -9,13 +9,13 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <string_view>
 #include <utility>
 
 #include "os/file_io.h"
+#include "support/random_seed.h"
 #include "support/watched_calls.h"
 
 namespace commutil_test {
@@ -56,18 +56,6 @@ class Openings {
 int lowestFreeDescriptor() {
   const Descriptor file(::open("/dev/null", O_RDONLY | O_CLOEXEC));
   return file.get();
-}
-
-unsigned randomSeed() {
-  static const unsigned seed = [] {
-    const char* const given = std::getenv("COMMUTIL_TEST_SEED");
-    const unsigned chosen = given == nullptr
-                                ? std::random_device{}()
-                                : static_cast<unsigned>(std::strtoul(given, nullptr, 10));
-    std::cout << "COMMUTIL_TEST_SEED=" << chosen << std::endl;
-    return chosen;
-  }();
-  return seed;
 }
 
 Plant linkTo(std::string target) {

@@ -13,9 +13,6 @@
 
 namespace commutil_test {
 
-/// The seed of this run: random, or COMMUTIL_TEST_SEED to repeat one. Prints it.
-unsigned randomSeed();
-
 /// Returns the descriptor that the next open(2) returns.
 int lowestFreeDescriptor();
 

@@ -18,7 +18,6 @@
 #include <cstdlib>
 #include <cwchar>
 #include <functional>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <random>
@@ -33,6 +32,7 @@
 #include "support/full_pipe.h"
 #include "support/locales.h"
 #include "support/namespaces.h"
+#include "support/random_seed.h"
 #include "support/threads.h"
 
 namespace {
@@ -42,6 +42,7 @@ using commutil_test::FullPipe;
 using commutil_test::inThreads;
 using commutil_test::Latin1Locale;
 using commutil_test::mountTmpfs;
+using commutil_test::randomSeed;
 using commutil_test::readFile;
 using commutil_test::runInChild;
 using commutil_test::setLocale;
@@ -58,19 +59,6 @@ constexpr int kRounds = 500 / kSlower;        // of each comparison with plain s
 constexpr int kThreadRounds = 300 / kSlower;  // of those with threads
 
 using Random = std::mt19937;
-
-/// The seed of this run: random, or the one to repeat.
-unsigned seed() {
-  static const unsigned value = [] {
-    const char* const given = std::getenv("COMMUTIL_TEST_SEED");
-    const unsigned chosen = given == nullptr
-                                ? std::random_device{}()
-                                : static_cast<unsigned>(std::strtoul(given, nullptr, 10));
-    std::cout << "COMMUTIL_TEST_SEED=" << chosen << std::endl;
-    return chosen;
-  }();
-  return value;
-}
 
 std::size_t below(Random& random, std::size_t limit) { return random() % limit; }
 
@@ -462,7 +450,7 @@ void compareOnce(const Round& round, const Plan& plan, const MakeMedium& make, R
 void compare(
     unsigned shard, const Plan& plan, const MakeMedium& make,
     const std::function<void()>& prepare = [] { setLocale("C.UTF-8"); }) {
-  const unsigned start = seed() + shard;
+  const unsigned start = randomSeed() + shard;
   runInChild([&] {
     prepare();
     std::signal(SIGXFSZ, SIG_IGN);
@@ -619,7 +607,7 @@ void shareAHandle(Random& random, const std::string& path) {
 }
 
 TEST(WideStdioRandom, ThreadsWithAFlusher) {
-  const unsigned start = seed() + 11;
+  const unsigned start = randomSeed() + 11;
   runInChild([start] {
     setLocale("C.UTF-8");
     const TempDir dir;
@@ -700,7 +688,7 @@ void writeInterrupted(Random& random) {
 }
 
 TEST(WideStdioRandom, InterruptedWrites) {
-  const unsigned start = seed() + 12;
+  const unsigned start = randomSeed() + 12;
   runInChild([start] {
     startSignals();
     Random random(start);
@@ -737,7 +725,7 @@ void cancelAWriter(Random& random) {
 }
 
 TEST(WideStdioRandom, CanceledWriters) {
-  const unsigned start = seed() + 13;
+  const unsigned start = randomSeed() + 13;
   runInChild([start] {
     setLocale("C.UTF-8");
     Random random(start);
