@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "commutil/duration.h"
 #include "support/fixtures.h"
 
 namespace {
@@ -120,14 +119,6 @@ TEST(Configuration, NamesTheLineOfWhatIsWrong) {
   };
   for (const auto& row : rows) EXPECT_EQ(row.error, errorOf(row.text)) << row.text;
   EXPECT_EQ("s.conf:3: ", errorOf(least + "[agent\n").substr(0, 10));
-}
-
-TEST(Configuration, LimitsDurations) {
-  EXPECT_EQ(1'000'000'000ms, parseDuration("1000000000ms"));
-  for (const char* const text : {"", "ms", "-1s", "1", "1.5s", "1 s", "1d", "01h2", "1000000001ms",
-                                 "9999999999999999999s", "278h"})
-    EXPECT_THROW(parseDuration(text), std::runtime_error) << text;
-  EXPECT_EQ(277h, parseDuration("277h"));
 }
 
 TEST(Configuration, IsFoundByOptionThenVariableThenAtItsPlace) {

@@ -23,13 +23,9 @@ namespace {
 constexpr const char* kAgentCommands[] = {"sync", "status", "diff", "wait", "raise-epoch"};
 constexpr const char* kWrites[] = {"put", "delete", "import"};
 
-bool isAgentCommand(const std::string& word) {
-  return std::find(std::begin(kAgentCommands), std::end(kAgentCommands), word) !=
-         std::end(kAgentCommands);
-}
-
-bool isWrite(const std::string& word) {
-  return std::find(std::begin(kWrites), std::end(kWrites), word) != std::end(kWrites);
+template <std::size_t N>
+bool isOneOf(const char* const (&words)[N], const std::string& word) {
+  return std::find(std::begin(words), std::end(words), word) != std::end(words);
 }
 
 bool hasCluster() {
@@ -75,8 +71,8 @@ bool isInstalled() {
 bool isForSettingsAgent(const std::vector<std::string>& words) {
   if (words.size() < 3 || words[1] != "settings") return false;
   const bool isHelp = wantsHelp(words);
-  if (isAgentCommand(words[2])) return !isHelp;
-  if (!isWrite(words[2]) || (isHelp && !isInstalled())) return false;
+  if (isOneOf(kAgentCommands, words[2])) return !isHelp;
+  if (!isOneOf(kWrites, words[2]) || (isHelp && !isInstalled())) return false;
   return namesConfiguration(words) || hasCluster();
 }
 
@@ -98,10 +94,10 @@ int becomeSettingsAgent(const std::vector<std::string>& words) {
 
 // For help and completion: the program that is started parses the command line.
 void addSettingsAgent(Tool& tool, Command& settings) {
-  const auto line = std::make_shared<agent::CommandLine>();
+  const auto line = std::make_shared<agent::CommandLine>();  // the arguments' destinations
   Command program = agent::describeCommandLine(*line);
   for (Command& subcommand : program.subcommands) {
-    if (!isAgentCommand(subcommand.name)) continue;
+    if (!isOneOf(kAgentCommands, subcommand.name)) continue;
     subcommand.exitCodes = program.exitCodes;
     subcommand.notes = "Starts commutil-settings(1).";
     subcommand.run = [line, &tool] { return becomeSettingsAgent(tool.words); };
