@@ -4,9 +4,12 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -35,9 +38,22 @@ void commutil_soak::startCounting() {
       });
 }
 
+void commutil_soak::fillBlockCache(std::barrier<>& everyThread) {
+  constexpr std::size_t kLargest = 128 * 1024;
+  constexpr std::size_t kMostBlocks = 256;
+  std::vector<std::string> blocks;
+  for (std::size_t size = 16; size <= kLargest; size += std::max<std::size_t>(16, size / 8)) {
+    const std::size_t count = std::clamp<std::size_t>(kLargest / size, 2, kMostBlocks);
+    blocks.resize(blocks.size() + count, std::string(size, 'a'));
+  }
+  everyThread.arrive_and_wait();
+}
+
 #else
 
 void commutil_soak::startCounting() {}
+
+void commutil_soak::fillBlockCache(std::barrier<>& /*everyThread*/) {}
 
 extern "C" {
 void* __libc_malloc(std::size_t size);

@@ -47,6 +47,7 @@ Worker::Worker(const Plan& plan, int number, const Operations& operations,
       m_operations(operations),
       m_tallies(tallies),
       m_sample(sample),
+      m_cachesFilled(plan.threads),
       m_gate(plan.threads + 1) {
   for (std::size_t i = 0; i < operations.size(); ++i)
     m_byCost[static_cast<std::size_t>(operations[i].cost)].push_back(i);
@@ -97,6 +98,7 @@ void Worker::surround() {
 }
 
 void Worker::serve(Caller& caller) {
+  fillBlockCache(m_cachesFilled);
   for (;;) {
     m_gate.arrive_and_wait();
     if (m_round == kEnd) return;

@@ -49,6 +49,7 @@ class Worker {
   HandOvers m_handOvers;
   int m_round = 0;
   std::chrono::steady_clock::time_point m_end;
+  std::barrier<> m_cachesFilled;
   std::barrier<> m_gate;
   std::deque<Caller> m_callers;
   std::vector<std::thread> m_threads;
